@@ -1,0 +1,25 @@
+# How our code is compiled, as interface targets.
+#
+#   osif_warnings   what all code of ours has to pass
+#   osif_link       what programs need that contain instrumented code
+#   osif_compiler   both, and the instrumentation itself: the product's code
+add_library(osif_warnings INTERFACE)
+target_compile_options(osif_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
+  -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+if(OSIF_WERROR)
+  target_compile_options(osif_warnings INTERFACE -Werror)
+endif()
+
+add_library(osif_link INTERFACE)
+add_library(osif_compiler INTERFACE)
+target_link_libraries(osif_compiler INTERFACE osif_warnings osif_link)
+if(OSIF_SANITIZE)
+  target_compile_options(osif_compiler INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(osif_link INTERFACE -fsanitize=address,undefined)
+endif()
+if(OSIF_COVERAGE)
+  target_compile_options(osif_compiler INTERFACE --coverage)
+  target_link_options(osif_link INTERFACE --coverage)
+endif()
