@@ -1,0 +1,6 @@
+// Provokes memory shortage in tests.
+#pragma once
+
+// Makes the nth LocalAlloc from now on this thread return null (1 is the next one); the ones after
+// it succeed again. 0 calls it off. Automation strings are allocated with LocalAlloc too.
+void FailAllocation(int nth);

@@ -1,0 +1,231 @@
+// File handles are file descriptors plus one, so that none is null.
+
+#include "platform/api/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <optional>
+#include <random>
+#include <string>
+
+#include "platform/device/device.h"
+#include "platform/posix/error_numbers.h"
+#include "platform/posix/paths.h"
+#include "platform/utf8.h"
+
+namespace {
+
+BOOL Fail(LONG error) {
+  SetLastError(static_cast<DWORD>(error));
+  return FALSE;
+}
+
+BOOL FailFromErrno() {
+  SetLastErrorFromErrno();
+  return FALSE;
+}
+
+HANDLE FailHandle(LONG error) {
+  SetLastError(static_cast<DWORD>(error));
+  return INVALID_HANDLE_VALUE;
+}
+
+HANDLE HandleOf(int descriptor) { return reinterpret_cast<HANDLE>(intptr_t{descriptor} + 1); }
+int DescriptorOf(HANDLE handle) { return static_cast<int>(reinterpret_cast<intptr_t>(handle) - 1); }
+
+// The flags of open for a disposition; nothing for an unknown one.
+std::optional<int> FlagsOf(DWORD disposition) {
+  switch (disposition) {
+    case CREATE_NEW:
+      return O_CREAT | O_EXCL;
+    case CREATE_ALWAYS:
+      return O_CREAT | O_TRUNC;
+    case OPEN_EXISTING:
+      return 0;
+    case OPEN_ALWAYS:
+      return O_CREAT;
+    case TRUNCATE_EXISTING:
+      return O_TRUNC;
+    default:
+      return std::nullopt;
+  }
+}
+
+int FlagsOfAccess(DWORD access) {
+  const bool reads = (access & GENERIC_READ) != 0;
+  const bool writes = (access & GENERIC_WRITE) != 0;
+  return reads && writes ? O_RDWR : writes ? O_WRONLY : O_RDONLY;
+}
+
+bool IsFolder(int descriptor) {
+  struct stat status {};
+  return fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// Renames without replacing. Where the file system cannot do that in one step, in two.
+int RenameNew(const char* old_path, const char* new_path) {
+  const int result = renameat2(AT_FDCWD, old_path, AT_FDCWD, new_path, RENAME_NOREPLACE);
+  if (result == 0 || (errno != EINVAL && errno != ENOSYS)) return result;
+  if (faccessat(AT_FDCWD, new_path, F_OK, AT_SYMLINK_NOFOLLOW) == 0) {
+    errno = EEXIST;
+    return -1;
+  }
+  return rename(old_path, new_path);
+}
+
+// One of the device's own folders as a wide path; empty, with the last error set, when it cannot be
+// made.
+std::u16string DeviceFolder(const char* name, bool create) {
+  const std::string folder = device::Folder() + "/" + name;
+  std::error_code error;
+  if (create) std::filesystem::create_directories(folder, error);
+  if (error) {
+    SetLastError(static_cast<DWORD>(ErrorOfErrno(error.value())));
+    return {};
+  }
+  return WidePath(folder);
+}
+
+void CopyText(std::u16string_view text, LPWSTR buffer) {
+  std::memcpy(buffer, text.data(), text.size() * sizeof(WCHAR));
+  buffer[text.size()] = 0;
+}
+
+std::u16string HexDigits(UINT number) {
+  std::u16string digits;
+  do {
+    digits.insert(digits.begin(), u"0123456789ABCDEF"[number & 0xF]);
+    number >>= 4;
+  } while (number != 0);
+  return digits;
+}
+
+// Creates an empty file. False with errno when it is there already or cannot be made.
+bool CreateEmpty(std::u16string_view path) {
+  const int descriptor =
+      open(NativePath(path).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (descriptor < 0) return false;
+  close(descriptor);
+  return true;
+}
+
+}  // namespace
+
+FILE* _wfopen(LPCWSTR name, LPCWSTR mode) {
+  if (name == nullptr || mode == nullptr) {
+    errno = EINVAL;
+    SetLastErrorFromErrno();
+    return nullptr;
+  }
+  FILE* stream = std::fopen(NativePath(name).c_str(), ToUtf8(mode).c_str());
+  if (stream == nullptr) SetLastErrorFromErrno();
+  return stream;
+}
+
+BOOL MoveFileW(LPCWSTR old_name, LPCWSTR new_name) {
+  if (old_name == nullptr || new_name == nullptr) return Fail(ERROR_INVALID_PARAMETER);
+  const int result = RenameNew(NativePath(old_name).c_str(), NativePath(new_name).c_str());
+  return result == 0 ? TRUE : FailFromErrno();
+}
+
+BOOL DeleteFileW(LPCWSTR name) {
+  if (name == nullptr) return Fail(ERROR_INVALID_PARAMETER);
+  return unlink(NativePath(name).c_str()) == 0 ? TRUE : FailFromErrno();
+}
+
+HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD /*share*/, void* security, DWORD disposition,
+                   DWORD /*attributes*/, HANDLE model) {
+  const std::optional<int> flags = FlagsOf(disposition);
+  if (name == nullptr || security != nullptr || model != nullptr || !flags) {
+    return FailHandle(ERROR_INVALID_PARAMETER);
+  }
+  const int descriptor =
+      open(NativePath(name).c_str(), FlagsOfAccess(access) | *flags | O_CLOEXEC, 0666);
+  if (descriptor < 0) {
+    const bool is_taken = disposition == CREATE_NEW && errno == EEXIST;
+    return FailHandle(is_taken ? ERROR_FILE_EXISTS : ErrorOfErrno(errno));
+  }
+  if (IsFolder(descriptor)) {
+    close(descriptor);
+    return FailHandle(ERROR_ACCESS_DENIED);
+  }
+  return HandleOf(descriptor);
+}
+
+BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, DWORD* count, void* overlapped) {
+  if (count == nullptr || overlapped != nullptr) return Fail(ERROR_INVALID_PARAMETER);
+  *count = 0;
+  ssize_t got = 0;
+  do {
+    got = read(DescriptorOf(file), buffer, size);
+  } while (got < 0 && errno == EINTR);
+  if (got < 0) return FailFromErrno();
+  *count = static_cast<DWORD>(got);
+  return TRUE;
+}
+
+BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD size, DWORD* count, void* overlapped) {
+  if (count == nullptr || overlapped != nullptr) return Fail(ERROR_INVALID_PARAMETER);
+  *count = 0;
+  while (*count < size) {
+    const ssize_t put =
+        write(DescriptorOf(file), static_cast<const char*>(buffer) + *count, size - *count);
+    if (put < 0 && errno == EINTR) continue;
+    if (put < 0) return FailFromErrno();
+    *count += static_cast<DWORD>(put);
+  }
+  return TRUE;
+}
+
+BOOL CloseHandle(HANDLE handle) {
+  if (handle == nullptr || handle == INVALID_HANDLE_VALUE) return Fail(ERROR_INVALID_HANDLE);
+  return close(DescriptorOf(handle)) == 0 ? TRUE : FailFromErrno();
+}
+
+DWORD GetTempPathW(DWORD room, LPWSTR buffer) {
+  std::u16string folder = DeviceFolder("Temp", true);
+  if (folder.empty()) return 0;
+  folder += u'\\';
+  const auto length = static_cast<DWORD>(folder.size());
+  if (buffer == nullptr || length >= room) return length + 1;
+  CopyText(folder, buffer);
+  return length;
+}
+
+UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT number, LPWSTR buffer) {
+  if (folder == nullptr || buffer == nullptr)
+    return static_cast<UINT>(Fail(ERROR_INVALID_PARAMETER));
+  std::u16string start = folder;
+  if (start.size() > MAX_PATH - 14) return static_cast<UINT>(Fail(ERROR_BUFFER_OVERFLOW));
+  if (!start.empty() && start.back() != u'\\' && start.back() != u'/') start += u'\\';
+  if (prefix != nullptr) start += std::u16string_view(prefix).substr(0, 3);
+
+  constexpr UINT kNumbers = 0xFFFF;  // a number has at most four digits
+  const UINT first = std::random_device()();
+  for (UINT i = 0; i < kNumbers; ++i) {
+    const UINT chosen = number != 0 ? number & kNumbers : (first + i) % kNumbers + 1;
+    const std::u16string path = start + HexDigits(chosen) + u".TMP";
+    if (number == 0 && !CreateEmpty(path)) {
+      if (errno == EEXIST) continue;
+      const bool has_no_folder = errno == ENOENT || errno == ENOTDIR;
+      return static_cast<UINT>(Fail(has_no_folder ? ERROR_DIRECTORY : ErrorOfErrno(errno)));
+    }
+    CopyText(path, buffer);
+    return chosen;
+  }
+  return static_cast<UINT>(Fail(ERROR_FILE_EXISTS));
+}
+
+BOOL SHGetSpecialFolderPath(HWND /*owner*/, LPWSTR buffer, int folder, BOOL create) {
+  if (buffer == nullptr || folder != CSIDL_PERSONAL) return Fail(ERROR_INVALID_PARAMETER);
+  const std::u16string path = DeviceFolder("Documents", create != FALSE);
+  if (path.empty()) return FALSE;
+  if (path.size() >= MAX_PATH) return Fail(ERROR_BUFFER_OVERFLOW);
+  CopyText(path, buffer);
+  return TRUE;
+}

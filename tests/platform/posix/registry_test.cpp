@@ -1,0 +1,225 @@
+#include "platform/api/registry.h"
+
+#include <fstream>
+
+#include "platform/device/device.h"
+#include "tests/support/registry_values.h"
+#include "tests/support/temp_device.h"
+
+namespace {
+
+using support::CreateKey;
+using support::Get;
+using support::SetNumber;
+using support::SetText;
+
+class Registry : public TempDeviceTest {};
+
+LONG Open(const char16_t* path, HKEY* key) {
+  return RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, key);
+}
+
+DWORD Disposition(const char16_t* path) {
+  HKEY key = nullptr;
+  DWORD disposition = 0;
+  EXPECT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_WRITE, nullptr, &key,
+                            &disposition),
+            ERROR_SUCCESS);
+  return disposition;
+}
+
+TEST_F(Registry, OpeningAMissingKeyGivesFileNotFoundAndNoHandle) {
+  HKEY key = HKEY_LOCAL_MACHINE;
+  EXPECT_EQ(Open(u"Software\\Nowhere", &key), 2);
+  EXPECT_EQ(key, nullptr);
+}
+
+TEST_F(Registry, TheRootIsThereFromTheStart) {
+  HKEY key = nullptr;
+  EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, nullptr, 0, 0, &key), ERROR_SUCCESS);
+  EXPECT_EQ(key, HKEY_LOCAL_MACHINE);
+}
+
+TEST_F(Registry, CreatingAKeyCreatesItsMissingParents) {
+  CreateKey(u"Software\\Corvane\\BTConfig");
+  HKEY key = nullptr;
+  EXPECT_EQ(Open(u"Software", &key), ERROR_SUCCESS);
+  EXPECT_EQ(Open(u"Software\\Corvane", &key), ERROR_SUCCESS);
+  EXPECT_EQ(Open(u"Software\\Corvane\\BTConfig", &key), ERROR_SUCCESS);
+}
+
+TEST_F(Registry, CreatingTellsANewKeyFromAnExistingOne) {
+  EXPECT_EQ(Disposition(u"Software\\One"), REG_CREATED_NEW_KEY);
+  EXPECT_EQ(Disposition(u"Software\\One"), REG_OPENED_EXISTING_KEY);
+}
+
+TEST_F(Registry, AKeyMadeAsAParentCountsAsExisting) {
+  Disposition(u"Software\\One\\Two");
+  EXPECT_EQ(Disposition(u"Software\\One"), REG_OPENED_EXISTING_KEY);
+}
+
+TEST_F(Registry, KeyNamesAreComparedWithoutRegardToCase) {
+  CreateKey(u"Software\\\u00C4pfel");
+  HKEY key = nullptr;
+  EXPECT_EQ(Open(u"SOFTWARE\\\u00E4PFEL", &key), ERROR_SUCCESS);
+  EXPECT_EQ(Disposition(u"sOFTWARE\\\u00C4PFEL"), REG_OPENED_EXISTING_KEY);
+}
+
+TEST_F(Registry, ValueNamesAreComparedWithoutRegardToCase) {
+  SetNumber(u"Key", u"LogIPAddr", 7);
+  EXPECT_EQ(Get(u"Key", u"LOGIPADDR").bytes, (std::vector<BYTE>{7, 0, 0, 0}));
+  SetNumber(u"Key", u"logipaddr", 8);
+  EXPECT_EQ(Get(u"Key", u"LogIPAddr").bytes, (std::vector<BYTE>{8, 0, 0, 0}));
+}
+
+TEST_F(Registry, ASubkeyIsFoundBelowAnOpenKey) {
+  CreateKey(u"Software\\Corvane");
+  HKEY software = nullptr;
+  HKEY corvane = nullptr;
+  ASSERT_EQ(Open(u"Software", &software), ERROR_SUCCESS);
+  EXPECT_EQ(RegOpenKeyExW(software, u"Corvane", 0, KEY_READ, &corvane), ERROR_SUCCESS);
+  EXPECT_EQ(RegOpenKeyExW(software, u"Software", 0, KEY_READ, &corvane), ERROR_FILE_NOT_FOUND);
+}
+
+TEST_F(Registry, ANumberIsFourBytesLeastSignificantFirst) {
+  SetNumber(u"Key", u"Number", 0x01020304);
+  EXPECT_EQ(Get(u"Key", u"Number").type, REG_DWORD);
+  EXPECT_EQ(Get(u"Key", u"Number").bytes, (std::vector<BYTE>{4, 3, 2, 1}));
+}
+
+TEST_F(Registry, ATextKeepsItsTerminatorInItsSize) {
+  SetText(u"Key", u"Text", u"Ab");
+  EXPECT_EQ(Get(u"Key", u"Text").type, REG_SZ);
+  EXPECT_EQ(Get(u"Key", u"Text").bytes, (std::vector<BYTE>{'A', 0, 'b', 0, 0, 0}));
+}
+
+TEST_F(Registry, AMissingValueGivesFileNotFound) {
+  CreateKey(u"Key");
+  EXPECT_EQ(Get(u"Key", u"Value").error, 2);
+}
+
+TEST_F(Registry, ATooSmallBufferGivesMoreDataAndTheSizeAndStaysUntouched) {
+  SetText(u"Key", u"Text", u"Ab");
+  BYTE buffer[6] = {9, 9, 9, 9, 9, 9};
+  DWORD size = 5;
+  DWORD type = 0;
+  EXPECT_EQ(RegQueryValueExW(CreateKey(u"Key"), u"Text", nullptr, &type, buffer, &size), 234);
+  EXPECT_EQ(size, 6u);
+  EXPECT_EQ(type, REG_SZ);
+  EXPECT_EQ(buffer[0], 9);
+}
+
+TEST_F(Registry, ABufferOfTheExactSizeIsFilled) {
+  SetText(u"Key", u"Text", u"Ab");
+  BYTE buffer[6] = {};
+  DWORD size = 6;
+  EXPECT_EQ(RegQueryValueExW(CreateKey(u"Key"), u"Text", nullptr, nullptr, buffer, &size),
+            ERROR_SUCCESS);
+  EXPECT_EQ(size, 6u);
+  EXPECT_EQ(buffer[2], 'b');
+}
+
+TEST_F(Registry, ABufferWithoutASizeIsRefused) {
+  SetNumber(u"Key", u"Number", 1);
+  BYTE buffer[4];
+  EXPECT_EQ(RegQueryValueExW(CreateKey(u"Key"), u"Number", nullptr, nullptr, buffer, nullptr),
+            ERROR_INVALID_PARAMETER);
+}
+
+TEST_F(Registry, SettingAValueReplacesTypeAndContent) {
+  SetText(u"Key", u"Value", u"text");
+  SetNumber(u"Key", u"Value", 5);
+  EXPECT_EQ(Get(u"Key", u"Value").type, REG_DWORD);
+  EXPECT_EQ(Get(u"Key", u"Value").bytes, (std::vector<BYTE>{5, 0, 0, 0}));
+}
+
+TEST_F(Registry, AValueOfNoBytesIsStored) {
+  EXPECT_EQ(RegSetValueExW(CreateKey(u"Key"), u"Empty", 0, REG_BINARY, nullptr, 0), ERROR_SUCCESS);
+  EXPECT_EQ(Get(u"Key", u"Empty").error, ERROR_SUCCESS);
+  EXPECT_TRUE(Get(u"Key", u"Empty").bytes.empty());
+}
+
+TEST_F(Registry, ANullNameIsTheKeysUnnamedValue) {
+  SetNumber(u"Key", nullptr, 3);
+  EXPECT_EQ(Get(u"Key", u"").bytes, (std::vector<BYTE>{3, 0, 0, 0}));
+}
+
+TEST_F(Registry, TheSameNameUnderTwoKeysIsTwoValues) {
+  SetNumber(u"One", u"Value", 1);
+  SetNumber(u"Two", u"Value", 2);
+  EXPECT_EQ(Get(u"One", u"Value").bytes[0], 1);
+  EXPECT_EQ(Get(u"Two", u"Value").bytes[0], 2);
+}
+
+TEST_F(Registry, ADeletedValueIsMissing) {
+  SetNumber(u"Key", u"Value", 1);
+  EXPECT_EQ(RegDeleteValueW(CreateKey(u"Key"), u"VALUE"), ERROR_SUCCESS);
+  EXPECT_EQ(Get(u"Key", u"Value").error, ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(RegDeleteValueW(CreateKey(u"Key"), u"Value"), ERROR_FILE_NOT_FOUND);
+}
+
+TEST_F(Registry, WhatIsNoHandleIsRefused) {
+  int nothing = 0;
+  HKEY bad = reinterpret_cast<HKEY>(&nothing);
+  HKEY key = nullptr;
+  EXPECT_EQ(RegOpenKeyExW(bad, u"Key", 0, KEY_READ, &key), ERROR_INVALID_HANDLE);
+  EXPECT_EQ(RegCloseKey(bad), ERROR_INVALID_HANDLE);
+  EXPECT_EQ(RegCloseKey(nullptr), ERROR_INVALID_HANDLE);
+}
+
+TEST_F(Registry, OpeningAPathAgainGivesTheSameHandle) {
+  CreateKey(u"Key");
+  HKEY first = nullptr;
+  HKEY second = nullptr;
+  Open(u"Key", &first);
+  Open(u"Key", &second);
+  EXPECT_EQ(first, second);
+}
+
+TEST_F(Registry, APartOfAPathMayHave255CharactersAndNoMore) {
+  HKEY key = nullptr;
+  EXPECT_EQ(Open(std::u16string(255, u'k').c_str(), &key), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(Open(std::u16string(256, u'k').c_str(), &key), ERROR_INVALID_PARAMETER);
+}
+
+TEST_F(Registry, EmptyPartsOfAPathDoNotCount) {
+  CreateKey(u"\\Software\\\\Corvane\\");
+  HKEY key = nullptr;
+  EXPECT_EQ(Open(u"Software\\Corvane", &key), ERROR_SUCCESS);
+}
+
+TEST_F(Registry, AHandleHoldsAPathAndFollowsAChangeOfTheDevice) {
+  SetNumber(u"Key", u"Value", 1);
+  HKEY key = nullptr;
+  ASSERT_EQ(Open(u"Key", &key), ERROR_SUCCESS);
+  const TempDevice other;
+  DWORD size = 0;
+  EXPECT_EQ(RegQueryValueExW(key, u"Value", nullptr, nullptr, nullptr, &size),
+            ERROR_FILE_NOT_FOUND);
+  device_.Use();
+  EXPECT_EQ(RegQueryValueExW(key, u"Value", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
+}
+
+TEST_F(Registry, ValuesOutliveTheClosingOfTheDevice) {
+  SetNumber(u"Key", u"Value", 6);
+  device::CloseDatabase();
+  EXPECT_EQ(Get(u"Key", u"Value").bytes, (std::vector<BYTE>{6, 0, 0, 0}));
+}
+
+TEST_F(Registry, ADamagedDeviceGivesFileCorruptForEveryCall) {
+  SetNumber(u"Key", u"Value", 6);
+  const HKEY open = CreateKey(u"Key");
+  device::CloseDatabase();
+  std::ofstream(device_.Path("device.db"), std::ios::trunc) << "This is no database.";
+  HKEY key = nullptr;
+  DWORD size = 0;
+  const BYTE byte = 1;
+  EXPECT_EQ(Open(u"Key", &key), ERROR_FILE_CORRUPT);
+  EXPECT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, u"Key", 0, nullptr, 0, 0, nullptr, &key, nullptr),
+            ERROR_FILE_CORRUPT);
+  EXPECT_EQ(RegQueryValueExW(open, u"Value", nullptr, nullptr, nullptr, &size), ERROR_FILE_CORRUPT);
+  EXPECT_EQ(RegSetValueExW(open, u"Value", 0, REG_BINARY, &byte, 1), ERROR_FILE_CORRUPT);
+  EXPECT_EQ(RegDeleteValueW(open, u"Value"), ERROR_FILE_CORRUPT);
+}
+
+}  // namespace
