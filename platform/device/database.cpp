@@ -1,0 +1,115 @@
+#include "platform/device/database.h"
+
+#include "platform/utf8.h"
+
+
+namespace device {
+namespace {
+
+constexpr int kBusyTimeoutMilliseconds = 10000;
+
+}  // namespace
+
+Statement::~Statement() {
+  if (statement_ == nullptr) return;
+  sqlite3_reset(statement_);
+  sqlite3_clear_bindings(statement_);
+}
+
+Statement& Statement::Bind(int index, int64_t value) {
+  sqlite3_bind_int64(statement_, index, value);
+  return *this;
+}
+
+Statement& Statement::Bind(int index, double value) {
+  sqlite3_bind_double(statement_, index, value);
+  return *this;
+}
+
+Statement& Statement::Bind(int index, std::u16string_view text) {
+  return BindUtf8(index, ToUtf8(text));
+}
+
+Statement& Statement::BindUtf8(int index, std::string_view text) {
+  const char* bytes = text.empty() ? "" : text.data();
+  sqlite3_bind_text64(statement_, index, bytes, text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+  return *this;
+}
+
+Statement& Statement::BindBlob(int index, const void* bytes, size_t size) {
+  sqlite3_bind_blob64(statement_, index, size == 0 ? "" : bytes, size, SQLITE_TRANSIENT);
+  return *this;
+}
+
+int Statement::Step() {
+  return statement_ == nullptr ? SQLITE_MISUSE : sqlite3_step(statement_);
+}
+
+bool Statement::IsNull(int column) const {
+  return sqlite3_column_type(statement_, column) == SQLITE_NULL;
+}
+
+int64_t Statement::Integer(int column) const { return sqlite3_column_int64(statement_, column); }
+
+double Statement::Real(int column) const { return sqlite3_column_double(statement_, column); }
+
+std::u16string Statement::Text(int column) const { return FromUtf8(Bytes(column)); }
+
+std::string_view Statement::Bytes(int column) const {
+  const void* bytes = sqlite3_column_blob(statement_, column);
+  const int size = sqlite3_column_bytes(statement_, column);
+  if (bytes == nullptr || size <= 0) return {};
+  return {static_cast<const char*>(bytes), static_cast<size_t>(size)};
+}
+
+std::unique_ptr<Database> Database::Open(const std::string& path, int* error) {
+  std::unique_ptr<Database> database(new Database());
+  *error = sqlite3_open_v2(path.c_str(), &database->handle_,
+                           SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+  if (*error != SQLITE_OK) return nullptr;
+  sqlite3_extended_result_codes(database->handle_, 1);
+  sqlite3_busy_timeout(database->handle_, kBusyTimeoutMilliseconds);
+  *error = database->Execute(
+      "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON;");
+  if (*error != SQLITE_OK) return nullptr;
+  return database;
+}
+
+Database::~Database() {
+  for (const auto& [sql, statement] : statements_) sqlite3_finalize(statement);
+  sqlite3_close_v2(handle_);
+}
+
+Statement Database::Prepare(std::string_view sql) {
+  auto found = statements_.find(sql);
+  if (found == statements_.end()) found = statements_.emplace(std::string(sql), nullptr).first;
+  // One that could not be prepared is tried again.
+  if (found->second == nullptr) {
+    sqlite3_prepare_v3(handle_, sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT,
+                       &found->second, nullptr);
+  }
+  return Statement(found->second);
+}
+
+int Database::Execute(const char* sql) {
+  return sqlite3_exec(handle_, sql, nullptr, nullptr, nullptr);
+}
+
+void Database::Checkpoint() {
+  sqlite3_wal_checkpoint_v2(handle_, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+}
+
+Transaction::Transaction(Database& database)
+    : database_(database), open_(database.Execute("BEGIN IMMEDIATE") == SQLITE_OK) {}
+
+Transaction::~Transaction() {
+  if (open_) database_.Execute("ROLLBACK");
+}
+
+bool Transaction::Commit() {
+  if (!open_ || database_.Execute("COMMIT") != SQLITE_OK) return false;
+  open_ = false;
+  return true;
+}
+
+}  // namespace device

@@ -1,0 +1,139 @@
+#include "platform/device/pim_items.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "platform/device/pim_objects.h"
+#include "platform/device/pim_query.h"
+#include "platform/device/pim_restriction.h"
+
+namespace device {
+namespace {
+
+class Items final : public PimObject<IPOutlookItemCollection, IID_IPOutlookItemCollection> {
+ public:
+  Items(const PimSession& session, const PimKind& kind, std::vector<int32_t> ids)
+      : session_(session), kind_(kind), ids_(std::move(ids)) {}
+
+  HRESULT Add(IDispatch** item) override { return CreateItem(session_, kind_, item); }
+
+  HRESULT get_Count(int* count) override {
+    if (count == nullptr) return E_INVALIDARG;
+    *count = static_cast<int>(ids_.size());
+    return S_OK;
+  }
+
+  HRESULT Find(BSTR restriction, IDispatch** item) override {
+    if (item == nullptr) return E_INVALIDARG;
+    *item = nullptr;
+    return Guarded([&] {
+      has_search_ = false;
+      const HRESULT hr = Search({restriction, SysStringLen(restriction)});
+      if (FAILED(hr)) return hr;
+      has_search_ = true;
+      next_match_ = 0;
+      return FindNext(item);
+    });
+  }
+
+  HRESULT FindNext(IDispatch** item) override {
+    if (item == nullptr) return E_INVALIDARG;
+    *item = nullptr;
+    if (!has_search_) return E_UNEXPECTED;
+    while (next_match_ < matches_.size()) {
+      const HRESULT hr = LoadItem(session_, kind_, matches_[next_match_++], item);
+      if (hr != kNoSuchItem) return hr;
+    }
+    return S_OK;
+  }
+
+  HRESULT Item(int index, IDispatch** item) override {
+    if (item == nullptr) return E_INVALIDARG;
+    *item = nullptr;
+    if (!IsIndex(index)) return E_INVALIDARG;
+    return LoadItem(session_, kind_, ids_[static_cast<size_t>(index - 1)], item);
+  }
+
+  HRESULT Remove(int index) override {
+    if (!IsIndex(index)) return E_INVALIDARG;
+    return Guarded([&] {
+      const auto id = ids_.begin() + (index - 1);
+      const HRESULT hr = DeleteObject(*session_.database, *id);
+      if (SUCCEEDED(hr)) ids_.erase(id);
+      return hr;
+    });
+  }
+
+  HRESULT Restrict(BSTR, IPOutlookItemCollection** items) override {
+    if (items != nullptr) *items = nullptr;
+    return E_NOTIMPL;
+  }
+
+  HRESULT Sort(BSTR, VARIANT_BOOL) override { return E_NOTIMPL; }
+
+  HRESULT get_IncludeRecurrences(VARIANT_BOOL* include) override {
+    if (include == nullptr) return E_INVALIDARG;
+    *include = VARIANT_FALSE;
+    return S_OK;
+  }
+
+  HRESULT put_IncludeRecurrences(VARIANT_BOOL include) override {
+    return include == VARIANT_FALSE ? S_OK : E_NOTIMPL;
+  }
+
+  HRESULT get__NewEnum(IUnknown** enumerator) override {
+    if (enumerator != nullptr) *enumerator = nullptr;
+    return E_NOTIMPL;
+  }
+
+  HRESULT get_Application(IPOutlookApp** application) override {
+    return HandOut(session_.application, application);
+  }
+
+ private:
+  bool IsIndex(int index) const { return index >= 1 && static_cast<size_t>(index) <= ids_.size(); }
+
+  // Fills the matches with those ids of this collection whose items meet the restriction.
+  HRESULT Search(std::u16string_view text) {
+    const PimTable& table = *kind_.table();
+    const std::optional<Restriction> restriction = ParseRestriction(text);
+    if (!restriction) return E_INVALIDARG;
+    const std::optional<PimCondition> condition = MakeCondition(table, *restriction);
+    if (!condition) return E_INVALIDARG;
+    std::vector<int32_t> found;
+    if (int error = FindIds(*session_.database, table, *condition, &found); error != SQLITE_OK) {
+      return PimResult(error);
+    }
+    matches_.clear();
+    std::set_intersection(found.begin(), found.end(), ids_.begin(), ids_.end(),
+                          std::back_inserter(matches_));
+    return S_OK;
+  }
+
+  const PimSession session_;
+  const PimKind& kind_;
+  std::vector<int32_t> ids_;
+  std::vector<int32_t> matches_;  // of the last Find
+  size_t next_match_ = 0;
+  bool has_search_ = false;
+};
+
+}  // namespace
+
+HRESULT NewItems(const PimSession& session, const PimKind& kind, IPOutlookItemCollection** items) {
+  if (items == nullptr) return E_INVALIDARG;
+  *items = nullptr;
+  return Guarded([&] {
+    std::vector<int32_t> ids;
+    const HRESULT hr = ListObjects(*session.database, kind.folder, &ids);
+    if (SUCCEEDED(hr)) *items = new Items(session, kind, std::move(ids));
+    return hr;
+  });
+}
+
+}  // namespace device

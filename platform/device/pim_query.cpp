@@ -1,0 +1,157 @@
+#include "platform/device/pim_query.h"
+
+#include <algorithm>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+namespace device {
+namespace {
+
+using Kind = Restriction::Kind;
+
+// In the order of ComparisonOperator.
+constexpr std::string_view kSqlOperators[] = {" = ", " <> ", " < ", " <= ", " > ", " >= "};
+
+char16_t ToLower(char16_t c) { return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c; }
+
+bool NamesEqual(std::string_view ascii, std::u16string_view text) {
+  return std::equal(ascii.begin(), ascii.end(), text.begin(), text.end(), [](char a, char16_t b) {
+    return ToLower(static_cast<unsigned char>(a)) == ToLower(b);
+  });
+}
+
+// Programs put numbers into quotation marks, too.
+std::optional<int64_t> NumberIn(const std::variant<int64_t, std::u16string>& value) {
+  if (const auto* text = std::get_if<std::u16string>(&value)) return ParseDecimal(*text);
+  return std::get<int64_t>(value);
+}
+
+class ConditionWriter {
+ public:
+  explicit ConditionWriter(const PimTable& table) : table_(table) {}
+
+  bool Write(const Restriction& node) {
+    return node.kind == Kind::kComparison ? WriteComparison(node.comparison) : WriteGroup(node);
+  }
+
+  PimCondition Take() { return std::move(result_); }
+
+ private:
+  bool WriteGroup(const Restriction& group) {
+    std::string_view joint = "(";
+    for (const Restriction& part : group.parts) {
+      result_.sql += joint;
+      if (!Write(part)) return false;
+      joint = group.kind == Kind::kAll ? " AND " : " OR ";
+    }
+    result_.sql += ')';
+    return true;
+  }
+
+  bool WriteComparison(const Comparison& comparison) {
+    if (NamesEqual("Oid", comparison.property)) return WriteNumber("oid", comparison);
+    const auto row = std::find_if(table_.properties.begin(), table_.properties.end(),
+                                  [&](const PimProperty& property) {
+                                    return NamesEqual(property.name, comparison.property);
+                                  });
+    if (row == table_.properties.end()) return false;
+    if (row->kind == PimPropertyKind::kNumber) return WriteNumber(row->column, comparison);
+    const auto* text = std::get_if<std::u16string>(&comparison.value);
+    if (text == nullptr) return false;
+    switch (row->kind) {
+      case PimPropertyKind::kText:
+        return WriteOperator(row->column, comparison.comparison_operator, "?", *text);
+      case PimPropertyKind::kCategories:
+        return WriteMembership(row->column, comparison.comparison_operator, *text);
+      case PimPropertyKind::kDate:
+      case PimPropertyKind::kNumber:
+      case PimPropertyKind::kFlag:
+        break;
+    }
+    return false;
+  }
+
+  bool WriteNumber(std::string_view column, const Comparison& comparison) {
+    const std::optional<int64_t> number = NumberIn(comparison.value);
+    return number && WriteOperator(column, comparison.comparison_operator, "?", *number);
+  }
+
+  template <typename Value>
+  bool WriteOperator(std::string_view left, ComparisonOperator comparison_operator,
+                     std::string_view right, const Value& value) {
+    result_.sql += left;
+    result_.sql += kSqlOperators[static_cast<size_t>(comparison_operator)];
+    result_.sql += right;
+    result_.values.emplace_back(value);
+    return true;
+  }
+
+  // With commas around the list and around the name, a name is looked for as a whole.
+  bool WriteMembership(std::string_view column, ComparisonOperator comparison_operator,
+                       const std::u16string& name) {
+    if (comparison_operator != ComparisonOperator::kEqual &&
+        comparison_operator != ComparisonOperator::kNotEqual) {
+      return false;
+    }
+    result_.sql += "(instr(',' || replace(lower(";
+    result_.sql += column;
+    result_.sql += "), ', ', ',') || ',', ',' || lower(?) || ',') > 0)";
+    result_.sql += comparison_operator == ComparisonOperator::kEqual ? " = 1" : " = 0";
+    result_.values.emplace_back(name);
+    return true;
+  }
+
+  const PimTable& table_;
+  PimCondition result_;
+};
+
+struct FinalizeStatement {
+  void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+
+void BindValues(Statement& statement, const PimCondition& condition) {
+  for (size_t i = 0; i < condition.values.size(); ++i) {
+    const int index = static_cast<int>(i) + 1;
+    const auto& value = condition.values[i];
+    if (const auto* number = std::get_if<int64_t>(&value)) {
+      statement.Bind(index, *number);
+    } else {
+      statement.Bind(index, std::u16string_view(std::get<std::u16string>(value)));
+    }
+  }
+}
+
+}  // namespace
+
+std::optional<PimCondition> MakeCondition(const PimTable& table, const Restriction& restriction) {
+  ConditionWriter writer(table);
+  if (!writer.Write(restriction)) return std::nullopt;
+  return writer.Take();
+}
+
+int FindIds(Database& database, const PimTable& table, const PimCondition& condition,
+            std::vector<int32_t>* ids) {
+  // No ORDER BY: it would tempt the planner to walk the table in order instead of using an index.
+  const std::string sql = "SELECT oid FROM " + std::string(table.name) + " WHERE " + condition.sql;
+  // Not from the database's kept statements: programs can ask any number of different questions.
+  sqlite3_stmt* prepared = nullptr;
+  sqlite3_prepare_v2(database.handle(), sql.data(), static_cast<int>(sql.size()), &prepared,
+                     nullptr);
+  if (prepared == nullptr) return database.LastError();
+  const std::unique_ptr<sqlite3_stmt, FinalizeStatement> owner(prepared);
+
+  ids->clear();
+  int step = SQLITE_DONE;
+  {
+    Statement statement(prepared);
+    BindValues(statement, condition);
+    while ((step = statement.Step()) == SQLITE_ROW) {
+      ids->push_back(static_cast<int32_t>(statement.Integer(0)));
+    }
+  }
+  std::sort(ids->begin(), ids->end());
+  return step == SQLITE_DONE ? SQLITE_OK : step;
+}
+
+}  // namespace device

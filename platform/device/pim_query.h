@@ -1,0 +1,33 @@
+// Runs a restriction over the table of a kind of PIM item.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "platform/device/database.h"
+#include "platform/device/pim_restriction.h"
+#include "platform/device/pim_table.h"
+
+namespace device {
+
+// A restriction as an SQL condition; every value is a parameter, numbered from 1 in order.
+struct PimCondition {
+  std::string sql;
+  std::vector<std::variant<int64_t, std::u16string>> values;
+};
+
+// Nothing when the restriction names a property that the table has not, or compares one with a
+// value or by an operator that it does not take: texts take texts and every operator, categories
+// "=" and "<>", numbers and "Oid" numbers (also in quotation marks); dates and flags cannot be
+// searched for.
+std::optional<PimCondition> MakeCondition(const PimTable& table, const Restriction& restriction);
+
+// The ids of the items that meet a condition, ascending, into `ids`. SQLITE_OK or SQLite's code.
+// An item without a value for a property meets no comparison of it, "<>" included.
+int FindIds(Database& database, const PimTable& table, const PimCondition& condition,
+            std::vector<int32_t>* ids);
+
+}  // namespace device

@@ -1,0 +1,62 @@
+#include "platform/device/pim_schema.h"
+
+#include <string>
+
+#include "platform/device/pim_appointment_table.h"
+#include "platform/device/pim_contact_table.h"
+#include "platform/device/pim_recipients.h"
+#include "platform/device/pim_series.h"
+#include "platform/device/pim_table.h"
+#include "platform/device/pim_task_table.h"
+
+namespace device {
+namespace {
+
+// AUTOINCREMENT keeps the highest id ever given, so that an id is not given twice. Programs see ids
+// as signed 32-bit numbers.
+constexpr char kObjects[] = R"(
+CREATE TABLE pim_objects(
+  oid INTEGER PRIMARY KEY AUTOINCREMENT CHECK(oid BETWEEN 1 AND 2147483647),
+  folder INTEGER NOT NULL);
+CREATE INDEX pim_objects_by_folder ON pim_objects(folder);
+)";
+
+// Names are searched for by any of their parts. The figures for the query planner (rows in all,
+// rows that one value of the first column finds, and of both columns) are those of a large address
+// book: they make it take the part that tells the most from among those asked for. SQLite measures
+// nothing by itself.
+constexpr char kContactIndexes[] = R"(
+CREATE INDEX pim_contacts_by_last_name ON pim_contacts(last_name, first_name)
+  WHERE last_name IS NOT NULL;
+CREATE INDEX pim_contacts_by_first_name ON pim_contacts(first_name, middle_name)
+  WHERE first_name IS NOT NULL;
+CREATE INDEX pim_contacts_by_middle_name ON pim_contacts(middle_name) WHERE middle_name IS NOT NULL;
+CREATE INDEX pim_contacts_by_suffix ON pim_contacts(suffix) WHERE suffix IS NOT NULL;
+CREATE INDEX pim_contacts_by_title ON pim_contacts(title) WHERE title IS NOT NULL;
+ANALYZE pim_contacts;
+DELETE FROM sqlite_stat1 WHERE tbl = 'pim_contacts';
+INSERT INTO sqlite_stat1(tbl, idx, stat) VALUES
+  ('pim_contacts', 'pim_contacts_by_last_name', '100000 20 2'),
+  ('pim_contacts', 'pim_contacts_by_first_name', '100000 100 20'),
+  ('pim_contacts', 'pim_contacts_by_middle_name', '100000 500'),
+  ('pim_contacts', 'pim_contacts_by_suffix', '100000 2000'),
+  ('pim_contacts', 'pim_contacts_by_title', '100000 5000');
+ANALYZE sqlite_schema;
+)";
+
+constexpr char kCalendarIndexes[] = R"(
+CREATE INDEX pim_appointments_by_subject ON pim_appointments(subject) WHERE subject IS NOT NULL;
+CREATE INDEX pim_tasks_by_subject ON pim_tasks(subject) WHERE subject IS NOT NULL;
+)";
+
+}  // namespace
+
+const char* PimSchema() {
+  static const std::string kSchema = kObjects + CreateTableSql(*ContactTable()) + kContactIndexes +
+                                     CreateTableSql(*AppointmentTable()) +
+                                     CreateTableSql(*TaskTable()) + kCalendarIndexes +
+                                     RecipientsSchema() + SeriesSchema();
+  return kSchema.c_str();
+}
+
+}  // namespace device

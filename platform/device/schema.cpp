@@ -1,0 +1,52 @@
+#include "platform/device/schema.h"
+
+#include <string>
+
+#include "platform/device/pim_schema.h"
+
+namespace device {
+namespace {
+
+// Names and paths are kept as they were written and, for comparing, with their case folded.
+constexpr char kRegistrySchema[] = R"sql(
+CREATE TABLE registry_keys(
+  id INTEGER PRIMARY KEY,
+  folded_path TEXT NOT NULL UNIQUE,
+  path TEXT NOT NULL);
+CREATE TABLE registry_values(
+  key INTEGER NOT NULL REFERENCES registry_keys(id) ON DELETE CASCADE,
+  folded_name TEXT NOT NULL,
+  name TEXT NOT NULL,
+  type INTEGER NOT NULL,
+  data BLOB NOT NULL,
+  PRIMARY KEY(key, folded_name)) WITHOUT ROWID;
+)sql";
+
+int64_t QueryInteger(Database& database, const char* sql) {
+  Statement statement = database.Prepare(sql);
+  return statement.Step() == SQLITE_ROW ? statement.Integer(0) : -1;
+}
+
+bool Run(Database& database, const std::string& sql) {
+  return database.Execute(sql.c_str()) == SQLITE_OK;
+}
+
+}  // namespace
+
+bool CreateSchema(Database& database) {
+  Transaction transaction(database);
+  if (!transaction.is_open()) return false;
+
+  const int64_t version = QueryInteger(database, "PRAGMA user_version");
+  if (version == kSchemaVersion) {
+    return QueryInteger(database, "PRAGMA application_id") == kApplicationId;
+  }
+  const bool is_empty = version == 0 && QueryInteger(database, "PRAGMA application_id") == 0 &&
+                        QueryInteger(database, "SELECT count(*) FROM sqlite_master") == 0;
+  return is_empty && Run(database, kRegistrySchema) && Run(database, PimSchema()) &&
+         Run(database, "PRAGMA application_id=" + std::to_string(kApplicationId)) &&
+         Run(database, "PRAGMA user_version=" + std::to_string(kSchemaVersion)) &&
+         transaction.Commit();
+}
+
+}  // namespace device
