@@ -1,0 +1,196 @@
+#include "config/bt_config_settings.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <string_view>
+
+#include "platform/api/codepage.h"
+
+namespace {
+
+constexpr WCHAR kKeyPath[] = u"Software\\Corvane\\BTConfig";
+constexpr WCHAR kSubkey[] = u"General";
+constexpr WCHAR kIdentityKey[] = u"Ident";
+constexpr WCHAR kIdentityName[] = u"Name";
+
+// Wide texts on their way between registry and record; one unit is kept for a terminator that the
+// registry may lack.
+template <size_t bytes>
+struct WideBuffer {
+  WCHAR text[bytes / sizeof(WCHAR) + 1] = {};
+};
+
+LONG Query(HKEY key, const WCHAR* name, void* data, DWORD size) {
+  return RegQueryValueExW(key, name, nullptr, nullptr, static_cast<BYTE*>(data), &size);
+}
+
+LONG QueryNumber(HKEY key, const WCHAR* name, uint32_t& field) {
+  return Query(key, name, &field, sizeof(field));
+}
+
+template <size_t size>
+void QueryWide(HKEY key, const WCHAR* name, WCHAR (&field)[size]) {
+  if (Query(key, name, field, sizeof(field)) == ERROR_SUCCESS) field[size - 1] = 0;
+}
+
+// The text in a code page, cut before the first character that does not fit the field whole.
+template <size_t size>
+void Convert(UINT code_page, const WCHAR* text, char (&field)[size]) {
+  size_t used = 0;
+  for (std::u16string_view rest = text; !rest.empty();) {
+    const bool is_pair = rest.size() > 1 && (rest[0] & 0xFC00) == 0xD800;
+    const int units = is_pair ? 2 : 1;
+    char character[16];
+    const int bytes = WideCharToMultiByte(code_page, 0, rest.data(), units, character,
+                                          static_cast<int>(sizeof(character)), nullptr, nullptr);
+    if (bytes <= 0 || used + static_cast<size_t>(bytes) >= size) break;
+    std::memcpy(field + used, character, static_cast<size_t>(bytes));
+    used += static_cast<size_t>(bytes);
+    rest.remove_prefix(static_cast<size_t>(units));
+  }
+  std::fill(field + used, std::end(field), '\0');
+}
+
+// A text value of at most `room` bytes, into a narrow field; the field stays when there is none.
+template <size_t room, size_t size>
+LONG QueryText(HKEY key, const WCHAR* name, UINT code_page, char (&field)[size]) {
+  WideBuffer<room> buffer;
+  const LONG error = Query(key, name, buffer.text, room);
+  if (error == ERROR_SUCCESS) Convert(code_page, buffer.text, field);
+  return error;
+}
+
+void QueryIdentity(char (&device_name)[248]) {
+  HKEY key = nullptr;
+  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kIdentityKey, 0, KEY_READ, &key) != ERROR_SUCCESS) return;
+  QueryText<520>(key, kIdentityName, CP_UTF8, device_name);
+  RegCloseKey(key);
+}
+
+// Writes values one after the other and keeps the first error.
+class ValueWriter {
+ public:
+  explicit ValueWriter(HKEY key) : key_(key) {}
+
+  void Number(const WCHAR* name, uint32_t value) { Set(name, REG_DWORD, &value, sizeof(value)); }
+  void Text(const WCHAR* name, const WCHAR* text) {
+    const size_t units = std::u16string_view(text).size() + 1;
+    Set(name, REG_SZ, text, static_cast<DWORD>(units * sizeof(WCHAR)));
+  }
+  void Utf8(const WCHAR* name, const char* text) {
+    WCHAR wide[248] = {};
+    MultiByteToWideChar(CP_UTF8, 0, text, -1, wide, static_cast<int>(std::size(wide)));
+    Text(name, wide);
+  }
+
+  LONG error() const { return error_; }
+
+ private:
+  void Set(const WCHAR* name, DWORD type, const void* data, DWORD size) {
+    const LONG error = RegSetValueExW(key_, name, 0, type, static_cast<const BYTE*>(data), size);
+    if (error_ == ERROR_SUCCESS) error_ = error;
+  }
+
+  HKEY key_;
+  LONG error_ = ERROR_SUCCESS;
+};
+
+template <typename Unit, size_t size>
+bool SameText(const Unit (&left)[size], const Unit (&right)[size]) {
+  return std::basic_string_view<Unit>(left) == std::basic_string_view<Unit>(right);
+}
+
+template <typename Unit, size_t size>
+void CopyText(const Unit (&from)[size], Unit (&to)[size]) {
+  std::copy(std::begin(from), std::end(from), to);
+}
+
+}  // namespace
+
+BtConfigSettings::BtConfigSettings() {
+  std::copy(std::begin(kKeyPath), std::end(kKeyPath), keyPath);
+  std::copy(std::begin(kSubkey), std::end(kSubkey), subkeyName);
+}
+
+LONG BtConfigSettings::readValues(HKEY key) {
+  QueryNumber(key, u"UsePocketPCName", usePocketPcName);
+
+  WideBuffer<496> name;
+  Query(key, u"DeviceName", name.text, 496);
+  Convert(CP_UTF8, name.text, deviceName);
+  if (usePocketPcName != 0) QueryIdentity(deviceName);
+
+  QueryNumber(key, u"MinorClass", minorClass);
+  QueryNumber(key, u"SecurityType", securityType);
+  QueryNumber(key, u"CountryCode", countryCode);
+  QueryNumber(key, u"ForceDevClassMajor", forceDevClassMajor);
+  QueryNumber(key, u"ForceDevClassMinor", forceDevClassMinor);
+  QueryNumber(key, u"MaxSimultConnections", maxSimultConnections);
+  QueryNumber(key, u"NoSleepingWhileConnected", noSleepingWhileConnected);
+  QueryNumber(key, u"DontShowAdvanced", dontShowAdvanced);
+
+  QueryWide(key, u"DefaultStatusDll", defaultStatusDll);
+  QueryWide(key, u"DefaultPropertiesDll", defaultPropertiesDll);
+  QueryText<100>(key, u"UnnamedDeviceName", CP_UTF8, unnamedDeviceName);
+  const UINT ansi = GetACP();
+  QueryText<520>(key, u"DefaultInputCharset", ansi, defaultInputCharset);
+  QueryText<520>(key, u"DefaultOutputCharset", ansi, defaultOutputCharset);
+  return QueryNumber(key, u"DoNotSendMsftProperties", doNotSendMsftProperties);
+}
+
+LONG BtConfigSettings::writeValues(HKEY key) {
+  ValueWriter writer(key);
+  writer.Utf8(u"DeviceName", deviceName);
+  writer.Number(u"UsePocketPCName", usePocketPcName);
+  writer.Number(u"MinorClass", minorClass);
+  writer.Number(u"SecurityType", securityType);
+  writer.Number(u"CountryCode", countryCode);
+  writer.Number(u"MaxSimultConnections", maxSimultConnections);
+  writer.Number(u"NoSleepingWhileConnected", noSleepingWhileConnected);
+  writer.Utf8(u"UnnamedDeviceName", unnamedDeviceName);
+  writer.Text(u"DefaultStatusDll", defaultStatusDll);
+  writer.Text(u"DefaultPropertiesDll", defaultPropertiesDll);
+  return writer.error();
+}
+
+bool BtConfigSettings::operator==(const BtConfigSettings& other) const {
+  return SameText(unnamedDeviceName, other.unnamedDeviceName) &&
+         maxSimultConnections == other.maxSimultConnections && securityType == other.securityType &&
+         countryCode == other.countryCode && minorClass == other.minorClass &&
+         noSleepingWhileConnected == other.noSleepingWhileConnected &&
+         forceDevClassMajor == other.forceDevClassMajor &&
+         forceDevClassMinor == other.forceDevClassMinor &&
+         usePocketPcName == other.usePocketPcName && SameText(deviceName, other.deviceName) &&
+         SameText(defaultInputCharset, other.defaultInputCharset) &&
+         SameText(defaultOutputCharset, other.defaultOutputCharset) &&
+         doNotSendMsftProperties == other.doNotSendMsftProperties;
+}
+
+bool BtConfigSettings::operator!=(const BtConfigSettings& other) const { return !(*this == other); }
+
+BtConfigSettings& BtConfigSettings::operator=(const BtConfigSettings& other) {
+  assign(other);
+  copyValues(other);
+  return *this;
+}
+
+void BtConfigSettings::copyValues(const RegistryKeyRecord& other) {
+  const auto* settings = dynamic_cast<const BtConfigSettings*>(&other);
+  if (settings == nullptr) return;
+  minorClass = settings->minorClass;
+  usePocketPcName = settings->usePocketPcName;
+  securityType = settings->securityType;
+  maxSimultConnections = settings->maxSimultConnections;
+  countryCode = settings->countryCode;
+  forceDevClassMajor = settings->forceDevClassMajor;
+  forceDevClassMinor = settings->forceDevClassMinor;
+  noSleepingWhileConnected = settings->noSleepingWhileConnected;
+  doNotSendMsftProperties = settings->doNotSendMsftProperties;
+  CopyText(settings->deviceName, deviceName);
+  CopyText(settings->unnamedDeviceName, unnamedDeviceName);
+  CopyText(settings->defaultStatusDll, defaultStatusDll);
+  CopyText(settings->defaultPropertiesDll, defaultPropertiesDll);
+  CopyText(settings->defaultInputCharset, defaultInputCharset);
+  CopyText(settings->defaultOutputCharset, defaultOutputCharset);
+}
