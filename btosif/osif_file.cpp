@@ -1,0 +1,213 @@
+#include "btosif/osif_file.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "btosif/osif_util/charset.h"
+#include "config/trace.h"
+#include "platform/api/codepage.h"
+#include "platform/api/files.h"
+
+namespace {
+
+constexpr size_t kFirstWindow = 64 * 1024;
+constexpr uint32_t kEndOfFileMark = 0xFFFFFFFF;
+constexpr WCHAR kTempPrefix[] = {'z', 'u', 'l', 0};
+constexpr DWORD kTempFolderRoom = 256;
+
+// A wide name as the trace shows it.
+std::string Shown(const WCHAR* name) {
+  return name == nullptr ? "(null)" : TextToMultiByte(NativeCodePage(), name);
+}
+
+int Failed(const char* format) {
+  OSIF_Trace(0, format, GetLastError());
+  return 1;
+}
+
+// A peer names files too: only the last part of a path counts, and never one that names a folder.
+std::string_view LastPart(std::string_view name) {
+  const size_t separator = name.find_last_of("/\\:");
+  if (separator != std::string_view::npos) name.remove_prefix(separator + 1);
+  return name == "." || name == ".." ? std::string_view() : name;
+}
+
+int UniqueTempFilename(const WCHAR* folder, WCHAR* path) {
+  if (GetTempFileNameW(folder, kTempPrefix, 0, path) == 0) {
+    return Failed("OSIF: FILE_TempFilename; FILE error (%d)");
+  }
+  return 0;
+}
+
+}  // namespace
+
+void OsifStream::Free::operator()(char* bytes) const { std::free(bytes); }
+
+void OsifStream::ForgetWindow() {
+  begin_ = 0;
+  end_ = 0;
+  at_end_ = false;
+}
+
+// Moves the bytes to the front of the window, and makes it larger when they fill it.
+bool OsifStream::MakeRoom() {
+  if (begin_ > 0) {
+    std::memmove(window_.get(), window_.get() + begin_, end_ - begin_);
+    end_ -= begin_;
+    begin_ = 0;
+  }
+  if (end_ < room_) return true;
+  const size_t room = room_ == 0 ? kFirstWindow : room_ * 2;
+  auto* larger = static_cast<char*>(std::realloc(window_.get(), room));
+  if (larger == nullptr) return false;
+  static_cast<void>(window_.release());
+  window_.reset(larger);
+  room_ = room;
+  return true;
+}
+
+OsifStream::Ahead OsifStream::ReadAhead() {
+  if (file_ == nullptr) return Ahead::kEnd;
+  if (end_ == room_ && !MakeRoom()) return Ahead::kNoMemory;
+  const size_t count = std::fread(window_.get() + end_, 1, room_ - end_, file_.get());
+  end_ += count;
+  if (count == 0) at_end_ = true;
+  return count == 0 ? Ahead::kEnd : Ahead::kMore;
+}
+
+int FILE_Open(OsifStream& stream, const WCHAR* name, const WCHAR* mode, LineEnd line_end) {
+  stream = OsifStream();
+  stream.line_end_ = line_end;
+  if (name != nullptr) stream.file_.reset(_wfopen(name, mode));
+  if (stream.is_open()) return 0;
+  OSIF_Trace(0, "OSIF:  Unable to open file '%S' in mode '%S'", name, mode);
+  return 1;
+}
+
+bool FILE_Exists(const WCHAR* name) {
+  FILE* file = _wfopen(name, u"rb");
+  if (file != nullptr) std::fclose(file);
+  return file != nullptr;
+}
+
+int FILE_Close(OsifStream& stream, const WCHAR* name) {
+  if (!stream.is_open()) return 0;
+  const int result = std::fclose(stream.file_.release());
+  stream = OsifStream();
+  if (result == 0) return 0;
+  OSIF_Trace(0, "OSIF:  Unable to close file '%s'", Shown(name).c_str());
+  return 1;
+}
+
+int FILE_ReadLine(char (&buffer)[kLineRoom], OsifStream& stream) {
+  size_t length;
+  for (;;) {
+    const std::string_view ahead = stream.Window().substr(0, kLineRoom - 1);
+    const size_t line_feed = ahead.find('\n');
+    length = line_feed == std::string_view::npos ? ahead.size() : line_feed + 1;
+    if (line_feed != std::string_view::npos || length == kLineRoom - 1) break;
+    if (stream.ReadAhead() != OsifStream::Ahead::kMore) break;
+  }
+  if (length == 0) return 1;
+  const std::string_view bytes = stream.Window().substr(0, length);
+  const std::string_view line = bytes.substr(0, bytes.find_first_of(std::string_view("\n\r\0", 3)));
+  line.copy(buffer, line.size());
+  buffer[line.size()] = '\0';
+  stream.Skip(length);
+  return 0;
+}
+
+int FILE_Write(OsifStream& stream, std::string_view bytes) {
+  if (!stream.is_open()) return 1;
+  // A stream that was read from must be positioned before it is written to.
+  int64_t position = 0;
+  FILE_Tell(&position, stream);
+  if (stream.end_ > 0 && FILE_Seek(stream, position) != 0) return 1;
+  return std::fwrite(bytes.data(), 1, bytes.size(), stream.file()) == bytes.size() ? 0 : 1;
+}
+
+int FILE_WriteLine(OsifStream& stream, std::string_view text) {
+  if (FILE_Write(stream, text) != 0) return 1;
+  return FILE_Write(stream, stream.line_end() == LineEnd::kCrLf ? "\r\n" : "\n");
+}
+
+int FILE_Flush(OsifStream& stream) {
+  return stream.is_open() && std::fflush(stream.file()) == 0 ? 0 : 1;
+}
+
+int FILE_Tell(int64_t* position, const OsifStream& stream) {
+  const int64_t read_up_to = stream.is_open() ? ftello(stream.file()) : 0;
+  *position = read_up_to - static_cast<int64_t>(stream.end_ - stream.begin_);
+  return 0;
+}
+
+int FILE_Rewind(OsifStream& stream) { return FILE_Seek(stream, 0); }
+
+int FILE_SeekEnd(OsifStream& stream) {
+  if (!stream.is_open()) return 1;
+  stream.ForgetWindow();
+  return fseeko(stream.file(), 0, SEEK_END);
+}
+
+int FILE_Seek(OsifStream& stream, int64_t position) {
+  if (!stream.is_open()) return 1;
+  stream.ForgetWindow();
+  return fseeko(stream.file(), position, SEEK_SET);
+}
+
+int FILE_GetChar(uint32_t* character, OsifStream& stream) {
+  *character = kEndOfFileMark;
+  if (stream.Window().empty() && stream.ReadAhead() != OsifStream::Ahead::kMore) return 0;
+  *character = static_cast<unsigned char>(stream.Window().front());
+  stream.Skip(1);
+  return 0;
+}
+
+int FILE_Eof(const OsifStream& stream) { return stream.at_end_ ? 1 : 0; }
+
+int FILE_Error(const OsifStream& stream) {
+  return stream.is_open() ? std::ferror(stream.file()) : 0;
+}
+
+int FILE_Rename(const WCHAR* old_name, const WCHAR* new_name) {
+  if (MoveFileW(old_name, new_name)) return 0;
+  const DWORD error = GetLastError();
+  OSIF_Trace(0, "OSIF:  Unable to rename file (old=%s, new=%s)", Shown(old_name).c_str(),
+             Shown(new_name).c_str());
+  OSIF_Trace(0, "OSIF:  Error: 0x%08x", error);
+  return 1;
+}
+
+int FILE_Remove(const WCHAR* name) {
+  if (DeleteFileW(name)) return 0;
+  const DWORD error = GetLastError();
+  OSIF_Trace(0, "OSIF:  Unable to remove file (file=%S)", name);
+  OSIF_Trace(0, "OSIF:  Error: 0x%08x", error);
+  return 1;
+}
+
+int FILE_TempFilename(const char* wanted_name, WCHAR* path) {
+  if (path == nullptr) {
+    OsifAssert("ASSERT at %s line %d\n", __FILE__, __LINE__);
+    return 1;
+  }
+  path[0] = 0;
+  WCHAR folder[kTempFolderRoom + 1] = {};
+  const DWORD length = GetTempPathW(kTempFolderRoom, folder);
+  if (length == 0 || length > kTempFolderRoom) {
+    return Failed("OSIF: FILE_TempFilename; PATH error (%d)");
+  }
+  const std::string_view name = wanted_name == nullptr ? "" : LastPart(wanted_name);
+  if (name.empty()) return UniqueTempFilename(folder, path);
+
+  const WideText wide_name = MultiByteToText(NativeCodePage(), name).substr(0, kTempFolderRoom);
+  const WideText full = folder + wide_name;
+  full.copy(path, full.size());
+  path[full.size()] = 0;
+  return 0;
+}
+
+void OsifAssert(const char* format, const char* source_file, int line) {
+  OSIF_Trace(0, format, source_file, line);
+}

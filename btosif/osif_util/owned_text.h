@@ -1,0 +1,23 @@
+// Memory of the record's lists and texts. It comes from the platform's heap, because callers of the C
+// interface and the library both hold it.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+
+// Zero-filled memory; null for a size of 0 and when memory is short.
+void* OsifAlloc(size_t size);
+
+// Releases what OsifAlloc gave; null is ignored.
+void OsifFree(void* memory);
+
+struct OsifFreeDeleter {
+  void operator()(void* memory) const { OsifFree(memory); }
+};
+
+// A zero-terminated narrow text that its holder owns; null when memory was short.
+using OwnedText = std::unique_ptr<char, OsifFreeDeleter>;
+
+// A copy of a text, terminated. Null when memory is short.
+OwnedText CopyText(std::string_view text);
