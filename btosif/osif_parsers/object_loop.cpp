@@ -1,0 +1,34 @@
+#include "btosif/osif_parsers/object_loop.h"
+
+#include "btosif/osif_util/ascii.h"
+#include "btosif/osif_util/decimal_number.h"
+
+void ObjectDelivery::Deliver(OsifResult object_result) {
+  Add(object_result);
+  if (callback_ != nullptr) callback_(store_id_, object_.get(), result_, context_);
+  Clear();
+}
+
+bool IsType(std::string_view value, std::string_view word) {
+  size_t matched = 0;
+  for (const char c : value) {
+    if (c == ' ' || c == '\t') continue;
+    if (matched == word.size() || AsciiUpper(c) != word[matched]) return false;
+    ++matched;
+  }
+  return matched == word.size();
+}
+
+bool IsSupportedVersion(std::string_view version, double newest) {
+  const double number = DecimalNumber(version);
+  return number != 0 && number <= newest;
+}
+
+bool ReadPropertyOf(OsifStream& stream, PropertyLine& line, const char* blank_line_message,
+                    OsifResult& result) {
+  const PropertyLine::Kind kind = line.Read(stream);
+  if (kind == PropertyLine::Kind::kProperty) return true;
+  if (kind == PropertyLine::Kind::kBlank) OSIF_Trace(0, blank_line_message);
+  result = OSIF_PARSE_WARNING;
+  return false;
+}

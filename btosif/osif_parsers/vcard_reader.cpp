@@ -1,0 +1,200 @@
+#include "btosif/osif_parsers/vcard_reader.h"
+
+#include <array>
+
+#include "btosif/osif_parsers/object_loop.h"
+#include "btosif/osif_parsers/property_line.h"
+#include "btosif/osif_parsers/property_table.h"
+#include "btosif/osif_util/ascii.h"
+#include "btosif/osif_util/property_value.h"
+#include "config/trace.h"
+
+namespace {
+
+constexpr double kNewestVersion = 2.1;
+constexpr std::string_view kAssumedVersion = "2.1";
+constexpr std::string_view kAssistantParam = "X-ASSISTANT";
+constexpr size_t kPropertyCount = 25;
+constexpr const char* kBlankLine = "OSIF:  Warning - Parser encounted a blank line in vCard";
+constexpr const char* kNoBegin = "OSIF:  Error - vCard does not have a BEGIN tag";
+
+struct PropertyRow {
+  std::string_view name;
+  VCardProperty property;
+  PropertyValue* OsifContact::*list;  // where its values go; null for what is no list
+  size_t components;
+};
+
+constexpr PropertyRow kProperties[] = {
+    {"BEGIN", VCardProperty::kBegin, nullptr, 0},
+    {"X-IRMC-LUID", VCardProperty::kLuid, nullptr, 0},
+    {"VERSION", VCardProperty::kVersion, nullptr, 0},
+    {"N", VCardProperty::kN, &OsifContact::n, 5},
+    {"FN", VCardProperty::kFn, &OsifContact::fn, 1},
+    {"BDAY", VCardProperty::kBday, &OsifContact::bday, 1},
+    {"ADR", VCardProperty::kAdr, &OsifContact::adr, 7},
+    {"ORG", VCardProperty::kOrg, &OsifContact::org, 2},
+    {"TITLE", VCardProperty::kTitle, &OsifContact::title, 1},
+    {"TEL", VCardProperty::kTel, &OsifContact::tel, 1},
+    {"URL", VCardProperty::kUrl, &OsifContact::url, 1},
+    {"EMAIL", VCardProperty::kEmail, &OsifContact::email, 1},
+    {"END", VCardProperty::kEnd, nullptr, 0},
+    {"NOTE", VCardProperty::kNote, &OsifContact::note, 1},
+    {"NICKNAME", VCardProperty::kNickname, &OsifContact::nickname, 1},
+    {"ROLE", VCardProperty::kRole, &OsifContact::role, 1},
+    {"X-SPOUSE", VCardProperty::kSpouse, &OsifContact::xSpouse, 1},
+    {"SPOUSE", VCardProperty::kSpouse, &OsifContact::xSpouse, 1},
+    {"X-CHILDREN", VCardProperty::kChildren, &OsifContact::xChildren, 1},
+    {"CHILDREN", VCardProperty::kChildren, &OsifContact::xChildren, 1},
+    {"X-ASSISTANT", VCardProperty::kAssistant, &OsifContact::xAssistant, 1},
+    {"X-MICROSOFT-ASSISTANT", VCardProperty::kAssistant, &OsifContact::xAssistant, 1},
+    {"X-ANNIVERSARY", VCardProperty::kAnniversary, &OsifContact::xAnniversary, 1},
+    {"ANNIVERSARY", VCardProperty::kAnniversary, &OsifContact::xAnniversary, 1},
+    {"X-CAT", VCardProperty::kCategories, &OsifContact::xCat, 1},
+    {"CATEGORIES", VCardProperty::kCategories, &OsifContact::xCat, 1},
+    {"DEPT", VCardProperty::kDepartment, &OsifContact::org, 2},
+    {"X-MICROSOFT-ASST_TEL", VCardProperty::kAssistantTelephone, &OsifContact::tel, 1},
+    {"X-MICROSOFT-OFFICELOC", VCardProperty::kOfficeLocation, &OsifContact::xMicrosoftOfficeloc, 1},
+};
+
+// Reads the properties of one vCard into a record.
+class CardReader {
+ public:
+  CardReader(OsifStream& stream, OsifObject& object) : stream_(stream), object_(object) {}
+
+  OsifResult Read();
+
+ private:
+  void TakeProperty();
+  void TakeAtDepthOne(const PropertyRow& row);
+  void TakeVersion();
+  void AppendValue(const PropertyRow& row, std::string_view params);
+  PropertyValue* FirstOrganisation();
+  OsifResult Finish();
+
+  OsifStream& stream_;
+  OsifObject& object_;
+  PropertyLine line_;
+  std::array<PropertyValue*, kPropertyCount> last_values_{};  // of each property's list
+  OsifResult result_ = OSIF_PARSE_OK;
+  size_t depth_ = 1;
+  bool has_version_ = false;
+  bool has_name_ = false;
+  bool is_done_ = false;
+};
+
+OsifResult CardReader::Read() {
+  if (!line_.has_buffers()) return OSIF_ERR_NO_MEMORY;
+  while (!is_done_ && !FILE_Eof(stream_)) {
+    if (ReadPropertyOf(stream_, line_, kBlankLine, result_)) TakeProperty();
+  }
+  return Finish();
+}
+
+void CardReader::TakeProperty() {
+  const PropertyRow* row = FindRow(kProperties, line_.name());
+  if (row == nullptr) {
+    OSIF_Trace(0, "OSIF:  Warning - Parser encountered unknown property: '%s'",
+               line_.name().data());
+    result_ = OSIF_PARSE_WARNING;
+    return;
+  }
+  switch (row->property) {
+    case VCardProperty::kBegin:
+      ++depth_;
+      return;
+    case VCardProperty::kEnd:
+      is_done_ = depth_ == 1;
+      --depth_;
+      return;
+    case VCardProperty::kN:
+      has_name_ = true;
+      break;
+    default:
+      break;
+  }
+  if (depth_ == 1) TakeAtDepthOne(*row);
+}
+
+void CardReader::TakeAtDepthOne(const PropertyRow& row) {
+  switch (row.property) {
+    case VCardProperty::kLuid:
+      CopyBounded(object_.xIrmcLuid, line_.value());
+      break;
+    case VCardProperty::kVersion:
+      TakeVersion();
+      break;
+    case VCardProperty::kOrg:
+      if (PropertyValue* organisation = FirstOrganisation()) {
+        PropertyValue_Parse(line_.value(), line_.params(), row.components, *organisation);
+      }
+      break;
+    case VCardProperty::kDepartment:
+      PropertyValue_SetComponent(FirstOrganisation(), CopyText(line_.value()), 1);
+      break;
+    case VCardProperty::kAssistantTelephone:
+      AppendValue(row, kAssistantParam);
+      break;
+    default:
+      AppendValue(row, line_.params());
+      break;
+  }
+}
+
+void CardReader::TakeVersion() {
+  has_version_ = true;
+  CopyBounded(object_.version, line_.value());
+  if (IsSupportedVersion(object_.version, kNewestVersion)) return;
+  OSIF_Trace(0, "OSIF:  Error - vCard version '%s' is not supported", object_.version);
+  result_ = OSIF_PARSE_ERROR;
+  is_done_ = true;
+}
+
+void CardReader::AppendValue(const PropertyRow& row, std::string_view params) {
+  PropertyValue*& last = last_values_[static_cast<size_t>(row.property)];
+  PropertyValue* value = PropertyValue_Append(object_.contact.*row.list, last);
+  if (value != nullptr) PropertyValue_Parse(line_.value(), params, row.components, *value);
+}
+
+PropertyValue* CardReader::FirstOrganisation() {
+  PropertyValue*& organisation = object_.contact.org;
+  return organisation != nullptr ? organisation : PropertyValue_Append(organisation);
+}
+
+OsifResult CardReader::Finish() {
+  if (!has_version_) {
+    OSIF_Trace(0, "OSIF:  WARNING - vCard missing VERSION property.  Assuming '2.1'.");
+    CopyBounded(object_.version, kAssumedVersion);
+  }
+  if (!has_name_ || !is_done_) {
+    OSIF_Trace(0,
+               "OSIF:  Error - vCard missing END tago or does not contain required VERSION or N "
+               "properties");
+    result_ = OSIF_PARSE_ERROR;
+  }
+  return result_;
+}
+
+}  // namespace
+
+VCardProperty PropertyIndex(std::string_view name) {
+  const PropertyRow* row = FindRow(kProperties, name);
+  return row == nullptr ? VCardProperty::kUnknown : row->property;
+}
+
+OsifResult VCard_ReadOne(OsifStream& stream, OsifObject& object) {
+  return CardReader(stream, object).Read();
+}
+
+OsifResult VCard_ReadFile(OsifStream& stream, OsifReadCallback callback, void* context) {
+  ObjectDelivery delivery(OSIF_STORE_PB, callback, context);
+  // What a BEGIN line names is not looked at here.
+  const auto begins = [](const PropertyLine& line) {
+    return PropertyIndex(line.name()) == VCardProperty::kBegin;
+  };
+  return ReadEachObject(stream, delivery, kNoBegin, begins, [&](PropertyLine&) {
+    const OsifResult result = VCard_ReadOne(stream, delivery.object());
+    if (IsRead(result)) delivery.Deliver(result);
+    return result;
+  });
+}

@@ -1,0 +1,177 @@
+#include "btosif/osif_parsers/vmessage_content.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "btosif/osif_util/ascii.h"
+#include "btosif/osif_util/charset.h"
+#include "btosif/osif_util/owned_text.h"
+#include "config/trace.h"
+#include "platform/api/win_types.h"
+
+namespace {
+
+constexpr std::string_view kClosing = "--";
+
+// ---- Parameters of a content type -------------------------------------------------------------------
+
+// Behind the word, which is given in upper case, in any case; nothing when the text does not contain it.
+std::optional<std::string_view> Behind(std::string_view text, std::string_view word) {
+  const auto found = std::search(text.begin(), text.end(), word.begin(), word.end(),
+                                 [](char a, char b) { return AsciiUpper(a) == b; });
+  if (found == text.end()) return std::nullopt;
+  return text.substr(static_cast<size_t>(found - text.begin()) + word.size());
+}
+
+std::string_view WithoutLeadingBlanks(std::string_view text) {
+  return text.substr(std::min(text.find_first_not_of(" \t"), text.size()));
+}
+
+// A value in quotes up to the closing one, else up to one of the delimiters; in both cases at most to the end.
+std::string ParameterValue(std::string_view text, const char* delimiters) {
+  text = WithoutLeadingBlanks(text);
+  if (text.starts_with('"')) {
+    text.remove_prefix(1);
+    delimiters = "\"";
+  }
+  return std::string(text.substr(0, text.find_first_of(delimiters)));
+}
+
+// A name is a peer's word: what it says of folders does not count.
+std::string LastPart(const std::string& name) {
+  const size_t separator = name.find_last_of("/\\:");
+  const std::string last = separator == std::string::npos ? name : name.substr(separator + 1);
+  return last == "." || last == ".." ? std::string() : last;
+}
+
+// ---- Attachments ------------------------------------------------------------------------------------
+
+bool FitsIntoPart(const WCHAR* path) {
+  if (WideView(path).size() < std::extent_v<decltype(MessagePart::attachmentFile)>) return true;
+  OSIF_Trace(0, "OSIF: FILE_TempFilename; PATH error (%d)", ERROR_BUFFER_OVERFLOW);
+  return false;
+}
+
+// Makes the path of an attachment's file: of the wanted name, or of a unique one where there is none or a
+// file has it already, so that no record takes another's. 1 when there is none that fits into a part.
+int MakePath(const std::string& name, WCHAR (&path)[kTempPathRoom]) {
+  if (!name.empty()) {
+    if (FILE_TempFilename(name.c_str(), path) != 0) return 1;
+    if (!FILE_Exists(path)) return FitsIntoPart(path) ? 0 : 1;
+  }
+  if (FILE_TempFilename(nullptr, path) != 0) return 1;
+  if (FitsIntoPart(path)) return 0;
+  FILE_Remove(path);
+  return 1;
+}
+
+// Opens the file of an attachment. From then on the part names it, and removes it when it is released.
+OsifResult OpenAttachment(const std::string& name, MessagePart& part, OsifStream& file) {
+  WCHAR path[kTempPathRoom] = {};
+  if (MakePath(name, path) != 0) return OSIF_ERR_GENERAL;
+  if (FILE_Open(file, path, u"w", LineEnd::kCrLf) != 0) {
+    if (FILE_Exists(path)) FILE_Remove(path);  // a unique name was made together with its file
+    return OSIF_ERR_FILE_OPEN;
+  }
+  std::ranges::copy(WideView(path), part.attachmentFile);
+  return OSIF_PARSE_OK;
+}
+
+// ---- Lines of a content -----------------------------------------------------------------------------
+
+bool IsClosing(std::string_view line, std::string_view terminator) {
+  return line.size() == terminator.size() + kClosing.size() && line.ends_with(kClosing);
+}
+
+// Hands each line before the terminator to `take`.
+template <typename Take>
+ContentEnd ReadLines(OsifStream& stream, std::string_view terminator, Take take) {
+  for (std::string_view line;;) {
+    switch (ReadRawLine(stream, line)) {
+      case RawLine::kRead:
+        break;
+      case RawLine::kEnd:
+        OSIF_Trace(0, "OSIF:  Error - reached EOF while parsing CONTENT of vMsg");
+        return {OSIF_PARSE_ERROR};
+      case RawLine::kNoMemory:
+        return {OSIF_ERR_NO_MEMORY};
+    }
+    if (line.starts_with(terminator)) return {OSIF_PARSE_OK, IsClosing(line, terminator)};
+    take(line);
+  }
+}
+
+ContentEnd ReadText(OsifStream& stream, std::string_view terminator, MessagePart& part) {
+  std::string text;
+  ContentEnd end = ReadLines(stream, terminator, [&](std::string_view line) {
+    const bool has_soft_break = line.ends_with('=');
+    if (has_soft_break) line.remove_suffix(1);
+    text += line;
+    if (!has_soft_break) text += '\n';
+  });
+  if (end.result != OSIF_PARSE_OK) return end;
+  part.bodyText = CopyText(text).release();
+  if (part.bodyText == nullptr) end.result = OSIF_ERR_NO_MEMORY;
+  return end;
+}
+
+ContentEnd ReadAttachment(OsifStream& stream, std::string_view terminator, const std::string& name,
+                          MessagePart& part) {
+  OsifStream file;
+  const OsifResult opened = OpenAttachment(name, part, file);
+  if (opened != OSIF_PARSE_OK) return {opened};
+  int failed = 0;
+  ContentEnd end = ReadLines(stream, terminator,
+                             [&](std::string_view line) { failed |= FILE_WriteLine(file, line); });
+  failed |= FILE_Close(file, part.attachmentFile);
+  if (end.result == OSIF_PARSE_OK && failed != 0) end.result = OSIF_ERR_FILE_OPEN;
+  return end;
+}
+
+}  // namespace
+
+RawLine ReadRawLine(OsifStream& stream, std::string_view& line) {
+  size_t size;
+  for (size_t from = 0;;) {
+    const std::string_view window = stream.Window();
+    const size_t line_feed = window.find('\n', from);
+    size = line_feed == std::string_view::npos ? window.size() : line_feed + 1;
+    if (line_feed != std::string_view::npos) break;
+    from = size;
+    const OsifStream::Ahead ahead = stream.ReadAhead();
+    if (ahead == OsifStream::Ahead::kNoMemory) return RawLine::kNoMemory;
+    if (ahead == OsifStream::Ahead::kEnd) break;
+  }
+  if (size == 0) return RawLine::kEnd;
+  line = stream.Window().substr(0, size);
+  if (line.ends_with('\n')) line.remove_suffix(1);
+  line = line.substr(0, line.find('\r'));
+  line = line.substr(0, line.find('\0'));
+  stream.Skip(size);
+  return RawLine::kRead;
+}
+
+std::optional<std::string> MultipartBoundary(std::string_view content_type) {
+  std::optional<std::string_view> rest = Behind(content_type, "MULTIPART");
+  while (rest && (rest = Behind(*rest, "BOUNDARY"))) {
+    const std::string_view value = WithoutLeadingBlanks(*rest);
+    if (value.starts_with('=')) return ParameterValue(value.substr(1), "; \t");
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> AttachmentName(std::string_view content_type) {
+  const std::optional<std::string_view> value = Behind(content_type, "NAME=");
+  if (!value) return std::nullopt;
+  return LastPart(ParameterValue(*value, " \t"));
+}
+
+ContentEnd ReadContent(OsifStream& stream, std::string_view terminator, MessagePart& part) {
+  const std::optional<std::string> name = AttachmentName(part.contentType);
+  return name ? ReadAttachment(stream, terminator, *name, part)
+              : ReadText(stream, terminator, part);
+}
+
+ContentEnd SkipContent(OsifStream& stream, std::string_view terminator) {
+  return ReadLines(stream, terminator, [](std::string_view) {});
+}

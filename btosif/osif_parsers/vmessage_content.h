@@ -1,0 +1,41 @@
+// The content of a message's part, read as it is: lines are not unfolded and nothing is decoded but soft
+// line breaks (RFC 2045, section 6.7).
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "btosif/osif_file.h"
+#include "osif.h"
+
+enum class RawLine { kRead, kEnd, kNoMemory };
+
+// The next physical line, without its line end: cut at its first carriage return or zero byte. Valid until
+// the next read from the stream. kEnd at the end of the file.
+RawLine ReadRawLine(OsifStream& stream, std::string_view& line);
+
+// What is between the parts of a multipart content: the value of the boundary parameter, which may be empty
+// (RFC 2046, section 5.1.1); nothing when the type is not multipart or has none.
+std::optional<std::string> MultipartBoundary(std::string_view content_type);
+
+// The value of the name parameter, the last part of it where it is a path; empty for one that names no file.
+// Nothing when the type has no name: its content is no attachment.
+std::optional<std::string> AttachmentName(std::string_view content_type);
+
+// How reading a content ended.
+struct ContentEnd {
+  OsifResult
+      result;  // OSIF_PARSE_OK when the terminator line was reached, else what ReadContent tells
+  bool is_closing = false;  // the terminator line had "--" behind the terminator: no part follows
+};
+
+// Reads content up to a line that begins with the terminator: into the file of an attachment when the part's
+// type has a name, else into the part's text, in which each line ends with a line feed.
+//
+// OSIF_PARSE_ERROR when the file ends first; OSIF_ERR_GENERAL, OSIF_ERR_FILE_OPEN and OSIF_ERR_NO_MEMORY as
+// VMessage_ReadBody. After a failure no attachment file is left that the part does not name.
+ContentEnd ReadContent(OsifStream& stream, std::string_view terminator, MessagePart& part);
+
+// Reads past content up to such a line.
+ContentEnd SkipContent(OsifStream& stream, std::string_view terminator);
