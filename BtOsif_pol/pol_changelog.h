@@ -1,0 +1,45 @@
+// The change log of each store: what changed since a partner's anchor. docs/synchronisation.md tells how a
+// service uses it. Module-wide, without a lock: callers serialise.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "osif.h"
+
+// The kinds of a change.
+inline constexpr char kChangeModified = 'M';  // also for a new object
+inline constexpr char kChangeDeleted = 'H';
+
+// A change that the library has made in a store.
+struct LibraryChange {
+  char kind;
+  const char* id;                    // as the caller gave or gets it
+  uint32_t oid = 0;                  // of a PIM item
+  std::optional<uint32_t> checksum;  // of a PIM item as it was saved
+};
+
+// Appends the change to the store's log and gives its anchor, so that the partner's own change is not sent
+// back to it. A closed log gives a zero anchor and OSIF_ERR_CL_NOT_OPENED. Nothing is done, with OSIF_OK,
+// when `anchor` is null: the change is then found by comparing at the next open.
+OsifResult pol_RecordChange(int32_t store_id, const LibraryChange& change, OsifAnchor* anchor);
+
+// True while the store's log is open.
+bool pol_IsLogOpen(int32_t store_id);
+
+// Opens the store's log in a folder and appends what was changed in the store since the last close.
+OsifResult POL_CL_Open(int32_t store_id, const WCHAR* path);
+
+// Closes the log, purges it, and saves the snapshot of what it tells. The log stays open without a session.
+OsifResult POL_CL_Close(int32_t store_id);
+
+// The anchor of the newest entry; the caller has cleared it.
+OsifResult POL_CL_GetCurrentAnchor(int32_t store_id, OsifAnchor* anchor);
+
+// The first entry after the anchor that no later one replaces; OSIF_ERR_CL_GAP with the entry when entries
+// behind the anchor were purged; OSIF_ERR_EOF when there is none.
+OsifResult POL_CL_GetFirstEntry(int32_t store_id, const OsifAnchor* anchor, ChangeLogEntry* entry);
+OsifResult POL_CL_GetNextEntry(int32_t store_id, ChangeLogEntry* entry);
+
+// The store's database id, made when there is none yet.
+OsifResult POL_CL_GetDatabaseId(int32_t store_id, char* id);

@@ -1,0 +1,218 @@
+#include "BtOsif_pol/pol_snapshot.h"
+
+#include <zlib.h>
+
+#include <charconv>
+#include <cstdio>
+#include <string_view>
+
+#include "BtOsif_pol/pol_item_properties.h"
+#include "btosif/osif_file.h"
+#include "btosif/osif_util/change_log_file.h"
+#include "config/trace.h"
+#include "platform/api/bstr.h"
+#include "platform/api/com_ptr.h"
+
+namespace {
+
+// A running Adler-32 checksum.
+class Checksum {
+ public:
+  // zlib's routine starts anew for an absent text, so that only what follows it counts. Stored snapshots
+  // rely on that.
+  void Feed(const Bstr& text) { Feed(text.get(), text.size() * sizeof(OLECHAR)); }
+  void Feed(DATE date) { Feed(&date, sizeof date); }
+
+  uint32_t value() const { return static_cast<uint32_t>(value_); }
+
+ private:
+  void Feed(const void* bytes, size_t size) {
+    value_ = adler32_z(value_, static_cast<const Bytef*>(bytes), size);
+  }
+
+  uLong value_ = 1;
+};
+
+bool Failed(const char* format, HRESULT result) {
+  OSIF_Trace(0, format, result);
+  return false;
+}
+
+// The number that fills the text from its start on; false for a text that does not begin with one.
+bool ReadNumber(std::string_view text, int base, uint32_t* number) {
+  return std::from_chars(text.data(), text.data() + text.size(), *number, base).ec == std::errc();
+}
+
+// Adds one item of a folder. Folders of another kind add nothing.
+void AddItem(CPoomEntries& entries, int folder_type, IDispatch& item) {
+  if (folder_type != olFolderContacts) return;
+  IContact& contact = static_cast<IContact&>(item);
+  LONG oid = 0;
+  contact.get_Oid(&oid);
+  entries.put(static_cast<uint32_t>(oid), ContactChecksum(contact));
+}
+
+bool WriteEntry(OsifStream& log, uint32_t id, uint32_t checksum) {
+  char line[32];
+  std::snprintf(line, sizeof line, "%08x:%u", id, checksum);
+  return FILE_WriteLine(log, line) == 0;
+}
+
+// Puts a finished snapshot in the place of the one before.
+bool ReplaceObjectLog(const WideText& new_name, const WideText& name) {
+  return FILE_Remove(name.c_str()) == 0 && FILE_Rename(new_name.c_str(), name.c_str()) == 0;
+}
+
+}  // namespace
+
+uint32_t ContactChecksum(IContact& contact) {
+  Checksum checksum;
+  for (const ContactDate& property : kContactDates) {
+    DATE date = 0;
+    (contact.*property.get)(&date);
+    checksum.Feed(date);
+  }
+  for (const ContactText& property : kContactTexts) {
+    Bstr text;
+    (contact.*property.get)(text.put());
+    checksum.Feed(text);
+  }
+  return checksum.value();
+}
+
+void CPoomEntries::clear() { *this = CPoomEntries(); }
+
+bool CPoomEntries::first(uint32_t* id, uint32_t* checksum) {
+  cursor_ = 0;
+  return next(id, checksum);
+}
+
+bool CPoomEntries::next(uint32_t* id, uint32_t* checksum) {
+  while (cursor_ < entries_.size() && entries_[cursor_].is_removed) ++cursor_;
+  if (cursor_ == entries_.size()) return false;
+  *id = entries_[cursor_].id;
+  *checksum = entries_[cursor_].checksum;
+  ++cursor_;
+  return true;
+}
+
+bool CPoomEntries::find(uint32_t id, uint32_t* checksum) const {
+  const auto place = places_.find(id);
+  if (place == places_.end()) return false;
+  *checksum = entries_[place->second].checksum;
+  return true;
+}
+
+void CPoomEntries::append(uint32_t id, uint32_t checksum) {
+  places_.try_emplace(id, entries_.size());
+  entries_.push_back({id, checksum, false});
+}
+
+void CPoomEntries::put(uint32_t id, uint32_t checksum) {
+  if (const auto place = places_.find(id); place != places_.end()) {
+    entries_[place->second].checksum = checksum;
+  } else {
+    append(id, checksum);
+  }
+}
+
+void CPoomEntries::remove(uint32_t id) {
+  const auto place = places_.find(id);
+  if (place == places_.end()) return;
+  entries_[place->second].is_removed = true;
+  ++removed_;
+  places_.erase(place);
+}
+
+bool CPoomEntries::getFromPoom(int32_t store_id, IPOutlookApp* application) {
+  OSIF_Trace(0, "OSIF:  CPoomEntries::getFromPoom(store_id=%d, pPolApp=%p)", store_id,
+             static_cast<void*>(application));
+  clear();
+  if (application == nullptr) {
+    OSIF_Trace(0, "OSIF:  CPoomEntries::getFromPoom - Poom Interface not opened.");
+    return false;
+  }
+  switch (store_id) {
+    case OSIF_STORE_PB:
+      return getEntriesFromFolder(application, olFolderContacts);
+    case OSIF_STORE_CAL:
+      return getEntriesFromFolder(application, olFolderCalendar) &&
+             getEntriesFromFolder(application, olFolderTasks);
+    default:
+      OSIF_Trace(0, "OSIF:  CPoomEntries::getFromPoom - Invalid store ID: %d.", store_id);
+      return false;
+  }
+}
+
+bool CPoomEntries::getEntriesFromFolder(IPOutlookApp* application, int folder_type) {
+  OSIF_Trace(0, "OSIF:  CPoomEntries::getEntriesFromFolder(pPolApp=%p, olFolderType=%d)",
+             static_cast<void*>(application), folder_type);
+  ComPtr<IFolder> folder;
+  if (const HRESULT result = application->GetDefaultFolder(folder_type, folder.put());
+      FAILED(result)) {
+    return Failed("OSIF:  CPoomEntries::getEntriesFromFolder - GetDefaultFolder failed (0x%08x)",
+                  result);
+  }
+  ComPtr<IPOutlookItemCollection> items;
+  if (const HRESULT result = folder->get_Items(items.put()); FAILED(result)) {
+    return Failed("OSIF:  CPoomEntries::getEntriesFromFolder - get_Items failed (0x%08x)", result);
+  }
+  int count = 0;
+  if (FAILED(items->get_Count(&count))) return false;
+  for (int index = 1; index <= count; ++index) {
+    ComPtr<IDispatch> item;
+    if (FAILED(items->Item(index, item.put())) || !item) return false;
+    AddItem(*this, folder_type, *item);
+  }
+  return true;
+}
+
+bool CPoomEntries::getFromFile(int32_t store_id, WideView folder) {
+  OSIF_Trace(0, "OSIF:  CPoomEntries::getFromFile(store_id=%d, pszPath='%S')", store_id,
+             WideText(folder).c_str());
+  clear();
+  const WideText name = LogFileName(store_id, folder, "object");
+  const WideText new_name = LogFileName(store_id, folder, "newobject");
+  // A save that ended between removing the old file and renaming the new one left a finished new one.
+  if (!FILE_Exists(name.c_str()) && FILE_Exists(new_name.c_str())) {
+    FILE_Rename(new_name.c_str(), name.c_str());
+  }
+  OsifStream log;
+  if (FILE_Open(log, name.c_str(), u"r") != 0) return true;
+  char line[kLineRoom];
+  while (FILE_ReadLine(line, log) == 0) appendLine(line);
+  return true;
+}
+
+void CPoomEntries::appendLine(const char* line) {
+  const std::string_view text = line;
+  const size_t colon = text.find(':');
+  if (colon == std::string_view::npos) return;
+  uint32_t id = 0;
+  uint32_t checksum = 0;
+  if (!ReadNumber(text.substr(0, colon), 16, &id)) return;
+  if (!ReadNumber(text.substr(colon + 1), 10, &checksum)) return;
+  append(id, checksum);
+}
+
+bool CPoomEntries::saveToFile(int32_t store_id, WideView folder) const {
+  OSIF_Trace(0, "OSIF:  CPoomEntries::saveToFile(store_id=%d, pszPath='%S')", store_id,
+             WideText(folder).c_str());
+  const WideText name = LogFileName(store_id, folder, "object");
+  const WideText new_name = LogFileName(store_id, folder, "newobject");
+  OsifStream log;
+  // The new file counts as finished once the old one is gone, so there must be an old one first.
+  int opened = FILE_Exists(name.c_str()) ? 0 : FILE_Open(log, name.c_str(), u"w");
+  if (opened == 0) opened = FILE_Open(log, new_name.c_str(), u"w");
+  if (opened != 0) {
+    OSIF_Trace(0, "OSIF:  CPoomEntries::saveToFile - Couldn't open object log file (code=%d).",
+               opened);
+    return false;
+  }
+  bool is_written = true;
+  for (const Entry& entry : entries_) {
+    if (!entry.is_removed) is_written = is_written && WriteEntry(log, entry.id, entry.checksum);
+  }
+  if (FILE_Close(log, new_name.c_str()) != 0 || !is_written) return false;
+  return ReplaceObjectLog(new_name, name);
+}

@@ -1,0 +1,577 @@
+#include "BtOsif_pol/pol_search.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "BtOsif_pol/pol_dispatch.h"
+#include "tests/support/pol_fixture.h"
+
+namespace {
+
+using namespace support;
+
+constexpr int32_t kNoStores[] = {-1, 6, 0x7fffffff};
+
+// ---- Reading one object -----------------------------------------------------------------------------
+
+class PolGet : public PolTest {
+ protected:
+  void SetUp() override {
+    pim_.next_oid = 42;
+    pim_.Keep({{"LastName", u"Lee"}, {"FirstName", u"Ann"}});
+  }
+
+  int Get(const char* id, int32_t store_id = OSIF_STORE_PB) {
+    FreeObject(OSIF_STORE_PB, *object_);
+    return Code(POL_GetObjectById(store_id, id, object_.get()));
+  }
+
+  std::string TraceLine(int store_id, const char* id) {
+    char line[200];
+    std::snprintf(line, sizeof line, "OSIF:  POL_GetObjectById(store_id=%d, id='%s', pObject=%p)",
+                  store_id, id, static_cast<void*>(object_.get()));
+    return line;
+  }
+
+  OwnedObject object_{OSIF_STORE_PB};
+};
+
+TEST_F(PolGet, FillsTheRecord) {
+  Open();
+  EXPECT_EQ(Get("0000002a"), OSIF_OK);
+  EXPECT_EQ(ComponentText(object_->contact.n, 0), "Lee");
+  EXPECT_EQ(ComponentText(object_->contact.n, 1), "Ann");
+  EXPECT_STREQ(object_->xIrmcLuid, "0000002a");
+}
+
+TEST_F(PolGet, TellsStoreIdAndRecord) {
+  Open();
+  Get("2a");
+  EXPECT_EQ(Trace(), TraceLines({TraceLine(0, "2a")}));
+}
+
+TEST_F(PolGet, TellsAnAbsentIdToo) {
+  Open();
+  EXPECT_EQ(Get(nullptr), OSIF_ERR_INVALID_ID);
+  EXPECT_EQ(Trace(), TraceLines({TraceLine(0, "(null)")}));
+}
+
+TEST_F(PolGet, TakesTheIdInAnyHexadecimalForm) {
+  Open();
+  for (const char* id : {"0000002A", "2a", " 2a"}) EXPECT_EQ(Get(id), OSIF_OK) << id;
+  EXPECT_EQ(pim_.oids_asked, std::vector<LONG>({42, 42, 42}));
+}
+
+TEST_F(PolGet, RefusesAnIdThatIsNoNumberInEveryStoreButNotes) {
+  Open();
+  for (int32_t store_id : {0, 1, 3, 4, 5, 6}) {
+    for (const char* id : {"xyz", "", "10000002a"}) {
+      EXPECT_EQ(Get(id, store_id), OSIF_ERR_INVALID_ID) << store_id << " " << id;
+    }
+  }
+}
+
+TEST_F(PolGet, LooksAtTheIdBeforeTheSession) {
+  EXPECT_EQ(Get("xyz"), OSIF_ERR_INVALID_ID);
+  EXPECT_EQ(Get("2a"), OSIF_ERR_PIM_NOT_OPENED);
+  EXPECT_EQ(Get("2a", OSIF_STORE_CAL), OSIF_ERR_PIM_NOT_OPENED);
+}
+
+TEST_F(PolGet, DoesNotFindAnItemThatThePimDoesNotGive) {
+  Open();
+  EXPECT_EQ(Get("2b"), OSIF_ERR_NOT_FOUND);
+  pim_.faults.get_item_from_oid = E_FAIL;
+  EXPECT_EQ(Get("2a"), OSIF_ERR_NOT_FOUND);
+}
+
+TEST_F(PolGet, ReleasesTheItem) {
+  Open();
+  const int before = pim_.live_objects;
+  Get("2a");
+  EXPECT_EQ(pim_.live_objects, before);
+}
+
+TEST_F(PolGet, IsNotOfferedForNotes) {
+  EXPECT_EQ(Get("xyz", OSIF_STORE_NOTE), OSIF_ERR_NOT_IMPLEMENTED);
+}
+
+TEST_F(PolGet, RefusesUnknownStores) {
+  Open();
+  for (int32_t store_id : kNoStores) EXPECT_EQ(Get("2a", store_id), OSIF_ERR_TYPE_NOT_SUPPORTED);
+}
+
+// ---- Walking over the ids ---------------------------------------------------------------------------
+
+class PolWalk : public PolTest {
+ protected:
+  void KeepContacts(int count) {
+    for (int i = 0; i < count; ++i) pim_.Keep({});
+  }
+  int First(int32_t store_id = OSIF_STORE_PB) { return Code(POL_GetFirstId(store_id, id_.text)); }
+  int Next(int32_t store_id = OSIF_STORE_PB) { return Code(POL_GetNextId(store_id, id_.text)); }
+
+  IdBuffer id_;
+};
+
+TEST_F(PolWalk, GivesEveryIdAndThenTheEnd) {
+  pim_.next_oid = 0x1A;
+  KeepContacts(3);
+  Open();
+  EXPECT_EQ(First(), OSIF_OK);
+  EXPECT_STREQ(id_.text, "0000001a");
+  EXPECT_EQ(Next(), OSIF_OK);
+  EXPECT_STREQ(id_.text, "0000001b");
+  EXPECT_EQ(Next(), OSIF_OK);
+  EXPECT_STREQ(id_.text, "0000001c");
+  EXPECT_EQ(Next(), OSIF_ERR_END_OF_STORE);
+  EXPECT_EQ(Next(), OSIF_ERR_END_OF_STORE);
+  EXPECT_EQ(pim_.folders_asked, std::vector<int>({10})) << "the folder is not asked for again";
+}
+
+TEST_F(PolWalk, TellsTheFolder) {
+  KeepContacts(2);
+  Open();
+  First();
+  Next();
+  Next();
+  EXPECT_EQ(Trace(), TraceLines({"OSIF:  pol_GetFirstIdFromFolder(olFolderType=10)",
+                                 "OSIF:  pol_GetNextIdFromFolder(g_olFolderType=10)",
+                                 "OSIF:  pol_GetNextIdFromFolder(g_olFolderType=10)"}));
+}
+
+TEST_F(PolWalk, OfAnEmptyStoreIsAtItsEnd) {
+  Open();
+  EXPECT_EQ(First(), OSIF_ERR_END_OF_STORE);
+  EXPECT_STREQ(id_.text, "before");
+  EXPECT_EQ(Next(), OSIF_ERR_END_OF_STORE);
+}
+
+TEST_F(PolWalk, ThatNobodyStartedIsAtItsEnd) {
+  KeepContacts(2);
+  Open();
+  EXPECT_EQ(Next(), OSIF_ERR_END_OF_STORE);
+}
+
+TEST_F(PolWalk, NeedsASession) {
+  for (int32_t store_id : {OSIF_STORE_PB, OSIF_STORE_CAL}) {
+    EXPECT_EQ(First(store_id), OSIF_ERR_PIM_NOT_OPENED);
+    EXPECT_EQ(Next(store_id), OSIF_ERR_PIM_NOT_OPENED);
+  }
+  EXPECT_EQ(Trace(), TraceLines());
+}
+
+TEST_F(PolWalk, EndsWithTheSession) {
+  KeepContacts(3);
+  Open();
+  ASSERT_EQ(First(), OSIF_OK);
+  POL_Close();
+  EXPECT_EQ(Next(), OSIF_ERR_PIM_NOT_OPENED);
+  Open();
+  EXPECT_EQ(Next(), OSIF_ERR_END_OF_STORE);
+}
+
+TEST_F(PolWalk, NeedsNoRoomForTheId) {
+  KeepContacts(2);
+  Open();
+  EXPECT_EQ(Code(POL_GetFirstId(OSIF_STORE_PB, nullptr)), OSIF_OK);
+  EXPECT_EQ(Next(), OSIF_OK);
+  EXPECT_STREQ(id_.text, "00000002");
+}
+
+TEST_F(PolWalk, LeavesTheBufferAloneForAnIdentifierOfZero) {
+  KeepContacts(2);
+  Open();
+  pim_.faults.gives_no_oid = true;
+  EXPECT_EQ(First(), OSIF_OK);
+  EXPECT_STREQ(id_.text, "before");
+  EXPECT_EQ(Next(), OSIF_OK);
+  EXPECT_STREQ(id_.text, "before");
+}
+
+TEST_F(PolWalk, DoesNotSeeAnItemThatWasAddedMeanwhile) {
+  KeepContacts(1);
+  Open();
+  ASSERT_EQ(First(), OSIF_OK);
+  KeepContacts(1);
+  EXPECT_EQ(Next(), OSIF_ERR_END_OF_STORE);
+}
+
+TEST_F(PolWalk, GoesOnBehindAnItemThatWasRemovedMeanwhile) {
+  KeepContacts(3);
+  Open();
+  ASSERT_EQ(First(), OSIF_OK);
+  pim_.contacts.erase(2);
+  id_ = IdBuffer("kept");
+  EXPECT_EQ(Next(), OSIF_OK);
+  EXPECT_STREQ(id_.text, "kept") << "the place is there, its item is not";
+  EXPECT_EQ(Next(), OSIF_OK);
+  EXPECT_STREQ(id_.text, "00000003");
+  EXPECT_EQ(Next(), OSIF_ERR_END_OF_STORE);
+}
+
+TEST_F(PolWalk, DoesNotTestWhetherItsFirstItemCanBeTaken) {
+  KeepContacts(2);
+  Open();
+  pim_.faults.item = E_FAIL;
+  EXPECT_EQ(First(), OSIF_OK);
+  EXPECT_STREQ(id_.text, "before");
+  pim_.faults.item = S_OK;
+  EXPECT_EQ(Next(), OSIF_OK);
+  EXPECT_STREQ(id_.text, "00000002");
+}
+
+TEST_F(PolWalk, ContinuedWithAnotherStoreGoesOnInItsFolder) {
+  KeepContacts(2);
+  Open();
+  ASSERT_EQ(First(OSIF_STORE_PB), OSIF_OK);
+  EXPECT_EQ(Next(OSIF_STORE_CAL), OSIF_OK);
+  EXPECT_STREQ(id_.text, "00000002");
+  EXPECT_EQ(Next(OSIF_STORE_CAL), OSIF_ERR_END_OF_STORE)
+      << "only a walk over the calendar goes on with the tasks";
+}
+
+TEST_F(PolWalk, StartedAgainBeginsAtTheFirstItemAndLetsGoOfTheOldCollection) {
+  KeepContacts(2);
+  Open();
+  ASSERT_EQ(First(), OSIF_OK);
+  const int held = pim_.live_objects;
+  ASSERT_EQ(Next(), OSIF_OK);
+  EXPECT_EQ(First(), OSIF_OK);
+  EXPECT_STREQ(id_.text, "00000001");
+  EXPECT_EQ(pim_.live_objects, held);
+}
+
+struct WalkFault {
+  HRESULT PimFaults::*call;
+  const char* message;
+};
+
+class PolWalkFault : public PolWalk, public testing::WithParamInterface<WalkFault> {};
+
+TEST_P(PolWalkFault, IsToldAndEndsTheWalk) {
+  KeepContacts(3);
+  Open();
+  ASSERT_EQ(First(), OSIF_OK);
+  trace_.Lines();
+  pim_.faults.*GetParam().call = E_ACCESSDENIED;
+  id_ = IdBuffer("kept");
+  EXPECT_EQ(First(), OSIF_ERR_PIM);
+  EXPECT_EQ(Trace(),
+            TraceLines({"OSIF:  pol_GetFirstIdFromFolder(olFolderType=10)", GetParam().message}));
+  EXPECT_STREQ(id_.text, "kept");
+  EXPECT_EQ(Next(), OSIF_ERR_END_OF_STORE);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AtEachCall, PolWalkFault,
+    testing::Values(
+        WalkFault{&PimFaults::get_default_folder,
+                  "OSIF:  Error in IPOutlookApp::GetDefaultFolder (code=0x80070005)"},
+        WalkFault{&PimFaults::get_items, "OSIF:  Error in IFolder::get_Items (code=0x80070005)"},
+        WalkFault{&PimFaults::get_count,
+                  "OSIF:  Error in IPOutlookItemCollection::get_Count (code=0x80070005)"}));
+
+TEST_F(PolWalk, IsNotOfferedForNotes) {
+  EXPECT_EQ(First(OSIF_STORE_NOTE), OSIF_ERR_NOT_IMPLEMENTED);
+  EXPECT_EQ(Next(OSIF_STORE_NOTE), OSIF_ERR_NOT_IMPLEMENTED);
+}
+
+TEST_F(PolWalk, RefusesUnknownStores) {
+  Open();
+  for (int32_t store_id : kNoStores) {
+    EXPECT_EQ(First(store_id), OSIF_ERR_TYPE_NOT_SUPPORTED);
+    EXPECT_EQ(Next(store_id), OSIF_ERR_TYPE_NOT_SUPPORTED);
+  }
+}
+
+// ---- Finding a contact ------------------------------------------------------------------------------
+
+class PolFind : public PolTest {
+ protected:
+  bool Find(ContactRecord record) {
+    return POL_FindObject(OSIF_STORE_PB, record.get(), id_.text) != 0;
+  }
+
+  // What Find is asked for a contact of this name.
+  std::u16string RestrictionFor(std::string_view name_line) {
+    pim_.restrictions.clear();
+    Find(ContactRecord{name_line});
+    EXPECT_EQ(pim_.restrictions.size(), 1u) << name_line;
+    return pim_.restrictions.empty() ? u"" : pim_.restrictions.front();
+  }
+
+  // A contact that the search comes by.
+  LONG Candidate(ContactTexts texts) {
+    const LONG oid = pim_.Keep(std::move(texts));
+    pim_.found.push_back(oid);
+    return oid;
+  }
+
+  IdBuffer id_;
+};
+
+TEST_F(PolFind, AsksForGivenAndFamilyName) {
+  Open();
+  EXPECT_EQ(RestrictionFor("N:Lee;Ann"), u"[FirstName]=\"Ann\" AND [LastName]=\"Lee\"");
+  EXPECT_EQ(pim_.folders_asked, std::vector<int>({10}));
+}
+
+TEST_F(PolFind, AsksForAFamilyNameWithASingleTerm) {
+  Open();
+  EXPECT_EQ(RestrictionFor("N:Lee"), u"[LastName]=\"Lee\"");
+}
+
+TEST_F(PolFind, AsksForTheFivePartsInTheirOrder) {
+  Open();
+  EXPECT_EQ(RestrictionFor("N:Lee;Ann;May;Dr.;Jr"),
+            u"[Title]=\"Dr.\" AND [FirstName]=\"Ann\" AND [MiddleName]=\"May\" AND "
+            u"[LastName]=\"Lee\" AND [Suffix]=\"Jr\"");
+}
+
+TEST_F(PolFind, LeavesEmptyPartsOut) {
+  Open();
+  EXPECT_EQ(RestrictionFor("N:;;May;;"), u"[MiddleName]=\"May\"");
+  EXPECT_EQ(RestrictionFor("N:Lee;;;Dr.;"), u"[Title]=\"Dr.\" AND [LastName]=\"Lee\"");
+  EXPECT_EQ(RestrictionFor("N:;Ann;;;Jr"), u"[FirstName]=\"Ann\" AND [Suffix]=\"Jr\"");
+}
+
+TEST_F(PolFind, DoesNotEscapeQuotationMarks) {
+  Open();
+  EXPECT_EQ(RestrictionFor("N:Lee;Bob \"the\" Kid"),
+            u"[FirstName]=\"Bob \"the\" Kid\" AND [LastName]=\"Lee\"");
+}
+
+TEST_F(PolFind, AsksForTheDecodedText) {
+  Open();
+  EXPECT_EQ(RestrictionFor("N;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:M=C3=BCller\\;Co"),
+            u"[LastName]=\"M\u00FCller;Co\"");
+}
+
+TEST_F(PolFind, TakesTheFirstNameOnly) {
+  Open();
+  pim_.restrictions.clear();
+  Find(ContactRecord{"N:Lee;Ann", "N:Ray;Bea"});
+  EXPECT_EQ(pim_.restrictions,
+            std::vector<std::u16string>({u"[FirstName]=\"Ann\" AND [LastName]=\"Lee\""}));
+}
+
+TEST_F(PolFind, TellsItsNameOnly) {
+  Open();
+  Find(ContactRecord{"N:Lee"});
+  EXPECT_EQ(Trace(), TraceLines({"OSIF:  POL_FindObject()"}));
+}
+
+TEST_F(PolFind, GivesTheIdOfTheContactWithTheSameFiveParts) {
+  pim_.next_oid = 0x1F;
+  Candidate({{"LastName", u"Lee"},
+             {"FirstName", u"Ann"},
+             {"MiddleName", u"May"},
+             {"Title", u"Dr."},
+             {"Suffix", u"Jr"}});
+  Open();
+  EXPECT_TRUE(Find({"N:Lee;Ann;May;Dr.;Jr"}));
+  EXPECT_STREQ(id_.text, "0000001f");
+}
+
+TEST_F(PolFind, OfAFamilyNameMatchesOnlyWhereTheOtherPartsAreEmpty) {
+  Candidate({{"LastName", u"Lee"}, {"FirstName", u"Ann"}});
+  Candidate({{"LastName", u"Lee"}, {"MiddleName", u"May"}});
+  Candidate({{"LastName", u"Lee"}, {"Title", u"Dr."}});
+  Candidate({{"LastName", u"Lee"}, {"Suffix", u"Jr"}});
+  const LONG alone = Candidate({{"LastName", u"Lee"}});
+  Open();
+  EXPECT_TRUE(Find({"N:Lee"}));
+  EXPECT_STREQ(id_.text, "00000005");
+  EXPECT_EQ(alone, 5);
+  EXPECT_EQ(pim_.finds_next, 4);
+}
+
+struct NameDifference {
+  const char* property;
+  std::u16string text;
+};
+
+class PolFindComparison : public PolFind, public testing::WithParamInterface<NameDifference> {};
+
+TEST_P(PolFindComparison, IsExactInEveryPart) {
+  ContactTexts texts = {{"LastName", u"Lee"},
+                        {"FirstName", u"Ann"},
+                        {"MiddleName", u"May"},
+                        {"Title", u"Dr."},
+                        {"Suffix", u"Jr"}};
+  texts[GetParam().property] = GetParam().text;
+  Candidate(texts);
+  Open();
+  EXPECT_FALSE(Find({"N:Lee;Ann;May;Dr.;Jr"}));
+  EXPECT_STREQ(id_.text, "before");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    WhereOnePartDiffers, PolFindComparison,
+    testing::Values(NameDifference{"LastName", u"LEE"}, NameDifference{"LastName", u"Leek"},
+                    NameDifference{"FirstName", u"ann"}, NameDifference{"FirstName", u""},
+                    NameDifference{"MiddleName", u"may"}, NameDifference{"MiddleName", u"May "},
+                    NameDifference{"Title", u"DR."}, NameDifference{"Title", u""},
+                    NameDifference{"Suffix", u"JR"}, NameDifference{"Suffix", u"Jr."}));
+
+TEST_F(PolFind, TakesTheFirstOfSeveralThatAreEqual) {
+  Candidate({{"LastName", u"lee"}});
+  Candidate({{"LastName", u"Lee"}});
+  Candidate({{"LastName", u"Lee"}});
+  Open();
+  EXPECT_TRUE(Find({"N:Lee"}));
+  EXPECT_STREQ(id_.text, "00000002");
+  EXPECT_EQ(pim_.finds_next, 1);
+}
+
+TEST_F(PolFind, ReleasesEveryItemThatItCameBy) {
+  Candidate({{"LastName", u"lee"}});
+  Candidate({{"LastName", u"Lee"}});
+  Open();
+  const int before = pim_.live_objects;
+  EXPECT_TRUE(Find({"N:Lee"}));
+  EXPECT_FALSE(Find({"N:Ray"}));
+  EXPECT_EQ(pim_.live_objects, before);
+}
+
+TEST_F(PolFind, LeavesARunningWalkAlone) {
+  Candidate({{"LastName", u"Lee"}});
+  pim_.Keep({});
+  Open();
+  ASSERT_EQ(Code(POL_GetFirstId(OSIF_STORE_PB, id_.text)), OSIF_OK);
+  ASSERT_TRUE(Find({"N:Lee"}));
+  EXPECT_EQ(Code(POL_GetNextId(OSIF_STORE_PB, id_.text)), OSIF_OK);
+  EXPECT_STREQ(id_.text, "00000002");
+}
+
+TEST_F(PolFind, NeedsNoRoomForTheId) {
+  Candidate({{"LastName", u"Lee"}});
+  Open();
+  ContactRecord lee{"N:Lee"};
+  EXPECT_NE(POL_FindObject(OSIF_STORE_PB, lee.get(), nullptr), 0);
+}
+
+TEST_F(PolFind, LeavesTheBufferAloneForAnIdentifierOfZero) {
+  Candidate({{"LastName", u"Lee"}});
+  pim_.faults.gives_no_oid = true;
+  Open();
+  EXPECT_TRUE(Find({"N:Lee"}));
+  EXPECT_STREQ(id_.text, "before");
+}
+
+TEST_F(PolFind, OfNoSessionFindsNothing) {
+  Candidate({{"LastName", u"Lee"}});
+  EXPECT_FALSE(Find({"N:Lee"}));
+  EXPECT_EQ(Trace(), TraceLines({"OSIF:  POL_FindObject()"}));
+}
+
+TEST_F(PolFind, EndsWhereTheSearchFails) {
+  Candidate({{"LastName", u"Lee"}});
+  Open();
+  for (HRESULT PimFaults::*call :
+       {&PimFaults::get_default_folder, &PimFaults::get_items, &PimFaults::find}) {
+    pim_.faults = {};
+    pim_.faults.*call = E_FAIL;
+    EXPECT_FALSE(Find({"N:Lee"}));
+  }
+}
+
+TEST_F(PolFind, EndsWhereTheSearchCannotGoOn) {
+  Candidate({{"LastName", u"lee"}});
+  Candidate({{"LastName", u"Lee"}});
+  Open();
+  pim_.faults.find_next = E_FAIL;
+  EXPECT_FALSE(Find({"N:Lee"}));
+  EXPECT_EQ(pim_.finds_next, 1);
+}
+
+TEST_F(PolFind, NeverFindsAContactWithoutAnyNamePart) {
+  Candidate({{"CompanyName", u"Acme"}});
+  Open();
+  EXPECT_FALSE(Find({"N:;;;;", "ORG:Acme"}));
+  EXPECT_FALSE(Find({"ORG:Acme"}));
+}
+
+TEST_F(PolFind, FindsNothingInUnknownStores) {
+  Candidate({{"LastName", u"Lee"}});
+  Open();
+  ContactRecord lee{"N:Lee"};
+  for (int32_t store_id : kNoStores) {
+    EXPECT_EQ(POL_FindObject(store_id, lee.get(), id_.text), 0);
+  }
+  EXPECT_STREQ(id_.text, "before");
+}
+
+// ---- On the device's own PIM ------------------------------------------------------------------------
+
+class PolFindOnDevice : public TempDeviceTest {
+ protected:
+  void SetUp() override { ASSERT_EQ(Code(POL_Open()), OSIF_OK); }
+  void TearDown() override { POL_Close(); }
+
+  std::string Add(ContactRecord record) {
+    IdBuffer id;
+    EXPECT_EQ(Code(POL_AddObject(OSIF_STORE_PB, record.get(), id.text, nullptr)), OSIF_OK);
+    return id.text;
+  }
+  // The id; empty when nothing was found.
+  std::string Find(ContactRecord record) {
+    IdBuffer id("");
+    return POL_FindObject(OSIF_STORE_PB, record.get(), id.text) ? id.text : "";
+  }
+};
+
+TEST_F(PolFindOnDevice, FindsWhatWasAdded) {
+  const std::string lee = Add({"N:Lee;Ann;May;Dr.;Jr"});
+  const std::string plain = Add({"N:Lee;Ann"});
+  const std::string family = Add({"N:Lee"});
+  EXPECT_EQ(Find({"N:Lee;Ann;May;Dr.;Jr"}), lee);
+  EXPECT_EQ(Find({"N:Lee;Ann"}), plain);
+  EXPECT_EQ(Find({"N:Lee"}), family);
+  EXPECT_EQ(Find({"N:Ray"}), "");
+}
+
+TEST_F(PolFindOnDevice, TellsCaseApart) {
+  const std::string small = Add({"N:lee"});
+  const std::string lee = Add({"N:Lee"});
+  EXPECT_EQ(Find({"N:Lee"}), lee);
+  EXPECT_EQ(Find({"N:lee"}), small);
+  EXPECT_EQ(Find({"N:LEE"}), "");
+}
+
+TEST_F(PolFindOnDevice, FindsNamesWithQuotationMarksAndBrackets) {
+  const char* names[] = {"N:Lee;Bob \"the\" Kid", "N:\"Lee\"", "N:O'Neil;[Ann]", "N:Lee AND Ray"};
+  for (const char* name : names) {
+    const std::string id = Add(ContactRecord{name});
+    EXPECT_EQ(Find(ContactRecord{name}), id) << name;
+  }
+}
+
+TEST_F(PolFindOnDevice, FindsNamesOfOtherAlphabets) {
+  const char* name =
+      "N;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:=D0=98=D0=B2=D0=B0=D0=BD=D0=BE=D0=B2";
+  const std::string id = Add(ContactRecord{name});
+  EXPECT_EQ(Find(ContactRecord{name}), id);
+}
+
+TEST_F(PolFindOnDevice, NeverFindsAContactWithoutAnyNamePart) {
+  Add({"ORG:Acme"});
+  EXPECT_EQ(Find({"ORG:Acme"}), "");
+  EXPECT_EQ(Find({"N:;;;;", "ORG:Acme"}), "");
+}
+
+TEST_F(PolFindOnDevice, WalksPastAContactThatWasDeletedMeanwhile) {
+  const std::string first = Add({"N:A"});
+  const std::string second = Add({"N:B"});
+  const std::string third = Add({"N:C"});
+  IdBuffer id;
+  ASSERT_EQ(Code(POL_GetFirstId(OSIF_STORE_PB, id.text)), OSIF_OK);
+  EXPECT_EQ(id.text, first);
+  ASSERT_EQ(Code(POL_DeleteObject(OSIF_STORE_PB, second.c_str(), nullptr)), OSIF_OK);
+  EXPECT_EQ(Code(POL_GetNextId(OSIF_STORE_PB, id.text)), OSIF_OK);
+  EXPECT_EQ(Code(POL_GetNextId(OSIF_STORE_PB, id.text)), OSIF_OK);
+  EXPECT_EQ(id.text, third);
+  EXPECT_EQ(Code(POL_GetNextId(OSIF_STORE_PB, id.text)), OSIF_ERR_END_OF_STORE);
+}
+
+}  // namespace

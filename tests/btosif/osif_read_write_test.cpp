@@ -1,0 +1,433 @@
+// Reading object files and writing them, and the whole way of a contact in and out again.
+#include <cstdio>
+#include <cstring>
+
+#include "osif.h"
+#include "tests/support/osif_fixture.h"
+
+namespace {
+
+using namespace support;
+
+template <typename Block>
+bool IsZero(const Block& block) {
+  static const Block kZero{};
+  return std::memcmp(&block, &kZero, sizeof block) == 0;
+}
+
+// ---- Reading ----------------------------------------------------------------------------------------
+
+struct Given {
+  int32_t store_id;
+  std::string name;
+  int result;
+};
+
+class OsifRead : public OsifTest {
+ protected:
+  // Reads a file of these bytes and keeps what the callback was given.
+  int Read(std::string_view bytes) {
+    TempFile file(bytes);
+    given_.clear();
+    auto keep = [](int32_t store_id, OsifObject* object, OsifResult result,
+                   void* context) -> int32_t {
+      const OsifText* name = object->contact.n ? object->contact.n->components : nullptr;
+      static_cast<OsifRead*>(context)->given_.push_back(
+          {store_id, name && name->text ? name->text : "", Code(result)});
+      return 77;
+    };
+    return Code(OSIF_ReadObjects(file.wide_path().c_str(), keep, this));
+  }
+
+  std::vector<std::string> Names() const {
+    std::vector<std::string> names;
+    for (const Given& given : given_) names.push_back(given.name);
+    return names;
+  }
+
+  std::vector<Given> given_;
+};
+
+using NameList = std::vector<std::string>;
+
+TEST_F(OsifRead, GivesEachCardOfAFileToTheCallback) {
+  EXPECT_EQ(Read(CardText({"N:Lee"}) + CardText({"N:Ray"})), OSIF_OK);
+  EXPECT_EQ(Names(), NameList({"Lee", "Ray"}));
+  for (const Given& given : given_) {
+    EXPECT_EQ(given.store_id, 0);
+    EXPECT_EQ(given.result, OSIF_PARSE_OK);
+  }
+}
+
+TEST_F(OsifRead, ReturnsSuccessForAFileWithWarnings) {
+  EXPECT_EQ(Read(CardText({"N:Lee", "X-STRANGE:1"}) + CardText({"N:Ray"})), OSIF_OK);
+  ASSERT_EQ(given_.size(), 2u);
+  EXPECT_EQ(given_[0].result, OSIF_PARSE_WARNING);
+  EXPECT_EQ(given_[1].result, OSIF_PARSE_WARNING) << "a warning stays for the rest of the file";
+}
+
+TEST_F(OsifRead, ReturnsAParseErrorUnchangedAndStops) {
+  EXPECT_EQ(Read(CardText({"N:Lee"}) + "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Bad\r\nEND:VCARD\r\n" +
+                 CardText({"N:Ray"})),
+            OSIF_PARSE_ERROR);
+  EXPECT_EQ(Names(), NameList({"Lee"}));
+}
+
+TEST_F(OsifRead, NeedsNoCallback) {
+  TempFile file(CardText({"N:Lee"}));
+  EXPECT_EQ(Code(OSIF_ReadObjects(file.wide_path().c_str(), nullptr, nullptr)), OSIF_OK);
+}
+
+TEST_F(OsifRead, TakesEitherLineEnd) {
+  EXPECT_EQ(Read("BEGIN:VCARD\nVERSION:2.1\nN:Lee\nEND:VCARD\n"), OSIF_OK);
+  EXPECT_EQ(Names(), NameList({"Lee"}));
+}
+
+TEST_F(OsifRead, FailsForAFileThatIsNotThere) {
+  const std::string path = device_.Path("missing.vcf");
+  EXPECT_EQ(Code(OSIF_ReadObjects(Wide(path).c_str(), nullptr, nullptr)), OSIF_ERR_FILE_OPEN);
+  EXPECT_EQ(Trace(), TraceLines({"OSIF:  Unable to open file '" + path + "' in mode 'rb'"}));
+}
+
+class OsifReadAccepted : public OsifRead, public testing::WithParamInterface<const char*> {};
+
+TEST_P(OsifReadAccepted, FirstLine) {
+  EXPECT_EQ(Read(GetParam() + std::string("\r\nVERSION:2.1\r\nN:Lee\r\nEND:VCARD\r\n")), OSIF_OK);
+  EXPECT_EQ(Names(), NameList({"Lee"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(OfACard, OsifReadAccepted,
+                         testing::Values("BEGIN:VCARD", "begin:vcard", "Begin : vCard",
+                                         "BEGIN:VCARD   ", "BEGIN\t:\tVCARD", "BEGIN;X=1:VCARD"));
+
+struct RefusedLine {
+  std::string line;
+  std::string message;
+};
+
+class OsifReadRefused : public OsifRead, public testing::WithParamInterface<RefusedLine> {};
+
+TEST_P(OsifReadRefused, FirstLineIsTold) {
+  EXPECT_EQ(Read(GetParam().line + "\r\nVERSION:2.1\r\nN:Lee\r\nEND:VCARD\r\n"),
+            OSIF_ERR_INVALID_STREAM);
+  EXPECT_EQ(Trace(), TraceLines({GetParam().message}));
+  EXPECT_TRUE(given_.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    WithoutABegin, OsifReadRefused,
+    testing::Values(
+        RefusedLine{"hello world: x", "OSIF:  Stream 'HELLOWORLD' does not contain BEGIN tag"},
+        RefusedLine{"END:VCARD", "OSIF:  Stream 'END' does not contain BEGIN tag"},
+        RefusedLine{"", "OSIF:  Stream '' does not contain BEGIN tag"},
+        RefusedLine{":BEGIN", "OSIF:  Stream '' does not contain BEGIN tag"},
+        RefusedLine{"vcard:begin", "OSIF:  Stream 'VCARD' does not contain BEGIN tag"},
+        RefusedLine{"a\\;b\\\\c:d", "OSIF:  Stream 'A;B\\C' does not contain BEGIN tag"},
+        RefusedLine{"a\\bc:d", "OSIF:  Stream 'A\\BC' does not contain BEGIN tag"},
+        RefusedLine{std::string(600, 'a'),
+                    "OSIF:  Stream '" + std::string(511, 'A') + "' does not contain BEGIN tag"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    OfAnUnknownType, OsifReadRefused,
+    testing::Values(
+        RefusedLine{"BEGIN:VJOURNAL", "OSIF:  Stream 'VJOURNAL' does not contain type tag"},
+        RefusedLine{"begin: v journal", "OSIF:  Stream 'VJOURNAL' does not contain type tag"},
+        RefusedLine{"BEGIN:", "OSIF:  Stream '' does not contain type tag"},
+        RefusedLine{"BEGIN", "OSIF:  Stream '' does not contain type tag"},
+        RefusedLine{"BEGIN:VCARD;X=1", "OSIF:  Stream 'VCARD;X=1' does not contain type tag"},
+        RefusedLine{"BEGIN:VCARDS", "OSIF:  Stream 'VCARDS' does not contain type tag"},
+        RefusedLine{"BEGIN:VCARD:", "OSIF:  Stream 'VCARD:' does not contain type tag"}));
+
+TEST_F(OsifRead, RefusesAnEmptyFile) {
+  EXPECT_EQ(Read(""), OSIF_ERR_INVALID_STREAM);
+  EXPECT_EQ(Trace(), TraceLines({"OSIF:  Stream '' does not contain BEGIN tag"}));
+}
+
+TEST_F(OsifRead, LeavesAFirstLineThatOnlyContainsTheWordToTheReader) {
+  EXPECT_EQ(Read("X-BEGIN:VCARD\r\nVERSION:2.1\r\nN:Lee\r\nEND:VCARD\r\n"), OSIF_PARSE_ERROR);
+  EXPECT_TRUE(Traced("OSIF:  Error - vCard does not have a BEGIN tag"));
+}
+
+TEST_F(OsifRead, TakesAByteOrderMarkForPartOfTheFirstWord) {
+  EXPECT_EQ(Read("\xEF\xBB\xBF" + CardText({"N:Lee"})), OSIF_PARSE_ERROR);
+  EXPECT_TRUE(given_.empty());
+}
+
+TEST_F(OsifRead, ReadsTheFileFromItsFirstLineAgain) {
+  EXPECT_EQ(Read(std::string("BEGIN:VCARD") + std::string(700, ' ') + "\r\nN:Lee\r\nEND:VCARD\r\n"),
+            OSIF_OK);
+  EXPECT_EQ(Names(), NameList({"Lee"}));
+}
+
+TEST_F(OsifRead, LetsTheCallbackStoreWhatItWasLent) {
+  TempFile file(CardText({"N:Lee"}) + CardText({"N:Ray"}));
+  int code = ReadFile(file.wide_path(), [](OsifObject& object, OsifResult) {
+    EXPECT_EQ(Code(OSIF_AddObject(OSIF_STORE_PB, &object, nullptr, nullptr)), OSIF_OK);
+  });
+  EXPECT_EQ(code, OSIF_OK);
+  EXPECT_EQ(Count(), 2u);
+}
+
+// ---- Writing ----------------------------------------------------------------------------------------
+
+class OsifWrite : public OsifTest {
+ protected:
+  // The stored contact, in a record of the caller's.
+  void Get(const std::string& id, OsifObject& object) {
+    ASSERT_EQ(Code(OSIF_GetObjectById(OSIF_STORE_PB, id.c_str(), &object)), OSIF_OK);
+    trace_.Lines();
+  }
+
+  int Write(OsifObject& object, const std::string& path, uint8_t truncate,
+            int32_t store_id = OSIF_STORE_PB) {
+    return Code(OSIF_WriteObject(store_id, &object, Wide(path).c_str(), truncate));
+  }
+
+  std::string TraceLine(int store_id, OsifObject& object, const std::string& path,
+                        const char* truncate) {
+    char line[500];
+    std::snprintf(line, sizeof line,
+                  "OSIF:  OSIF_WriteObject(store_id=%d, pObject=%p, pszFileName=%s, bTruncate=%s)",
+                  store_id, static_cast<void*>(&object), path.c_str(), truncate);
+    return line;
+  }
+};
+
+TEST_F(OsifWrite, TellsItsArguments) {
+  TempFile file;
+  OsifObject object{};
+  Write(object, file.path(), 1);
+  EXPECT_EQ(Trace(), TraceLines({TraceLine(0, object, file.path(), "TRUE")}));
+  Write(object, file.path(), 0);
+  EXPECT_EQ(Trace(), TraceLines({TraceLine(0, object, file.path(), "FALSE")}));
+  Write(object, file.path(), 2);
+  EXPECT_EQ(Trace(), TraceLines({TraceLine(0, object, file.path(), "TRUE")}));
+}
+
+TEST_F(OsifWrite, WritesARecordWithoutAnyFieldAsACardWithAnEmptyName) {
+  TempFile file;
+  OsifObject object{};
+  EXPECT_EQ(Write(object, file.path(), 1), OSIF_OK);
+  EXPECT_EQ(file.Bytes(), "BEGIN:VCARD\r\nVERSION:\r\nN:\r\nEND:VCARD\r\n");
+}
+
+TEST_F(OsifWrite, ReplacesTheFileOrAppendsToIt) {
+  TempFile file("old\r\n");
+  const std::string card = "BEGIN:VCARD\r\nVERSION:\r\nN:\r\nEND:VCARD\r\n";
+  OsifObject object{};
+  EXPECT_EQ(Write(object, file.path(), 0), OSIF_OK);
+  EXPECT_EQ(file.Bytes(), "old\r\n" + card);
+  EXPECT_EQ(Write(object, file.path(), 1), OSIF_OK);
+  EXPECT_EQ(file.Bytes(), card);
+  EXPECT_EQ(Write(object, file.path(), 0), OSIF_OK);
+  EXPECT_EQ(file.Bytes(), card + card);
+}
+
+TEST_F(OsifWrite, MakesAFileThatIsNotThere) {
+  for (uint8_t truncate : {uint8_t{0}, uint8_t{1}}) {
+    TempFolder folder;
+    OsifObject object{};
+    EXPECT_EQ(Write(object, folder.File("new.vcf"), truncate), OSIF_OK);
+    EXPECT_TRUE(std::filesystem::exists(folder.File("new.vcf")));
+  }
+}
+
+TEST_F(OsifWrite, WritesTheIdOfTheRecord) {
+  TempFile file;
+  OsifObject object{};
+  std::strcpy(object.xIrmcLuid, "0000002a");
+  EXPECT_EQ(Write(object, file.path(), 1), OSIF_OK);
+  EXPECT_EQ(file.Bytes(), "BEGIN:VCARD\r\nVERSION:\r\nN:\r\nX-IRMC-LUID:0000002a\r\nEND:VCARD\r\n");
+}
+
+TEST_F(OsifWrite, ReleasesTheRecord) {
+  const std::string id = Add({"N:Lee;Ann", "NOTE:Tea"});
+  OsifObject object;
+  Get(id, object);
+  TempFile file;
+  EXPECT_EQ(Write(object, file.path(), 1), OSIF_OK);
+  EXPECT_TRUE(IsZero(object));
+}
+
+TEST_F(OsifWrite, KeepsTheRecordOfAFileThatCannotBeOpened) {
+  const std::string id = Add({"N:Lee;Ann"});
+  OutsideObject object;
+  Get(id, object.object);
+  const std::string path = device_.Path("no/such/folder.vcf");
+  for (uint8_t truncate : {uint8_t{1}, uint8_t{0}}) {
+    EXPECT_EQ(Write(object.object, path, truncate), OSIF_ERR_FILE_OPEN);
+    ASSERT_NE(object->contact.n, nullptr);
+    EXPECT_STREQ(object->contact.n->components->text, "Lee");
+    EXPECT_EQ(Trace(), TraceLines({TraceLine(0, object.object, path, truncate ? "TRUE" : "FALSE"),
+                                   "OSIF:  Unable to open file '" + path + "' in mode '" +
+                                       (truncate ? "w" : "a+") + "'"}));
+  }
+}
+
+TEST_F(OsifWrite, OpensTheFileOfAnUnknownStoreWritesNothingAndClearsTheRecord) {
+  for (int32_t store_id : {6, -1}) {
+    OsifObject object{};
+    std::strcpy(object.xIrmcLuid, "0000002a");
+    std::strcpy(object.version, "2.1");
+    TempFile file("old");
+    EXPECT_EQ(Write(object, file.path(), 1, store_id), OSIF_ERR_TYPE_NOT_SUPPORTED);
+    EXPECT_EQ(file.Bytes(), "");
+    EXPECT_TRUE(IsZero(object));
+  }
+}
+
+TEST_F(OsifWrite, CreatesTheFileOfAnUnknownStore) {
+  TempFolder folder;
+  OsifObject object{};
+  EXPECT_EQ(Write(object, folder.File("new.vcf"), 0, 6), OSIF_ERR_TYPE_NOT_SUPPORTED);
+  EXPECT_TRUE(std::filesystem::exists(folder.File("new.vcf")));
+}
+
+TEST_F(OsifWrite, KeepsWhatAFileOfAnUnknownStoreHoldsWhenItAppends) {
+  TempFile file("old");
+  OsifObject object{};
+  EXPECT_EQ(Write(object, file.path(), 0, 6), OSIF_ERR_TYPE_NOT_SUPPORTED);
+  EXPECT_EQ(file.Bytes(), "old");
+}
+
+TEST_F(OsifWrite, WritesFilesThatAreReadAsTheSameObjects) {
+  const std::string first = Add({"N:Lee;Ann", "TEL;CELL:1"});
+  const std::string second = Add({"N:Ray;Bea"});
+  TempFile file;
+  OsifObject object;
+  Get(first, object);
+  ASSERT_EQ(Write(object, file.path(), 1), OSIF_OK);
+  Get(second, object);
+  ASSERT_EQ(Write(object, file.path(), 0), OSIF_OK);
+  NameList ids;
+  EXPECT_EQ(ReadFile(file.wide_path(),
+                     [&](OsifObject& read, OsifResult result) {
+                       EXPECT_EQ(Code(result), OSIF_PARSE_OK) << "it knows all that it writes";
+                       ids.push_back(read.xIrmcLuid);
+                     }),
+            OSIF_OK);
+  EXPECT_EQ(ids, NameList({first, second}));
+}
+
+TEST_F(OsifWrite, LeavesOutWhatOnlyTheVendorKnowsWhenSuppressed) {
+  SetSetting(u"DoNotSendMsftProperties", 1);
+  OSIF_Close();
+  ASSERT_EQ(Code(OSIF_Open()), OSIF_OK);
+  const std::string id = Add({"N:Lee;Ann", "ORG:Acme;Sales", "X-MICROSOFT-OFFICELOC:Room 5",
+                              "X-SPOUSE:Sam", "X-MICROSOFT-ASST_TEL:10", "TEL;RADIO:11"});
+  OsifObject object;
+  Get(id, object);
+  TempFile file;
+  ASSERT_EQ(Write(object, file.path(), 1), OSIF_OK);
+  EXPECT_EQ(file.Bytes(), Lines({"BEGIN:VCARD",
+                                 "VERSION:2.1",
+                                 "N:Lee;Ann",
+                                 "FN:",
+                                 "BDAY:",
+                                 "ADR;HOME:",
+                                 "ADR;WORK:;Room 5",
+                                 "ADR:",
+                                 "ORG:Acme;Sales",
+                                 "TITLE:",
+                                 "TEL;HOME;VOICE:",
+                                 "TEL;HOME;VOICE:",
+                                 "TEL;WORK;VOICE:",
+                                 "TEL;WORK;VOICE:",
+                                 "TEL;HOME;FAX:",
+                                 "TEL;WORK;FAX:",
+                                 "TEL;CELL:",
+                                 "TEL;PAGER:",
+                                 "TEL;CAR:",
+                                 "TEL;TYPE=X-ASSISTANT:10",
+                                 "TEL;TYPE=X-RADIO:11",
+                                 "URL:",
+                                 "EMAIL;INTERNET;PREF:",
+                                 "EMAIL;INTERNET:",
+                                 "EMAIL;INTERNET:",
+                                 "NOTE:",
+                                 "X-SPOUSE:Sam",
+                                 "X-ANNIVERSARY:",
+                                 "X-CHILDREN:",
+                                 "X-ASSISTANT:",
+                                 "X-CAT:",
+                                 "X-IRMC-LUID:" + id,
+                                 "END:VCARD"}));
+}
+
+// ---- The whole way ----------------------------------------------------------------------------------
+
+std::string FileBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  EXPECT_TRUE(in) << path;
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// Text files of the tests have LF; what the library writes has CR LF.
+std::string WithCrLf(const std::string& text) {
+  std::string bytes;
+  for (char c : text) {
+    if (c == '\n') bytes += '\r';
+    bytes += c;
+  }
+  return bytes;
+}
+
+std::string Replaced(std::string text, const std::string& word, const std::string& by) {
+  for (size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + by.size())) {
+    text.replace(at, word.size(), by);
+  }
+  return text;
+}
+
+class OsifWholeWay : public OsifTest, public testing::WithParamInterface<const char*> {};
+
+// A received card is stored, fetched and sent again. Beside each card lies what is to be sent, byte for
+// byte, with "@ID@" for the id that the store gave.
+TEST_P(OsifWholeWay, InAndOut) {
+  const std::string card = OSIF_TEST_FILES "/btosif/cards/" + std::string(GetParam());
+  const std::u16string path = Wide(card + ".vcf");
+  std::vector<std::string> ids;
+  ASSERT_EQ(ReadFile(path,
+                     [&](OsifObject& object, OsifResult) {
+                       char id[OSIF_ID_SIZE] = "";
+                       EXPECT_EQ(Code(OSIF_AddObject(OSIF_STORE_PB, &object, id, nullptr)),
+                                 OSIF_OK);
+                       ids.push_back(id);
+                     }),
+            OSIF_OK);
+  ASSERT_EQ(ids.size(), 1u);
+  OsifObject object;
+  ASSERT_EQ(Code(OSIF_GetObjectById(OSIF_STORE_PB, ids[0].c_str(), &object)), OSIF_OK);
+  TempFile out;
+  ASSERT_EQ(Code(OSIF_WriteObject(OSIF_STORE_PB, &object, out.wide_path().c_str(), 1)), OSIF_OK);
+  EXPECT_EQ(out.Bytes(), Replaced(WithCrLf(FileBytes(card + ".sent.vcf")), "@ID@", ids[0]));
+}
+
+// What was sent comes back and is sent the same again.
+TEST_P(OsifWholeWay, AndOnceMoreChangesNothing) {
+  const std::string sent = OSIF_TEST_FILES "/btosif/cards/" + std::string(GetParam()) + ".sent.vcf";
+  TempFile in(WithCrLf(FileBytes(sent)));
+  TempFile out;
+  std::string new_id;
+  ASSERT_EQ(ReadFile(in.wide_path(),
+                     [&](OsifObject& object, OsifResult result) {
+                       EXPECT_EQ(Code(result), OSIF_PARSE_OK);
+                       char id[OSIF_ID_SIZE] = "";
+                       ASSERT_EQ(Code(OSIF_AddObject(OSIF_STORE_PB, &object, id, nullptr)),
+                                 OSIF_OK);
+                       new_id = id;
+                     }),
+            OSIF_OK);
+  OsifObject object;
+  ASSERT_EQ(Code(OSIF_GetObjectById(OSIF_STORE_PB, new_id.c_str(), &object)), OSIF_OK);
+  ASSERT_EQ(Code(OSIF_WriteObject(OSIF_STORE_PB, &object, out.wide_path().c_str(), 1)), OSIF_OK);
+  EXPECT_EQ(out.Bytes(), Replaced(in.Bytes(), "@ID@", new_id));
+}
+
+INSTANTIATE_TEST_SUITE_P(OfACard, OsifWholeWay,
+                         testing::Values("minimal", "desktop_organizer", "business_phone",
+                                         "swedish_phone", "smartphone", "pen_organizer",
+                                         "linux_desktop", "japanese_phone", "russian_phone",
+                                         "own"));
+
+}  // namespace

@@ -1,0 +1,66 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+
+#include "osif.h"
+
+namespace {
+
+struct CodeText {
+  uint32_t code;
+  const WCHAR* text;
+};
+
+class ResultText : public testing::TestWithParam<CodeText> {};
+
+TEST_P(ResultText, IsFixed) {
+  EXPECT_EQ(std::u16string(OSIF_CodeToString(GetParam().code)), GetParam().text);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    OfEachCode, ResultText,
+    testing::Values(
+        CodeText{0, u"OK"}, CodeText{1, u"General failure"},
+        CodeText{2, u"The Interface is not opened"}, CodeText{3, u"The object store is not opened"},
+        CodeText{4, u"Reached the end-of-store"}, CodeText{5, u"End of file (EOF) reached"},
+        CodeText{6, u"The object was not found"}, CodeText{7, u"Could not open the file"},
+        CodeText{8, u"The stream of data does not contain a valid object"},
+        CodeText{9, u"The object id is invalid"},
+        CodeText{10, u"The object is missing a required field"},
+        CodeText{11, u"memory allocation error"}, CodeText{12, u"the change log is not opened"},
+        CodeText{13, u"gap between requested anchor and first entry"},
+        CodeText{14, u"General PIM Error"}, CodeText{15, u"The PIM is not opened"},
+        CodeText{16, u"Not Implemented"}, CodeText{17, u"The type is not supported"},
+        CodeText{18, u"Parsing successful"}, CodeText{19, u"Parsing warning"},
+        CodeText{20, u"Parsing error"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    OfUnknownCodes, ResultText,
+    testing::Values(CodeText{21, u"Unknown OSIF error, code=21"},
+                    CodeText{12345, u"Unknown OSIF error, code=12345"},
+                    CodeText{0x7FFFFFFF, u"Unknown OSIF error, code=2147483647"},
+                    CodeText{0x80000000, u"Unknown OSIF error, code=-2147483648"},
+                    CodeText{0xFFFFFFFF, u"Unknown OSIF error, code=-1"}));
+
+TEST(ResultTexts, OfUnknownCodesShareOneBuffer) {
+  const WCHAR* first = OSIF_CodeToString(21);
+  const WCHAR* second = OSIF_CodeToString(22);
+  EXPECT_EQ(first, second);
+  EXPECT_EQ(std::u16string(first), u"Unknown OSIF error, code=22");
+}
+
+TEST(ResultTexts, OfKnownCodesStayWhenAnUnknownOneIsAskedFor) {
+  const WCHAR* known = OSIF_CodeToString(OSIF_ERR_PIM);
+  OSIF_CodeToString(21);
+  EXPECT_EQ(std::u16string(known), u"General PIM Error");
+  EXPECT_EQ(OSIF_CodeToString(OSIF_ERR_PIM), known);
+}
+
+TEST(ResultTexts, LeaveTheBufferOfAnUnknownCodeWhenAKnownOneIsAskedFor) {
+  const WCHAR* unknown = OSIF_CodeToString(99);
+  OSIF_CodeToString(OSIF_OK);
+  EXPECT_EQ(std::u16string(unknown), u"Unknown OSIF error, code=99");
+}
+
+}  // namespace
