@@ -1,0 +1,174 @@
+// Runs the built command as a user does, each test in a fresh folder with a fresh device.
+#pragma once
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace command_test {
+
+using Json = nlohmann::json;
+using Lines = std::vector<std::string>;
+
+// What a run of a program left.
+struct Outcome {
+  int status = -1;  // 128 and the signal's number for a killed one, -1 when it did not end in time
+  std::string out;
+  std::string err;
+
+  Lines OutLines() const { return Split(out); }
+  Lines ErrLines() const { return Split(err); }
+
+  // The JSON lines of standard output; anything else there fails the test.
+  std::vector<Json> JsonLines() const {
+    std::vector<Json> lines;
+    for (const std::string& line : OutLines()) {
+      lines.push_back(Json::parse(line, nullptr, false));
+      EXPECT_FALSE(lines.back().is_discarded()) << "no JSON: " << line;
+    }
+    return lines;
+  }
+
+  static Lines Split(const std::string& text) {
+    Lines lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
+  }
+};
+
+inline std::string ReadFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+// Where the program's standard error goes.
+enum class Errors { kApart, kIntoOutput };
+
+class CommandTest : public testing::Test {
+ protected:
+  CommandTest() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "osif-test-XXXXXX").string();
+    folder_ = mkdtemp(pattern.data());
+    device_ = folder_ + "/device";
+  }
+  ~CommandTest() override {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+  }
+
+  // A path inside the test's folder.
+  std::string Path(const std::string& name) const { return folder_ + "/" + name; }
+
+  std::string Write(const std::string& name, const std::string& bytes) const {
+    std::ofstream(Path(name), std::ios::binary) << bytes;
+    return Path(name);
+  }
+
+  // Runs the command on the test's device. No test may end in a sanitizer's report.
+  Outcome Osif(std::vector<std::string> arguments, Errors errors = Errors::kApart) const {
+    arguments.insert(arguments.begin(), OSIF_COMMAND);
+    return Run(arguments, errors);
+  }
+
+  Outcome Run(const std::vector<std::string>& command_line, Errors errors = Errors::kApart) const {
+    static int count = 0;
+    const std::string stem = Path("run" + std::to_string(++count));
+    const pid_t child = Start(command_line, stem, errors);
+    Outcome outcome;
+    outcome.status = WaitFor(child);
+    outcome.out = ReadFile(stem + ".out");
+    outcome.err = ReadFile(stem + ".err");
+    for (const char* report : {"Sanitizer", "runtime error:"}) {
+      EXPECT_THAT(outcome.out + outcome.err, testing::Not(testing::HasSubstr(report)));
+    }
+    return outcome;
+  }
+
+  // Starts a program whose outputs go to STEM.out and STEM.err.
+  pid_t Start(const std::vector<std::string>& command_line, const std::string& stem,
+              Errors errors = Errors::kApart) const {
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    constexpr int kWrite = O_WRONLY | O_CREAT | O_TRUNC | O_APPEND;
+    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, (stem + ".out").c_str(), kWrite, 0600);
+    if (errors == Errors::kIntoOutput) {
+      posix_spawn_file_actions_adddup2(&actions, 1, 2);
+    } else {
+      posix_spawn_file_actions_addopen(&actions, 2, (stem + ".err").c_str(), kWrite, 0600);
+    }
+    std::vector<char*> arguments;
+    for (const std::string& argument : command_line) {
+      arguments.push_back(const_cast<char*>(argument.c_str()));
+    }
+    arguments.push_back(nullptr);
+    std::vector<std::string> environment = Environment();
+    std::vector<char*> variables;
+    for (std::string& variable : environment) variables.push_back(variable.data());
+    variables.push_back(nullptr);
+    pid_t child = -1;
+    EXPECT_EQ(
+        posix_spawn(&child, arguments[0], &actions, nullptr, arguments.data(), variables.data()),
+        0);
+    posix_spawn_file_actions_destroy(&actions);
+    return child;
+  }
+
+  static int WaitFor(pid_t child) {
+    using std::chrono::steady_clock;
+    const auto end = steady_clock::now() + std::chrono::seconds(kSeconds);
+    int status = 0;
+    while (waitpid(child, &status, WNOHANG) == 0) {
+      if (steady_clock::now() > end) {
+        kill(child, SIGKILL);
+        waitpid(child, &status, 0);
+        ADD_FAILURE() << "the program did not end within " << kSeconds << " seconds";
+        return -1;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+
+  std::string folder_;
+  std::string device_;
+
+ private:
+  static constexpr int kSeconds = 120;
+
+  std::vector<std::string> Environment() const {
+    std::vector<std::string> variables = {"OSIF_DEVICE=" + device_, "LC_ALL=C.UTF-8", "TZ=UTC",
+                                          "HOME=" + folder_, "PATH=/usr/bin:/bin"};
+    for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
+      if (const char* value = std::getenv(name))
+        variables.push_back(std::string(name) + "=" + value);
+    }
+    return variables;
+  }
+};
+
+// A vCard of these property lines, behind VERSION:2.1.
+inline std::string Card(const Lines& properties, const std::string& line_end = "\r\n") {
+  std::string text = "BEGIN:VCARD" + line_end + "VERSION:2.1" + line_end;
+  for (const std::string& property : properties) text += property + line_end;
+  return text + "END:VCARD" + line_end;
+}
+
+inline const std::string kRefusedCard = "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Old;Card\r\nEND:VCARD\r\n";
+
+}  // namespace command_test

@@ -1,0 +1,120 @@
+// Devices that cannot be used, and the settings in those that can.
+#include <sqlite3.h>
+
+#include "tests/tools/osif/command_fixture.h"
+
+namespace command_test {
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::SizeIs;
+
+class CommandDevice : public CommandTest {
+ protected:
+  void ExpectRefused(const std::string& named) const {
+    for (const char* subcommand : {"list", "count", "anchor"}) {
+      const Outcome outcome = Osif({subcommand, "pb", "--json"});
+      EXPECT_EQ(outcome.status, 1);
+      EXPECT_THAT(outcome.err, HasSubstr(named));
+      EXPECT_THAT(outcome.err, EndsWith("General PIM Error (code 14)\n"));
+      ASSERT_THAT(outcome.JsonLines(), SizeIs(1));
+      EXPECT_EQ(outcome.JsonLines()[0]["code"], 14);
+    }
+    EXPECT_EQ(Osif({"settings"}).status, 1);
+  }
+};
+
+TEST_F(CommandDevice, AFolderThatCannotBeMadeIsNamed) {
+  device_ = Write("file", "no folder") + "/device";
+  ExpectRefused(device_);
+}
+
+TEST_F(CommandDevice, ADamagedDatabaseIsNamedAndLeftAsItIs) {
+  Osif({"count", "pb"});
+  const std::string bytes = "this is no database, " + std::string(8192, '?');
+  const std::string file = Write("device/device.db", bytes);
+  ExpectRefused(file);
+  EXPECT_EQ(ReadFile(file), bytes);
+}
+
+TEST_F(CommandDevice, ADatabaseOfANewerVersionIsNamedAndLeftAsItIs) {
+  Osif({"receive", Write("a.vcf", Card({"N:Lee;Ann"}))});
+  const std::string file = device_ + "/device.db";
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(database, "PRAGMA user_version = 999", nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  sqlite3_close(database);
+  const std::string bytes = ReadFile(file);
+  ExpectRefused(file);
+  EXPECT_THAT(Osif({"count", "pb"}).err, HasSubstr("newer"));
+  EXPECT_EQ(ReadFile(file), bytes);
+}
+
+TEST_F(CommandDevice, ParsingNeedsNoDevice) {
+  device_ = Write("file", "no folder") + "/device";
+  EXPECT_EQ(Osif({"parse", Write("a.vcf", Card({"N:Lee;Ann"}))}).status, 0);
+}
+
+// ---- settings -----------------------------------------------------------------------------------------
+
+TEST_F(CommandDevice, SettingsShowsAllWithTheirDefaults) {
+  const std::vector<Json> lines = Osif({"settings", "--json"}).JsonLines();
+  std::vector<std::pair<std::string, Json>> shown;
+  for (const Json& line : lines) {
+    EXPECT_EQ(line["set"], false);
+    EXPECT_EQ(line["value"], line["default"]);
+    shown.emplace_back(line["name"], line["value"]);
+  }
+  using Pair = std::pair<std::string, Json>;
+  EXPECT_THAT(
+      shown,
+      ElementsAre(Pair{"MinorClass", 4}, Pair{"DeviceName", ""}, Pair{"UsePocketPCName", 1},
+                  Pair{"SecurityType", 2}, Pair{"MaxSimultConnections", 1}, Pair{"CountryCode", 0},
+                  Pair{"DontShowAdvanced", 0}, Pair{"ForceDevClassMajor", 0},
+                  Pair{"ForceDevClassMinor", 0}, Pair{"UnnamedDeviceName", "<No Name>"},
+                  Pair{"NoSleepingWhileConnected", 0}, Pair{"DefaultStatusDll", nullptr},
+                  Pair{"DefaultPropertiesDll", nullptr}, Pair{"DefaultInputCharset", ""},
+                  Pair{"DefaultOutputCharset", ""}, Pair{"DoNotSendMsftProperties", 0},
+                  Pair{"LogIPAddr", "0.0.0.0"}));
+}
+
+TEST_F(CommandDevice, ASettingIsWrittenAndReadBack) {
+  EXPECT_EQ(Osif({"settings", "DefaultInputCharset", "Shift-JIS"}).out,
+            "DefaultInputCharset = \"Shift-JIS\"\n");
+  EXPECT_EQ(Osif({"settings", "defaultinputcharset"}).out, "DefaultInputCharset = \"Shift-JIS\"\n");
+  EXPECT_EQ(Osif({"settings", "CountryCode", "0x10"}).out, "CountryCode = 16\n");
+  EXPECT_EQ(Osif({"settings", "LogIPAddr", "10.1.2.3"}).out, "LogIPAddr = 10.1.2.3\n");
+  EXPECT_EQ(
+      Osif({"settings", "LogIPAddr", "--json"}).JsonLines().at(0),
+      (Json{{"name", "LogIPAddr"}, {"value", "10.1.2.3"}, {"default", "0.0.0.0"}, {"set", true}}));
+}
+
+TEST_F(CommandDevice, ATextLongerThanItsReadersRoomIsRefused) {
+  EXPECT_EQ(Osif({"settings", "UnnamedDeviceName", std::string(49, 'x')}).status, 0);
+  const Outcome outcome = Osif({"settings", "UnnamedDeviceName", std::string(50, 'x')});
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_THAT(outcome.err, HasSubstr("49 characters at most"));
+}
+
+TEST_F(CommandDevice, TheLibraryObeysTheVendorPropertiesSetting) {
+  Osif({"receive", Write("a.vcf", Card({"N:Lee;Ann"}))});
+  EXPECT_THAT(Osif({"send", "pb", "1"}).out, HasSubstr("\r\nX-MICROSOFT-OFFICELOC:"));
+  Osif({"settings", "DoNotSendMsftProperties", "1"});
+  EXPECT_THAT(Osif({"send", "pb", "1"}).out, testing::Not(HasSubstr("X-MICROSOFT-")));
+}
+
+TEST_F(CommandDevice, TheLibraryObeysTheInputCharsetSetting) {
+  Osif({"settings", "DefaultInputCharset", "Shift-JIS"});
+  const std::string file =
+      Write("a.vcf", Card({"N;ENCODING=QUOTED-PRINTABLE:=8A=CF"}));  // U+89B3 in Shift-JIS
+  Osif({"receive", file});
+  EXPECT_EQ(Osif({"list", "pb"}).out, "00000001  \u89B3\n");
+  EXPECT_EQ(Osif({"parse", "--json", file}).JsonLines().at(0)["fields"]["n"][0]["components"],
+            Json::array({"\u89B3"}));
+}
+
+}  // namespace
+}  // namespace command_test

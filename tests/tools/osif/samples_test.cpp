@@ -1,0 +1,71 @@
+// The files in samples/ do what the documents say of them.
+#include "tests/tools/osif/command_fixture.h"
+
+namespace command_test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+std::string Sample(const std::string& name) { return std::string(OSIF_SAMPLES) + "/" + name; }
+
+class Samples : public CommandTest {
+ protected:
+  Json FieldsOf(const std::string& name, size_t object) const {
+    return Osif({"parse", "--json", Sample(name)}).JsonLines().at(object)["fields"];
+  }
+};
+
+TEST_F(Samples, QuotedPrintableCardsAreDecodedFromUtf8AndLatin1) {
+  const Json utf8 = FieldsOf("quoted-printable.vcf", 0);
+  EXPECT_EQ(utf8["n"][0]["components"], Json::array({"M\u00FC\u00DFig", "J\u00F6rg"}));
+  EXPECT_EQ(
+      utf8["note"][0]["components"][0],
+      "The parcel goes to the neighbour\r\n\u2013 second floor, left \u2013\r\nwhen nobody opens.");
+  const Json latin1 = FieldsOf("quoted-printable.vcf", 1);
+  EXPECT_EQ(latin1["n"][0]["components"], Json::array({"Fen\u00EAtre", "Aur\u00E9lie"}));
+}
+
+TEST_F(Samples, TheShiftJisCardIsDecoded) {
+  const Json fields = FieldsOf("shift-jis.vcf", 0);
+  EXPECT_EQ(fields["n"][0]["components"], Json::array({"\u898B\u672C", "\u82B1\u5B50"}));
+  EXPECT_EQ(fields["adr"][0]["components"][2], "\u8868\u753A\u4E00\u4E01\u76EE");
+}
+
+TEST_F(Samples, TheAddressBookHoldsFiveContacts) {
+  EXPECT_EQ(Osif({"receive", Sample("address-book.vcf")}).status, 0);
+  EXPECT_EQ(Osif({"list", "pb"}).out,
+            "00000001  Tunde Abara\n00000002  Carla Bellini\n00000003  Oriol Castell\n"
+            "00000004  Fiona Dunmore\n00000005  Nils Eriksen\n");
+}
+
+TEST_F(Samples, TheChangedCardUpdatesThePlainOne) {
+  Osif({"receive", Sample("plain.vcf")});
+  EXPECT_THAT(Osif({"receive", Sample("changed.vcf")}).out, HasSubstr("0 added, 1 updated"));
+  EXPECT_THAT(Osif({"send", "pb", "1"}).out, HasSubstr("+1 555 0199"));
+}
+
+TEST_F(Samples, OneCardOfMixedVersionsIsRefused) {
+  const Outcome outcome = Osif({"receive", "--each", Sample("mixed-versions.vcf")});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.out, HasSubstr("2 added, 0 updated, 1 refused"));
+}
+
+TEST_F(Samples, TheCProgramAddsAFileAndPrintsTheIds) {
+  const Outcome outcome = Run({OSIF_ADD_FILE, Sample("warning.vcf")});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.OutLines(),
+              ElementsAre("store 0: 00000001", "store 0: 00000002 (something was not understood)",
+                          "store 0: 00000003 (something was not understood)", "3 added"));
+  EXPECT_EQ(Osif({"count", "pb"}).out, "3\n");
+}
+
+TEST_F(Samples, TheCProgramSaysWhatFailed) {
+  const Outcome missing = Run({OSIF_ADD_FILE, Path("none.vcf")});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.err, Path("none.vcf") + ": Could not open the file (code 7)\n");
+  EXPECT_EQ(Run({OSIF_ADD_FILE}).status, 2);
+}
+
+}  // namespace
+}  // namespace command_test

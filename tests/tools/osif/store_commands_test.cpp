@@ -1,0 +1,205 @@
+#include "tests/tools/osif/command_fixture.h"
+
+namespace command_test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::SizeIs;
+
+class CommandStore : public CommandTest {
+ protected:
+  void Receive(const std::string& cards) const {
+    ASSERT_EQ(Osif({"receive", Write("received.vcf", cards)}).status, 0);
+  }
+};
+
+// ---- list, count, delete, find ------------------------------------------------------------------------
+
+TEST_F(CommandStore, ListShowsIdsAndNames) {
+  Receive(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
+  EXPECT_EQ(Osif({"list", "pb"}).out, "00000001  Ann Lee\n00000002  Ole Berg\n");
+  EXPECT_THAT(Osif({"list", "pb", "--json"}).JsonLines(),
+              ElementsAre(Json{{"store", "pb"}, {"id", "00000001"}, {"name", "Ann Lee"}},
+                          Json{{"store", "pb"}, {"id", "00000002"}, {"name", "Ole Berg"}}));
+}
+
+TEST_F(CommandStore, ListOfAnEmptyStoreIsEmpty) {
+  const Outcome outcome = Osif({"list", "pb"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "");
+}
+
+TEST_F(CommandStore, CountCounts) {
+  Receive(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
+  EXPECT_EQ(Osif({"count", "pb"}).out, "2\n");
+  EXPECT_THAT(Osif({"count", "pb", "--json"}).JsonLines(),
+              ElementsAre(Json{{"store", "pb"}, {"count", 2}}));
+}
+
+TEST_F(CommandStore, WhatAStoreDoesNotOfferIsSaidInTheLibrarysWords) {
+  const Outcome outcome = Osif({"count", "note", "--json"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err, "osif: note: Not Implemented (code 16)\n");
+  EXPECT_THAT(outcome.JsonLines(),
+              ElementsAre(Json{{"error", "note"}, {"code", 16}, {"text", "Not Implemented"}}));
+}
+
+TEST_F(CommandStore, DeleteDeletesEachIdAndGoesOnBehindAnUnknownOne) {
+  Receive(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}) + Card({"N:Cruz;Eva"}));
+  const Outcome outcome = Osif({"delete", "pb", "00000001", "000000ff", "zebra", "3"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.OutLines(), ElementsAre("deleted pb 00000001", "deleted pb 3"));
+  EXPECT_THAT(outcome.ErrLines(),
+              ElementsAre("osif: pb 000000ff: The object was not found (code 6)",
+                          "osif: pb zebra: The object id is invalid (code 9)"));
+  EXPECT_EQ(Osif({"list", "pb"}).out, "00000002  Ole Berg\n");
+}
+
+TEST_F(CommandStore, FindTellsTheIdOrThatThereIsNone) {
+  Receive(Card({"N:Lee;Ann"}));
+  const std::string file = Write("find.vcf", Card({"N:Berg;Ole"}) + Card({"N:Lee;Ann"}));
+  const Outcome outcome = Osif({"find", file});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "1  not found  Ole Berg\n2  pb 00000001  Ann Lee\n");
+  EXPECT_THAT(
+      Osif({"find", "--json", file}).JsonLines(),
+      ElementsAre(Json{{"number", 1}, {"store", "pb"}, {"id", nullptr}, {"name", "Ole Berg"}},
+                  Json{{"number", 2}, {"store", "pb"}, {"id", "00000001"}, {"name", "Ann Lee"}}));
+  EXPECT_EQ(Osif({"count", "pb"}).out, "1\n");
+}
+
+// ---- send and export ----------------------------------------------------------------------------------
+
+TEST_F(CommandStore, SendWritesAVCardToStandardOutput) {
+  Receive(Card({"N:Lee;Ann", "TITLE:Pilot"}));
+  const Outcome outcome = Osif({"send", "pb", "00000001"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, testing::StartsWith("BEGIN:VCARD\r\nVERSION:2.1\r\nN:Lee;Ann"));
+  EXPECT_THAT(outcome.out, HasSubstr("\r\nTITLE:Pilot\r\n"));
+  EXPECT_THAT(outcome.out, testing::EndsWith("\r\nX-IRMC-LUID:00000001\r\nEND:VCARD\r\n"));
+}
+
+TEST_F(CommandStore, SendReplacesAFileThatIsThere) {
+  Receive(Card({"N:Lee;Ann"}));
+  const std::string file = Write("out.vcf", std::string(100'000, 'x'));
+  const Outcome outcome = Osif({"send", "pb", "00000001", "-o", file});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(ReadFile(file), Osif({"send", "pb", "00000001"}).out);
+}
+
+TEST_F(CommandStore, SendOfAnUnknownIdNamesIt) {
+  const Outcome outcome = Osif({"send", "pb", "00000007"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err, "osif: pb 00000007: The object was not found (code 6)\n");
+  EXPECT_EQ(outcome.out, "");
+}
+
+TEST_F(CommandStore, SendToAFileThatCannotBeMadeNamesIt) {
+  Receive(Card({"N:Lee;Ann"}));
+  const std::string file = Path("no/such/folder.vcf");
+  const Outcome outcome = Osif({"send", "pb", "1", "-o", file});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err, "osif: " + file + ": Could not open the file (code 7)\n");
+}
+
+TEST_F(CommandStore, ExportWritesEveryObjectAndReceiveReadsThemBack) {
+  Receive(Card({"N:Lee;Ann", "TEL;CELL:1"}) + Card({"N;CHARSET=UTF-8:M\xC3\xBCller;J\xC3\xB6rg"}));
+  const std::string file = Path("all.vcf");
+  EXPECT_EQ(Osif({"export", "pb", "-o", file}).out, file + ": 2 objects\n");
+  const Outcome again = Osif({"--device", Path("other"), "receive", file});
+  EXPECT_EQ(again.status, 0);
+  EXPECT_EQ(Osif({"--device", Path("other"), "list", "pb"}).out,
+            "00000001  Ann Lee\n00000002  J\xC3\xB6rg M\xC3\xBCller\n");
+}
+
+TEST_F(CommandStore, ExportOfAnEmptyStoreGivesAnEmptyFile) {
+  const std::string file = Write("all.vcf", "old");
+  EXPECT_EQ(Osif({"export", "pb", "-o", file}).status, 0);
+  EXPECT_EQ(ReadFile(file), "");
+}
+
+TEST_F(CommandStore, ExportToAFullDiskFails) {
+  Receive(Card({"N:Lee;Ann"}));
+  const Outcome outcome = Osif({"export", "pb", "-o", Path("no/such/all.vcf")});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("Could not open the file (code 7)"));
+}
+
+TEST_F(CommandStore, OutputThatCannotBeWrittenIsAFailure) {
+  const Outcome outcome =
+      Run({"/bin/sh", "-c", std::string("exec ") + OSIF_COMMAND + " count pb >/dev/full"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("standard output"));
+}
+
+// ---- changes, anchor, database-id ---------------------------------------------------------------------
+
+TEST_F(CommandStore, ChangesShowsWhatCameBehindAnAnchor) {
+  Receive(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
+  Osif({"delete", "pb", "00000001"});
+  const std::vector<Json> all = Osif({"changes", "pb", "--json", "--since", "1"}).JsonLines();
+  ASSERT_THAT(all, SizeIs(2));
+  EXPECT_EQ(all[0]["kind"], "M");
+  EXPECT_EQ(all[0]["cc"], 2);
+  EXPECT_EQ(all[0]["id"], "00000002");
+  EXPECT_EQ(all[0]["name"], "Ole Berg");
+  EXPECT_EQ(all[1]["kind"], "H");
+  EXPECT_EQ(all[1]["cc"], 3);
+  EXPECT_EQ(all[1]["id"], "00000001");
+  EXPECT_EQ(all[1]["name"], nullptr);
+  EXPECT_THAT(all[1], SizeIs(5));
+}
+
+TEST_F(CommandStore, ChangesSinceATimeAreThoseBehindIt) {
+  Receive(Card({"N:Lee;Ann"}));
+  EXPECT_THAT(Osif({"changes", "pb", "--since-time", "20000101T000000Z"}).OutLines(), SizeIs(1));
+  EXPECT_THAT(Osif({"changes", "pb", "--since-time", "29990101T000000Z"}).OutLines(), SizeIs(0));
+}
+
+TEST_F(CommandStore, ChangesTellsOfAGapFirst) {
+  Receive(Card({"N:Lee;Ann"}));
+  // The log no longer holds the entry with counter 1.
+  Receive(Card({"N:Lee;Ann", "TITLE:x"}));
+  const std::string log = device_ + "/Sync/pol_pb_change.log";
+  const std::string text = ReadFile(log);
+  std::ofstream(log, std::ios::binary) << text.substr(text.find('\n') + 1);
+  const std::vector<Json> lines = Osif({"changes", "pb", "--json"}).JsonLines();
+  ASSERT_THAT(lines, SizeIs(2));
+  EXPECT_EQ(lines[0], (Json{{"gap", true}}));
+  EXPECT_EQ(lines[1]["cc"], 2);
+}
+
+TEST_F(CommandStore, AnchorIsThatOfTheNewestChange) {
+  Receive(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
+  const std::vector<Json> lines = Osif({"anchor", "pb", "--json"}).JsonLines();
+  ASSERT_THAT(lines, SizeIs(1));
+  EXPECT_EQ(lines[0]["store"], "pb");
+  EXPECT_EQ(lines[0]["cc"], 2);
+  EXPECT_THAT(std::string(lines[0]["ts"]), testing::MatchesRegex("[0-9]+T[0-9]+Z"));
+}
+
+TEST_F(CommandStore, DatabaseIdStaysAsLongAsTheLogFolder) {
+  const std::string id = Osif({"database-id", "pb"}).out;
+  EXPECT_THAT(id, testing::MatchesRegex("[0-9a-z]+\n"));
+  EXPECT_THAT(id, SizeIs(9));
+  EXPECT_EQ(Osif({"database-id", "pb"}).out, id);
+  EXPECT_EQ(Osif({"database-id", "pb", "--json"}).JsonLines().at(0)["id"], id.substr(0, 8));
+}
+
+TEST_F(CommandStore, ALogFolderThatCannotBeMadeDoesNotHinderReceiving) {
+  Osif({"count", "pb"});
+  Write("device/Sync", "in the way");
+  const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}));
+  const Outcome outcome = Osif({"receive", "--json", file});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.JsonLines().at(0)["anchor"], nullptr);
+  const Outcome changes = Osif({"changes", "pb"});
+  EXPECT_EQ(changes.status, 1);
+  EXPECT_EQ(changes.err, "osif: the change log of pb: Could not open the file (code 7)\n");
+}
+
+}  // namespace
+}  // namespace command_test

@@ -1,0 +1,226 @@
+#include "tools/osif/object_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "tools/osif/temp_file.h"
+#include "tools/osif/texts.h"
+
+namespace command {
+namespace {
+
+std::string Objects(size_t count) {
+  return std::to_string(count) + (count == 1 ? " object" : " objects");
+}
+
+std::string WereNotReached(size_t count) {
+  return Objects(count) + (count == 1 ? " was" : " were") + " not reached";
+}
+
+// Why a name is no file of objects; empty when it may be one. A missing file is the library's to tell.
+std::string WhyNoFile(const std::string& file_name) {
+  struct stat status {};
+  if (stat(file_name.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return {};
+  return S_ISDIR(status.st_mode) ? "is a directory" : "is no regular file";
+}
+
+class FileReader {
+ public:
+  FileReader(const std::string& file_name, FileVisitor& visitor, Reporter& reporter,
+             FileIndex index)
+      : file_name_(file_name), visitor_(visitor), reporter_(reporter), index_(std::move(index)) {}
+
+  OsifResult ReadWhole() {
+    const OsifResult result = ReadFile(file_name_, 0);
+    if (delivered_ >= index_.record_lines.size() && result == OSIF_OK) {
+      TellOutside(index_.objects.size());
+      return result;
+    }
+    if (result == OSIF_OK) {
+      TellEnd(delivered_);
+    } else if (index_.objects.empty() || result == OSIF_ERR_FILE_OPEN ||
+               result == OSIF_ERR_INVALID_STREAM) {
+      reporter_.Fail(file_name_, result);
+      if (!index_.objects.empty()) TellUnreached(0, "", result);
+    } else {
+      TellRefused(result);
+    }
+    return result;
+  }
+
+  OsifResult ReadEach(int source, TempFile& piece) {
+    // The library tells why there is no object.
+    if (index_.objects.empty()) return ReadWhole();
+    OsifResult worst = OSIF_OK;
+    for (size_t i = 0; i < index_.objects.size(); ++i) {
+      TellOutside(i);
+      const OsifResult result = ReadPiece(index_.objects[i], source, piece);
+      if (worst == OSIF_OK) worst = result;
+    }
+    TellOutside(index_.objects.size());
+    return worst;
+  }
+
+ private:
+  static int32_t OnRecord(int32_t store_id, OsifObject* object, OsifResult result, void* context) {
+    static_cast<FileReader*>(context)->Deliver(store_id, object, result);
+    return 0;
+  }
+
+  // Lets the library read a file whose first record has that number, counted from 0.
+  OsifResult ReadFile(const std::string& name, size_t first_record) {
+    next_record_ = first_record;
+    delivered_ = 0;
+    had_warning_ = false;
+    return OSIF_ReadObjects(ToWide(name).c_str(), OnRecord, this);
+  }
+
+  void Deliver(int32_t store_id, OsifObject* object, OsifResult result) {
+    const size_t record = next_record_++;
+    ++delivered_;
+    const uint64_t line = record < index_.record_lines.size() ? index_.record_lines[record] : 0;
+    visitor_.OnRecord({record + 1, line, store_id, object, result, !had_warning_});
+    had_warning_ = had_warning_ || result != OSIF_PARSE_OK;
+    reporter_.Progress(file_name_ + ": object", record + 1, index_.record_lines.size());
+  }
+
+  OsifResult ReadPiece(const FileObject& object, int source, TempFile& piece) {
+    const std::string place = PlaceOf(file_name_, object.first_record + 1, object.line);
+    if (!piece.HoldPiece(source, object.begin, object.end)) {
+      reporter_.Fail(place + ": " + std::strerror(errno), OSIF_ERR_GENERAL);
+      return OSIF_ERR_GENERAL;
+    }
+    const OsifResult result = ReadFile(piece.name(), object.first_record);
+    if (result != OSIF_OK) {
+      Refuse(object, delivered_, place, result);
+    } else if (delivered_ < object.records) {
+      const size_t rest = object.records - delivered_;
+      reporter_.Fail(place + ": " + WereNotReached(rest), result);
+      visitor_.OnUnreached(rest);
+    }
+    return result;
+  }
+
+  void Refuse(const FileObject& object, size_t read, const std::string& place, OsifResult result) {
+    std::string what = place;
+    if (object.kind == ObjectKind::kVCalendar) {
+      what = file_name_ + ": the calendar on line " + std::to_string(object.line);
+    }
+    what += " was refused";
+    if (read > 0) what += " after " + Objects(read) + " of " + std::to_string(object.records);
+    if (!object.is_complete) what += "; it has no END";
+    reporter_.Fail(what, result);
+    visitor_.OnRefused(object.first_record + read + 1, object.kind);
+    // The refused one counts for itself; what the calendar holds behind it is lost with it.
+    if (read + 1 < object.records) visitor_.OnUnreached(object.records - read - 1);
+  }
+
+  // The library refused an object of the whole file. A calendar may be refused behind its last record;
+  // then the calendar after it is named, and the message says that it is one of the two.
+  void TellRefused(OsifResult result) {
+    const FileObject& object = index_.ObjectOf(delivered_);
+    const size_t read = delivered_ - std::min(delivered_, object.first_record);
+    std::string place = PlaceOf(file_name_, object.first_record + 1, object.line);
+    Refuse(object, read, place, result);
+    if (read == 0 && delivered_ > 0 && object.kind == ObjectKind::kVCalendar) {
+      reporter_.Note(file_name_ + ": it may also be the end of the calendar before it");
+    }
+    const size_t behind = object.first_record + object.records;
+    if (behind < index_.record_lines.size()) TellUnreached(behind, "", result);
+  }
+
+  // The library saw the file's end before its last object: a line between two objects ended it.
+  void TellEnd(size_t first_unreached) {
+    const FileObject& object = index_.ObjectOf(first_unreached);
+    std::string why;
+    for (const OutsideText& outside : index_.outside) {
+      if (&index_.objects[std::min(outside.next_object, index_.objects.size() - 1)] != &object)
+        continue;
+      why = ", because line " + std::to_string(outside.line) + " between the objects is " +
+            (outside.text_line == outside.line ? "none of an object" : "blank");
+    }
+    TellUnreached(first_unreached, why, OSIF_OK);
+  }
+
+  void TellUnreached(size_t first, const std::string& why, OsifResult result) {
+    const size_t count = index_.record_lines.size() - first;
+    reporter_.Fail(file_name_ + ": " + WereNotReached(count) + ", from line " +
+                       std::to_string(index_.record_lines[first]) + " on" + why +
+                       " (--each reads every object by itself)",
+                   result);
+    visitor_.OnUnreached(count);
+  }
+
+  // Text outside the objects is lost; blank lines are nothing to speak of.
+  void TellOutside(size_t next_object) {
+    while (outside_ < index_.outside.size() &&
+           index_.outside[outside_].next_object <= next_object) {
+      const OutsideText& outside = index_.outside[outside_++];
+      if (!outside.text_line) continue;
+      reporter_.Fail(file_name_ + ": the text on line " + std::to_string(*outside.text_line) +
+                         " belongs to no object and was left out",
+                     OSIF_ERR_INVALID_STREAM);
+    }
+  }
+
+  const std::string& file_name_;
+  FileVisitor& visitor_;
+  Reporter& reporter_;
+  const FileIndex index_;
+  size_t outside_ = 0;      // the outside texts told so far
+  size_t next_record_ = 0;  // counted from 0 over the whole file
+  size_t delivered_ = 0;    // by the present call of the library
+  bool had_warning_ = false;
+};
+
+}  // namespace
+
+std::string PlaceOf(const std::string& file_name, size_t number, uint64_t line) {
+  std::string place = file_name + ": object " + std::to_string(number);
+  if (line > 0) place += " (line " + std::to_string(line) + ")";
+  return place;
+}
+
+std::optional<int32_t> StoreOf(ObjectKind kind) {
+  switch (kind) {
+    case ObjectKind::kVCard:
+      return OSIF_STORE_PB;
+    case ObjectKind::kVCalendar:
+      return OSIF_STORE_CAL;
+    case ObjectKind::kVNote:
+      return OSIF_STORE_NOTE;
+    case ObjectKind::kVMessage:
+    case ObjectKind::kOther:
+      break;
+  }
+  return std::nullopt;
+}
+
+OsifResult ReadObjectFile(const std::string& argument, bool each, FileVisitor& visitor,
+                          Reporter& reporter) {
+  const std::optional<std::string> file_name = FileName(argument);
+  const std::string why = file_name ? WhyNoFile(*file_name) : "the name is not UTF-8";
+  if (!why.empty()) {
+    reporter.Fail(argument + ": " + why, OSIF_ERR_FILE_OPEN);
+    return OSIF_ERR_FILE_OPEN;
+  }
+  // A file that cannot be read here cannot be read by the library either, which then tells why.
+  FileReader reader(*file_name, visitor, reporter, IndexFile(*file_name).value_or(FileIndex{}));
+  const int source = each ? open(file_name->c_str(), O_RDONLY | O_CLOEXEC) : -1;
+  if (source < 0) return reader.ReadWhole();
+  TempFile piece;
+  OsifResult result = OSIF_ERR_GENERAL;
+  if (piece.is_open()) {
+    result = reader.ReadEach(source, piece);
+  } else {
+    reporter.Fail(piece.name() + ": " + std::strerror(errno), result);
+  }
+  close(source);
+  return result;
+}
+
+}  // namespace command

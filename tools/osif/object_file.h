@@ -1,0 +1,48 @@
+// Reading a file of objects through the library, whole or each object by itself, without losing anything in
+// silence: what the library refuses, or does not reach because it has stopped, is told.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "osif.h"
+#include "tools/osif/file_index.h"
+#include "tools/osif/reporter.h"
+
+namespace command {
+
+// One record that the library read.
+struct FileRecord {
+  size_t number;  // in the file, counted from 1
+  uint64_t line;  // on which it begins; 0 when that is not known
+  int32_t store_id;
+  OsifObject* object;  // lent until the visitor returns
+  OsifResult result;   // OSIF_PARSE_OK or OSIF_PARSE_WARNING
+  // The library hands on the worst result so far, so behind a first warning there is no telling.
+  bool is_certain;
+};
+
+// What is done with the objects of a file.
+class FileVisitor {
+ public:
+  virtual ~FileVisitor() = default;
+  virtual void OnRecord(const FileRecord& record) = 0;
+  // An object that the library refused, after it was reported.
+  virtual void OnRefused(size_t number, ObjectKind kind) = 0;
+  // Records that the library did not reach, after they were reported.
+  virtual void OnUnreached(size_t count) = 0;
+};
+
+// What OSIF_ReadObjects gives for the file: one code for the file read whole; for objects read one by one,
+// the first code that is not OSIF_OK.
+OsifResult ReadObjectFile(const std::string& file_name, bool each, FileVisitor& visitor,
+                          Reporter& reporter);
+
+// Where a record stands, for messages: "cards.vcf: object 3 (line 17)".
+std::string PlaceOf(const std::string& file_name, size_t number, uint64_t line);
+
+// The store that objects of a kind go to; nothing for messages, whose folder decides, and for others.
+std::optional<int32_t> StoreOf(ObjectKind kind);
+
+}  // namespace command

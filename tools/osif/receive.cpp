@@ -1,0 +1,152 @@
+// osif receive: what an object push service does with a file that it got.
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "tools/osif/commands.h"
+#include "tools/osif/object_file.h"
+#include "tools/osif/records.h"
+#include "tools/osif/store.h"
+#include "tools/osif/texts.h"
+
+namespace command {
+namespace {
+
+struct Counts {
+  size_t added = 0;
+  size_t updated = 0;
+  size_t refused = 0;
+  size_t unreached = 0;
+  size_t warnings = 0;
+  size_t uncertain = 0;  // of the warnings
+};
+
+// Stores the records of one file.
+class Receiver : public FileVisitor {
+ public:
+  // `tells_all`: also people see a line for each object.
+  Receiver(const std::string& file_name, bool tells_all, Session& session, Reporter& reporter)
+      : file_name_(file_name), tells_all_(tells_all), session_(session), reporter_(reporter) {}
+
+  void OnRecord(const FileRecord& record) override {
+    const std::string name = ObjectName(record.store_id, *record.object);
+    const std::string place = PlaceOf(file_name_, record.number, record.line) + QuotedName(name);
+    TellWarning(record, place);
+
+    ObjectId id{};
+    const bool is_known = OSIF_FindObject(record.store_id, record.object, id.data()) != 0;
+    OsifAnchor* anchor = session_.NewAnchor(record.store_id);
+    const OsifResult result =
+        is_known ? OSIF_ModifyObject(record.store_id, id.data(), record.object, anchor)
+                 : OSIF_AddObject(record.store_id, record.object, id.data(), anchor);
+    if (result != OSIF_OK) {
+      ++counts_.refused;
+      reporter_.Fail(place + " was not stored", result);
+      Tell(record, "refused", nullptr, name, nullptr);
+      return;
+    }
+    ++(is_known ? counts_.updated : counts_.added);
+    const char* action = is_known ? "updated" : "added";
+    Tell(record, action, id.data(), name, anchor);
+    if (tells_all_) {
+      reporter_.Text(place + ": " + action + " " + IdInStore(record.store_id, id.data()));
+    }
+  }
+
+  void OnRefused(size_t number, ObjectKind kind) override {
+    ++counts_.refused;
+    const std::optional<int32_t> store_id = StoreOf(kind);
+    reporter_.JsonLine({{"file", file_name_},
+                        {"number", number},
+                        {"store", store_id ? Json(StoreName(*store_id)) : Json()},
+                        {"action", "refused"},
+                        {"id", nullptr},
+                        {"name", nullptr},
+                        {"result", "error"},
+                        {"anchor", nullptr}});
+  }
+
+  void OnUnreached(size_t count) override { counts_.unreached += count; }
+
+  void Summarise() {
+    if (counts_.uncertain > 0) {
+      reporter_.Note(file_name_ + ": the warning may hold for " + std::to_string(counts_.uncertain) +
+                     " more behind it as well (--each tells)");
+    }
+    std::string text = file_name_ + ": " + std::to_string(counts_.added) + " added, " +
+                       std::to_string(counts_.updated) + " updated, " +
+                       std::to_string(counts_.refused) + " refused";
+    if (counts_.unreached > 0) text += ", " + std::to_string(counts_.unreached) + " not reached";
+    if (counts_.warnings > 0) text += "; " + std::to_string(counts_.warnings) + " with a warning";
+    if (counts_.refused + counts_.warnings > 0 && !tells_all_) text += " (--trace shows why)";
+    reporter_.Text(text);
+  }
+
+ private:
+  // Only the first warning of a file is known to be this object's.
+  void TellWarning(const FileRecord& record, const std::string& place) {
+    if (record.result == OSIF_PARSE_OK) return;
+    if (record.is_certain) {
+      ++counts_.warnings;
+      reporter_.Note(place + ": " + CodeText(record.result) + " (code " +
+                     std::to_string(record.result) + ")");
+    } else {
+      ++counts_.uncertain;
+    }
+  }
+
+  void Tell(const FileRecord& record, const char* action, const char* id, const std::string& name,
+            const OsifAnchor* anchor) {
+    if (!reporter_.json()) return;
+    reporter_.JsonLine({{"file", file_name_},
+                        {"number", record.number},
+                        {"store", StoreName(record.store_id)},
+                        {"action", action},
+                        {"id", id == nullptr ? Json() : Json(IdToOutput(id))},
+                        {"name", name},
+                        {"result", ParseResultName(record.result)},
+                        {"anchor", AnchorJson(anchor)}});
+  }
+
+  const std::string& file_name_;
+  bool tells_all_;
+  Session& session_;
+  Reporter& reporter_;
+  Counts counts_;
+};
+
+void Receive(const std::vector<std::string>& files, bool each, const Options& options,
+             Reporter& reporter) {
+  Session session(options, reporter);
+  if (!session.is_open()) return;
+  for (const std::string& file : files) {
+    // Between the lines of the trace, each object says where it is.
+    Receiver receiver(file, options.trace, session, reporter);
+    ReadObjectFile(file, each, receiver, reporter);
+    receiver.Summarise();
+  }
+}
+
+}  // namespace
+
+void AddReceive(CLI::App& app, const Options& options, Action& action) {
+  struct Arguments {
+    std::vector<std::string> files;
+    bool each = false;
+  };
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* subcommand =
+      app.add_subcommand("receive", "Store every object of the files: update it where it is known");
+  subcommand->add_option("FILE", arguments->files, "vCard, vCalendar, vNote or vMessage files")
+      ->type_name("")
+      ->required();
+  subcommand->add_flag("--each", arguments->each,
+                       "Read every object by itself, so that a bad one does not cost the rest");
+  subcommand->callback([arguments, &options, &action] {
+    action = [arguments, &options](Reporter& reporter) {
+      Receive(arguments->files, arguments->each, options, reporter);
+    };
+  });
+}
+
+}  // namespace command

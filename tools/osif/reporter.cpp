@@ -1,0 +1,100 @@
+#include "tools/osif/reporter.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "tools/osif/texts.h"
+
+namespace command {
+namespace {
+
+constexpr auto kProgressInterval = std::chrono::milliseconds(100);
+
+std::string Dump(const Json& object) {
+  return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+// Where the library found nothing wrong there is nothing to add.
+std::string WithCode(const std::string& what, OsifResult code) {
+  if (code == OSIF_OK) return what;
+  return what + ": " + CodeText(code) + " (code " + std::to_string(code) + ")";
+}
+
+}  // namespace
+
+void Reporter::Result(const Json& object, const std::string& text) {
+  OutputLine(json_ ? Dump(object) : OneLine(text));
+}
+
+void Reporter::Text(const std::string& line) {
+  if (!json_) OutputLine(OneLine(line));
+}
+
+void Reporter::JsonLine(const Json& object) {
+  if (json_) OutputLine(Dump(object));
+}
+
+void Reporter::Fail(const std::string& what, OsifResult code) {
+  FailText(what, code);
+  if (failures_in_json_) JsonLine({{"error", what}, {"code", code}, {"text", CodeText(code)}});
+}
+
+void Reporter::FailText(const std::string& what, OsifResult code) {
+  if (status_ == kAllWell) status_ = kFailed;
+  Note(WithCode(what, code));
+}
+
+void Reporter::WrongUsage(const std::string& text) {
+  status_ = kWrongUsage;
+  Note(text);
+}
+
+void Reporter::Note(const std::string& text) {
+  if (before_line_) before_line_();
+  ErrorLine("osif: " + text);
+}
+
+void Reporter::Progress(const std::string& work, size_t done, size_t total) {
+  const auto now = std::chrono::steady_clock::now();
+  if (isatty(STDERR_FILENO) == 0 || now - progress_time_ < kProgressInterval) return;
+  progress_time_ = now;
+  progress_shown_ = true;
+  std::string line = work + " " + std::to_string(done);
+  if (total > 0) line += " of " + std::to_string(total);
+  std::fprintf(stderr, "\r\x1b[K%s", OneLine(line).c_str());
+  std::fflush(stderr);
+}
+
+void Reporter::ClearProgress() {
+  if (!progress_shown_) return;
+  std::fputs("\r\x1b[K", stderr);
+  progress_shown_ = false;
+}
+
+void Reporter::OutputLine(const std::string& line) {
+  if (before_line_) before_line_();
+  ClearProgress();
+  std::fwrite(line.data(), 1, line.size(), stdout);
+  std::fputc('\n', stdout);
+}
+
+void Reporter::ErrorLine(const std::string& line) {
+  ClearProgress();
+  // Both outputs may be the same terminal or file: what was said before has to stand before.
+  std::fflush(stdout);
+  std::fprintf(stderr, "%s\n", OneLine(line).c_str());
+}
+
+int Reporter::Finish() {
+  if (before_line_) before_line_();
+  ClearProgress();
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    FailText(std::string("standard output: ") + std::strerror(errno), OSIF_ERR_GENERAL);
+  }
+  return status_;
+}
+
+}  // namespace command

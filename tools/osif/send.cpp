@@ -1,0 +1,162 @@
+// osif send and osif export: objects of a store as text.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "tools/osif/commands.h"
+#include "tools/osif/records.h"
+#include "tools/osif/store.h"
+#include "tools/osif/temp_file.h"
+#include "tools/osif/texts.h"
+
+namespace command {
+namespace {
+
+enum class Truncate : uint8_t { kNo, kYes };
+
+// The size of a regular file; -1 for anything else, whose size says nothing.
+int64_t RegularSize(const std::string& file) {
+  struct stat status {};
+  if (stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return -1;
+  return status.st_size;
+}
+
+// Fetches an object and writes it to a file. The library tells of a failed write in its trace alone, so
+// the file has to have become longer.
+bool WriteObject(int32_t store_id, const char* id, const std::string& file, Truncate truncate,
+                 Reporter& reporter) {
+  FetchedObject fetched(store_id, id);
+  if (fetched.result() != OSIF_OK) {
+    reporter.Fail(IdInStore(store_id, id), fetched.result());
+    return false;
+  }
+  const int64_t before = truncate == Truncate::kYes ? 0 : RegularSize(file);
+  const OsifResult result = OSIF_WriteObject(store_id, &fetched.object(), ToWide(file).c_str(),
+                                             static_cast<uint8_t>(truncate));
+  if (result != OSIF_OK) {
+    reporter.Fail(file, result);
+    return false;
+  }
+  const int64_t after = RegularSize(file);
+  if (after >= 0 && after <= before) {
+    reporter.Fail(file + ": " + IdInStore(store_id, id) + " could not be written",
+                  OSIF_ERR_GENERAL);
+    return false;
+  }
+  return true;
+}
+
+// ---- send -----------------------------------------------------------------------------------------
+
+void SendToOutput(int32_t store_id, const std::string& id, Reporter& reporter) {
+  const TempFile file;
+  if (!file.is_open()) {
+    reporter.Fail(file.name() + ": " + std::strerror(errno), OSIF_ERR_GENERAL);
+    return;
+  }
+  if (!WriteObject(store_id, id.c_str(), file.name(), Truncate::kYes, reporter)) return;
+  if (!file.CopyTo(STDOUT_FILENO)) {
+    reporter.Fail(std::string("standard output: ") + std::strerror(errno), OSIF_ERR_GENERAL);
+  }
+}
+
+void Send(int32_t store_id, const std::string& argument, const std::string& output,
+          const Options& options, Reporter& reporter) {
+  const std::optional<std::string> file = FileName(output);
+  if (!file) {
+    reporter.Fail(output + ": the name is not UTF-8", OSIF_ERR_FILE_OPEN);
+    return;
+  }
+  Session session(options, reporter);
+  if (!session.is_open()) return;
+  const std::string id = IdFromArgument(argument);
+  if (file->empty()) {
+    SendToOutput(store_id, id, reporter);
+  } else {
+    WriteObject(store_id, id.c_str(), *file, Truncate::kYes, reporter);
+  }
+}
+
+// ---- export ---------------------------------------------------------------------------------------
+
+// An empty store gives an empty file.
+bool MakeEmpty(const std::string& file, Reporter& reporter) {
+  FILE* stream = std::fopen(file.c_str(), "wb");
+  if (stream == nullptr) {
+    reporter.Fail(file + ": " + std::strerror(errno), OSIF_ERR_FILE_OPEN);
+    return false;
+  }
+  std::fclose(stream);
+  return true;
+}
+
+void Export(int32_t store_id, const std::string& output, const Options& options,
+            Reporter& reporter) {
+  const std::optional<std::string> file = FileName(output);
+  if (!file) {
+    reporter.Fail(output + ": the name is not UTF-8", OSIF_ERR_FILE_OPEN);
+    return;
+  }
+  Session session(options, reporter);
+  if (!session.is_open() || !MakeEmpty(*file, reporter)) return;
+  uint32_t total = 0;  // stays 0, not known, where the store does not count
+  OSIF_GetObjectCount(store_id, &total);
+  size_t written = 0;
+  const OsifResult result = ForEachId(store_id, [&](const char* id) {
+    if (WriteObject(store_id, id, *file, Truncate::kNo, reporter)) ++written;
+    reporter.Progress(*file + ": object", written, total);
+  });
+  if (result != OSIF_OK) {
+    reporter.Fail(StoreName(store_id), result);
+    return;
+  }
+  reporter.Result({{"store", StoreName(store_id)}, {"file", *file}, {"count", written}},
+                  *file + ": " + std::to_string(written) + (written == 1 ? " object" : " objects"));
+}
+
+}  // namespace
+
+void AddSend(CLI::App& app, const Options& options, Action& action) {
+  struct Arguments {
+    int32_t store_id = 0;
+    std::string id;
+    std::string output;
+  };
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* subcommand = app.add_subcommand("send", "Write one object of a store as text");
+  AddStoreArgument(*subcommand, arguments->store_id);
+  subcommand->add_option("ID", arguments->id, "Its id as \"osif list\" shows it")
+      ->type_name("")
+      ->required();
+  subcommand->add_option("-o,--output", arguments->output, "The file; standard output without it")
+      ->type_name("FILE");
+  subcommand->callback([arguments, &options, &action] {
+    action = [arguments, &options](Reporter& reporter) {
+      Send(arguments->store_id, arguments->id, arguments->output, options, reporter);
+    };
+  });
+}
+
+void AddExport(CLI::App& app, const Options& options, Action& action) {
+  struct Arguments {
+    int32_t store_id = 0;
+    std::string output;
+  };
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* subcommand = app.add_subcommand("export", "Write every object of a store to a file");
+  AddStoreArgument(*subcommand, arguments->store_id);
+  subcommand->add_option("-o,--output", arguments->output, "The file")
+      ->type_name("FILE")
+      ->required();
+  subcommand->callback([arguments, &options, &action] {
+    action = [arguments, &options](Reporter& reporter) {
+      Export(arguments->store_id, arguments->output, options, reporter);
+    };
+  });
+}
+
+}  // namespace command

@@ -1,0 +1,61 @@
+// The library opened on the device for one run of the command.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "osif.h"
+#include "tools/osif/reporter.h"
+#include "tools/osif/trace_tap.h"
+
+namespace command {
+
+// The options that every subcommand has.
+struct Options {
+  std::string device;  // the device's folder; empty for the usual one
+  bool json = false;
+  bool trace = false;
+};
+
+// Says what is wrong when the device cannot be used.
+bool CheckDevice(Reporter& reporter);
+
+// Reads now what decoding and showing texts will need of the registry, and lets go of the database: once
+// the library has it open, this side must not open and close it beside it.
+void PrepareTexts();
+
+class Session {
+ public:
+  // Opens the library, and before it the tap on its trace when the options ask for one. A failure is
+  // reported; is_open() is then false.
+  Session(const Options& options, Reporter& reporter);
+  // Closes the change logs that were opened, and the library.
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  bool is_open() const { return is_open_; }
+
+  // Opens the store's change log in the device's Sync folder, once: that costs a comparison of the store
+  // with its last state. OSIF_OK when the log is open.
+  OsifResult OpenChangeLog(int32_t store_id);
+
+  // A cleared anchor to pass with a change; null when the store's change log is not open, so that the
+  // change is made without one. Valid until the next call.
+  OsifAnchor* NewAnchor(int32_t store_id);
+
+ private:
+  OsifResult Open(bool with_trace);
+  void StartTrace();
+  void ShowTrace();
+  void CloseChangeLogs();
+
+  Reporter& reporter_;
+  std::unique_ptr<TraceTap> tap_;
+  bool is_open_ = false;
+  std::map<int32_t, OsifResult> change_logs_;  // what opening them gave
+  OsifAnchor anchor_{};
+};
+
+}  // namespace command

@@ -1,0 +1,184 @@
+// osif settings: the registry settings that the library and its neighbours read.
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <memory>
+#include <optional>
+
+#include "btosif/osif_util/ascii.h"
+#include "tools/osif/commands.h"
+#include "tools/osif/registry_value.h"
+#include "tools/osif/texts.h"
+
+namespace command {
+namespace {
+
+enum class Type { kNumber, kText, kAddress };
+
+struct Setting {
+  const WCHAR* name;
+  const WCHAR* key;
+  Type type;
+  const char* default_value;  // null where there is none
+  size_t room;  // of a text, in UTF-16 units with its terminator: longer ones are not read
+};
+
+constexpr std::array<Setting, 17> kSettings = {{
+    {u"MinorClass", kGeneralKey, Type::kNumber, "4", 0},
+    {u"DeviceName", kGeneralKey, Type::kText, "", 248},
+    {u"UsePocketPCName", kGeneralKey, Type::kNumber, "1", 0},
+    {u"SecurityType", kGeneralKey, Type::kNumber, "2", 0},
+    {u"MaxSimultConnections", kGeneralKey, Type::kNumber, "1", 0},
+    {u"CountryCode", kGeneralKey, Type::kNumber, "0", 0},
+    {u"DontShowAdvanced", kGeneralKey, Type::kNumber, "0", 0},
+    {u"ForceDevClassMajor", kGeneralKey, Type::kNumber, "0", 0},
+    {u"ForceDevClassMinor", kGeneralKey, Type::kNumber, "0", 0},
+    {u"UnnamedDeviceName", kGeneralKey, Type::kText, "<No Name>", 50},
+    {u"NoSleepingWhileConnected", kGeneralKey, Type::kNumber, "0", 0},
+    {u"DefaultStatusDll", kGeneralKey, Type::kText, nullptr, 260},
+    {u"DefaultPropertiesDll", kGeneralKey, Type::kText, nullptr, 260},
+    {u"DefaultInputCharset", kGeneralKey, Type::kText, "", 260},
+    {u"DefaultOutputCharset", kGeneralKey, Type::kText, "", 260},
+    {u"DoNotSendMsftProperties", kGeneralKey, Type::kNumber, "0", 0},
+    {kLogAddressName, kDebugKey, Type::kAddress, "0.0.0.0", 0},
+}};
+
+std::string ToDotted(uint32_t address) {
+  char text[INET_ADDRSTRLEN] = {};
+  const in_addr network{htonl(address)};
+  inet_ntop(AF_INET, &network, text, sizeof text);
+  return text;
+}
+
+std::optional<uint32_t> FromDotted(const std::string& text) {
+  in_addr network{};
+  if (inet_pton(AF_INET, text.c_str(), &network) != 1) return std::nullopt;
+  return ntohl(network.s_addr);
+}
+
+// Decimal, or hexadecimal behind "0x".
+std::optional<uint32_t> FromDigits(std::string_view text) {
+  const bool is_hexadecimal = text.starts_with("0x") || text.starts_with("0X");
+  if (is_hexadecimal) text.remove_prefix(2);
+  uint32_t number = 0;
+  const auto [end, error] =
+      std::from_chars(text.data(), text.data() + text.size(), number, is_hexadecimal ? 16 : 10);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
+// The value as text; nothing when it is not set.
+std::optional<std::string> Read(const Setting& setting) {
+  if (setting.type == Type::kText) {
+    const std::optional<WideText> text = ReadRegistryText(setting.key, setting.name);
+    return text ? std::optional(ToOutput(*text)) : std::nullopt;
+  }
+  const std::optional<uint32_t> number = ReadRegistryNumber(setting.key, setting.name);
+  if (!number) return std::nullopt;
+  return setting.type == Type::kNumber ? std::to_string(*number) : ToDotted(*number);
+}
+
+Json ValueJson(const Setting& setting, const std::optional<std::string>& value) {
+  if (!value) return nullptr;
+  if (setting.type != Type::kNumber) return *value;
+  return FromDigits(*value).value_or(0);
+}
+
+void Show(const Setting& setting, Reporter& reporter) {
+  const std::optional<std::string> stored = Read(setting);
+  std::optional<std::string> standard;
+  if (setting.default_value != nullptr) standard = setting.default_value;
+  const std::optional<std::string>& value = stored ? stored : standard;
+  std::string text = ToOutput(setting.name) + " = ";
+  if (setting.type == Type::kText && value) {
+    text += '"' + *value + '"';
+  } else {
+    text += value.value_or("none");
+  }
+  if (!stored) text += "  (default)";
+  reporter.Result({{"name", ToOutput(setting.name)},
+                   {"value", ValueJson(setting, value)},
+                   {"default", ValueJson(setting, standard)},
+                   {"set", stored.has_value()}},
+                  text);
+}
+
+// Why a value does not suit its setting; empty when it does.
+std::string WhyUnfit(const Setting& setting, const std::string& value) {
+  switch (setting.type) {
+    case Type::kNumber:
+      return FromDigits(value) ? "" : "takes a number from 0 to 4294967295";
+    case Type::kAddress:
+      return FromDotted(value) ? "" : "takes an address such as 192.168.0.7, or 0.0.0.0 for none";
+    case Type::kText:
+      break;
+  }
+  if (ToWide(value).size() < setting.room) return {};
+  return "takes a text of " + std::to_string(setting.room - 1) + " characters at most";
+}
+
+bool Write(const Setting& setting, const std::string& value) {
+  switch (setting.type) {
+    case Type::kNumber:
+      return WriteRegistryNumber(setting.key, setting.name, FromDigits(value).value_or(0));
+    case Type::kAddress:
+      return WriteRegistryNumber(setting.key, setting.name, FromDotted(value).value_or(0));
+    case Type::kText:
+      break;
+  }
+  return WriteRegistryText(setting.key, setting.name, ToWide(value));
+}
+
+const Setting* FindSetting(const std::string& name) {
+  const auto found = std::find_if(kSettings.begin(), kSettings.end(), [&](const Setting& setting) {
+    return EqualsIgnoringCase(ToOutput(setting.name), name);
+  });
+  return found == kSettings.end() ? nullptr : &*found;
+}
+
+void Settings(const std::optional<std::string>& name, const std::optional<std::string>& value,
+              Reporter& reporter) {
+  const Setting* setting = name ? FindSetting(*name) : nullptr;
+  if (name && setting == nullptr) {
+    reporter.WrongUsage("there is no setting \"" + *name + "\"; \"osif settings\" shows them all");
+    return;
+  }
+  if (const std::string why = value ? WhyUnfit(*setting, *value) : ""; !why.empty()) {
+    reporter.WrongUsage(ToOutput(setting->name) + " " + why);
+    return;
+  }
+  if (!CheckDevice(reporter)) return;
+  if (setting == nullptr) {
+    for (const Setting& each : kSettings) Show(each, reporter);
+    return;
+  }
+  if (value && !Write(*setting, *value)) {
+    reporter.Fail(ToOutput(setting->name) + " could not be written", OSIF_ERR_GENERAL);
+    return;
+  }
+  Show(*setting, reporter);
+}
+
+}  // namespace
+
+void AddSettings(CLI::App& app, const Options&, Action& action) {
+  struct Arguments {
+    std::optional<std::string> name;
+    std::optional<std::string> value;
+  };
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* subcommand =
+      app.add_subcommand("settings", "Show or change the settings in the device's registry");
+  CLI::Option* name =
+      subcommand->add_option("NAME", arguments->name, "One setting; all without it")->type_name("");
+  subcommand->add_option("VALUE", arguments->value, "Its new value")->type_name("")->needs(name);
+  subcommand->callback([arguments, &action] {
+    action = [arguments](Reporter& reporter) {
+      Settings(arguments->name, arguments->value, reporter);
+    };
+  });
+}
+
+}  // namespace command

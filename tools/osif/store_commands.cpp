@@ -1,0 +1,181 @@
+// osif list, count, delete and find: a look at the stores.
+#include <memory>
+#include <vector>
+
+#include "btosif/osif_util/value_text.h"
+#include "tools/osif/commands.h"
+#include "tools/osif/object_file.h"
+#include "tools/osif/records.h"
+#include "tools/osif/store.h"
+#include "tools/osif/texts.h"
+
+namespace command {
+namespace {
+
+// ---- list -----------------------------------------------------------------------------------------
+
+Json CalendarKindJson(const OsifObject& object) {
+  switch (object.calendarKind) {
+    case OSIF_CALENDAR_EVENT:
+      return "event";
+    case OSIF_CALENDAR_TODO:
+      return "todo";
+    default:
+      return nullptr;
+  }
+}
+
+Json StartJson(OsifObject& object) {
+  if (object.calendar.dtStart == nullptr) return nullptr;
+  return ToOutput(PropertyValue_GetText(object.calendar.dtStart, 0));
+}
+
+// The names of the objects of a store that cannot be fetched are not known; the ids are listed all the same.
+void ListObject(int32_t store_id, const char* id, Reporter& reporter) {
+  FetchedObject fetched(store_id, id);
+  const bool is_there = fetched.result() == OSIF_OK;
+  if (!is_there && fetched.result() != OSIF_ERR_NOT_IMPLEMENTED) {
+    reporter.Fail(IdInStore(store_id, id), fetched.result());
+    return;
+  }
+  const std::string name = is_there ? ObjectName(store_id, fetched.object()) : std::string();
+  Json line = {{"store", StoreName(store_id)},
+               {"id", IdToOutput(id)},
+               {"name", is_there ? Json(name) : Json()}};
+  std::string text = IdToOutput(id) + (is_there ? "  " + name : "");
+  if (store_id == OSIF_STORE_CAL && is_there) {
+    line["kind"] = CalendarKindJson(fetched.object());
+    line["start"] = StartJson(fetched.object());
+    if (line["start"].is_string()) text += "  " + line["start"].get<std::string>();
+  }
+  reporter.Result(line, text);
+}
+
+void List(int32_t store_id, const Options& options, Reporter& reporter) {
+  Session session(options, reporter);
+  if (!session.is_open()) return;
+  const OsifResult result =
+      ForEachId(store_id, [&](const char* id) { ListObject(store_id, id, reporter); });
+  if (result != OSIF_OK) reporter.Fail(StoreName(store_id), result);
+}
+
+// ---- count ----------------------------------------------------------------------------------------
+
+void Count(int32_t store_id, const Options& options, Reporter& reporter) {
+  Session session(options, reporter);
+  if (!session.is_open()) return;
+  uint32_t count = 0;
+  const OsifResult result = OSIF_GetObjectCount(store_id, &count);
+  if (result != OSIF_OK) {
+    reporter.Fail(StoreName(store_id), result);
+    return;
+  }
+  reporter.Result({{"store", StoreName(store_id)}, {"count", count}}, std::to_string(count));
+}
+
+// ---- delete ---------------------------------------------------------------------------------------
+
+void Delete(int32_t store_id, const std::vector<std::string>& ids, const Options& options,
+            Reporter& reporter) {
+  Session session(options, reporter);
+  if (!session.is_open()) return;
+  for (const std::string& argument : ids) {
+    const std::string id = IdFromArgument(argument);
+    OsifAnchor* anchor = session.NewAnchor(store_id);
+    const OsifResult result = OSIF_DeleteObject(store_id, id.c_str(), anchor);
+    if (result != OSIF_OK) {
+      reporter.Fail(IdInStore(store_id, id.c_str()), result);
+      continue;
+    }
+    reporter.Result({{"store", StoreName(store_id)},
+                     {"action", "deleted"},
+                     {"id", argument},
+                     {"anchor", AnchorJson(anchor)}},
+                    "deleted " + IdInStore(store_id, id.c_str()));
+  }
+}
+
+// ---- find -----------------------------------------------------------------------------------------
+
+class Finder : public FileVisitor {
+ public:
+  explicit Finder(Reporter& reporter) : reporter_(reporter) {}
+
+  void OnRecord(const FileRecord& record) override {
+    const std::string name = ObjectName(record.store_id, *record.object);
+    ObjectId id{};
+    const bool is_found = OSIF_FindObject(record.store_id, record.object, id.data()) != 0;
+    reporter_.Result({{"number", record.number},
+                      {"store", StoreName(record.store_id)},
+                      {"id", is_found ? Json(IdToOutput(id.data())) : Json()},
+                      {"name", name}},
+                     std::to_string(record.number) + "  " +
+                         (is_found ? IdInStore(record.store_id, id.data()) : "not found") + "  " +
+                         name);
+  }
+  void OnRefused(size_t, ObjectKind) override {}
+  void OnUnreached(size_t) override {}
+
+ private:
+  Reporter& reporter_;
+};
+
+void Find(const std::string& file, const Options& options, Reporter& reporter) {
+  Session session(options, reporter);
+  if (!session.is_open()) return;
+  Finder finder(reporter);
+  ReadObjectFile(file, false, finder, reporter);
+}
+
+// A subcommand whose only argument is a store.
+void AddStoreCommand(CLI::App& app, const char* name, const char* help, const Options& options,
+                     Action& action,
+                     void (*run)(int32_t store_id, const Options& options, Reporter& reporter)) {
+  const auto store_id = std::make_shared<int32_t>(0);
+  CLI::App* subcommand = app.add_subcommand(name, help);
+  AddStoreArgument(*subcommand, *store_id);
+  subcommand->callback([store_id, &options, &action, run] {
+    action = [store_id, &options, run](Reporter& reporter) { run(*store_id, options, reporter); };
+  });
+}
+
+}  // namespace
+
+void AddList(CLI::App& app, const Options& options, Action& action) {
+  AddStoreCommand(app, "list", "Show the ids and names of the objects of a store", options, action,
+                  List);
+}
+
+void AddCount(CLI::App& app, const Options& options, Action& action) {
+  AddStoreCommand(app, "count", "Show how many objects a store holds", options, action, Count);
+}
+
+void AddDelete(CLI::App& app, const Options& options, Action& action) {
+  struct Arguments {
+    int32_t store_id = 0;
+    std::vector<std::string> ids;
+  };
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* subcommand = app.add_subcommand("delete", "Delete objects of a store");
+  AddStoreArgument(*subcommand, arguments->store_id);
+  subcommand->add_option("ID", arguments->ids, "Ids as \"osif list\" shows them")
+      ->type_name("")
+      ->required();
+  subcommand->callback([arguments, &options, &action] {
+    action = [arguments, &options](Reporter& reporter) {
+      Delete(arguments->store_id, arguments->ids, options, reporter);
+    };
+  });
+}
+
+void AddFind(CLI::App& app, const Options& options, Action& action) {
+  const auto file = std::make_shared<std::string>();
+  CLI::App* subcommand =
+      app.add_subcommand("find", "For each object of a file, show its id in the store");
+  subcommand->add_option("FILE", *file, "A file of objects")->type_name("")->required();
+  subcommand->callback([file, &options, &action] {
+    action = [file, &options](Reporter& reporter) { Find(*file, options, reporter); };
+  });
+}
+
+}  // namespace command

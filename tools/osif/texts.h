@@ -1,0 +1,41 @@
+// Texts between the worlds that the command stands in: arguments and output are UTF-8, the library's
+// names are UTF-16, object ids are in the system's code page, and raw property texts are just bytes.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "btosif/osif_util/charset.h"
+#include "osif.h"
+
+namespace command {
+
+// UTF-8 for people and JSON; an unpaired surrogate becomes U+FFFD.
+std::string ToOutput(WideView text);
+
+// Each byte as the character of the same number (U+0000 to U+00FF), in UTF-8.
+std::string ByteText(std::string_view bytes);
+
+// A line that is safe on a terminal: control characters become blanks.
+std::string OneLine(std::string_view text);
+
+// A file name as the library sees it: "\" separates folders as well as "/" does. Nothing when the
+// argument is not UTF-8, because the library's wide names cannot express it.
+std::optional<std::string> FileName(std::string_view argument);
+WideText ToWide(std::string_view utf8);
+
+// Object ids as arguments and in output.
+std::string IdToOutput(const char* id);
+std::string IdFromArgument(std::string_view argument);
+
+// OSIF_CodeToString in UTF-8.
+std::string CodeText(OsifResult code);
+
+// The display name of an object; empty when it has none.
+std::string ObjectName(int32_t store_id, OsifObject& object);
+
+// An object's name in quotes with a blank before it, for messages; empty when there is none.
+std::string QuotedName(const std::string& name);
+
+}  // namespace command
