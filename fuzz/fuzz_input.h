@@ -1,0 +1,58 @@
+// What the fuzz targets share: a stream over the fuzzer's bytes, and a device folder of their own.
+#pragma once
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "btosif/osif_file.h"
+#include "btosif/osif_util/charset.h"
+#include "platform/utf8.h"
+
+namespace fuzz {
+
+// Puts the registry into a fresh folder that is removed when the fuzzer ends.
+class DeviceFolder {
+ public:
+  DeviceFolder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "osif-fuzz-XXXXXX").string();
+    folder_ = mkdtemp(pattern.data());
+    setenv("OSIF_DEVICE", folder_.c_str(), 1);
+  }
+  ~DeviceFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+  }
+
+ private:
+  std::string folder_;
+};
+
+inline void UseOwnDevice() { static DeviceFolder device; }
+
+// A file in memory that holds the fuzzer's bytes.
+class InputFile {
+ public:
+  InputFile(const uint8_t* bytes, size_t size) : descriptor_(memfd_create("input", 0)) {
+    if (write(descriptor_, bytes, size) != static_cast<ssize_t>(size)) abort();
+    name_ = FromUtf8("/proc/self/fd/" + std::to_string(descriptor_));
+  }
+  ~InputFile() { close(descriptor_); }
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+
+  void Open(OsifStream& stream) const {
+    if (FILE_Open(stream, name_.c_str(), u"rb") != 0) abort();
+  }
+
+ private:
+  int descriptor_;
+  WideText name_;
+};
+
+}  // namespace fuzz
