@@ -1,179 +1,229 @@
 #include "BtOsif_pol/pol_dispatch.h"
 
-#include <cstring>
 #include <optional>
+#include <string>
 
+#include "BtOsif_pol/pol_calendar.h"
 #include "BtOsif_pol/pol_changelog.h"
+#include "BtOsif_pol/pol_checksum.h"
 #include "BtOsif_pol/pol_contact.h"
 #include "BtOsif_pol/pol_id.h"
 #include "BtOsif_pol/pol_item.h"
-#include "BtOsif_pol/pol_session.h"
-#include "BtOsif_pol/pol_snapshot.h"
+#include "BtOsif_pol/pol_mapping.h"
+#include "BtOsif_pol/pol_note.h"
+#include "BtOsif_pol/pol_store.h"
 #include "config/trace.h"
-#include "platform/api/com_ptr.h"
 
 namespace {
 
-// The number of items of a folder; 0 when it cannot be asked.
-uint32_t CountFolder(int folder_type) {
-  ComPtr<IFolder> folder;
-  pol_Application()->GetDefaultFolder(folder_type, folder.put());
-  if (!folder) return 0;
-  ComPtr<IPOutlookItemCollection> items;
-  folder->get_Items(items.put());
-  if (!items) return 0;
-  int count = 0;
-  items->get_Count(&count);
-  return static_cast<uint32_t>(count);
-}
-
-// What a change has to tell to the change log besides its id.
-struct SavedItem {
-  LONG oid = 0;
-  std::optional<uint32_t> checksum;
+// The object that a call is about, and what its change has to tell to the change log.
+struct Subject {
+  int32_t store_id;
+  std::string id;                    // as the caller gave or gets it
+  LONG oid = 0;                      // of an item of the PIM
+  std::optional<uint32_t> checksum;  // of an item of the PIM as it was saved
 };
 
+OsifResult RecordChange(char kind, const Subject& subject, OsifAnchor* anchor) {
+  const LibraryChange change = {kind, subject.id.c_str(), static_cast<uint32_t>(subject.oid),
+                                subject.checksum};
+  return pol_RecordChange(subject.store_id, change, anchor);
+}
+
+// ---- Items of the PIM -------------------------------------------------------------------------------
+
+// How a kind of item is filled from a record, and what the trace says when it cannot be saved.
+template <typename Item>
+struct ItemMapping {
+  void (*put)(OsifObject&, Item&);
+  uint32_t (*checksum)(Item&);
+  const char* not_saved;
+};
+
+constexpr ItemMapping<IContact> kContactMapping = {
+    pol_PutContact, ContactChecksum, "       Error saving contact - 0x%08x"};
+constexpr ItemMapping<IAppointment> kAppointmentMapping = {
+    pol_PutAppointment, AppointmentChecksum, "       Error saving appointment - 0x%08x"};
+constexpr ItemMapping<ITask> kTaskMapping = {pol_PutTask, TaskChecksum,
+                                             "       Error saving task - 0x%08x"};
+
 // Notes the item as it was saved. Only an open change log wants its checksum.
-void NoteSaved(IContact& contact, SavedItem& saved) {
-  contact.get_Oid(&saved.oid);
-  if (pol_IsLogOpen(OSIF_STORE_PB)) saved.checksum = ContactChecksum(contact);
+template <typename Item>
+void NoteSaved(Item& item, const ItemMapping<Item>& mapping, Subject& subject) {
+  item.get_Oid(&subject.oid);
+  if (pol_IsLogOpen(subject.store_id)) subject.checksum = mapping.checksum(item);
 }
 
-LibraryChange LibraryChangeOf(char kind, const char* id, const SavedItem& item) {
-  return {kind, id, static_cast<uint32_t>(item.oid), item.checksum};
-}
-
-OsifResult AddContact(OsifObject& object, SavedItem& saved) {
-  if (pol_Application() == nullptr) return OSIF_ERR_PIM_NOT_OPENED;
-  ItemPtr<IContact> contact;
-  pol_Application()->CreateItem(olContactItem, contact.put());
-  if (!contact) return OSIF_ERR_PIM;
-  pol_PutContact(object, *contact);
-  if (contact->Save() != S_OK) return OSIF_ERR_PIM;
-  NoteSaved(*contact, saved);
+template <typename Item>
+OsifResult AddItem(const ItemMapping<Item>& mapping, OsifObject& object, Subject& subject) {
+  const ComPtr<Item> item = pol_CreateItem<Item>(*pol_Application());
+  if (!item) return OSIF_ERR_PIM;
+  mapping.put(object, *item);
+  if (item->Save() != S_OK) return OSIF_ERR_PIM;
+  NoteSaved(*item, mapping, subject);
+  char id[OSIF_ID_SIZE] = "";
+  pol_WriteId(subject.oid, id);
+  subject.id = id;
   return OSIF_OK;
 }
 
-OsifResult ModifyContact(OsifObject& object, SavedItem& saved) {
-  if (pol_Application() == nullptr) return OSIF_ERR_PIM_NOT_OPENED;
-  ItemPtr<IContact> contact;
-  if (pol_Application()->GetItemFromOid(saved.oid, contact.put()) != S_OK) {
-    return OSIF_ERR_NOT_FOUND;
-  }
-  pol_PutContact(object, *contact);
-  if (const HRESULT result = contact->Save(); result != S_OK) {
-    OSIF_Trace(0, "       Error saving contact - 0x%08x", result);
+template <typename Item>
+OsifResult ModifyItem(const ItemMapping<Item>& mapping, OsifObject& object, Subject& subject) {
+  const ComPtr<Item> item = pol_As<Item>(pol_ItemFromOid(*pol_Application(), subject.oid));
+  if (!item) return OSIF_ERR_NOT_FOUND;
+  mapping.put(object, *item);
+  if (const HRESULT result = item->Save(); result != S_OK) {
+    OSIF_Trace(0, mapping.not_saved, result);
     return OSIF_ERR_PIM;
   }
-  NoteSaved(*contact, saved);
+  NoteSaved(*item, mapping, subject);
   return OSIF_OK;
 }
 
-OsifResult DeleteContact(LONG oid) {
-  if (pol_Application() == nullptr) return OSIF_ERR_PIM_NOT_OPENED;
-  ItemPtr<IContact> contact;
-  if (pol_Application()->GetItemFromOid(oid, contact.put()) != S_OK) return OSIF_ERR_NOT_FOUND;
-  if (contact->Delete() != S_OK) return OSIF_ERR_PIM;
+template <typename Item>
+OsifResult DeleteItem(const ComPtr<Item>& item) {
+  if (!item) return OSIF_ERR_NOT_FOUND;
+  if (item->Delete() != S_OK) return OSIF_ERR_PIM;
   return OSIF_OK;
 }
 
-OsifResult Add(int32_t store_id, OsifObject& object, SavedItem& saved) {
-  switch (store_id) {
-    case OSIF_STORE_PB:
-      return AddContact(object, saved);
-    case OSIF_STORE_CAL:
-      return pol_Application() == nullptr ? OSIF_ERR_PIM_NOT_OPENED : OSIF_ERR_NOT_IMPLEMENTED;
-    case OSIF_STORE_NOTE:
-    case OSIF_STORE_MSG_IN:
-    case OSIF_STORE_MSG_SENT:
-    case OSIF_STORE_MSG_OUT:
-      return OSIF_ERR_NOT_IMPLEMENTED;
-    default:
-      return OSIF_ERR_TYPE_NOT_SUPPORTED;
+bool IsEvent(const OsifObject& object) { return object.calendarKind == OSIF_CALENDAR_EVENT; }
+
+OsifResult DeleteCalendarItem(LONG oid) {
+  const ComPtr<IDispatch> item = pol_ItemFromOid(*pol_Application(), oid);
+  if (const ComPtr<IAppointment> appointment = pol_As<IAppointment>(item)) {
+    return DeleteItem(appointment);
   }
+  return DeleteItem(pol_As<ITask>(item));
 }
 
-OsifResult Modify(int32_t store_id, OsifObject& object, SavedItem& saved) {
-  switch (store_id) {
-    case OSIF_STORE_PB:
-      return ModifyContact(object, saved);
-    case OSIF_STORE_CAL:
-      return pol_Application() == nullptr ? OSIF_ERR_PIM_NOT_OPENED : OSIF_ERR_NOT_IMPLEMENTED;
-    case OSIF_STORE_NOTE:
-    case OSIF_STORE_MSG_IN:
-    case OSIF_STORE_MSG_SENT:
-    case OSIF_STORE_MSG_OUT:
-      return OSIF_ERR_NOT_IMPLEMENTED;
-    default:
-      return OSIF_ERR_TYPE_NOT_SUPPORTED;
-  }
+uint32_t CountFolder(int folder_type) {
+  const ComPtr<IPOutlookItemCollection> items = pol_ItemsOf(*pol_Application(), folder_type);
+  return items ? static_cast<uint32_t>(pol_Get(*items, &IPOutlookItemCollection::get_Count)) : 0;
 }
 
-OsifResult Delete(int32_t store_id, LONG oid) {
-  switch (store_id) {
-    case OSIF_STORE_PB:
-      return DeleteContact(oid);
-    case OSIF_STORE_CAL:
-      return pol_Application() == nullptr ? OSIF_ERR_PIM_NOT_OPENED : OSIF_ERR_NOT_IMPLEMENTED;
-    case OSIF_STORE_NOTE:
-    case OSIF_STORE_MSG_IN:
-    case OSIF_STORE_MSG_SENT:
-    case OSIF_STORE_MSG_OUT:
+// ---- Notes ------------------------------------------------------------------------------------------
+
+OsifResult AddNote(OsifNote& note, Subject& subject) {
+  if (!pol_HasText(note.summary)) return OSIF_ERR_MISSING_FIELD;
+  pol_PutNote(note);
+  char id[OSIF_ID_SIZE] = "";
+  pol_WriteNoteId(pol_NoteName(note), id);
+  subject.id = id;
+  return OSIF_OK;
+}
+
+OsifResult ModifyNote(OsifNote& note, const Subject& subject) {
+  if (!pol_HasText(note.summary)) return OSIF_ERR_MISSING_FIELD;
+  pol_ReplaceNote(subject.id.c_str(), note);
+  return OSIF_OK;
+}
+
+// ---- Routing ----------------------------------------------------------------------------------------
+
+OsifResult Add(OsifObject& object, Subject& subject) {
+  switch (pol_KindOf(subject.store_id)) {
+    case StoreKind::kContacts:
+      return AddItem(kContactMapping, object, subject);
+    case StoreKind::kCalendar:
+      if (IsEvent(object)) return AddItem(kAppointmentMapping, object, subject);
+      return AddItem(kTaskMapping, object, subject);
+    case StoreKind::kNotes:
+      return AddNote(object.note, subject);
+    case StoreKind::kMessages:
       return OSIF_ERR_NOT_IMPLEMENTED;
-    default:
-      return OSIF_ERR_TYPE_NOT_SUPPORTED;
+    case StoreKind::kUnknown:
+      break;
   }
+  return OSIF_ERR_TYPE_NOT_SUPPORTED;
+}
+
+OsifResult Modify(OsifObject& object, Subject& subject) {
+  switch (pol_KindOf(subject.store_id)) {
+    case StoreKind::kContacts:
+      return ModifyItem(kContactMapping, object, subject);
+    case StoreKind::kCalendar:
+      if (IsEvent(object)) return ModifyItem(kAppointmentMapping, object, subject);
+      return ModifyItem(kTaskMapping, object, subject);
+    case StoreKind::kNotes:
+      return ModifyNote(object.note, subject);
+    case StoreKind::kMessages:
+      return OSIF_ERR_NOT_IMPLEMENTED;
+    case StoreKind::kUnknown:
+      break;
+  }
+  return OSIF_ERR_TYPE_NOT_SUPPORTED;
+}
+
+OsifResult Delete(const Subject& subject) {
+  switch (pol_KindOf(subject.store_id)) {
+    case StoreKind::kContacts:
+      return DeleteItem(pol_As<IContact>(pol_ItemFromOid(*pol_Application(), subject.oid)));
+    case StoreKind::kCalendar:
+      return DeleteCalendarItem(subject.oid);
+    case StoreKind::kNotes:
+    case StoreKind::kMessages:
+      return OSIF_ERR_NOT_IMPLEMENTED;
+    case StoreKind::kUnknown:
+      break;
+  }
+  return OSIF_ERR_TYPE_NOT_SUPPORTED;
+}
+
+// Reads the caller's id into the subject; every store but that of the notes wants a number.
+OsifResult ReadSubject(const char* id, Subject& subject) {
+  const std::optional<LONG> oid = pol_ReadId(id);
+  const bool is_note = pol_KindOf(subject.store_id) == StoreKind::kNotes;
+  if (id == nullptr || (!is_note && !oid)) return OSIF_ERR_INVALID_ID;
+  subject.id = id;
+  subject.oid = oid.value_or(0);
+  return pol_CheckSession(subject.store_id);
 }
 
 }  // namespace
 
 OsifResult POL_GetObjectCount(int32_t store_id, uint32_t* count) {
   *count = 0;
-  switch (store_id) {
-    case OSIF_STORE_PB:
-      if (pol_Application() == nullptr) return OSIF_ERR_PIM_NOT_OPENED;
+  if (const OsifResult result = pol_CheckSession(store_id); result != OSIF_OK) return result;
+  switch (pol_KindOf(store_id)) {
+    case StoreKind::kContacts:
       *count = CountFolder(olFolderContacts);
       return OSIF_OK;
-    case OSIF_STORE_CAL:
-      if (pol_Application() == nullptr) return OSIF_ERR_PIM_NOT_OPENED;
+    case StoreKind::kCalendar:
       *count = CountFolder(olFolderCalendar) + CountFolder(olFolderTasks);
       return OSIF_OK;
-    case OSIF_STORE_NOTE:
-    case OSIF_STORE_MSG_IN:
-    case OSIF_STORE_MSG_SENT:
-    case OSIF_STORE_MSG_OUT:
+    case StoreKind::kNotes:
+    case StoreKind::kMessages:
       return OSIF_ERR_NOT_IMPLEMENTED;
-    default:
-      return OSIF_ERR_TYPE_NOT_SUPPORTED;
+    case StoreKind::kUnknown:
+      break;
   }
+  return OSIF_ERR_TYPE_NOT_SUPPORTED;
 }
 
 OsifResult POL_AddObject(int32_t store_id, OsifObject* object, char* id, OsifAnchor* anchor) {
   OSIF_Trace(0, "OSIF:  POL_AddObject()");
   if (id != nullptr) id[0] = '\0';
-  SavedItem saved;
-  if (const OsifResult result = Add(store_id, *object, saved); result != OSIF_OK) return result;
-  char new_id[OSIF_ID_SIZE] = "";
-  pol_WriteId(saved.oid, new_id);
-  if (id != nullptr) std::memcpy(id, new_id, std::strlen(new_id) + 1);
-  return pol_RecordChange(store_id, LibraryChangeOf(kChangeModified, new_id, saved), anchor);
+  if (const OsifResult result = pol_CheckSession(store_id); result != OSIF_OK) return result;
+  Subject subject = {store_id, {}, 0, std::nullopt};
+  if (const OsifResult result = Add(*object, subject); result != OSIF_OK) return result;
+  if (id != nullptr) id[subject.id.copy(id, OSIF_ID_SIZE - 1)] = '\0';
+  return RecordChange(kChangeModified, subject, anchor);
 }
 
 OsifResult POL_ModifyObject(int32_t store_id, const char* id, OsifObject* object,
                             OsifAnchor* anchor) {
   OSIF_Trace(0, "OSIF:  POL_ModifyObject()");
-  const std::optional<LONG> oid = pol_ReadId(id);
-  if (id == nullptr || (store_id != OSIF_STORE_NOTE && !oid)) return OSIF_ERR_INVALID_ID;
-  SavedItem saved = {oid.value_or(0), std::nullopt};
-  if (const OsifResult result = Modify(store_id, *object, saved); result != OSIF_OK) return result;
-  return pol_RecordChange(store_id, LibraryChangeOf(kChangeModified, id, saved), anchor);
+  Subject subject = {store_id, {}, 0, std::nullopt};
+  if (const OsifResult result = ReadSubject(id, subject); result != OSIF_OK) return result;
+  if (const OsifResult result = Modify(*object, subject); result != OSIF_OK) return result;
+  return RecordChange(kChangeModified, subject, anchor);
 }
 
 OsifResult POL_DeleteObject(int32_t store_id, const char* id, OsifAnchor* anchor) {
   OSIF_Trace(0, "OSIF:  POL_DeleteObject()");
-  const std::optional<LONG> oid = pol_ReadId(id);
-  if (id == nullptr || (store_id != OSIF_STORE_NOTE && !oid)) return OSIF_ERR_INVALID_ID;
-  const SavedItem deleted = {oid.value_or(0), std::nullopt};
-  if (const OsifResult result = Delete(store_id, deleted.oid); result != OSIF_OK) return result;
-  return pol_RecordChange(store_id, LibraryChangeOf(kChangeDeleted, id, deleted), anchor);
+  Subject subject = {store_id, {}, 0, std::nullopt};
+  if (const OsifResult result = ReadSubject(id, subject); result != OSIF_OK) return result;
+  if (const OsifResult result = Delete(subject); result != OSIF_OK) return result;
+  return RecordChange(kChangeDeleted, subject, anchor);
 }

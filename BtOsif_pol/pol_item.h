@@ -1,19 +1,59 @@
-// An owner of one item of the PIM. The platform hands every item out as the very pointer of the interface
-// of its kind, so that no query is needed for an item whose kind is known.
+// Items of the PIM with the interface of their kind. Ids are shared by all kinds, so an id may name an item
+// of another kind than the caller expects: the item is asked.
 #pragma once
 
 #include "platform/api/com_ptr.h"
 #include "platform/api/pimstore.h"
 
 template <typename Item>
-class ItemPtr {
- public:
-  IDispatch** put() { return item_.put(); }
-  Item* get() const { return static_cast<Item*>(item_.get()); }
-  Item* operator->() const { return get(); }
-  Item& operator*() const { return *get(); }
-  explicit operator bool() const { return static_cast<bool>(item_); }
+struct ItemKind;
 
- private:
-  ComPtr<IDispatch> item_;
+template <>
+struct ItemKind<IContact> {
+  static constexpr const IID& kIid = IID_IContact;
+  static constexpr int kType = olContactItem;
 };
+
+template <>
+struct ItemKind<IAppointment> {
+  static constexpr const IID& kIid = IID_IAppointment;
+  static constexpr int kType = olAppointmentItem;
+};
+
+template <>
+struct ItemKind<ITask> {
+  static constexpr const IID& kIid = IID_ITask;
+  static constexpr int kType = olTaskItem;
+};
+
+// The interface of that kind; null when the item, which may be null, is of another kind.
+template <typename Item>
+ComPtr<Item> pol_As(const ComPtr<IDispatch>& item) {
+  ComPtr<Item> result;
+  if (item && FAILED(item->QueryInterface(ItemKind<Item>::kIid, result.put_void()))) result.reset();
+  return result;
+}
+
+// A new, unsaved item; null when the PIM makes none.
+template <typename Item>
+ComPtr<Item> pol_CreateItem(IPOutlookApp& application) {
+  ComPtr<IDispatch> item;
+  application.CreateItem(ItemKind<Item>::kType, item.put());
+  return pol_As<Item>(item);
+}
+
+// The stored item with that identifier, of any kind; null when there is none.
+inline ComPtr<IDispatch> pol_ItemFromOid(IPOutlookApp& application, LONG oid) {
+  ComPtr<IDispatch> item;
+  if (application.GetItemFromOid(oid, item.put()) != S_OK) item.reset();
+  return item;
+}
+
+// The items of a folder; null when the PIM does not give them.
+inline ComPtr<IPOutlookItemCollection> pol_ItemsOf(IPOutlookApp& application, int folder_type) {
+  ComPtr<IPOutlookItemCollection> items;
+  ComPtr<IFolder> folder;
+  application.GetDefaultFolder(folder_type, folder.put());
+  if (folder) folder->get_Items(items.put());
+  return items;
+}

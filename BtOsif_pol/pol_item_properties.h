@@ -12,6 +12,28 @@ struct ContactText {
   HRESULT (IContact::*get)(BSTR*);
 };
 
+struct PatternDate {
+  HRESULT (IRecurrencePattern::*get)(DATE*);
+};
+
+struct PatternNumber {
+  HRESULT (IRecurrencePattern::*get)(LONG*);
+};
+
+inline constexpr PatternDate kPatternDates[] = {
+    {&IRecurrencePattern::get_PatternStartDate},
+    {&IRecurrencePattern::get_StartTime},
+    {&IRecurrencePattern::get_EndTime},
+    {&IRecurrencePattern::get_PatternEndDate},
+};
+
+inline constexpr PatternNumber kPatternNumbers[] = {
+    {&IRecurrencePattern::get_Occurrences},   {&IRecurrencePattern::get_Interval},
+    {&IRecurrencePattern::get_DayOfWeekMask}, {&IRecurrencePattern::get_DayOfMonth},
+    {&IRecurrencePattern::get_Instance},      {&IRecurrencePattern::get_Duration},
+    {&IRecurrencePattern::get_MonthOfYear},
+};
+
 inline constexpr ContactDate kContactDates[] = {
     {&IContact::get_Birthday},
     {&IContact::get_Anniversary},

@@ -1,15 +1,18 @@
 #include "BtOsif_pol/pol_search.h"
 
 #include <array>
+#include <optional>
 
+#include "BtOsif_pol/pol_calendar.h"
 #include "BtOsif_pol/pol_contact.h"
 #include "BtOsif_pol/pol_id.h"
 #include "BtOsif_pol/pol_item.h"
 #include "BtOsif_pol/pol_mapping.h"
-#include "BtOsif_pol/pol_session.h"
+#include "BtOsif_pol/pol_note.h"
+#include "BtOsif_pol/pol_store.h"
+#include "btosif/osif_date.h"
 #include "btosif/osif_util/value_text.h"
 #include "config/trace.h"
-#include "platform/api/bstr.h"
 
 namespace {
 
@@ -24,17 +27,28 @@ struct Walk {
 
 Walk g_walk;
 
-LONG OidOf(IDispatch* item, int folder_type) {
-  LONG oid = 0;
-  if (folder_type == olFolderContacts) static_cast<IContact*>(item)->get_Oid(&oid);
-  return oid;
+template <typename Item>
+LONG OidOf(const ComPtr<Item>& item) {
+  return item ? pol_Get(*item, &Item::get_Oid) : 0;
+}
+
+// The identifier by the interface that the folder implies.
+LONG OidInFolder(const ComPtr<IDispatch>& item, int folder_type) {
+  switch (folder_type) {
+    case olFolderContacts:
+      return OidOf(pol_As<IContact>(item));
+    case olFolderCalendar:
+      return OidOf(pol_As<IAppointment>(item));
+    default:
+      return OidOf(pol_As<ITask>(item));
+  }
 }
 
 // Writes the id of the item at the walk's position. What the collection no longer has gives no id.
 void WriteIdAtPosition(char* id) {
   ComPtr<IDispatch> item;
   g_walk.items->Item(g_walk.position, item.put());
-  if (item) pol_WriteId(OidOf(item.get(), g_walk.folder_type), id);
+  pol_WriteId(OidInFolder(item, g_walk.folder_type), id);
 }
 
 OsifResult WalkFailed(const char* format, HRESULT result) {
@@ -88,21 +102,19 @@ OsifResult NextCalendarId(char* id) {
 using StepOfStore = OsifResult (*)(char* id);
 
 OsifResult Step(int32_t store_id, char* id, StepOfStore contacts, StepOfStore calendar) {
-  switch (store_id) {
-    case OSIF_STORE_PB:
-      if (pol_Application() == nullptr) return OSIF_ERR_PIM_NOT_OPENED;
+  if (const OsifResult result = pol_CheckSession(store_id); result != OSIF_OK) return result;
+  switch (pol_KindOf(store_id)) {
+    case StoreKind::kContacts:
       return contacts(id);
-    case OSIF_STORE_CAL:
-      if (pol_Application() == nullptr) return OSIF_ERR_PIM_NOT_OPENED;
+    case StoreKind::kCalendar:
       return calendar(id);
-    case OSIF_STORE_NOTE:
-    case OSIF_STORE_MSG_IN:
-    case OSIF_STORE_MSG_SENT:
-    case OSIF_STORE_MSG_OUT:
+    case StoreKind::kNotes:
+    case StoreKind::kMessages:
       return OSIF_ERR_NOT_IMPLEMENTED;
-    default:
-      return OSIF_ERR_TYPE_NOT_SUPPORTED;
+    case StoreKind::kUnknown:
+      break;
   }
+  return OSIF_ERR_TYPE_NOT_SUPPORTED;
 }
 
 // ---- Finding a contact by its name --------------------------------------------------------------------
@@ -147,42 +159,134 @@ bool IsNamed(IContact& contact, const NameParts& name) {
   return true;
 }
 
-ComPtr<IPOutlookItemCollection> ItemsOf(int folder_type) {
-  ComPtr<IPOutlookItemCollection> items;
-  ComPtr<IFolder> folder;
-  pol_Application()->GetDefaultFolder(folder_type, folder.put());
-  if (folder) folder->get_Items(items.put());
-  return items;
+// The identifier of the first item that a restriction finds and `is_match` takes. A search
+// that fails finds nothing.
+template <typename Item, typename IsMatch>
+std::optional<LONG> FindFirst(IPOutlookItemCollection& items, const WideText& restriction, IsMatch is_match) {
+  ComPtr<IDispatch> found;
+  HRESULT result = items.Find(pol_MakeBstr(restriction).get(), found.put());
+  while (SUCCEEDED(result) && found) {
+    const ComPtr<Item> item = pol_As<Item>(found);
+    if (item && is_match(*item)) return OidOf(item);
+    result = items.FindNext(found.put());
+  }
+  return std::nullopt;
 }
 
-bool FindContact(OsifContact& record, char* id) {
-  if (pol_Application() == nullptr) return false;
+std::optional<LONG> FindContact(OsifContact& record) {
   const NameParts name = NameOf(record.n);
-  const WideText restriction_text = NameRestriction(name);
-  if (restriction_text.empty()) return false;
-  const ComPtr<IPOutlookItemCollection> items = ItemsOf(olFolderContacts);
-  if (!items) return false;
+  const WideText restriction = NameRestriction(name);
+  const auto items = pol_ItemsOf(*pol_Application(), olFolderContacts);
+  if (restriction.empty() || !items) return std::nullopt;
+  return FindFirst<IContact>(*items, restriction,
+                             [&](IContact& contact) { return IsNamed(contact, name); });
+}
 
-  const Bstr restriction = pol_MakeBstr(restriction_text);
-  ItemPtr<IContact> contact;
-  HRESULT result = items->Find(restriction.get(), contact.put());
-  while (SUCCEEDED(result) && contact) {
-    if (IsNamed(*contact, name)) {
-      LONG oid = 0;
-      contact->get_Oid(&oid);
-      pol_WriteId(oid, id);
-      return true;
-    }
-    result = items->FindNext(contact.put());
+// ---- Finding a calendar item by its content ---------------------------------------------------------
+
+// The identifier of the first item of a folder that `is_match` takes.
+template <typename Item, typename IsMatch>
+std::optional<LONG> VisitAll(IPOutlookItemCollection& items, IsMatch is_match) {
+  const int count = pol_Get(items, &IPOutlookItemCollection::get_Count);
+  for (int index = 1; index <= count; ++index) {
+    ComPtr<IDispatch> found;
+    items.Item(index, found.put());
+    const ComPtr<Item> item = pol_As<Item>(found);
+    if (item && is_match(*item)) return OidOf(item);
+  }
+  return std::nullopt;
+}
+
+// A quotation mark in a restriction's text is not escaped. One that is followed by more of a restriction
+// cannot be told from the end of the text.
+bool FitsRestriction(const WideText& text) {
+  for (size_t i = text.find(u'"'); i != WideText::npos; i = text.find(u'"', i + 1)) {
+    const size_t next = text.find_first_not_of(u" \t\r\n", i + 1);
+    if (next == WideText::npos || WideView(u"aAoO)").find(text[next]) != WideView::npos) return false;
+  }
+  return true;
+}
+
+// The answer that visiting the items in order gives, by way of the store's index of subjects.
+template <typename Item, typename IsMatch>
+std::optional<LONG> FindBySubject(IPOutlookItemCollection& items, const WideText& subject, IsMatch is_match) {
+  const auto is_exact_match = [&](Item& item) {
+    return pol_GetText(item, &Item::get_Subject).view() == subject && is_match(item);
+  };
+  if (!FitsRestriction(subject)) return VisitAll<Item>(items, is_exact_match);
+  return FindFirst<Item>(items, u"[Subject]=\"" + subject + u"\"", is_exact_match);
+}
+
+std::optional<LONG> FindEvent(OsifCalendar& record) {
+  const auto items = pol_ItemsOf(*pol_Application(), olFolderCalendar);
+  if (!items) return std::nullopt;
+  const DATE start = pol_DateOf(record.dtStart);
+  const auto starts_then = [&](IAppointment& appointment) {
+    return pol_Get(appointment, &IAppointment::get_Start, kNoDate) == start;
+  };
+  if (pol_HasText(record.summary)) {
+    return FindBySubject<IAppointment>(*items, DecodedText(record.summary, 0), starts_then);
+  }
+  const WideText body = DecodedText(record.description, 0);
+  return VisitAll<IAppointment>(*items, [&](IAppointment& appointment) {
+    return starts_then(appointment) &&
+           pol_GetText(appointment, &IAppointment::get_Body).view() == body;
+  });
+}
+
+std::optional<LONG> FindTask(OsifCalendar& record) {
+  const auto items = pol_ItemsOf(*pol_Application(), olFolderTasks);
+  if (!items || !pol_HasText(record.summary)) return std::nullopt;
+  return FindBySubject<ITask>(*items, DecodedText(record.summary, 0), [](ITask&) { return true; });
+}
+
+// ---- By store ---------------------------------------------------------------------------------------
+
+bool IsFound(std::optional<LONG> oid, char* id) {
+  if (oid) pol_WriteId(*oid, id);
+  return oid.has_value();
+}
+
+bool IsNoteFound(OsifNote& note, char* id) {
+  if (!pol_HasNote(note)) return false;
+  pol_WriteNoteId(pol_NoteName(note), id);
+  return true;
+}
+
+bool Find(int32_t store_id, OsifObject& object, char* id) {
+  if (pol_CheckSession(store_id) != OSIF_OK) return false;
+  switch (pol_KindOf(store_id)) {
+    case StoreKind::kContacts:
+      return IsFound(FindContact(object.contact), id);
+    case StoreKind::kCalendar:
+      return IsFound(object.calendarKind == OSIF_CALENDAR_EVENT ? FindEvent(object.calendar)
+                                                                : FindTask(object.calendar),
+                     id);
+    case StoreKind::kNotes:
+      return IsNoteFound(object.note, id);
+    case StoreKind::kMessages:
+    case StoreKind::kUnknown:
+      break;
   }
   return false;
 }
 
 OsifResult GetContact(LONG oid, OsifObject& object) {
-  if (pol_Application() == nullptr) return OSIF_ERR_PIM_NOT_OPENED;
-  ItemPtr<IContact> contact;
-  if (pol_Application()->GetItemFromOid(oid, contact.put()) != S_OK) return OSIF_ERR_NOT_FOUND;
+  const auto contact = pol_As<IContact>(pol_ItemFromOid(*pol_Application(), oid));
+  if (!contact) return OSIF_ERR_NOT_FOUND;
   pol_GetContact(*contact, object);
+  return OSIF_OK;
+}
+
+OsifResult GetCalendarItem(LONG oid, OsifObject& object) {
+  const ComPtr<IDispatch> item = pol_ItemFromOid(*pol_Application(), oid);
+  if (const auto appointment = pol_As<IAppointment>(item)) {
+    pol_GetAppointment(*appointment, object);
+    return OSIF_OK;
+  }
+  const auto task = pol_As<ITask>(item);
+  if (!task) return OSIF_ERR_NOT_FOUND;
+  pol_GetTask(*task, object);
   return OSIF_OK;
 }
 
@@ -193,19 +297,19 @@ OsifResult POL_GetObjectById(int32_t store_id, const char* id, OsifObject* objec
              static_cast<void*>(object));
   const std::optional<LONG> oid = pol_ReadId(id);
   if (id == nullptr || (store_id != OSIF_STORE_NOTE && !oid)) return OSIF_ERR_INVALID_ID;
-  switch (store_id) {
-    case OSIF_STORE_PB:
+  if (const OsifResult result = pol_CheckSession(store_id); result != OSIF_OK) return result;
+  switch (pol_KindOf(store_id)) {
+    case StoreKind::kContacts:
       return GetContact(*oid, *object);
-    case OSIF_STORE_CAL:
-      return pol_Application() == nullptr ? OSIF_ERR_PIM_NOT_OPENED : OSIF_ERR_NOT_IMPLEMENTED;
-    case OSIF_STORE_NOTE:
-    case OSIF_STORE_MSG_IN:
-    case OSIF_STORE_MSG_SENT:
-    case OSIF_STORE_MSG_OUT:
+    case StoreKind::kCalendar:
+      return GetCalendarItem(*oid, *object);
+    case StoreKind::kNotes:
+    case StoreKind::kMessages:
       return OSIF_ERR_NOT_IMPLEMENTED;
-    default:
-      return OSIF_ERR_TYPE_NOT_SUPPORTED;
+    case StoreKind::kUnknown:
+      break;
   }
+  return OSIF_ERR_TYPE_NOT_SUPPORTED;
 }
 
 OsifResult POL_GetFirstId(int32_t store_id, char* id) {
@@ -222,5 +326,5 @@ void pol_EndWalk() { g_walk = Walk(); }
 
 int32_t POL_FindObject(int32_t store_id, OsifObject* object, char* id) {
   OSIF_Trace(0, "OSIF:  POL_FindObject()");
-  return store_id == OSIF_STORE_PB && FindContact(object->contact, id) ? 1 : 0;
+  return Find(store_id, *object, id) ? 1 : 0;
 }

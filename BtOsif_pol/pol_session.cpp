@@ -6,6 +6,7 @@
 #include "mapi/mapi_session.h"
 #include "platform/api/automation.h"
 #include "platform/api/com_ptr.h"
+#include "platform/api/richink.h"
 
 namespace {
 
@@ -44,6 +45,7 @@ OsifResult POL_Open() {
   if (g_application) return OSIF_OK;
   if (const OsifResult result = LogOn(); result != OSIF_OK) return result;
   if (const OsifResult result = MAPI_Init(); result != OSIF_OK) return result;
+  InitRichInkDLL();
   ReadSettings();
   return OSIF_OK;
 }

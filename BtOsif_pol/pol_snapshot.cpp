@@ -1,37 +1,16 @@
 #include "BtOsif_pol/pol_snapshot.h"
 
-#include <zlib.h>
-
 #include <charconv>
 #include <cstdio>
 #include <string_view>
 
-#include "BtOsif_pol/pol_item_properties.h"
+#include "BtOsif_pol/pol_checksum.h"
 #include "btosif/osif_file.h"
 #include "btosif/osif_util/change_log_file.h"
 #include "config/trace.h"
-#include "platform/api/bstr.h"
 #include "platform/api/com_ptr.h"
 
 namespace {
-
-// A running Adler-32 checksum.
-class Checksum {
- public:
-  // zlib's routine starts anew for an absent text, so that only what follows it counts. Stored snapshots
-  // rely on that.
-  void Feed(const Bstr& text) { Feed(text.get(), text.size() * sizeof(OLECHAR)); }
-  void Feed(DATE date) { Feed(&date, sizeof date); }
-
-  uint32_t value() const { return static_cast<uint32_t>(value_); }
-
- private:
-  void Feed(const void* bytes, size_t size) {
-    value_ = adler32_z(value_, static_cast<const Bytef*>(bytes), size);
-  }
-
-  uLong value_ = 1;
-};
 
 bool Failed(const char* format, HRESULT result) {
   OSIF_Trace(0, format, result);
@@ -43,13 +22,19 @@ bool ReadNumber(std::string_view text, int base, uint32_t* number) {
   return std::from_chars(text.data(), text.data() + text.size(), *number, base).ec == std::errc();
 }
 
-// Adds one item of a folder. Folders of another kind add nothing.
-void AddItem(CPoomEntries& entries, int folder_type, IDispatch& item) {
-  if (folder_type != olFolderContacts) return;
-  IContact& contact = static_cast<IContact&>(item);
+template <typename Item>
+void AddItem(CPoomEntries& entries, IDispatch& item, uint32_t (*checksum)(Item&)) {
+  Item& typed = static_cast<Item&>(item);
   LONG oid = 0;
-  contact.get_Oid(&oid);
-  entries.put(static_cast<uint32_t>(oid), ContactChecksum(contact));
+  typed.get_Oid(&oid);
+  entries.put(static_cast<uint32_t>(oid), checksum(typed));
+}
+
+// Adds one item of a folder, which is of the folder's kind. Folders of another kind add nothing.
+void AddItemOfFolder(CPoomEntries& entries, int folder_type, IDispatch& item) {
+  if (folder_type == olFolderContacts) AddItem(entries, item, ContactChecksum);
+  if (folder_type == olFolderCalendar) AddItem(entries, item, AppointmentChecksum);
+  if (folder_type == olFolderTasks) AddItem(entries, item, TaskChecksum);
 }
 
 bool WriteEntry(OsifStream& log, uint32_t id, uint32_t checksum) {
@@ -64,21 +49,6 @@ bool ReplaceObjectLog(const WideText& new_name, const WideText& name) {
 }
 
 }  // namespace
-
-uint32_t ContactChecksum(IContact& contact) {
-  Checksum checksum;
-  for (const ContactDate& property : kContactDates) {
-    DATE date = 0;
-    (contact.*property.get)(&date);
-    checksum.Feed(date);
-  }
-  for (const ContactText& property : kContactTexts) {
-    Bstr text;
-    (contact.*property.get)(text.put());
-    checksum.Feed(text);
-  }
-  return checksum.value();
-}
 
 void CPoomEntries::clear() { *this = CPoomEntries(); }
 
@@ -162,7 +132,7 @@ bool CPoomEntries::getEntriesFromFolder(IPOutlookApp* application, int folder_ty
   for (int index = 1; index <= count; ++index) {
     ComPtr<IDispatch> item;
     if (FAILED(items->Item(index, item.put())) || !item) return false;
-    AddItem(*this, folder_type, *item);
+    AddItemOfFolder(*this, folder_type, *item);
   }
   return true;
 }

@@ -10,9 +10,6 @@
 #include "osif.h"
 #include "platform/api/pimstore.h"
 
-// The Adler-32 checksum of an item's properties in their declaration order.
-uint32_t ContactChecksum(IContact& contact);
-
 // One snapshot: entries in the order in which they were added.
 class CPoomEntries {
  public:

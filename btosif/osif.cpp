@@ -13,9 +13,15 @@
 #include "BtOsif_pol/pol_search.h"
 #include "BtOsif_pol/pol_session.h"
 #include "btosif/osif_file.h"
+#include "btosif/osif_generators/vcalendar_writer.h"
 #include "btosif/osif_generators/vcard_writer.h"
+#include "btosif/osif_generators/vmessage_writer.h"
+#include "btosif/osif_generators/vnote_writer.h"
 #include "btosif/osif_parsers/line_reader.h"
+#include "btosif/osif_parsers/vcalendar_reader.h"
 #include "btosif/osif_parsers/vcard_reader.h"
+#include "btosif/osif_parsers/vmessage_reader.h"
+#include "btosif/osif_parsers/vnote_reader.h"
 #include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/object_record.h"
 #include "config/trace.h"
@@ -59,8 +65,6 @@ OsifResult WithoutParseOutcome(OsifResult result) {
 
 using ReadFile = OsifResult (*)(OsifStream&, OsifReadCallback, void*);
 
-OsifResult NotYet(OsifStream&, OsifReadCallback, void*) { return OSIF_ERR_NOT_IMPLEMENTED; }
-
 struct Format {
   std::string_view type_word;
   ReadFile read;
@@ -68,9 +72,9 @@ struct Format {
 
 constexpr Format kFormats[] = {
     {"VCARD", VCard_ReadFile},
-    {"VCALENDAR", NotYet},
-    {"VNOTE", NotYet},
-    {"VMSG", NotYet},
+    {"VCALENDAR", VCalendar_ReadFile},
+    {"VNOTE", VNote_ReadFile},
+    {"VMSG", VMessage_ReadFile},
 };
 
 // The part of a first line before its ":", without the backslash of an escape, and what stands behind.
@@ -116,11 +120,13 @@ OsifResult WriteStream(int32_t store_id, OsifStream& stream, OsifObject& object)
     case OSIF_STORE_PB:
       return VCard_Write(stream, object, kWriteLuid);
     case OSIF_STORE_CAL:
+      return VCalendar_Write(stream, object, kWriteLuid);
     case OSIF_STORE_NOTE:
+      return VNote_Write(stream, object, kWriteLuid);
     case OSIF_STORE_MSG_IN:
     case OSIF_STORE_MSG_SENT:
     case OSIF_STORE_MSG_OUT:
-      return OSIF_ERR_NOT_IMPLEMENTED;
+      return VMessage_Write(stream, object, kWriteLuid);
     default:
       return OSIF_ERR_TYPE_NOT_SUPPORTED;
   }

@@ -108,7 +108,7 @@ ComPtr<IDispatch> Appointment::Self() {
 
 DATE Appointment::StartTime() const {
   const DATE start = Date(Property::kStart);
-  return IsAllDay() ? std::floor(start) : start;
+  return IsAllDay() ? DayOf(start) : start;
 }
 
 // The end of an all-day event is the day after its last. A midnight after the first day already is
@@ -116,8 +116,9 @@ DATE Appointment::StartTime() const {
 DATE Appointment::EndTime() const {
   const DATE end = Date(Property::kEnd);
   if (!IsAllDay()) return end;
-  const DATE whole = std::ceil(DateOf(SecondsOf(end)));
-  return std::max(whole, StartTime() + 1);
+  const DATE in_seconds = DateOf(SecondsOf(end));
+  const int32_t midnight = DayOf(in_seconds) + (TimeOfDay(in_seconds) > 0 ? 1 : 0);
+  return std::max<DATE>(midnight, StartTime() + 1);
 }
 
 int64_t Appointment::LengthInSeconds() const {
@@ -130,7 +131,7 @@ HRESULT Appointment::get_Duration(LONG* value) {
 
 HRESULT Appointment::put_Start(DATE value) {
   if (!IsTime(value)) return E_INVALIDARG;
-  const int64_t start = SecondsOf(IsAllDay() ? std::floor(value) : value);
+  const int64_t start = SecondsOf(IsAllDay() ? DayOf(value) : value);
   Date(Property::kEnd) = DateOf(std::min(start + LengthInSeconds(), kLastSecond));
   Date(Property::kStart) = value;
   recurrence_.start = DayOf(value);
@@ -139,7 +140,7 @@ HRESULT Appointment::put_Start(DATE value) {
 
 HRESULT Appointment::put_End(DATE value) {
   if (!IsTime(value)) return E_INVALIDARG;
-  if (value < StartTime()) return E_INVALIDDATES;
+  if (SecondsOf(value) < SecondsOf(StartTime())) return E_INVALIDDATES;
   Date(Property::kEnd) = value;
   return S_OK;
 }
@@ -154,7 +155,7 @@ HRESULT Appointment::put_Duration(LONG value) {
 
 HRESULT Appointment::put_AllDayEvent(VARIANT_BOOL value) {
   const HRESULT hr = PutFlag(Property::kAllDayEvent, value);
-  Date(Property::kEnd) = std::max(Date(Property::kEnd), StartTime());
+  if (SecondsOf(Date(Property::kEnd)) < SecondsOf(StartTime())) Date(Property::kEnd) = StartTime();
   return hr;
 }
 

@@ -1,4 +1,5 @@
-// Arithmetic with automation dates: days since 30 December 1899, local time, counted linearly.
+// Arithmetic with automation dates: days since 30 December 1899, local time. The fraction is the time
+// of day and counts forward on days before that, too: -3.25 is six o'clock on the day -3.
 #pragma once
 
 #include <algorithm>
@@ -16,20 +17,26 @@ inline constexpr int32_t kLastDay = 2958465;
 inline constexpr int64_t kSecondsPerDay = 86400;
 
 // Whether a number is a time on one of those days.
-inline bool IsDate(DATE date) { return date >= kFirstDay && date < kLastDay + 1.0; }
+inline bool IsDate(DATE date) {
+  return std::trunc(date) >= kFirstDay && std::trunc(date) <= kLastDay;
+}
 
 // The day of a date; the date satisfies IsDate.
-inline int32_t DayOf(DATE date) { return static_cast<int32_t>(std::floor(date)); }
+inline int32_t DayOf(DATE date) { return static_cast<int32_t>(std::trunc(date)); }
 
-inline DATE TimeOfDay(DATE date) { return date - std::floor(date); }
+// As a part of a day.
+inline DATE TimeOfDay(DATE date) { return std::abs(date - std::trunc(date)); }
 
-// To and from whole seconds, so that sums of dates come out as texts of the same time would.
-inline int64_t SecondsOf(DATE date) { return std::llround(date * double{kSecondsPerDay}); }
+// To and from whole seconds since day 0, so that sums of dates come out as texts of the same time
+// would, and dates can be compared.
+inline int64_t SecondsOf(DATE date) {
+  return DayOf(date) * kSecondsPerDay + std::llround(TimeOfDay(date) * double{kSecondsPerDay});
+}
 inline DATE DateOf(int64_t seconds) {
   int64_t day = seconds / kSecondsPerDay;
   if (seconds % kSecondsPerDay < 0) --day;
-  return static_cast<DATE>(day) +
-         static_cast<DATE>(seconds - day * kSecondsPerDay) / double{kSecondsPerDay};
+  const DATE time = static_cast<DATE>(seconds - day * kSecondsPerDay) / double{kSecondsPerDay};
+  return static_cast<DATE>(day) + (day < 0 ? -time : time);
 }
 
 // The time of day of a date, in whole seconds, on another day.

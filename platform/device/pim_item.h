@@ -70,7 +70,7 @@ class PimItem : public PimObject<Interface, kIid> {
     return S_OK;
   }
   // Without its time of day.
-  HRESULT PutDay(Property property, DATE value) { return PutDate(property, std::floor(value)); }
+  HRESULT PutDay(Property property, DATE value) { return PutDate(property, std::trunc(value)); }
 
   HRESULT GetNumber(Property property, LONG* value) const { return Give(Number(property), value); }
   HRESULT PutNumber(Property property, LONG value, LONG lowest, LONG highest) {

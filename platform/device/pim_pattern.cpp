@@ -129,7 +129,8 @@ HRESULT Pattern::put_EndTime(DATE value) {
   DATE start = 0;
   appointment->get_Start(&start);
   const DATE end = SameTimeOn(DayOf(start), value);
-  return appointment->put_End(end < start ? SameTimeOn(DayOf(start) + 1, value) : end);
+  const bool is_next_day = SecondsOf(end) < SecondsOf(start);
+  return appointment->put_End(is_next_day ? SameTimeOn(DayOf(start) + 1, value) : end);
 }
 
 HRESULT Pattern::put_PatternEndDate(DATE value) {

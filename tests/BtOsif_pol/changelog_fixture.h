@@ -40,7 +40,9 @@ class ChangeLogTest : public TextTest {
   std::string ContactLog() const { return Path("pol_pb_change.log"); }
   std::string MailLog() const { return Path("pol_msg-in_change.log"); }
 
-  OsifResult Open(int32_t store_id = OSIF_STORE_PB) { return POL_CL_Open(store_id, Folder().c_str()); }
+  OsifResult Open(int32_t store_id = OSIF_STORE_PB) {
+    return POL_CL_Open(store_id, Folder().c_str());
+  }
   OsifResult Close(int32_t store_id = OSIF_STORE_PB) { return POL_CL_Close(store_id); }
 
   // Opens the log of a store that is not compared with anything, with these bytes in it.

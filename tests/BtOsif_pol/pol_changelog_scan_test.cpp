@@ -42,7 +42,9 @@ class ChangeLogScan : public support::ChangeLogTest {
   }
 };
 
-std::pair<OsifResult, int32_t> Told(OsifResult result, int32_t counter) { return {result, counter}; }
+std::pair<OsifResult, int32_t> Told(OsifResult result, int32_t counter) {
+  return {result, counter};
+}
 
 constexpr int32_t kUnknownStores[] = {-1, 6, 7, INT_MAX, INT_MIN};
 constexpr const char* kStamp = "20050314T101500Z";
@@ -111,8 +113,9 @@ TEST_F(ChangeLogScan, TheFirstEntryIsTheOneAfterTheAnchor) {
 
 TEST_F(ChangeLogScan, AnAnchorOfNothingAsksForEveryChange) {
   OpenMailLog(EntryLines(1, 3));
-  EXPECT_THAT(ChangesSince(MakeAnchor(0)), ElementsAre(EntryLine('M', 1, "id1"), EntryLine('M', 2, "id2"),
-                                                       EntryLine('M', 3, "id3"), "end"));
+  EXPECT_THAT(ChangesSince(MakeAnchor(0)),
+              ElementsAre(EntryLine('M', 1, "id1"), EntryLine('M', 2, "id2"),
+                          EntryLine('M', 3, "id3"), "end"));
 }
 
 TEST_F(ChangeLogScan, AnEntryWhoseObjectChangesAgainIsPassedOver) {
@@ -122,10 +125,12 @@ TEST_F(ChangeLogScan, AnEntryWhoseObjectChangesAgainIsPassedOver) {
 }
 
 TEST_F(ChangeLogScan, EachObjectIsToldOnceWithItsLatestEntry) {
-  OpenMailLog(JoinedLines({EntryLine('M', 1, "a"), EntryLine('M', 2, "b"), EntryLine('M', 3, "a"),
-                           EntryLine('H', 4, "c"), EntryLine('M', 5, "c"), EntryLine('H', 6, "b")}));
-  EXPECT_THAT(ChangesSince(MakeAnchor(0)), ElementsAre(EntryLine('M', 3, "a"), EntryLine('M', 5, "c"),
-                                                       EntryLine('H', 6, "b"), "end"));
+  OpenMailLog(
+      JoinedLines({EntryLine('M', 1, "a"), EntryLine('M', 2, "b"), EntryLine('M', 3, "a"),
+                   EntryLine('H', 4, "c"), EntryLine('M', 5, "c"), EntryLine('H', 6, "b")}));
+  EXPECT_THAT(
+      ChangesSince(MakeAnchor(0)),
+      ElementsAre(EntryLine('M', 3, "a"), EntryLine('M', 5, "c"), EntryLine('H', 6, "b"), "end"));
 }
 
 TEST_F(ChangeLogScan, AnAnchorOfTheLastEntryOrANewerOneHasNothingAfterItAndNoGap) {
@@ -158,7 +163,8 @@ TEST_F(ChangeLogScan, AGapIsToldAPartnerWithoutAnAnchorWhenTheLogNoLongerBeginsW
 }
 
 TEST_F(ChangeLogScan, AGapComesWithTheLatestEntryOfAnObject) {
-  OpenMailLog(JoinedLines({EntryLine('M', 40, "x"), EntryLine('M', 41, "y"), EntryLine('H', 42, "x")}));
+  OpenMailLog(
+      JoinedLines({EntryLine('M', 40, "x"), EntryLine('M', 41, "y"), EntryLine('H', 42, "x")}));
   EXPECT_THAT(ChangesSince(MakeAnchor(10)),
               ElementsAre("gap", EntryLine('M', 41, "y"), EntryLine('H', 42, "x"), "end"));
 }
@@ -184,10 +190,9 @@ TEST_F(ChangeLogScan, ANegativeCounterIsOlderThanEveryAnchor) {
 // ---- The first entry, by time -----------------------------------------------------------------------
 
 TEST_F(ChangeLogScan, ByTimeTheFirstEntryIsStrictlyLater) {
-  OpenMailLog(JoinedLines({EntryLine('M', 1, "a", "20050228T235959Z"),
-                           EntryLine('M', 2, "b", "20050301T000000Z"),
-                           EntryLine('M', 3, "c", "20050301T000001Z"),
-                           EntryLine('M', 4, "d", "20050302T000000Z")}));
+  OpenMailLog(JoinedLines(
+      {EntryLine('M', 1, "a", "20050228T235959Z"), EntryLine('M', 2, "b", "20050301T000000Z"),
+       EntryLine('M', 3, "c", "20050301T000001Z"), EntryLine('M', 4, "d", "20050302T000000Z")}));
   EXPECT_EQ(FirstCounter(MakeAnchor(0, "20050228T235958Z")), Told(OSIF_OK, 1));
   EXPECT_EQ(FirstCounter(MakeAnchor(0, "20050228T235959Z")), Told(OSIF_OK, 2));
   EXPECT_EQ(FirstCounter(MakeAnchor(0, "20050301T000000Z")), Told(OSIF_OK, 3));
@@ -216,11 +221,13 @@ TEST_F(ChangeLogScan, ByTimeASupersededEntryIsPassedOver) {
   EXPECT_EQ(FirstCounter(MakeAnchor(0, "20050301T000000Z")), Told(OSIF_OK, 2));
 }
 
-class ChangeLogScanInZone : public ChangeLogScan, public testing::WithParamInterface<const char*> {};
+class ChangeLogScanInZone : public ChangeLogScan,
+                            public testing::WithParamInterface<const char*> {};
 
 TEST_P(ChangeLogScanInZone, ByTimeALaterEntryIsFoundAlsoInTheHourThatComesTwice) {
   support::TimeZone zone(GetParam());
-  for (const char* hour : {"20050314T10", "20041030T15", "20041031T00", "20041031T01", "20041031T06"}) {
+  for (const char* hour :
+       {"20050314T10", "20041030T15", "20041031T00", "20041031T01", "20041031T06"}) {
     OpenMailLog(JoinedLines({EntryLine('M', 1, "a", std::string(hour) + "2959Z"),
                              EntryLine('M', 2, "b", std::string(hour) + "3001Z")}));
     EXPECT_EQ(FirstCounter(MakeAnchor(0, std::string(hour) + "3000Z")), Told(OSIF_OK, 2)) << hour;
@@ -288,7 +295,8 @@ TEST_F(ChangeLogScan, TellsWhatWasRecordedSinceTheLastScan) {
   OpenMailLog("M:1:t:a\nM:2:t:b\n");
   EXPECT_EQ(ChangesSince(MakeAnchor(0)).size(), 3u);
   OsifAnchor anchor{};
-  EXPECT_EQ(pol_RecordChange(kMailStore, {kChangeDeleted, "a", 0, {}}, &anchor), OsifResult{OSIF_OK});
+  EXPECT_EQ(pol_RecordChange(kMailStore, {kChangeDeleted, "a", 0, {}}, &anchor),
+            OsifResult{OSIF_OK});
   EXPECT_THAT(ChangesSince(MakeAnchor(0)),
               ElementsAre("M:2:t:b", std::string("H:3:") + anchor.ts + ":a", "end"));
 }

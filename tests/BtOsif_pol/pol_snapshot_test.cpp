@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "BtOsif_pol/pol_checksum.h"
 #include "platform/posix/fault_injection.h"
 #include "tests/support/change_logs.h"
 #include "tests/support/fake_pim.h"
@@ -101,8 +102,8 @@ TEST(Snapshot, RemoveTakesOneEntryAway) {
   snapshot.remove(2);
   snapshot.remove(77);
   EXPECT_EQ(snapshot.size(), 3u);
-  EXPECT_THAT(EntriesOf(snapshot),
-              testing::UnorderedElementsAre(std::pair(1u, 10u), std::pair(3u, 30u), std::pair(4u, 40u)));
+  EXPECT_THAT(EntriesOf(snapshot), testing::UnorderedElementsAre(
+                                       std::pair(1u, 10u), std::pair(3u, 30u), std::pair(4u, 40u)));
   uint32_t checksum = 0;
   EXPECT_FALSE(snapshot.find(2, &checksum));
   EXPECT_TRUE(snapshot.find(4, &checksum));
@@ -250,7 +251,8 @@ TEST_F(Checksum, TakesATextOfAnyLengthWhole) {
 }
 
 TEST_F(Checksum, StartsAgainAtAnAbsentText) {
-  const ContactTexts texts = {{"CompanyName", u"Lee & Sons"}, {"FileAs", u"Lee, Ann"}, {"Body", u"Call back"}};
+  const ContactTexts texts = {
+      {"CompanyName", u"Lee & Sons"}, {"FileAs", u"Lee, Ann"}, {"Body", u"Call back"}};
   EXPECT_EQ(ChecksumWithAbsentText(45, texts), 1u) << "nothing comes after Body";
   EXPECT_EQ(ChecksumWithAbsentText(44, texts), 516424494u) << "only Body counts";
   EXPECT_EQ(ChecksumWithAbsentText(43, texts), 1637483949u) << "FileAs and Body count";
@@ -315,10 +317,11 @@ TEST_F(PoomSnapshot, ReleasesWhatItObtained) {
 TEST_F(PoomSnapshot, TellsTheTraceWhatItReads) {
   TraceReceiver trace;
   EXPECT_TRUE(snapshot_.getFromPoom(OSIF_STORE_PB, application_.get()));
-  EXPECT_THAT(trace.Lines(),
-              ElementsAre(MatchesRegex("OSIF:  CPoomEntries::getFromPoom\\(store_id=0, pPolApp=.+\\)"),
-                          MatchesRegex("OSIF:  CPoomEntries::getEntriesFromFolder\\(pPolApp=.+, "
-                                       "olFolderType=10\\)")));
+  EXPECT_THAT(
+      trace.Lines(),
+      ElementsAre(MatchesRegex("OSIF:  CPoomEntries::getFromPoom\\(store_id=0, pPolApp=.+\\)"),
+                  MatchesRegex("OSIF:  CPoomEntries::getEntriesFromFolder\\(pPolApp=.+, "
+                               "olFolderType=10\\)")));
 }
 
 TEST_F(PoomSnapshot, RefusesTheStoresThatHaveNone) {
@@ -334,23 +337,26 @@ TEST_F(PoomSnapshot, RefusesTheStoresThatHaveNone) {
 TEST_F(PoomSnapshot, NeedsAnApplication) {
   TraceReceiver trace;
   EXPECT_FALSE(snapshot_.getFromPoom(OSIF_STORE_PB, nullptr));
-  EXPECT_THAT(trace.Lines(), Contains("OSIF:  CPoomEntries::getFromPoom - Poom Interface not opened."));
+  EXPECT_THAT(trace.Lines(),
+              Contains("OSIF:  CPoomEntries::getFromPoom - Poom Interface not opened."));
 }
 
 TEST_F(PoomSnapshot, FailsWithoutAFolder) {
   TraceReceiver trace;
   pim_.faults.get_default_folder = E_FAIL;
   EXPECT_FALSE(snapshot_.getFromPoom(OSIF_STORE_PB, application_.get()));
-  EXPECT_THAT(trace.Lines(), Contains("OSIF:  CPoomEntries::getEntriesFromFolder - GetDefaultFolder failed "
-                                      "(0x80004005)"));
+  EXPECT_THAT(trace.Lines(),
+              Contains("OSIF:  CPoomEntries::getEntriesFromFolder - GetDefaultFolder failed "
+                       "(0x80004005)"));
 }
 
 TEST_F(PoomSnapshot, FailsWithoutTheItemsOfAFolder) {
   TraceReceiver trace;
   pim_.faults.get_items = E_OUTOFMEMORY;
   EXPECT_FALSE(snapshot_.getFromPoom(OSIF_STORE_PB, application_.get()));
-  EXPECT_THAT(trace.Lines(),
-              Contains("OSIF:  CPoomEntries::getEntriesFromFolder - get_Items failed (0x8007000e)"));
+  EXPECT_THAT(
+      trace.Lines(),
+      Contains("OSIF:  CPoomEntries::getEntriesFromFolder - get_Items failed (0x8007000e)"));
 }
 
 TEST_F(PoomSnapshot, FailsWithoutTheCountOfTheItems) {
@@ -368,8 +374,8 @@ TEST_F(PoomSnapshot, AppendsTheItemsOfOneFolder) {
   snapshot_.put(99, 1);
   pim_.Keep({{"FirstName", u"Ann"}});
   EXPECT_TRUE(snapshot_.getEntriesFromFolder(application_.get(), olFolderContacts));
-  EXPECT_THAT(EntriesOf(snapshot_), ElementsAre(std::pair(99u, 1u),
-                                                std::pair(1u, ChecksumOf({{"FirstName", u"Ann"}}))));
+  EXPECT_THAT(EntriesOf(snapshot_),
+              ElementsAre(std::pair(99u, 1u), std::pair(1u, ChecksumOf({{"FirstName", u"Ann"}}))));
 }
 
 // ---- The object log ---------------------------------------------------------------------------------
@@ -417,7 +423,8 @@ TEST_F(ObjectLog, IsTheOnlyFileThatIsLeftOfSavingIt) {
   EXPECT_TRUE(snapshot_.saveToFile(OSIF_STORE_PB, Folder()));
   EXPECT_TRUE(snapshot_.saveToFile(OSIF_STORE_PB, Folder()));
   std::vector<std::string> names;
-  for (const auto& file : std::filesystem::directory_iterator(Path(""))) names.push_back(file.path().filename());
+  for (const auto& file : std::filesystem::directory_iterator(Path("")))
+    names.push_back(file.path().filename());
   EXPECT_THAT(names, ElementsAre("pol_pb_object.log"));
 }
 
@@ -458,12 +465,14 @@ TEST_F(ObjectLog, HasALineWithoutAnIdSkipped) {
 }
 
 TEST_F(ObjectLog, TakesIdsInEitherCaseAndOfFewerDigits) {
-  EXPECT_THAT(Read("0001A2F4:1\n2a:2\nFFFFFFFF:3\n"),
-              ElementsAre(std::pair(0x1a2f4u, 1u), std::pair(0x2au, 2u), std::pair(0xFFFFFFFFu, 3u)));
+  EXPECT_THAT(
+      Read("0001A2F4:1\n2a:2\nFFFFFFFF:3\n"),
+      ElementsAre(std::pair(0x1a2f4u, 1u), std::pair(0x2au, 2u), std::pair(0xFFFFFFFFu, 3u)));
 }
 
 TEST_F(ObjectLog, TakesCrLfAndALastLineWithoutALineEnd) {
-  EXPECT_THAT(Read("00000001:10\r\n00000002:20"), ElementsAre(std::pair(1u, 10u), std::pair(2u, 20u)));
+  EXPECT_THAT(Read("00000001:10\r\n00000002:20"),
+              ElementsAre(std::pair(1u, 10u), std::pair(2u, 20u)));
 }
 
 TEST_F(ObjectLog, GivesTheChecksumOfTheFirstLineOfAnId) {
@@ -491,7 +500,8 @@ TEST_F(ObjectLog, OfAHundredThousandLinesIsReadInOneGo) {
   std::string bytes;
   for (int i = 1; i <= 100000; ++i) {
     char line[32];
-    std::snprintf(line, sizeof line, "%08x:%u\n", static_cast<unsigned>(i), static_cast<unsigned>(i) * 3);
+    std::snprintf(line, sizeof line, "%08x:%u\n", static_cast<unsigned>(i),
+                  static_cast<unsigned>(i) * 3);
     bytes += line;
   }
   Read(bytes);
@@ -505,7 +515,8 @@ TEST_F(ObjectLog, TellsTheTraceWhatIsReadAndWritten) {
   PutBytes(LogPath(), "");
   TraceReceiver trace;
   EXPECT_TRUE(snapshot_.getFromFile(OSIF_STORE_PB, u"\\Sync"));
-  EXPECT_THAT(trace.Lines(), Contains("OSIF:  CPoomEntries::getFromFile(store_id=0, pszPath='\\Sync')"));
+  EXPECT_THAT(trace.Lines(),
+              Contains("OSIF:  CPoomEntries::getFromFile(store_id=0, pszPath='\\Sync')"));
   EXPECT_TRUE(snapshot_.saveToFile(OSIF_STORE_PB, Folder()));
   EXPECT_THAT(trace.Lines(), Contains("OSIF:  CPoomEntries::saveToFile(store_id=0, pszPath='" +
                                       device_.Path("Sync") + "')"));
@@ -515,8 +526,9 @@ TEST_F(ObjectLog, ThatCannotBeWrittenIsToldInTheTrace) {
   snapshot_.put(1, 2);
   TraceReceiver trace;
   EXPECT_FALSE(snapshot_.saveToFile(OSIF_STORE_PB, Wide(device_.Path("no such folder"))));
-  EXPECT_THAT(trace.Lines(),
-              Contains("OSIF:  CPoomEntries::saveToFile - Couldn't open object log file (code=1)."));
+  EXPECT_THAT(
+      trace.Lines(),
+      Contains("OSIF:  CPoomEntries::saveToFile - Couldn't open object log file (code=1)."));
 }
 
 }  // namespace

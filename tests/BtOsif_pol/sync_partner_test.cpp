@@ -90,7 +90,8 @@ class SyncDevice {
     auto contact = contacts.begin();
     for (; times > 0; --times) {
       OsifAnchor anchor{};
-      EXPECT_EQ(support::ModifyContact(contact->first, names_.Next(), &anchor), OsifResult{OSIF_OK});
+      EXPECT_EQ(support::ModifyContact(contact->first, names_.Next(), &anchor),
+                OsifResult{OSIF_OK});
       touched.insert(contact->first);
       if (++contact == contacts.end()) contact = contacts.begin();
     }
@@ -153,7 +154,8 @@ class SyncDevice {
   void ChangeAnything(bool is_log_open) {
     OtherProgram other;
     const Contacts contacts = other.Contacts();
-    const auto way = random_() % 3;  // behind the library's back, through it, and through it with an anchor
+    const auto way =
+        random_() % 3;  // behind the library's back, through it, and through it with an anchor
     OsifAnchor anchor{};
     OsifAnchor* given = way == 2 && is_log_open ? &anchor : nullptr;
     const auto any = static_cast<int>(random_() % 4);  // 0 adds, 2 deletes, the rest changes
@@ -163,7 +165,8 @@ class SyncDevice {
       touched.insert(way == 0 ? other.Add(name) : support::AddContact(name, given).id);
       return;
     }
-    const std::string id = std::next(contacts.begin(), static_cast<int>(random_() % contacts.size()))->first;
+    const std::string id =
+        std::next(contacts.begin(), static_cast<int>(random_() % contacts.size()))->first;
     touched.insert(id);
     const std::string name = names_.Next();
     if (way == 0) {

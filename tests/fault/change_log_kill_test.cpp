@@ -99,7 +99,8 @@ class ChangeLogKill : public testing::TestWithParam<KillPlace> {
       SCOPED_TRACE("killed at place " + std::to_string(nth));
       ASSERT_LT(nth, 5000);
       TempDevice device;
-      std::filesystem::copy(prepared_.folder(), device.folder(), std::filesystem::copy_options::recursive);
+      std::filesystem::copy(prepared_.folder(), device.folder(),
+                            std::filesystem::copy_options::recursive);
       *answered_ = {};
       const bool was_killed = RunAndKill([] { POL_Open(); }, work, GetParam(), nth);
       EXPECT_EQ(POL_Open(), kOk);
@@ -117,7 +118,8 @@ class ChangeLogKill : public testing::TestWithParam<KillPlace> {
 };
 
 INSTANTIATE_TEST_SUITE_P(Places, ChangeLogKill,
-                         testing::Values(KillPlace::kBeforeTheCall, KillPlace::kInTheMiddleOfALogWrite),
+                         testing::Values(KillPlace::kBeforeTheCall,
+                                         KillPlace::kInTheMiddleOfALogWrite),
                          PlaceName);
 
 // ---- Contacts ---------------------------------------------------------------------------------------
@@ -131,10 +133,12 @@ class ContactLogKill : public ChangeLogKill {
     {
       OtherProgram other;
       // Nobody ever touches Ivy: in the end her entry is purged and only the snapshot knows her.
-      for (const char* name : {"Ann", "Bob", "Cid", "Dan", "Eve", "Ivy"}) ids_.push_back(other.Add(name));
+      for (const char* name : {"Ann", "Bob", "Cid", "Dan", "Eve", "Ivy"})
+        ids_.push_back(other.Add(name));
       ASSERT_EQ(Open(kContactStore), kOk);
       OsifAnchor anchor{};
-      for (int i = 0; i < 260; ++i) support::ModifyContact(ids_[4], "Eve" + std::to_string(i), &anchor);
+      for (int i = 0; i < 260; ++i)
+        support::ModifyContact(ids_[4], "Eve" + std::to_string(i), &anchor);
       ASSERT_EQ(POL_CL_Close(kContactStore), kOk);
       ASSERT_EQ(support::LinesOf(Path("pol_pb_change.log")).size(), 250u);
       ASSERT_EQ(Open(kContactStore), kOk);
@@ -169,7 +173,9 @@ class ContactLogKill : public ChangeLogKill {
     Keep(answered_->deleted, ids_[3], anchor);
 
     OtherProgram other;
-    other.Change(ids_[0], "Ada");  // the next open tells it first: it must not get a counter of the partner's
+    other.Change(
+        ids_[0],
+        "Ada");  // the next open tells it first: it must not get a counter of the partner's
     other.Change(ids_[4], "Eva");
     other.Change(ids_[2], "Cyr");
     other.Add("Hal");
@@ -225,7 +231,8 @@ class ContactLogKill : public ChangeLogKill {
     for (const auto& [id, name] : seen) {
       if (store.count(id) > 0) continue;
       const auto entry = told.find(id);
-      EXPECT_TRUE(entry != told.end() && entry->second == 'H') << "the end of " << name << " is not told";
+      EXPECT_TRUE(entry != told.end() && entry->second == 'H')
+          << "the end of " << name << " is not told";
     }
     for (const auto& [id, kind] : told) EXPECT_EQ(kind == 'M', store.count(id) == 1) << id;
     ExpectCalm();
@@ -249,7 +256,8 @@ class ContactLogKill : public ChangeLogKill {
 };
 
 INSTANTIATE_TEST_SUITE_P(Places, ContactLogKill,
-                         testing::Values(KillPlace::kBeforeTheCall, KillPlace::kInTheMiddleOfALogWrite),
+                         testing::Values(KillPlace::kBeforeTheCall,
+                                         KillPlace::kInTheMiddleOfALogWrite),
                          PlaceName);
 
 TEST_P(ContactLogKill, LosesNoChangeInASession) {

@@ -126,8 +126,8 @@ template <typename T>
 class SharedWithChild {
  public:
   SharedWithChild()
-      : record_(new (mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
-                    T{}) {
+      : record_(new (mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS,
+                          -1, 0)) T{}) {
     static_assert(std::is_trivially_destructible_v<T>);
   }
   ~SharedWithChild() { munmap(record_, sizeof(T)); }

@@ -47,7 +47,8 @@ inline ChangeLogEntry MakeEntry(char kind, int32_t counter, std::string_view id,
 
 // An entry as its line, to compare by.
 inline std::string LineOf(const ChangeLogEntry& entry) {
-  return EntryLine(static_cast<char>(entry.kind), entry.changeCounter, entry.objectId, entry.timestamp);
+  return EntryLine(static_cast<char>(entry.kind), entry.changeCounter, entry.objectId,
+                   entry.timestamp);
 }
 
 inline OsifAnchor MakeAnchor(uint32_t counter, std::string_view timestamp = "") {

@@ -111,7 +111,8 @@ inline LibraryCall AddContact(const std::string& name, OsifAnchor* anchor) {
   return {result, id};
 }
 
-inline OsifResult ModifyContact(const std::string& id, const std::string& name, OsifAnchor* anchor) {
+inline OsifResult ModifyContact(const std::string& id, const std::string& name,
+                                OsifAnchor* anchor) {
   OwnedObject record(OSIF_STORE_PB);
   record->contact.n = MakeValue({}, {name, "", "", "", ""}).release();
   return POL_ModifyObject(OSIF_STORE_PB, id.c_str(), record.get(), anchor);

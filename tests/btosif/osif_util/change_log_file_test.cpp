@@ -95,7 +95,8 @@ class ChangeLogFile : public support::TextTest {
 
 TEST(StoreName, IsTheOneOfTheTableAndUnknownForAnyOtherId) {
   const char* names[] = {"pb", "cal", "note", "msg-in", "msg-sent", "msg-out"};
-  for (int32_t store_id = 0; store_id < 6; ++store_id) EXPECT_STREQ(StoreName(store_id), names[store_id]);
+  for (int32_t store_id = 0; store_id < 6; ++store_id)
+    EXPECT_STREQ(StoreName(store_id), names[store_id]);
   for (int32_t store_id : {-1, 6, 7, 1000, INT_MAX, INT_MIN}) {
     EXPECT_STREQ(StoreName(store_id), "unknown") << store_id;
   }
@@ -240,21 +241,19 @@ struct CounterRow {
 class ChangeCounter : public ChangeLogFile, public testing::WithParamInterface<CounterRow> {};
 
 TEST_P(ChangeCounter, IsReadWithoutACheckOfItsDigitsAndHeldAt32Bits) {
-  EXPECT_EQ(Entry(std::string("M:") + GetParam().field + ":t:a\n").changeCounter, GetParam().counter);
+  EXPECT_EQ(Entry(std::string("M:") + GetParam().field + ":t:a\n").changeCounter,
+            GetParam().counter);
 }
 
-INSTANTIATE_TEST_SUITE_P(Fields, ChangeCounter,
-                         testing::Values(CounterRow{"1", 1}, CounterRow{"0000000017", 17},
-                                         CounterRow{"1234567890", 1234567890},
-                                         CounterRow{"-999999999", -999999999}, CounterRow{"+12", 12},
-                                         CounterRow{" 12", 12}, CounterRow{"12x", 12},
-                                         CounterRow{"x12", 0}, CounterRow{"", 0}, CounterRow{"-", 0},
-                                         CounterRow{"2147483646", 2147483646},
-                                         CounterRow{"2147483647", 2147483647},
-                                         CounterRow{"2147483648", 2147483647},
-                                         CounterRow{"4294967295", 2147483647},
-                                         CounterRow{"4294967296", 2147483647},
-                                         CounterRow{"9999999999", 2147483647}));
+INSTANTIATE_TEST_SUITE_P(
+    Fields, ChangeCounter,
+    testing::Values(CounterRow{"1", 1}, CounterRow{"0000000017", 17},
+                    CounterRow{"1234567890", 1234567890}, CounterRow{"-999999999", -999999999},
+                    CounterRow{"+12", 12}, CounterRow{" 12", 12}, CounterRow{"12x", 12},
+                    CounterRow{"x12", 0}, CounterRow{"", 0}, CounterRow{"-", 0},
+                    CounterRow{"2147483646", 2147483646}, CounterRow{"2147483647", 2147483647},
+                    CounterRow{"2147483648", 2147483647}, CounterRow{"4294967295", 2147483647},
+                    CounterRow{"4294967296", 2147483647}, CounterRow{"9999999999", 2147483647}));
 
 TEST_F(ChangeLogFile, TakesACounterOf10CharactersAndRefusesOneOf11) {
   EXPECT_EQ(Entry("M:0000000123:t:a\n").changeCounter, 123);
@@ -288,7 +287,8 @@ TEST_F(ChangeLogFile, TurnsTheEscapesOfSemicolonAndBackslash) {
 }
 
 TEST_F(ChangeLogFile, RefusesALineWithFewerThanFourFields) {
-  for (const char* line : {"\n", "M\n", "M:1\n", "M:1:t\n", "M:1:20050101T000000Z\n", "\r\n", "garbage"}) {
+  for (const char* line :
+       {"\n", "M\n", "M:1\n", "M:1:t\n", "M:1:20050101T000000Z\n", "\r\n", "garbage"}) {
     EXPECT_EQ(Read(line), OsifResult{OSIF_PARSE_ERROR}) << line;
   }
 }
@@ -324,7 +324,8 @@ TEST_F(ChangeLogFile, TellsALogThatCannotBeRead) {
   OsifStream log = support::Open(LogPath(), u"w");
   ChangeLogEntry entry;
   EXPECT_EQ(OSIF_ReadClEntry(&log, &entry), OsifResult{OSIF_ERR_GENERAL});
-  EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  OSIF_ReadClEntry - error reading Change Log file"));
+  EXPECT_THAT(trace.Lines(),
+              ElementsAre("OSIF:  OSIF_ReadClEntry - error reading Change Log file"));
 }
 
 // A line of this many characters, its line end not counted.
@@ -499,9 +500,9 @@ TEST_P(LongLog, KeepsItsNewest250LinesAndTheirCounters) {
   EXPECT_EQ(Purge(), OsifResult{OSIF_OK});
   EXPECT_EQ(BytesOf(LogPath()), EntryLines(lines - 249, lines));
   EXPECT_FALSE(FileExists(Path("temp_change.log")));
-  EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  OSIF_CLPurge - Purged " + std::to_string(lines - 250) +
-                                         " entries from '" + Narrow(LogFileName(0, Folder(), "change")) +
-                                         "'"));
+  EXPECT_THAT(trace.Lines(),
+              ElementsAre("OSIF:  OSIF_CLPurge - Purged " + std::to_string(lines - 250) +
+                          " entries from '" + Narrow(LogFileName(0, Folder(), "change")) + "'"));
 }
 
 INSTANTIATE_TEST_SUITE_P(From251LinesOn, LongLog,
@@ -534,7 +535,8 @@ TEST_F(ChangeLogFile, ThePurgeLeavesNothingElseInTheFolder) {
   PutBytes(LogPath(), EntryLines(1, 300));
   EXPECT_EQ(Purge(), OsifResult{OSIF_OK});
   std::vector<std::string> names;
-  for (const auto& file : std::filesystem::directory_iterator(Path(""))) names.push_back(file.path().filename());
+  for (const auto& file : std::filesystem::directory_iterator(Path("")))
+    names.push_back(file.path().filename());
   EXPECT_THAT(names, ElementsAre("pol_pb_change.log"));
 }
 

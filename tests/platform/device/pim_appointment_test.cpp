@@ -264,6 +264,19 @@ TEST_F(PimAppointment, MayLieAnywhereFromTheYear100To9999) {
   }
 }
 
+// The fraction counts forward there, too: the number of a later time is less.
+TEST_F(PimAppointment, HasItsTimesOfDayAlsoBeforeDayZero) {
+  const DATE six = Day(1890, 5, 1) - 0.25;
+  const DATE half_past_seven = Day(1890, 5, 1) - 0.3125;
+  ComPtr<IAppointment> appointment = NewAppointment(six, half_past_seven);
+  ExpectTimes(*SavedAndLoaded(*appointment), six, half_past_seven, 90);
+  EXPECT_EQ(appointment->put_End(Day(1890, 5, 1)), E_INVALIDDATES);
+  EXPECT_EQ(appointment->put_Start(Day(1899, 12, 29) - 0.9375), S_OK) << "22:30";
+  ExpectTimes(*appointment, Day(1899, 12, 29) - 0.9375, Day(1899, 12, 30), 90);
+  EXPECT_EQ(appointment->put_AllDayEvent(VARIANT_TRUE), S_OK);
+  ExpectTimes(*appointment, Day(1899, 12, 29), Day(1899, 12, 30), 1440);
+}
+
 TEST_F(PimAppointment, EndsWithTheLastDayAtTheLatest) {
   ComPtr<IAppointment> appointment = NewAppointment(Day(2026, 1, 1), Day(2027, 1, 1));
   EXPECT_EQ(appointment->put_Start(Time(9999, 12, 31, 12, 0)), S_OK);
@@ -330,6 +343,15 @@ TEST_P(PimAllDayEvent, HasItsTimesAgainWhenItIsNoneAfterAll) {
   ComPtr<IAppointment> loaded = SavedAndLoaded(*appointment);
   EXPECT_EQ(Start(*loaded), GetParam().start);
   EXPECT_EQ(End(*loaded), GetParam().end);
+}
+
+TEST_P(PimAllDayEvent, IsStoredInWholeDays) {
+  ComPtr<IAppointment> appointment = NewAppointment(GetParam().start, GetParam().end);
+  EXPECT_EQ(appointment->put_AllDayEvent(VARIANT_TRUE), S_OK);
+  ComPtr<IAppointment> loaded = SavedAndLoaded(*appointment);
+  EXPECT_EQ(loaded->put_AllDayEvent(VARIANT_FALSE), S_OK);
+  EXPECT_EQ(Start(*loaded), GetParam().first_day);
+  EXPECT_EQ(End(*loaded), GetParam().day_after);
 }
 
 TEST_F(PimAppointment, KeepsItsLengthInDaysWhenAnAllDayEventMoves) {

@@ -17,7 +17,9 @@ inline DATE Day(int year, unsigned month, unsigned day) {
           .count());
 }
 inline DATE Time(int year, unsigned month, unsigned day, int hour, int minute, int second = 0) {
-  return Day(year, month, day) + (hour * 3600 + minute * 60 + second) / 86400.0;
+  const DATE midnight = Day(year, month, day);
+  const DATE time = (hour * 3600 + minute * 60 + second) / 86400.0;
+  return midnight < 0 ? midnight - time : midnight + time;
 }
 
 // A date, number or flag of an item.

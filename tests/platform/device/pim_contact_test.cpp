@@ -196,7 +196,7 @@ TEST_P(PimContactDate, IsAWholeDay) {
   EXPECT_EQ(PutDate(*contact, 29221.999), S_OK);
   EXPECT_EQ(GetDate(*contact), 29221.0);
   EXPECT_EQ(GetDate(*SavedWith(29221.5)), 29221.0);
-  EXPECT_EQ(GetDate(*SavedWith(-3.25)), -4.0);
+  EXPECT_EQ(GetDate(*SavedWith(-3.25)), -3.0);
 }
 
 TEST_P(PimContactDate, MayLieAnywhereFromTheYear100To9999) {

@@ -1,0 +1,193 @@
+// A note is written beside its place and then moved there, so that a note is whole or the old one.
+#include "BtOsif_pol/pol_note.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "btosif/osif_util/value_text.h"
+#include "config/trace.h"
+#include "platform/api/files.h"
+#include "platform/api/richink.h"
+
+namespace {
+
+constexpr size_t kNameLimit = 260;
+constexpr WideView kForbidden = u"\\/:*?<>|\"";
+constexpr WideView kExtension = u".pwi";
+constexpr WideView kUnfinished = u".new";
+
+// ---- Names ------------------------------------------------------------------------------------------
+
+bool IsLead(WCHAR c) { return c >= 0xD800 && c <= 0xDBFF; }
+bool IsTrail(WCHAR c) { return c >= 0xDC00 && c <= 0xDFFF; }
+
+bool IsControl(WCHAR c) { return c < 0x20 || (c >= 0x7F && c <= 0x9F) || c == 0x2028 || c == 0x2029; }
+
+// A character outside the first plane is two units; half of one is no character.
+size_t UnitsAt(WideView text, size_t index) {
+  if (IsLead(text[index])) return index + 1 < text.size() && IsTrail(text[index + 1]) ? 2 : 0;
+  return IsTrail(text[index]) ? 0 : 1;
+}
+
+WideText CleanName(WideView name) {
+  WideText clean;
+  for (size_t i = 0; i < name.size();) {
+    const size_t units = UnitsAt(name, i);
+    if (clean.size() + units > kNameLimit) break;
+    const bool is_kept = units > 0 && !IsControl(name[i]) && kForbidden.find(name[i]) == WideView::npos;
+    if (is_kept) clean.append(name.substr(i, units));
+    i += std::max<size_t>(units, 1);
+  }
+  return clean;
+}
+
+// ---- Ink documents ----------------------------------------------------------------------------------
+
+// A window of the rich-ink control, never shown.
+class InkControl {
+ public:
+  InkControl()
+      : window_(CreateWindowW(RICHINK_CLASS, nullptr, 0, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT,
+                              CW_USEDEFAULT, nullptr, nullptr, nullptr, nullptr)) {}
+  ~InkControl() {
+    if (window_ != nullptr) DestroyWindow(window_);
+  }
+  InkControl(const InkControl&) = delete;
+  InkControl& operator=(const InkControl&) = delete;
+
+  bool is_made() const { return window_ != nullptr; }
+
+  // Streams text in or the document out; false when the callback or the control failed.
+  template <typename Cookie>
+  bool Stream(UINT message, WPARAM format, EDITSTREAMCALLBACK callback, Cookie& cookie) {
+    EDITSTREAM stream = {reinterpret_cast<DWORD_PTR>(&cookie), 0, callback};
+    SendMessageW(window_, message, format, reinterpret_cast<LPARAM>(&stream));
+    return stream.dwError == 0;
+  }
+
+ private:
+  HWND window_;
+};
+
+// A text's bytes, its terminating zero character included.
+struct TextSource {
+  const BYTE* bytes;
+  size_t left;
+};
+
+DWORD CALLBACK ReadBlock(DWORD_PTR cookie, LPBYTE buffer, LONG size, LONG* done) {
+  auto& source = *reinterpret_cast<TextSource*>(cookie);
+  const size_t count = std::min(source.left, static_cast<size_t>(std::max(size, 0)));
+  std::memcpy(buffer, source.bytes, count);
+  source.bytes += count;
+  source.left -= count;
+  *done = static_cast<LONG>(count);
+  return 0;
+}
+
+class NewFile {
+ public:
+  explicit NewFile(const WideText& path)
+      : handle_(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS,
+                            FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+  ~NewFile() { Close(); }
+  NewFile(const NewFile&) = delete;
+  NewFile& operator=(const NewFile&) = delete;
+
+  bool is_open() const { return handle_ != INVALID_HANDLE_VALUE; }
+  HANDLE handle() const { return handle_; }
+  bool Close() {
+    const HANDLE handle = std::exchange(handle_, INVALID_HANDLE_VALUE);
+    return handle == INVALID_HANDLE_VALUE || CloseHandle(handle);
+  }
+
+ private:
+  HANDLE handle_;
+};
+
+DWORD CALLBACK WriteBlock(DWORD_PTR cookie, LPBYTE buffer, LONG size, LONG* done) {
+  auto& file = *reinterpret_cast<NewFile*>(cookie);
+  DWORD written = 0;
+  const BOOL is_written =
+      WriteFile(file.handle(), buffer, static_cast<DWORD>(size), &written, nullptr);
+  *done = static_cast<LONG>(written);
+  return is_written ? 0 : 1;
+}
+
+// Writes the whole document; false when some of it could not be written.
+bool WriteDocument(InkControl& control, const WideText& text, NewFile& file) {
+  TextSource source = {reinterpret_cast<const BYTE*>(text.c_str()), (text.size() + 1) * sizeof(WCHAR)};
+  const bool is_taken = control.Stream(EM_STREAMIN, SF_TEXT | SF_UNICODE, ReadBlock, source);
+  return is_taken && control.Stream(EM_STREAMOUT, SF_PWI, WriteBlock, file) && file.Close();
+}
+
+void TellNotCreated(const WideText& path) {
+  OSIF_Trace(0, "OSIF:  pol_PutNote Error - Unable to create file '%S'", path.c_str());
+}
+
+// Puts the finished file in the note's place. `old_path` (may be empty) is the file that it replaces.
+void MoveIntoPlace(const WideText& unfinished, const WideText& path, const WideText& old_path) {
+  if (!old_path.empty() && old_path != path) DeleteFileW(old_path.c_str());
+  DeleteFileW(path.c_str());
+  if (!MoveFileW(unfinished.c_str(), path.c_str())) TellNotCreated(path);
+}
+
+void Put(OsifNote& note, const WideText& old_path) {
+  InkControl control;
+  if (!control.is_made()) {
+    OSIF_Trace(0, "OSIF:  Unable to create RICHINK control");
+    return;
+  }
+  const WideText path = pol_NotePath(pol_NoteName(note));
+  if (path.empty()) {
+    TellNotCreated(path);
+    return;
+  }
+  const WideText unfinished = path + WideText(kUnfinished);
+  NewFile file(unfinished);
+  if (!file.is_open()) {
+    TellNotCreated(path);
+    return;
+  }
+  if (WriteDocument(control, DecodedText(note.body, 0), file)) {
+    MoveIntoPlace(unfinished, path, old_path);
+    return;
+  }
+  file.Close();
+  DeleteFileW(unfinished.c_str());
+  TellNotCreated(path);
+}
+
+}  // namespace
+
+WideText pol_NotePath(WideView name) {
+  WCHAR folder[MAX_PATH] = {};
+  if (!SHGetSpecialFolderPath(nullptr, folder, CSIDL_PERSONAL, FALSE)) return {};
+  return WideText(folder).append(u"\\").append(CleanName(name)).append(kExtension);
+}
+
+WideText pol_NoteName(OsifNote& note) { return DecodedText(note.summary, 0); }
+
+void pol_PutNote(OsifNote& note) { Put(note, {}); }
+
+void pol_ReplaceNote(const char* id, OsifNote& note) {
+  Put(note, pol_NotePath(MultiByteToText(NativeCodePage(), id)));
+}
+
+bool pol_HasNote(OsifNote& note) {
+  const WideText name = pol_NoteName(note);
+  const WideText path = name.empty() ? WideText() : pol_NotePath(name);
+  if (path.empty()) return false;
+  const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  CloseHandle(file);
+  return true;
+}
+
+void pol_WriteNoteId(WideView name, char* id) {
+  if (id == nullptr) return;
+  const std::string bytes = TextToMultiByte(NativeCodePage(), name);
+  id[bytes.copy(id, OSIF_ID_SIZE - 1)] = '\0';
+}

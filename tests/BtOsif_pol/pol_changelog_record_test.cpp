@@ -1,0 +1,316 @@
+// What is told at the next open, recording the changes that the library makes, and failures of the PIM.
+#include <gmock/gmock.h>
+
+#include <ctime>
+
+#include "BtOsif_pol/pol_changelog.h"
+#include "tests/BtOsif_pol/changelog_fixture.h"
+#include "tests/support/dates.h"
+#include "tests/support/fake_pim.h"
+
+namespace {
+
+using support::AddContact;
+using support::BytesOf;
+using support::DeleteContact;
+using support::EntryLine;
+using support::EntryLines;
+using support::FileExists;
+using support::kMailStore;
+using support::LinesOf;
+using support::MakeAnchor;
+using support::ModifyContact;
+using support::OtherProgram;
+using support::PutBytes;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using RecordedChanges = support::ChangeLogTest;
+
+// The field of a log line, counted from 0.
+std::string Field(const std::string& line, int number) {
+  size_t begin = 0;
+  for (; number > 0; --number) begin = line.find(':', begin) + 1;
+  return line.substr(begin, line.find(':', begin) - begin);
+}
+
+constexpr OsifResult kOk = OSIF_OK;
+constexpr OsifResult kNotImplemented = OSIF_ERR_NOT_IMPLEMENTED;
+
+// ---- What the snapshot tells ------------------------------------------------------------------------
+
+TEST_F(RecordedChanges, FindsAtTheNextOpenWhatAnotherProgramDidWhileItWasOpen) {
+  OtherProgram other;
+  const std::string a = other.Add("Ann");
+  const std::string b = other.Add("Bob");
+  Open();
+  other.Change(a, "Amy");
+  other.Delete(b);
+  const std::string c = other.Add("Cid");
+  Close();
+  Open();
+  EXPECT_THAT(ContactEntries(),
+              ElementsAre("M 1 " + a, "M 2 " + b, "M 3 " + a, "M 4 " + c, "H 5 " + b));
+}
+
+TEST_F(RecordedChanges, FindsAtTheNextOpenWhatTheLibraryDidWithoutAnAnchor) {
+  OtherProgram other;
+  const std::string a = other.Add("Ann");
+  const std::string b = other.Add("Bob");
+  Open();
+  EXPECT_EQ(ModifyContact(a, "Amy", nullptr), kOk);
+  EXPECT_EQ(DeleteContact(b, nullptr), kOk);
+  const std::string c = AddContact("Cid", nullptr).id;
+  EXPECT_EQ(ContactEntries().size(), 2u) << "nothing is recorded";
+  Close();
+  Open();
+  EXPECT_THAT(ContactEntries(),
+              ElementsAre("M 1 " + a, "M 2 " + b, "M 3 " + a, "M 4 " + c, "H 5 " + b));
+}
+
+TEST_F(RecordedChanges, TellsWhatTheLibraryDidWithAnAnchorOnlyOnce) {
+  OtherProgram other;
+  const std::string a = other.Add("Ann");
+  const std::string b = other.Add("Bob");
+  Open();
+  OsifAnchor anchor{};
+  EXPECT_EQ(ModifyContact(a, "Amy", &anchor), kOk);
+  EXPECT_EQ(anchor.cc, 3u);
+  EXPECT_EQ(DeleteContact(b, &anchor), kOk);
+  EXPECT_EQ(anchor.cc, 4u);
+  const std::string c = AddContact("Cid", &anchor).id;
+  EXPECT_EQ(anchor.cc, 5u);
+  Close();
+  Open();
+  EXPECT_THAT(ContactEntries(),
+              ElementsAre("M 1 " + a, "M 2 " + b, "M 3 " + a, "H 4 " + b, "M 5 " + c));
+}
+
+TEST_F(RecordedChanges, FindsWhatAnotherProgramMadeOfAnItemThatTheLibraryHadChanged) {
+  const std::string a = OtherProgram().Add("Ann");
+  Open();
+  OsifAnchor anchor{};
+  EXPECT_EQ(ModifyContact(a, "Amy", &anchor), kOk);
+  const std::string b = AddContact("Bob", &anchor).id;
+  {
+    OtherProgram other;
+    other.Change(a, "Ada");
+    other.Delete(b);
+  }
+  Close();
+  Open();
+  EXPECT_THAT(ContactEntries(),
+              ElementsAre("M 1 " + a, "M 2 " + a, "M 3 " + b, "M 4 " + a, "H 5 " + b));
+}
+
+TEST_F(RecordedChanges, FindsWhatTheLibraryMadeOfAnItemWithoutAnAnchorAfterOneWithIt) {
+  Open();
+  OsifAnchor anchor{};
+  const std::string a = AddContact("Ann", &anchor).id;
+  EXPECT_EQ(ModifyContact(a, "Amy", nullptr), kOk);
+  Close();
+  Open();
+  EXPECT_THAT(ContactEntries(), ElementsAre("M 1 " + a, "M 2 " + a));
+}
+
+TEST_F(RecordedChanges, FindsWhatChangedWhileItWasClosedAndBeforeItWasOpenedAgainWithoutAClose) {
+  OtherProgram other;
+  const std::string a = other.Add("Ann");
+  Open();
+  OsifAnchor anchor{};
+  const std::string b = AddContact("Bob", &anchor).id;
+  EXPECT_EQ(Open(), kOk);
+  other.Change(b, "Bill");
+  Close();
+  Open();
+  EXPECT_EQ(ContactEntries().back(), "M " + std::to_string(ContactEntries().size()) + " " + b);
+}
+
+// ---- Recording --------------------------------------------------------------------------------------
+
+TEST_F(RecordedChanges, RecordsAnAddAndAModifyAsModifiedAndADeleteAsDeleted) {
+  Open();
+  OsifAnchor anchor{};
+  const support::LibraryCall added = AddContact("Ann", &anchor);
+  EXPECT_EQ(added.result, kOk);
+  EXPECT_EQ(LinesOf(ContactLog()).back(), EntryLine('M', 1, added.id, anchor.ts));
+  EXPECT_EQ(ModifyContact(added.id, "Amy", &anchor), kOk);
+  EXPECT_EQ(LinesOf(ContactLog()).back(), EntryLine('M', 2, added.id, anchor.ts));
+  EXPECT_EQ(DeleteContact(added.id, &anchor), kOk);
+  EXPECT_EQ(LinesOf(ContactLog()).back(), EntryLine('H', 3, added.id, anchor.ts));
+  EXPECT_EQ(anchor.cc, 3u);
+}
+
+TEST_F(RecordedChanges, RecordsTheIdAsTheCallerGaveIt) {
+  OtherProgram other;
+  const std::string a = other.Add("Ann");
+  const std::string number = a.substr(a.find_first_not_of('0'));
+  Open();
+  OsifAnchor anchor{};
+  EXPECT_EQ(ModifyContact(number, "Amy", &anchor), kOk);
+  EXPECT_EQ(Field(LinesOf(ContactLog()).back(), 3), number);
+  EXPECT_EQ(DeleteContact("000000" + number, &anchor), kOk);
+  EXPECT_EQ(Field(LinesOf(ContactLog()).back(), 3), "000000" + number);
+  Close();
+  EXPECT_EQ(BytesOf(Path("pol_pb_object.log")), "") << "one item whatever its id is written as";
+}
+
+TEST_F(RecordedChanges, RecordsNothingWhenTheChangeFailed) {
+  Open();
+  OsifAnchor anchor{};
+  EXPECT_EQ(DeleteContact("0000ffff", &anchor), OsifResult{OSIF_ERR_NOT_FOUND});
+  EXPECT_EQ(ModifyContact("0000ffff", "Ann", &anchor), OsifResult{OSIF_ERR_NOT_FOUND});
+  EXPECT_EQ(BytesOf(ContactLog()), "");
+}
+
+TEST_F(RecordedChanges, ThatIsClosedZeroesTheAnchorOfAChangeThatWasMadeAllTheSame) {
+  OtherProgram other;
+  OsifAnchor anchor = MakeAnchor(77, "20050314T101500Z");
+  const support::LibraryCall added = AddContact("Ann", &anchor);
+  EXPECT_EQ(added.result, OsifResult{OSIF_ERR_CL_NOT_OPENED});
+  const OsifAnchor zero{};
+  EXPECT_EQ(std::memcmp(&anchor, &zero, sizeof anchor), 0);
+  EXPECT_EQ(other.Contacts().at(added.id), "Ann");
+  anchor = MakeAnchor(77, "20050314T101500Z");
+  EXPECT_EQ(DeleteContact(added.id, &anchor), OsifResult{OSIF_ERR_CL_NOT_OPENED});
+  EXPECT_EQ(std::memcmp(&anchor, &zero, sizeof anchor), 0);
+  EXPECT_THAT(other.Contacts(), IsEmpty());
+}
+
+TEST_F(RecordedChanges, RecordsForEveryStoreWhoseLogIsOpen) {
+  for (int32_t store_id : {2, 3, 4, 5}) {
+    Open(store_id);
+    OsifAnchor anchor{};
+    EXPECT_EQ(pol_RecordChange(store_id, {kChangeModified, "an id", 0, {}}, &anchor), kOk);
+    EXPECT_EQ(pol_RecordChange(store_id, {kChangeDeleted, "an id", 0, {}}, &anchor), kOk);
+    EXPECT_EQ(anchor.cc, 2u);
+    EXPECT_EQ(anchor.cc, Anchor(store_id).cc);
+    EXPECT_STREQ(anchor.ts, Anchor(store_id).ts);
+  }
+  EXPECT_THAT(Entries(Path("pol_msg-out_change.log")), ElementsAre("M 1 an id", "H 2 an id"));
+}
+
+TEST_F(RecordedChanges, RecordsNothingWithoutAnAnchor) {
+  Open(kMailStore);
+  EXPECT_EQ(pol_RecordChange(kMailStore, {kChangeModified, "an id", 0, {}}, nullptr), kOk);
+  EXPECT_EQ(BytesOf(MailLog()), "");
+  Close(kMailStore);
+  EXPECT_EQ(pol_RecordChange(kMailStore, {kChangeModified, "an id", 0, {}}, nullptr), kOk);
+}
+
+TEST_F(RecordedChanges, CountsRecordedChangesOnFromALogOfAHundredThousandLines) {
+  OpenMailLog(EntryLines(1, 100000));
+  OsifAnchor anchor{};
+  EXPECT_EQ(pol_RecordChange(kMailStore, {kChangeModified, "an id", 0, {}}, &anchor), kOk);
+  EXPECT_EQ(anchor.cc, 100001u);
+}
+
+TEST_F(RecordedChanges, CutsARecordedIdOf513Characters) {
+  Open(kMailStore);
+  OsifAnchor anchor{};
+  for (size_t length : {512u, 513u, 600u}) {
+    const std::string id(length, 'f');
+    EXPECT_EQ(pol_RecordChange(kMailStore, {kChangeModified, id.c_str(), 0, {}}, &anchor), kOk);
+    EXPECT_EQ(Field(LinesOf(MailLog()).back(), 3), std::string(512, 'f')) << length;
+  }
+}
+
+class TimeStamp : public support::ChangeLogTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(TimeStamp, OfAChangeIsTheTimeInUtc) {
+  support::TimeZone zone(GetParam());
+  Open(kMailStore);
+  const time_t before = std::time(nullptr);
+  OsifAnchor anchor{};
+  EXPECT_EQ(pol_RecordChange(kMailStore, {kChangeModified, "a", 0, {}}, &anchor), kOk);
+  OtherProgram().Add("Ann");
+  Open();
+  const time_t after = std::time(nullptr);
+  for (const std::string& stamp : {std::string(anchor.ts), std::string(Anchor().ts)}) {
+    std::tm utc{};
+    ASSERT_NE(strptime(stamp.c_str(), "%Y%m%dT%H%M%SZ", &utc), nullptr) << stamp;
+    EXPECT_EQ(stamp.size(), 16u);
+    EXPECT_GE(timegm(&utc), before - 1) << stamp;
+    EXPECT_LE(timegm(&utc), after + 1) << stamp;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Zones, TimeStamp, testing::ValuesIn(support::kFiveZones));
+
+// ---- Failures of the PIM ----------------------------------------------------------------------------
+
+struct WithFakePim {
+  support::FakePim pim_;
+};
+
+// The fake outlives the logs, which are closed by the fixture.
+class ChangeLogOfAFailingPim : public WithFakePim, public support::ChangeLogTest {};
+
+TEST_F(ChangeLogOfAFailingPim, OpensWithAPimErrorWhenTheItemsCannotBeRead) {
+  pim_.Keep({{"FirstName", u"Ann"}});
+  pim_.faults.item = E_FAIL;
+  EXPECT_EQ(Open(), OsifResult{OSIF_ERR_PIM});
+  EXPECT_EQ(BytesOf(ContactLog()), "");
+  pim_.faults.item = S_OK;
+  EXPECT_EQ(Open(), kOk);
+  EXPECT_THAT(ContactEntries(), ElementsAre("M 1 00000001"));
+}
+
+TEST_F(ChangeLogOfAFailingPim, KeepsTheSavedSnapshotWhenTheItemsCannotBeReadAtClosing) {
+  pim_.Keep({{"FirstName", u"Ann"}});
+  Open();
+  Close();
+  const std::string saved = BytesOf(Path("pol_pb_object.log"));
+  pim_.Keep({{"FirstName", u"Bob"}});
+  Open();
+  pim_.faults.get_count = E_FAIL;
+  EXPECT_EQ(Close(), OsifResult{OSIF_ERR_PIM});
+  EXPECT_FALSE(pol_IsLogOpen(OSIF_STORE_PB));
+  EXPECT_EQ(BytesOf(Path("pol_pb_object.log")), saved);
+  pim_.faults.get_count = S_OK;
+}
+
+TEST_F(ChangeLogOfAFailingPim, DoesNotForgetAnItemWhenTheStoreCouldNotBeReadAtOpening) {
+  pim_.Keep({{"FirstName", u"Ann"}});
+  Open();
+  Close();
+  pim_.Keep({{"FirstName", u"Bob"}});
+  pim_.faults.get_items = E_FAIL;
+  EXPECT_EQ(Open(), OsifResult{OSIF_ERR_PIM});
+  pim_.faults.get_items = S_OK;
+  Close();
+  EXPECT_EQ(Open(), kOk);
+  EXPECT_THAT(ContactEntries(), ElementsAre("M 1 00000001", "M 2 00000002"));
+}
+
+TEST_F(ChangeLogOfAFailingPim, TellsTheEndOfAnItemThatWentAfterTheStoreCouldNotBeReadAtOpening) {
+  pim_.Keep({{"FirstName", u"Ann"}});
+  Open();
+  Close();
+  pim_.faults.get_items = E_FAIL;
+  EXPECT_EQ(Open(), OsifResult{OSIF_ERR_PIM});
+  pim_.faults.get_items = S_OK;
+  Close();
+  PutBytes(ContactLog(), "H:7:20050314T101500Z:000000ff\n");  // the entry of Ann has been purged
+  pim_.contacts.clear();
+  EXPECT_EQ(Open(), kOk);
+  EXPECT_THAT(ContactEntries(), ElementsAre("H 7 000000ff", "H 8 00000001"));
+}
+
+TEST_F(ChangeLogOfAFailingPim, RecordsNothingWhenAnItemCannotBeSaved) {
+  Open();
+  pim_.faults.save = E_FAIL;
+  OsifAnchor anchor{};
+  EXPECT_EQ(AddContact("Ann", &anchor).result, OsifResult{OSIF_ERR_PIM});
+  EXPECT_EQ(BytesOf(ContactLog()), "");
+}
+
+TEST_F(ChangeLogOfAFailingPim, ReadsTheCalendarsTwoFoldersIntoOneSnapshot) {
+  EXPECT_EQ(Open(OSIF_STORE_CAL), kOk);
+  EXPECT_EQ(Close(OSIF_STORE_CAL), kOk);
+  EXPECT_THAT(pim_.folders_asked, ElementsAre(9, 13, 9, 13));
+  EXPECT_TRUE(FileExists(Path("pol_cal_change.log")));
+  EXPECT_TRUE(FileExists(Path("pol_cal_object.log")));
+}
+
+}  // namespace
