@@ -20,10 +20,10 @@ say "Something in the second of these cards is unknown: the trace tells what, th
 show osif receive --trace samples/warning.vcf
 
 say "A vCard 3.0 is refused, and nothing is lost in silence: the card behind it is named"
-show osif receive samples/mixed-versions.vcf
+show_refusing osif receive samples/mixed-versions.vcf
 
 say "Read one by one, the others arrive"
-show osif receive --each samples/mixed-versions.vcf
+show_refusing osif receive --each samples/mixed-versions.vcf
 
 say "What a synchronisation partner asks for: the changes since counter 8, and the present anchor"
 show osif changes pb --since 8
@@ -40,3 +40,15 @@ show osif count pb
 
 say "Without storing anything: what the library reads out of a card"
 show osif parse samples/shift-jis.vcf
+
+say "Appointments and tasks: a calendar arrives, is listed and found, and goes out again"
+show osif receive samples/calendar.vcs
+show osif list cal
+show osif find samples/calendar.vcs
+event="$(osif find --json samples/calendar.vcs | sed -n '1s/.*"id":"\([0-9a-f]*\)".*/\1/p')"
+show osif send cal "$event"
+
+say "A note becomes an ink document in the device's documents folder"
+show osif receive samples/note.vnt
+show ls "$OSIF_DEVICE/Documents"
+show osif find samples/note.vnt
