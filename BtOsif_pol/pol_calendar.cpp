@@ -47,7 +47,8 @@ LONG ImportanceOf(const WideText& priority) {
   const size_t start = text.find_first_not_of(" \t");
   int number = 0;
   if (start != std::string::npos) {
-    std::from_chars(text.data() + start, text.data() + text.size(), number);
+    const auto read = std::from_chars(text.data() + start, text.data() + text.size(), number);
+    if (read.ec == std::errc::result_out_of_range) return olImportanceLow;
   }
   if (number == 1) return olImportanceHigh;
   return number == 0 || number == 2 ? olImportanceNormal : olImportanceLow;

@@ -83,10 +83,18 @@ OsifResult Append(ChangeLog& log, char kind, const char* id, const OsifAnchor& a
   return result;
 }
 
+// True when another program has changed the item since the log last told of it. Its change is told at the
+// next open, so the item must not count as known.
+bool WasChangedByOthers(const ChangeLog& log, const LibraryChange& change) {
+  if (!change.checksum_before) return false;
+  uint32_t known = 0;
+  return !log.known.find(change.oid, &known) || known != *change.checksum_before;
+}
+
 void Remember(ChangeLog& log, const LibraryChange& change) {
   if (change.kind == kChangeDeleted) {
     log.known.remove(change.oid);
-  } else if (change.checksum) {
+  } else if (change.checksum && !WasChangedByOthers(log, change)) {
     log.known.put(change.oid, *change.checksum);
   }
 }

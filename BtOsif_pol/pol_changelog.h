@@ -16,7 +16,8 @@ struct LibraryChange {
   char kind;
   const char* id;                    // as the caller gave or gets it
   uint32_t oid = 0;                  // of a PIM item
-  std::optional<uint32_t> checksum;  // of a PIM item as it was saved
+  std::optional<uint32_t> checksum = {};         // of a PIM item as it was saved
+  std::optional<uint32_t> checksum_before = {};  // of a PIM item that was changed, as it was found
 };
 
 // Appends the change to the store's log and gives its anchor, so that the partner's own change is not sent

@@ -22,11 +22,12 @@ struct Subject {
   std::string id;                    // as the caller gave or gets it
   LONG oid = 0;                      // of an item of the PIM
   std::optional<uint32_t> checksum;  // of an item of the PIM as it was saved
+  std::optional<uint32_t> checksum_before;  // of one that is changed, as it was found
 };
 
 OsifResult RecordChange(char kind, const Subject& subject, OsifAnchor* anchor) {
   const LibraryChange change = {kind, subject.id.c_str(), static_cast<uint32_t>(subject.oid),
-                                subject.checksum};
+                                subject.checksum, subject.checksum_before};
   return pol_RecordChange(subject.store_id, change, anchor);
 }
 
@@ -71,6 +72,7 @@ template <typename Item>
 OsifResult ModifyItem(const ItemMapping<Item>& mapping, OsifObject& object, Subject& subject) {
   const ComPtr<Item> item = pol_As<Item>(pol_ItemFromOid(*pol_Application(), subject.oid));
   if (!item) return OSIF_ERR_NOT_FOUND;
+  if (pol_IsLogOpen(subject.store_id)) subject.checksum_before = mapping.checksum(*item);
   mapping.put(object, *item);
   if (const HRESULT result = item->Save(); result != S_OK) {
     OSIF_Trace(0, mapping.not_saved, result);
@@ -205,7 +207,7 @@ OsifResult POL_AddObject(int32_t store_id, OsifObject* object, char* id, OsifAnc
   OSIF_Trace(0, "OSIF:  POL_AddObject()");
   if (id != nullptr) id[0] = '\0';
   if (const OsifResult result = pol_CheckSession(store_id); result != OSIF_OK) return result;
-  Subject subject = {store_id, {}, 0, std::nullopt};
+  Subject subject = {store_id, {}, 0, std::nullopt, std::nullopt};
   if (const OsifResult result = Add(*object, subject); result != OSIF_OK) return result;
   if (id != nullptr) id[subject.id.copy(id, OSIF_ID_SIZE - 1)] = '\0';
   return RecordChange(kChangeModified, subject, anchor);
@@ -214,7 +216,7 @@ OsifResult POL_AddObject(int32_t store_id, OsifObject* object, char* id, OsifAnc
 OsifResult POL_ModifyObject(int32_t store_id, const char* id, OsifObject* object,
                             OsifAnchor* anchor) {
   OSIF_Trace(0, "OSIF:  POL_ModifyObject()");
-  Subject subject = {store_id, {}, 0, std::nullopt};
+  Subject subject = {store_id, {}, 0, std::nullopt, std::nullopt};
   if (const OsifResult result = ReadSubject(id, subject); result != OSIF_OK) return result;
   if (const OsifResult result = Modify(*object, subject); result != OSIF_OK) return result;
   return RecordChange(kChangeModified, subject, anchor);
@@ -222,7 +224,7 @@ OsifResult POL_ModifyObject(int32_t store_id, const char* id, OsifObject* object
 
 OsifResult POL_DeleteObject(int32_t store_id, const char* id, OsifAnchor* anchor) {
   OSIF_Trace(0, "OSIF:  POL_DeleteObject()");
-  Subject subject = {store_id, {}, 0, std::nullopt};
+  Subject subject = {store_id, {}, 0, std::nullopt, std::nullopt};
   if (const OsifResult result = ReadSubject(id, subject); result != OSIF_OK) return result;
   if (const OsifResult result = Delete(subject); result != OSIF_OK) return result;
   return RecordChange(kChangeDeleted, subject, anchor);

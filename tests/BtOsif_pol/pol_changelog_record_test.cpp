@@ -35,7 +35,6 @@ std::string Field(const std::string& line, int number) {
 }
 
 constexpr OsifResult kOk = OSIF_OK;
-constexpr OsifResult kNotImplemented = OSIF_ERR_NOT_IMPLEMENTED;
 
 // ---- What the snapshot tells ------------------------------------------------------------------------
 
@@ -66,6 +65,18 @@ TEST_F(RecordedChanges, FindsAtTheNextOpenWhatTheLibraryDidWithoutAnAnchor) {
   Open();
   EXPECT_THAT(ContactEntries(),
               ElementsAre("M 1 " + a, "M 2 " + b, "M 3 " + a, "M 4 " + c, "H 5 " + b));
+}
+
+TEST_F(RecordedChanges, TellsAnotherProgramsChangeThatTheLibrarysOwnChangeFollowed) {
+  OtherProgram other;
+  const std::string a = other.Add("Ann");
+  Open();
+  other.Change(a, "Amy");
+  OsifAnchor anchor{};
+  EXPECT_EQ(ModifyContact(a, "Ida", &anchor), kOk);
+  Close();
+  Open();
+  EXPECT_THAT(ContactEntries(), ElementsAre("M 1 " + a, "M 2 " + a, "M 3 " + a));
 }
 
 TEST_F(RecordedChanges, TellsWhatTheLibraryDidWithAnAnchorOnlyOnce) {
