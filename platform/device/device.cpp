@@ -253,7 +253,7 @@ std::shared_ptr<Database> OpenIn(const std::string& folder) {
   std::error_code missing;
   const uintmax_t size = fs::file_size(path, missing);
   if (missing && fs::exists(path)) return RefuseFile(OpenError::kAccess, path, SQLITE_CANTOPEN);
-  if (missing || size == 0) {
+  if (missing) {
     if (const int code = MakeDatabase(folder); code != SQLITE_OK) {
       RemoveDatabase(folder + std::string(kNewDatabaseName));
       return RefuseFile(OpenError::kAccess, path, code);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <iterator>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -17,15 +16,21 @@ namespace {
 
 class Items final : public PimObject<IPOutlookItemCollection, IID_IPOutlookItemCollection> {
  public:
-  Items(const PimSession& session, const PimKind& kind, std::vector<int32_t> ids)
-      : session_(session), kind_(kind), ids_(std::move(ids)) {}
+  // The collection holds the ids up to `last_id`. They are read when they are first asked for: a search
+  // by an index needs none of them.
+  Items(const PimSession& session, const PimKind& kind, int32_t last_id)
+      : session_(session), kind_(kind), last_id_(last_id) {}
 
   HRESULT Add(IDispatch** item) override { return CreateItem(session_, kind_, item); }
 
   HRESULT get_Count(int* count) override {
     if (count == nullptr) return E_INVALIDARG;
-    *count = static_cast<int>(ids_.size());
-    return S_OK;
+    *count = 0;
+    return Guarded([&] {
+      const HRESULT hr = ReadIds();
+      *count = static_cast<int>(ids_.size());
+      return hr;
+    });
   }
 
   HRESULT Find(BSTR restriction, IDispatch** item) override {
@@ -55,13 +60,17 @@ class Items final : public PimObject<IPOutlookItemCollection, IID_IPOutlookItemC
   HRESULT Item(int index, IDispatch** item) override {
     if (item == nullptr) return E_INVALIDARG;
     *item = nullptr;
-    if (!IsIndex(index)) return E_INVALIDARG;
-    return LoadItem(session_, kind_, ids_[static_cast<size_t>(index - 1)], item);
+    return Guarded([&] {
+      if (const HRESULT hr = ReadIds(); FAILED(hr)) return hr;
+      if (!IsIndex(index)) return E_INVALIDARG;
+      return LoadItem(session_, kind_, ids_[static_cast<size_t>(index - 1)], item);
+    });
   }
 
   HRESULT Remove(int index) override {
-    if (!IsIndex(index)) return E_INVALIDARG;
     return Guarded([&] {
+      if (const HRESULT hr = ReadIds(); FAILED(hr)) return hr;
+      if (!IsIndex(index)) return E_INVALIDARG;
       const auto id = ids_.begin() + (index - 1);
       const HRESULT hr = DeleteObject(*session_.database, *id);
       if (SUCCEEDED(hr)) ids_.erase(id);
@@ -109,15 +118,23 @@ class Items final : public PimObject<IPOutlookItemCollection, IID_IPOutlookItemC
     if (int error = FindIds(*session_.database, table, *condition, &found); error != SQLITE_OK) {
       return PimResult(error);
     }
-    matches_.clear();
-    std::set_intersection(found.begin(), found.end(), ids_.begin(), ids_.end(),
-                          std::back_inserter(matches_));
+    found.erase(std::upper_bound(found.begin(), found.end(), last_id_), found.end());
+    matches_ = std::move(found);
     return S_OK;
+  }
+
+  HRESULT ReadIds() {
+    if (has_ids_) return S_OK;
+    const HRESULT hr = ListObjects(*session_.database, kind_.folder, last_id_, &ids_);
+    has_ids_ = SUCCEEDED(hr);
+    return hr;
   }
 
   const PimSession session_;
   const PimKind& kind_;
+  const int32_t last_id_;
   std::vector<int32_t> ids_;
+  bool has_ids_ = false;
   std::vector<int32_t> matches_;  // of the last Find
   size_t next_match_ = 0;
   bool has_search_ = false;
@@ -129,9 +146,9 @@ HRESULT NewItems(const PimSession& session, const PimKind& kind, IPOutlookItemCo
   if (items == nullptr) return E_INVALIDARG;
   *items = nullptr;
   return Guarded([&] {
-    std::vector<int32_t> ids;
-    const HRESULT hr = ListObjects(*session.database, kind.folder, &ids);
-    if (SUCCEEDED(hr)) *items = new Items(session, kind, std::move(ids));
+    int32_t last_id = 0;
+    const HRESULT hr = FindLastObject(*session.database, kind.folder, &last_id);
+    if (SUCCEEDED(hr)) *items = new Items(session, kind, last_id);
     return hr;
   });
 }

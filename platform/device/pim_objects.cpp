@@ -50,10 +50,19 @@ HRESULT FindObject(Database& database, int32_t oid, int* folder) {
   }
 }
 
-HRESULT ListObjects(Database& database, int folder, std::vector<int32_t>* oids) {
-  Statement statement =
-      database.Prepare("SELECT oid FROM pim_objects WHERE folder = ? ORDER BY oid");
+HRESULT FindLastObject(Database& database, int folder, int32_t* oid) {
+  Statement statement = database.Prepare("SELECT max(oid) FROM pim_objects WHERE folder = ?");
   statement.Bind(1, int64_t{folder});
+  const int step = statement.Step();
+  if (step != SQLITE_ROW) return PimResult(step);
+  *oid = static_cast<int32_t>(statement.Integer(0));
+  return S_OK;
+}
+
+HRESULT ListObjects(Database& database, int folder, int32_t last, std::vector<int32_t>* oids) {
+  Statement statement =
+      database.Prepare("SELECT oid FROM pim_objects WHERE folder = ? AND oid <= ? ORDER BY oid");
+  statement.Bind(1, int64_t{folder}).Bind(2, int64_t{last});
   oids->clear();
   int step;
   while ((step = statement.Step()) == SQLITE_ROW) {

@@ -27,7 +27,10 @@ HRESULT DeleteObject(Database& database, int32_t oid);
 // The folder of an item; kNoSuchItem when there is none.
 HRESULT FindObject(Database& database, int32_t oid, int* folder);
 
-// The ids of a folder's items, ascending.
-HRESULT ListObjects(Database& database, int folder, std::vector<int32_t>* oids);
+// The highest id of a folder's items; 0 for an empty folder.
+HRESULT FindLastObject(Database& database, int folder, int32_t* oid);
+
+// The ids of a folder's items up to `last`, ascending.
+HRESULT ListObjects(Database& database, int folder, int32_t last, std::vector<int32_t>* oids);
 
 }  // namespace device

@@ -63,7 +63,8 @@ class Pattern final : public PimObject<IRecurrencePattern, IID_IRecurrencePatter
                kAllDaysOfWeek);
   }
   HRESULT put_DayOfMonth(LONG value) override {
-    return Put(&Recurrence::day_of_month, value, 1, 31);
+    if (value == 0) return E_INVALIDARG;
+    return Put(&Recurrence::day_of_month, value, -31, 31);
   }
   HRESULT put_Instance(LONG value) override { return Put(&Recurrence::instance, value, 1, 5); }
   HRESULT put_Duration(LONG value) override {

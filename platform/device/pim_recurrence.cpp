@@ -67,11 +67,15 @@ void SetDaysOfWeek(LONG mask, icalrecurrencetype& rule) {
   }
 }
 
-// The 31st and the like: the last one that there is of 28, 29, 30, 31.
+// The 31st and the like: the last one that there is of 28, 29, 30, 31. Counted from the end of the month: the
+// first one that there is.
 void SetDayOfMonth(LONG day, icalrecurrencetype& rule) {
+  const bool is_from_end = day < 0;
+  const LONG first = is_from_end ? day : std::min(day, kShortestMonth);
+  const LONG last = is_from_end ? std::max(day, -kShortestMonth) : day;
   short* place = std::begin(rule.by_month_day);
-  for (LONG i = std::min(day, kShortestMonth); i <= day; ++i) *place++ = static_cast<short>(i);
-  rule.by_set_pos[0] = -1;
+  for (LONG i = first; i <= last; ++i) *place++ = static_cast<short>(i);
+  rule.by_set_pos[0] = is_from_end ? 1 : -1;
 }
 
 struct FreeIterator {

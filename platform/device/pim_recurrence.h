@@ -25,7 +25,7 @@ struct Recurrence {
   int32_t start = 0;         // the first day that an occurrence may fall on
   LONG interval = 1;         // 1 to 999
   LONG day_of_week_mask = 0;
-  LONG day_of_month = 0;   // 1 to 31
+  LONG day_of_month = 0;   // 1 to 31; -1 to -31 from the end
   LONG instance = 0;       // 1 to 5
   LONG month_of_year = 0;  // 1 to 12
   // At most one of them; without either the series has no end.

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "platform/device/mapi_schema.h"
 #include "platform/device/pim_schema.h"
 
 namespace device {
@@ -44,6 +45,7 @@ bool CreateSchema(Database& database) {
   const bool is_empty = version == 0 && QueryInteger(database, "PRAGMA application_id") == 0 &&
                         QueryInteger(database, "SELECT count(*) FROM sqlite_master") == 0;
   return is_empty && Run(database, kRegistrySchema) && Run(database, PimSchema()) &&
+         Run(database, MapiSchema()) &&
          Run(database, "PRAGMA application_id=" + std::to_string(kApplicationId)) &&
          Run(database, "PRAGMA user_version=" + std::to_string(kSchemaVersion)) &&
          transaction.Commit();

@@ -165,9 +165,9 @@ TEST_F(Device, ClosingEmptiesTheLogEvenWhileSomeoneKeepsTheConnection) {
   EXPECT_EQ(fs::file_size(device_.Path("device.db-wal")), 0u);
 }
 
-TEST_F(Device, AnEmptyDatabaseFileCountsAsNone) {
+TEST_F(Device, AnEmptyDatabaseFileIsRefusedAndLeftAsItIs) {
   WriteFileBytes(DatabasePath(), "");
-  EXPECT_TRUE(AddKey("key"));
+  ExpectRefused(device_, OpenError::kDamaged);
 }
 
 TEST_F(Device, WhatIsNoDatabaseIsRefusedAndLeftAsItIs) {

@@ -52,19 +52,28 @@ TEST_F(PimItems, AreCountedFromOne) {
   EXPECT_EQ(Count(), 1);
 }
 
-TEST_F(PimItems, AreThoseOfTheTimeWhenTheyWereAskedFor) {
+TEST_F(PimItems, AreThoseOfTheTimeWhenTheyWereFirstCounted) {
   const LONG first = SaveContact();
   const LONG second = SaveContact();
   ComPtr<IPOutlookItemCollection> items = Items();
+  EXPECT_EQ(CountOf(*items), 2);
   const LONG third = SaveContact();
   EXPECT_EQ(Load(first)->Delete(), S_OK);
   EXPECT_EQ(Oids(*items), (std::vector<LONG>{0, second}));
   EXPECT_EQ(Oids(*Items()), (std::vector<LONG>{second, third}));
 }
 
+TEST_F(PimItems, HoldNoneThatCameAfterTheCollection) {
+  const LONG first = SaveContact();
+  ComPtr<IPOutlookItemCollection> items = Items();
+  SaveContact();
+  EXPECT_EQ(Oids(*items), (std::vector<LONG>{first}));
+}
+
 TEST_F(PimItems, FailForAnItemThatIsGone) {
   const LONG oid = SaveContact();
   ComPtr<IPOutlookItemCollection> items = Items();
+  EXPECT_EQ(CountOf(*items), 1);
   EXPECT_EQ(Load(oid)->Delete(), S_OK);
   IDispatch* item = reinterpret_cast<IDispatch*>(1);
   EXPECT_EQ(items->Item(1, &item), kNotFound);

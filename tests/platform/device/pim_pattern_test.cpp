@@ -152,8 +152,8 @@ INSTANTIATE_TEST_SUITE_P(
                    2,
                    &Pattern::get_DayOfMonth,
                    &Pattern::put_DayOfMonth,
-                   {1, 31},
-                   {0, -1, 32, 400}},
+                   {1, 31, -1, -31},
+                   {0, 32, -32, 400}},
         NumberCase{
             "Instance", 6, &Pattern::get_Instance, &Pattern::put_Instance, {1, 5}, {0, -1, 6}},
         NumberCase{"MonthOfYear",
