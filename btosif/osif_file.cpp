@@ -121,9 +121,11 @@ int FILE_ReadLine(char (&buffer)[kLineRoom], OsifStream& stream) {
 int FILE_Write(OsifStream& stream, std::string_view bytes) {
   if (!stream.is_open()) return 1;
   // A stream that was read from must be positioned before it is written to.
-  int64_t position = 0;
-  FILE_Tell(&position, stream);
-  if (stream.end_ > 0 && FILE_Seek(stream, position) != 0) return 1;
+  if (stream.end_ > 0) {
+    int64_t position = 0;
+    FILE_Tell(&position, stream);
+    if (FILE_Seek(stream, position) != 0) return 1;
+  }
   return std::fwrite(bytes.data(), 1, bytes.size(), stream.file()) == bytes.size() ? 0 : 1;
 }
 

@@ -138,8 +138,8 @@ class FileReader {
     const FileObject& object = index_.ObjectOf(first_unreached);
     std::string why;
     for (const OutsideText& outside : index_.outside) {
-      if (&index_.objects[std::min(outside.next_object, index_.objects.size() - 1)] != &object)
-        continue;
+      if (outside.next_object >= index_.objects.size()) break;
+      if (&index_.objects[outside.next_object] != &object) continue;
       why = ", because line " + std::to_string(outside.line) + " between the objects is " +
             (outside.text_line == outside.line ? "none of an object" : "blank");
     }

@@ -70,8 +70,8 @@ class Receiver : public FileVisitor {
 
   void Summarise() {
     if (counts_.uncertain > 0) {
-      reporter_.Note(file_name_ + ": the warning may hold for " + std::to_string(counts_.uncertain) +
-                     " more behind it as well (--each tells)");
+      reporter_.Note(file_name_ + ": the warning may hold for " +
+                     std::to_string(counts_.uncertain) + " more behind it as well (--each tells)");
     }
     std::string text = file_name_ + ": " + std::to_string(counts_.added) + " added, " +
                        std::to_string(counts_.updated) + " updated, " +

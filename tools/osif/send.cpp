@@ -1,11 +1,11 @@
 // osif send and osif export: objects of a store as text.
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 #include "tools/osif/commands.h"
 #include "tools/osif/records.h"
@@ -18,15 +18,21 @@ namespace {
 
 enum class Truncate : uint8_t { kNo, kYes };
 
-// The size of a regular file; -1 for anything else, whose size says nothing.
-int64_t RegularSize(const std::string& file) {
-  struct stat status {};
-  if (stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return -1;
-  return status.st_size;
+// True when the file ends with the last line of an object, so that nothing of it is missing.
+bool EndsWithObject(const std::string& file) {
+  constexpr long kLongestEnd = 16;  // "END:VCALENDAR" and its line end
+  char end[kLongestEnd + 1] = "";
+  FILE* stream = std::fopen(file.c_str(), "rb");
+  if (stream == nullptr) return false;
+  if (std::fseek(stream, -kLongestEnd, SEEK_END) != 0) std::rewind(stream);
+  const size_t size = std::fread(end, 1, kLongestEnd, stream);
+  std::fclose(stream);
+  const std::string_view text(end, size);
+  return text.ends_with("\r\n") && text.find("END:V") != std::string_view::npos;
 }
 
 // Fetches an object and writes it to a file. The library tells of a failed write in its trace alone, so
-// the file has to have become longer.
+// the file is looked at.
 bool WriteObject(int32_t store_id, const char* id, const std::string& file, Truncate truncate,
                  Reporter& reporter) {
   FetchedObject fetched(store_id, id);
@@ -34,16 +40,14 @@ bool WriteObject(int32_t store_id, const char* id, const std::string& file, Trun
     reporter.Fail(IdInStore(store_id, id), fetched.result());
     return false;
   }
-  const int64_t before = truncate == Truncate::kYes ? 0 : RegularSize(file);
   const OsifResult result = OSIF_WriteObject(store_id, &fetched.object(), ToWide(file).c_str(),
                                              static_cast<uint8_t>(truncate));
   if (result != OSIF_OK) {
     reporter.Fail(file, result);
     return false;
   }
-  const int64_t after = RegularSize(file);
-  if (after >= 0 && after <= before) {
-    reporter.Fail(file + ": " + IdInStore(store_id, id) + " could not be written",
+  if (!EndsWithObject(file)) {
+    reporter.Fail(file + ": " + IdInStore(store_id, id) + " could not be written whole",
                   OSIF_ERR_GENERAL);
     return false;
   }
@@ -94,6 +98,7 @@ bool MakeEmpty(const std::string& file, Reporter& reporter) {
   return true;
 }
 
+// Ends at the first object that could not be written whole: nothing may follow half an object.
 void Export(int32_t store_id, const std::string& output, const Options& options,
             Reporter& reporter) {
   const std::optional<std::string> file = FileName(output);
@@ -102,12 +107,23 @@ void Export(int32_t store_id, const std::string& output, const Options& options,
     return;
   }
   Session session(options, reporter);
-  if (!session.is_open() || !MakeEmpty(*file, reporter)) return;
+  if (!session.is_open()) return;
+  // A store that cannot be walked leaves the file as it was.
+  ObjectId first{};
+  const OsifResult walked = Forgive(OSIF_GetFirstId(store_id, first.data()), OSIF_ERR_END_OF_STORE);
+  if (walked != OSIF_OK) {
+    reporter.Fail(StoreName(store_id), walked);
+    return;
+  }
+  if (!MakeEmpty(*file, reporter)) return;
   uint32_t total = 0;  // stays 0, not known, where the store does not count
   OSIF_GetObjectCount(store_id, &total);
   size_t written = 0;
+  bool is_whole = true;
   const OsifResult result = ForEachId(store_id, [&](const char* id) {
-    if (WriteObject(store_id, id, *file, Truncate::kNo, reporter)) ++written;
+    is_whole = is_whole && WriteObject(store_id, id, *file, Truncate::kNo, reporter);
+    if (!is_whole) return;
+    ++written;
     reporter.Progress(*file + ": object", written, total);
   });
   if (result != OSIF_OK) {

@@ -83,7 +83,11 @@ OsifResult Session::OpenChangeLog(int32_t store_id) {
 }
 
 OsifAnchor* Session::NewAnchor(int32_t store_id) {
-  if (OpenChangeLog(store_id) != OSIF_OK) return nullptr;
+  const bool is_first = !change_logs_.contains(store_id);
+  if (const OsifResult result = OpenChangeLog(store_id); result != OSIF_OK) {
+    if (is_first) reporter_.Fail("the change log of " + StoreName(store_id), result);
+    return nullptr;
+  }
   anchor_ = {};
   return &anchor_;
 }

@@ -101,7 +101,8 @@ TEST_F(Corpus, EveryFileIsParsedIntoJson) {
     if (last["code"] != 0) {
       EXPECT_EQ(outcome.status, 1);
     }
-    for (size_t i = 0; i + 1 < lines.size(); ++i) EXPECT_TRUE(lines[i]["fields"].contains("version"));
+    for (size_t i = 0; i + 1 < lines.size(); ++i)
+      EXPECT_TRUE(lines[i]["fields"].contains("version"));
   }
 }
 

@@ -254,10 +254,12 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return row.param.name; });
 
 TEST_F(CommandReceive, AFileOfAnUnknownKindIsNoValidObjectAndItsObjectsAreCounted) {
-  const std::string file = Write("journal.obj", "BEGIN:VJOURNAL\r\nEND:VJOURNAL\r\n" + Card({"N:Lee;Ann"}));
+  const std::string file =
+      Write("journal.obj", "BEGIN:VJOURNAL\r\nEND:VJOURNAL\r\n" + Card({"N:Lee;Ann"}));
   const Outcome outcome = Osif({"receive", file});
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.err, HasSubstr(": The stream of data does not contain a valid object (code 8)"));
+  EXPECT_THAT(outcome.err,
+              HasSubstr(": The stream of data does not contain a valid object (code 8)"));
   EXPECT_THAT(outcome.err, HasSubstr(": 2 objects were not reached, from line 1 on"));
   EXPECT_EQ(Osif({"receive", "--each", file}).status, 1);
   EXPECT_THAT(Names(), ElementsAre("Ann Lee"));
