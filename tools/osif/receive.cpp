@@ -46,6 +46,7 @@ class Receiver : public FileVisitor {
       return;
     }
     ++(is_known ? counts_.updated : counts_.added);
+    if (anchor != nullptr) last_anchor_ = ", anchor " + AnchorText(record.store_id, *anchor);
     const char* action = is_known ? "updated" : "added";
     Tell(record, action, id.data(), name, anchor);
     if (tells_all_) {
@@ -79,7 +80,7 @@ class Receiver : public FileVisitor {
     if (counts_.unreached > 0) text += ", " + std::to_string(counts_.unreached) + " not reached";
     if (counts_.warnings > 0) text += "; " + std::to_string(counts_.warnings) + " with a warning";
     if (counts_.refused + counts_.warnings > 0 && !tells_all_) text += " (--trace shows why)";
-    reporter_.Text(text);
+    reporter_.Text(text + last_anchor_);
   }
 
  private:
@@ -113,6 +114,7 @@ class Receiver : public FileVisitor {
   Session& session_;
   Reporter& reporter_;
   Counts counts_;
+  std::string last_anchor_;  // of the newest change; empty while there is none
 };
 
 void Receive(const std::vector<std::string>& files, bool each, const Options& options,

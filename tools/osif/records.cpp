@@ -9,6 +9,10 @@ const char* ParseResultName(OsifResult result) {
   return result == OSIF_PARSE_OK ? "ok" : "warning";
 }
 
+std::string AnchorText(int32_t store_id, const OsifAnchor& anchor) {
+  return StoreName(store_id) + " " + std::to_string(anchor.cc) + " " + anchor.ts;
+}
+
 Json AnchorJson(const OsifAnchor* anchor) {
   if (anchor == nullptr) return nullptr;
   return {{"cc", anchor->cc}, {"ts", anchor->ts}};

@@ -16,6 +16,9 @@ using ObjectId = std::array<char, OSIF_ID_SIZE>;
 // "ok" or "warning".
 const char* ParseResultName(OsifResult result);
 
+// "pb 10 20261120T121118Z", as people see it.
+std::string AnchorText(int32_t store_id, const OsifAnchor& anchor);
+
 // {"cc","ts"}, or null without an anchor.
 Json AnchorJson(const OsifAnchor* anchor);
 

@@ -91,7 +91,8 @@ void Delete(int32_t store_id, const std::vector<std::string>& ids, const Options
                      {"action", "deleted"},
                      {"id", argument},
                      {"anchor", AnchorJson(anchor)}},
-                    "deleted " + IdInStore(store_id, id.c_str()));
+                    "deleted " + IdInStore(store_id, id.c_str()) +
+                        (anchor == nullptr ? "" : ", anchor " + AnchorText(store_id, *anchor)));
   }
 }
 

@@ -5,6 +5,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 using testing::Not;
 using testing::SizeIs;
 
@@ -50,7 +51,8 @@ TEST_F(CommandStore, DeleteDeletesEachIdAndGoesOnBehindAnUnknownOne) {
   Receive(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}) + Card({"N:Cruz;Eva"}));
   const Outcome outcome = Osif({"delete", "pb", "00000001", "000000ff", "zebra", "3"});
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.OutLines(), ElementsAre("deleted pb 00000001", "deleted pb 3"));
+  EXPECT_THAT(outcome.OutLines(), ElementsAre(MatchesRegex("deleted pb 00000001, anchor pb 4 .*Z"),
+                                              MatchesRegex("deleted pb 3, anchor pb 5 .*Z")));
   EXPECT_THAT(outcome.ErrLines(),
               ElementsAre("osif: pb 000000ff: The object was not found (code 6)",
                           "osif: pb zebra: The object id is invalid (code 9)"));
@@ -189,13 +191,16 @@ TEST_F(CommandStore, DatabaseIdStaysAsLongAsTheLogFolder) {
   EXPECT_EQ(Osif({"database-id", "pb", "--json"}).JsonLines().at(0)["id"], id.substr(0, 8));
 }
 
-TEST_F(CommandStore, ALogFolderThatCannotBeMadeDoesNotHinderReceiving) {
+TEST_F(CommandStore, ALogFolderThatCannotBeMadeIsToldAndDoesNotHinderReceiving) {
   Osif({"count", "pb"});
   Write("device/Sync", "in the way");
   const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}));
   const Outcome outcome = Osif({"receive", "--json", file});
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.JsonLines().at(0)["anchor"], nullptr);
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err,
+              HasSubstr("osif: the change log of pb: Could not open the file (code 7)\n"));
+  EXPECT_EQ(outcome.JsonLines().at(1)["action"], "added");
+  EXPECT_EQ(outcome.JsonLines().at(1)["anchor"], nullptr);
   const Outcome changes = Osif({"changes", "pb"});
   EXPECT_EQ(changes.status, 1);
   EXPECT_EQ(changes.err, "osif: the change log of pb: Could not open the file (code 7)\n");
