@@ -1,5 +1,7 @@
 #include "platform/utf8.h"
 
+#include <algorithm>
+
 namespace {
 
 bool IsLead(WCHAR unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
@@ -25,12 +27,46 @@ void AppendUtf8(std::string& out, char32_t character) {
 }
 
 // The number of bytes that a lead byte announces; 0 for a byte that leads nothing.
-int SequenceLength(unsigned char lead) {
+size_t SequenceLength(unsigned char lead) {
   if (lead < 0x80) return 1;
   if (lead >= 0xC2 && lead <= 0xDF) return 2;
   if (lead >= 0xE0 && lead <= 0xEF) return 3;
   if (lead >= 0xF0 && lead <= 0xF4) return 4;
   return 0;
+}
+
+// One look at every byte, without a branch for each.
+bool IsAscii(std::string_view bytes) {
+  unsigned char bits = 0;
+  for (const char byte : bytes) bits |= static_cast<unsigned char>(byte);
+  return bits < 0x80;
+}
+
+// The character at the front of some bytes, and how many of them it takes.
+struct Character {
+  char32_t value;
+  size_t size;
+};
+
+Character FirstCharacter(std::string_view bytes) {
+  const auto lead = static_cast<unsigned char>(bytes[0]);
+  const size_t size = SequenceLength(lead);
+  if (size == 0 || size > bytes.size()) return {0xFFFD, 1};
+  char32_t value = size == 1 ? lead : lead & (0x7F >> size);
+  for (const char byte : bytes.substr(1, size - 1)) {
+    if ((byte & 0xC0) != 0x80) return {0xFFFD, 1};
+    value = (value << 6) | (static_cast<unsigned char>(byte) & 0x3F);
+  }
+  return {value, size};
+}
+
+template <typename Visit>
+void ForEachCharacter(std::string_view bytes, Visit visit) {
+  while (!bytes.empty()) {
+    const Character character = FirstCharacter(bytes);
+    visit(character.value);
+    bytes.remove_prefix(character.size);
+  }
 }
 
 }  // namespace
@@ -48,29 +84,30 @@ std::string ToUtf8(std::basic_string_view<WCHAR> text) {
   return out;
 }
 
-std::basic_string<WCHAR> FromUtf8(std::string_view bytes) {
-  std::basic_string<WCHAR> out;
-  out.reserve(bytes.size());
-  for (size_t i = 0; i < bytes.size();) {
-    const auto lead = static_cast<unsigned char>(bytes[i]);
-    const int length = SequenceLength(lead);
-    if (length == 0 || i + static_cast<size_t>(length) > bytes.size()) {
-      out.push_back(static_cast<WCHAR>(0xFFFD));
-      ++i;
-      continue;
-    }
-    char32_t character = length == 1 ? lead : lead & (0x7F >> length);
-    for (int k = 1; k < length; ++k) {
-      character = (character << 6) | (static_cast<unsigned char>(bytes[i + k]) & 0x3F);
-    }
-    i += static_cast<size_t>(length);
-    if (character < 0x10000) {
-      out.push_back(static_cast<WCHAR>(character));
-    } else {
-      out.push_back(static_cast<WCHAR>(0xD800 + ((character - 0x10000) >> 10)));
-      out.push_back(static_cast<WCHAR>(0xDC00 + ((character - 0x10000) & 0x3FF)));
-    }
-  }
-  return out;
+size_t Utf16Length(std::string_view bytes) {
+  if (IsAscii(bytes)) return bytes.size();
+  size_t length = 0;
+  ForEachCharacter(bytes, [&](char32_t character) { length += character < 0x10000 ? 1 : 2; });
+  return length;
 }
 
+void DecodeUtf8(std::string_view bytes, WCHAR* out) {
+  if (IsAscii(bytes)) {
+    std::copy(bytes.begin(), bytes.end(), out);
+    return;
+  }
+  ForEachCharacter(bytes, [&](char32_t character) {
+    if (character < 0x10000) {
+      *out++ = static_cast<WCHAR>(character);
+    } else {
+      *out++ = static_cast<WCHAR>(0xD800 + ((character - 0x10000) >> 10));
+      *out++ = static_cast<WCHAR>(0xDC00 + ((character - 0x10000) & 0x3FF));
+    }
+  });
+}
+
+std::basic_string<WCHAR> FromUtf8(std::string_view bytes) {
+  std::basic_string<WCHAR> text(Utf16Length(bytes), WCHAR());
+  DecodeUtf8(bytes, text.data());
+  return text;
+}

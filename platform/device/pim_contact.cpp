@@ -15,11 +15,11 @@ const PimStatements& Statements() {
 }
 
 // "Last, First", or the one that there is.
-std::u16string GeneratedFileAs(const std::u16string& last, const std::u16string& first,
-                               const std::u16string& company) {
+std::string GeneratedFileAs(const std::string& last, const std::string& first,
+                            const std::string& company) {
   if (last.empty() && first.empty()) return company;
   if (last.empty()) return first;
-  return first.empty() ? last : last + u", " + first;
+  return first.empty() ? last : last + ", " + first;
 }
 
 }  // namespace
@@ -37,7 +37,7 @@ HRESULT Contact::Save() {
   return Guarded([this] {
     int32_t oid = oid_;
     Names names = CurrentNames();
-    std::u16string file_as = FileAsToSave();
+    std::string file_as = FileAsToSave();
     std::swap(Text(Property::kFileAs), file_as);
     const HRESULT hr = Write(&oid);
     if (FAILED(hr)) {
@@ -86,7 +86,7 @@ Contact::Names Contact::CurrentNames() const {
 }
 
 // A FileAs that was put is kept until the Save. Later it follows the names again, once they change.
-std::u16string Contact::FileAsToSave() const {
+std::string Contact::FileAsToSave() const {
   const Names names = CurrentNames();
   if (is_file_as_put_ || saved_names_ == names) return Text(Property::kFileAs);
   return GeneratedFileAs(names.last, names.first, names.company);

@@ -242,15 +242,15 @@ class Contact final : public PimItem<IContact, IID_IContact, ContactProperty> {
  private:
   // What the generated FileAs depends on.
   struct Names {
-    std::u16string last;
-    std::u16string first;
-    std::u16string company;  // empty unless both others are
+    std::string last;
+    std::string first;
+    std::string company;  // empty unless both others are
 
     bool operator==(const Names&) const = default;
   };
 
   Names CurrentNames() const;
-  std::u16string FileAsToSave() const;
+  std::string FileAsToSave() const;
   HRESULT Write(int32_t* oid);
 
   std::optional<Names> saved_names_;  // those that FileAs was last saved with, if ever

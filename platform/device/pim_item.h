@@ -10,6 +10,7 @@
 #include "platform/device/pim_object.h"
 #include "platform/device/pim_objects.h"
 #include "platform/device/pim_values.h"
+#include "platform/utf8.h"
 
 namespace device {
 
@@ -26,11 +27,13 @@ HRESULT Give(Value value, Value* place) {
   return S_OK;
 }
 
-// A copy for the caller, never null when it succeeds.
-inline HRESULT GiveText(std::u16string_view text, BSTR* place) {
+// A copy of a UTF-8 text for the caller, never null when it succeeds.
+inline HRESULT GiveText(std::string_view text, BSTR* place) {
   if (place == nullptr) return E_INVALIDARG;
-  *place = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
-  return *place == nullptr ? E_OUTOFMEMORY : S_OK;
+  *place = SysAllocStringLen(nullptr, static_cast<UINT>(Utf16Length(text)));
+  if (*place == nullptr) return E_OUTOFMEMORY;
+  if (!text.empty()) DecodeUtf8(text, *place);
+  return S_OK;
 }
 
 // Property is the enumeration that numbers the rows of the kind's table.
@@ -50,15 +53,15 @@ class PimItem : public PimObject<Interface, kIid> {
 
   DATE& Date(Property property) { return values_.Date(Index(property)); }
   DATE Date(Property property) const { return values_.Date(Index(property)); }
-  std::u16string& Text(Property property) { return values_.Text(Index(property)); }
-  const std::u16string& Text(Property property) const { return values_.Text(Index(property)); }
+  std::string& Text(Property property) { return values_.Text(Index(property)); }
+  const std::string& Text(Property property) const { return values_.Text(Index(property)); }
   LONG& Number(Property property) { return values_.Number(Index(property)); }
   LONG Number(Property property) const { return values_.Number(Index(property)); }
 
   HRESULT GetText(Property property, BSTR* value) const { return GiveText(Text(property), value); }
   HRESULT PutText(Property property, BSTR value) {
     return Guarded([&] {
-      Text(property) = std::u16string_view(value, SysStringLen(value));
+      Text(property) = ToUtf8({value, SysStringLen(value)});
       return S_OK;
     });
   }

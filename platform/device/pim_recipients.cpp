@@ -1,6 +1,5 @@
 #include "platform/device/pim_recipients.h"
 
-#include <string_view>
 #include <utility>
 
 #include "platform/device/pim_item.h"
@@ -20,7 +19,7 @@ class Recipients final : public PimObject<IRecipients, IID_IRecipients> {
     *recipient = nullptr;
     return Guarded([&] {
       list_.push_back(ComPtr<Recipient>(
-          new Recipient(application_, {name, SysStringLen(name)}, std::u16string())));
+          new Recipient(application_, ToUtf8({name, SysStringLen(name)}), std::string())));
       *recipient = ComPtr<Recipient>(list_.back()).release();
       return S_OK;
     });
@@ -67,13 +66,12 @@ CREATE TABLE pim_recipients(
 )";
 }
 
-Recipient::Recipient(const ComPtr<IPOutlookApp>& application, std::u16string name,
-                     std::u16string address)
+Recipient::Recipient(const ComPtr<IPOutlookApp>& application, std::string name, std::string address)
     : application_(application), name_(std::move(name)), address_(std::move(address)) {}
 
 HRESULT Recipient::put_Address(BSTR value) {
   return Guarded([&] {
-    address_ = std::u16string_view(value, SysStringLen(value));
+    address_ = ToUtf8({value, SysStringLen(value)});
     return S_OK;
   });
 }
@@ -110,7 +108,8 @@ HRESULT LoadRecipients(Database& database, int32_t oid, const ComPtr<IPOutlookAp
   row.Bind(1, int64_t{oid});
   int step;
   while ((step = row.Step()) == SQLITE_ROW) {
-    list->emplace_back(new Recipient(application, row.Text(0), row.Text(1)));
+    list->emplace_back(
+        new Recipient(application, std::string(row.Bytes(0)), std::string(row.Bytes(1))));
   }
   return step == SQLITE_DONE ? S_OK : PimResult(step);
 }
@@ -123,8 +122,8 @@ HRESULT SaveRecipients(Database& database, int32_t oid, const RecipientList& lis
     Statement row = database.Prepare(
         "INSERT INTO pim_recipients(oid, position, name, address) VALUES(?, ?, ?, ?)");
     row.Bind(1, int64_t{oid}).Bind(2, ++position);
-    row.Bind(3, std::u16string_view(recipient->name()));
-    row.Bind(4, std::u16string_view(recipient->address()));
+    row.BindUtf8(3, recipient->name());
+    row.BindUtf8(4, recipient->address());
     if (!row.Run()) return PimResult(database.LastError());
   }
   return S_OK;

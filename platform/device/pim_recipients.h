@@ -16,20 +16,20 @@ const char* RecipientsSchema();
 
 class Recipient final : public PimObject<IRecipient, IID_IRecipient> {
  public:
-  Recipient(const ComPtr<IPOutlookApp>& application, std::u16string name, std::u16string address);
+  Recipient(const ComPtr<IPOutlookApp>& application, std::string name, std::string address);
 
   HRESULT put_Address(BSTR value) override;
   HRESULT get_Address(BSTR* value) override;
   HRESULT get_Name(BSTR* value) override;
   HRESULT get_Application(IPOutlookApp** application) override;
 
-  const std::u16string& name() const { return name_; }
-  const std::u16string& address() const { return address_; }
+  const std::string& name() const { return name_; }
+  const std::string& address() const { return address_; }
 
  private:
   const ComPtr<IPOutlookApp> application_;
-  const std::u16string name_;
-  std::u16string address_;
+  const std::string name_;
+  std::string address_;
 };
 
 // In the order in which they were added.

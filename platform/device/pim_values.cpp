@@ -11,15 +11,17 @@ namespace {
 void BindValue(Statement& row, int parameter, DATE date) {
   if (date != DATE_NONE) row.Bind(parameter, date);
 }
-void BindValue(Statement& row, int parameter, const std::u16string& text) {
-  if (!text.empty()) row.Bind(parameter, std::u16string_view(text));
+void BindValue(Statement& row, int parameter, const std::string& text) {
+  if (!text.empty()) row.BindUtf8(parameter, text);
 }
 void BindValue(Statement& row, int parameter, LONG number) { row.Bind(parameter, int64_t{number}); }
 
 void ReadValue(const Statement& row, int column, DATE& date) {
   date = row.IsNull(column) ? DATE_NONE : row.Real(column);
 }
-void ReadValue(const Statement& row, int column, std::u16string& text) { text = row.Text(column); }
+void ReadValue(const Statement& row, int column, std::string& text) {
+  if (!row.IsNull(column)) text = row.Bytes(column);
+}
 void ReadValue(const Statement& row, int column, LONG& number) {
   number = static_cast<LONG>(row.Integer(column));
 }
@@ -27,18 +29,19 @@ void ReadValue(const Statement& row, int column, LONG& number) {
 }  // namespace
 
 PimValues::PimValues(const PimStatements& statements) : statements_(&statements) {
+  values_.reserve(statements.table.properties.size());
   for (const PimProperty& property : statements.table.properties) {
     switch (property.kind) {
       case PimPropertyKind::kDate:
-        values_.emplace_back(DATE_NONE);
+        values_.emplace_back(std::in_place_type<DATE>, DATE_NONE);
         break;
       case PimPropertyKind::kText:
       case PimPropertyKind::kCategories:
-        values_.emplace_back(std::u16string());
+        values_.emplace_back(std::in_place_type<std::string>);
         break;
       case PimPropertyKind::kNumber:
       case PimPropertyKind::kFlag:
-        values_.emplace_back(LONG{0});
+        values_.emplace_back(std::in_place_type<LONG>);
         break;
     }
   }

@@ -19,18 +19,18 @@ class PimValues {
   // Without values: DATE_NONE, empty texts, 0. The statements must outlive the values.
   explicit PimValues(const PimStatements& statements);
 
-  // The value of a property, by its place in the table; the property must be of that kind. A flag
-  // is a number.
+  // The value of a property, by its place in the table; the property must be of that kind. Texts are
+  // UTF-8, as the row holds them; a flag is a number.
   DATE& Date(size_t property) { return std::get<DATE>(values_[property]); }
   DATE Date(size_t property) const { return std::get<DATE>(values_[property]); }
-  std::u16string& Text(size_t property) { return std::get<std::u16string>(values_[property]); }
-  const std::u16string& Text(size_t property) const {
-    return std::get<std::u16string>(values_[property]);
+  std::string& Text(size_t property) { return std::get<std::string>(values_[property]); }
+  const std::string& Text(size_t property) const {
+    return std::get<std::string>(values_[property]);
   }
   LONG& Number(size_t property) { return std::get<LONG>(values_[property]); }
   LONG Number(size_t property) const { return std::get<LONG>(values_[property]); }
 
-  // From the row with an object id; kNoSuchItem when there is none.
+  // From the row with an object id into values that hold nothing yet; kNoSuchItem when there is none.
   HRESULT Load(Database& database, int32_t oid);
 
   // Into a new row, or over an existing one (kNoSuchItem when there is none).
@@ -38,7 +38,7 @@ class PimValues {
   HRESULT Update(Database& database, int32_t oid) const;
 
  private:
-  using Value = std::variant<DATE, std::u16string, LONG>;
+  using Value = std::variant<DATE, std::string, LONG>;
 
   HRESULT Write(Database& database, const std::string& sql, int32_t oid) const;
 

@@ -49,10 +49,11 @@ BSTR SysAllocString(const OLECHAR* text) {
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length) {
   if (length > kLongest) return nullptr;
   const uint32_t bytes = length * static_cast<uint32_t>(sizeof(OLECHAR));
-  char* block = static_cast<char*>(LocalAlloc(LPTR, kPrefix + bytes + sizeof(OLECHAR)));
+  char* block = static_cast<char*>(LocalAlloc(LMEM_FIXED, kPrefix + bytes + sizeof(OLECHAR)));
   if (block == nullptr) return nullptr;
   std::memcpy(block + kPrefix - kLengthSize, &bytes, kLengthSize);
   if (text != nullptr) std::memcpy(block + kPrefix, text, bytes);
+  std::memset(block + kPrefix + bytes, 0, sizeof(OLECHAR));
   return reinterpret_cast<BSTR>(block + kPrefix);
 }
 

@@ -6,7 +6,7 @@
 #include "platform/posix/fault_injection.h"
 
 namespace {
-thread_local int allocations_until_failure = 0;
+int allocations_until_failure = 0;
 }  // namespace
 
 void FailAllocation(int nth) { allocations_until_failure = nth; }
