@@ -266,6 +266,14 @@ _Static_assert(sizeof(OsifAnchor) == 24, "the anchor has one size on every platf
 /* ---- Functions ------------------------------------------------------------------------------ */
 
 /*
+ * What every function may answer beside its own codes: OSIF_ERR_INVALID_ID for a missing or malformed
+ * object id and for a missing record, OSIF_ERR_GENERAL for a missing output block or buffer,
+ * OSIF_ERR_TYPE_NOT_SUPPORTED for an unknown store, OSIF_ERR_PIM_NOT_OPENED for contacts and calendar
+ * before OSIF_Open, OSIF_ERR_PIM when the store refuses, OSIF_ERR_NOT_FOUND for an id that names no
+ * object, and OSIF_ERR_NO_MEMORY.
+ */
+
+/*
  * Receives one object that OSIF_ReadObjects has read. `result` is OSIF_PARSE_OK, or OSIF_PARSE_WARNING
  * when this object or one before it in the file had something that was not understood. The record is
  * lent until the callback returns; what it returns is ignored.
@@ -297,11 +305,16 @@ OSIF_API OsifResult OSIF_GetObjectCount(int32_t store_id, uint32_t* count);
 OSIF_API OsifResult OSIF_AddObject(int32_t store_id, OsifObject* object, char* id,
                                    OsifAnchor* anchor);
 
-/* Overwrites what `object` holds of an existing object; fields that it lacks stay. As OSIF_AddObject. */
+/*
+ * Overwrites what `object` holds of an existing object; fields that it lacks stay. `anchor` and the
+ * record as in OSIF_AddObject.
+ */
 OSIF_API OsifResult OSIF_ModifyObject(int32_t store_id, const char* id, OsifObject* object,
                                       OsifAnchor* anchor);
 
-/* Deletes an object. `anchor` as in OSIF_AddObject. */
+/*
+ * Deletes an object. `anchor` as in OSIF_AddObject. OSIF_ERR_NOT_IMPLEMENTED for notes and messages.
+ */
 OSIF_API OsifResult OSIF_DeleteObject(int32_t store_id, const char* id, OsifAnchor* anchor);
 
 /*
@@ -311,12 +324,16 @@ OSIF_API OsifResult OSIF_DeleteObject(int32_t store_id, const char* id, OsifAnch
  */
 OSIF_API int32_t OSIF_FindObject(int32_t store_id, OsifObject* object, char* id);
 
-/* Clears `object` and fills it. Release it with OSIF_FreeObject or OSIF_WriteObject. */
+/*
+ * Clears `object` and fills it. Release it with OSIF_FreeObject or OSIF_WriteObject. When the object
+ * cannot be read the record stays cleared. OSIF_ERR_NOT_IMPLEMENTED for notes.
+ */
 OSIF_API OsifResult OSIF_GetObjectById(int32_t store_id, const char* id, OsifObject* object);
 
 /*
  * Walk the ids of a store, one walk at a time; OSIF_ERR_END_OF_STORE ends it. The walk sees the ids
- * that the store held at OSIF_GetFirstId. `id`: OSIF_ID_SIZE characters of room.
+ * that the store held at OSIF_GetFirstId. `id`: OSIF_ID_SIZE characters of room. OSIF_ERR_NOT_IMPLEMENTED
+ * for notes and messages.
  */
 OSIF_API OsifResult OSIF_GetFirstId(int32_t store_id, char* id);
 OSIF_API OsifResult OSIF_GetNextId(int32_t store_id, char* id);
@@ -330,8 +347,10 @@ OSIF_API OsifResult OSIF_WriteObject(int32_t store_id, OsifObject* object, const
                                      uint8_t truncate);
 
 /*
- * Reads every object of a file. The file's first line decides the format. Reading stops at an object
- * that is refused (OSIF_PARSE_ERROR), and ends at the first line between objects that begins none.
+ * Reads every object of a file and hands each to `callback` (may be null) with `context` unchanged. The
+ * file's first line decides the format. Reading stops at an object that is refused (OSIF_PARSE_ERROR),
+ * and ends at the first line between objects that begins none. OSIF_ERR_FILE_OPEN when the file cannot
+ * be opened, OSIF_ERR_INVALID_STREAM when its first line begins no known object.
  */
 OSIF_API OsifResult OSIF_ReadObjects(const WCHAR* file_name, OsifReadCallback callback,
                                      void* context);
@@ -358,10 +377,17 @@ OSIF_API const WCHAR* OSIF_CodeToString(OsifResult code);
  */
 OSIF_API OsifResult OSIF_CL_Open(int32_t store_id, const WCHAR* path);
 
-/* Closes a store's change log, keeps its newest 250 entries and saves the store's state beside it. */
+/*
+ * Closes a store's change log, keeps its newest 250 entries and saves the store's state beside it. For
+ * notes and messages OSIF_ERR_NOT_IMPLEMENTED, but the log is closed. OSIF_ERR_CL_NOT_OPENED when it was
+ * not open.
+ */
 OSIF_API OsifResult OSIF_CL_Close(int32_t store_id);
 
-/* The anchor of the newest entry; zero and empty for an empty log. */
+/*
+ * The anchor of the newest entry; zero and empty for an empty log. OSIF_ERR_CL_NOT_OPENED when the log
+ * is not open, as from the two functions behind.
+ */
 OSIF_API OsifResult OSIF_CL_GetCurrentAnchor(int32_t store_id, OsifAnchor* anchor);
 
 /*
@@ -375,7 +401,10 @@ OSIF_API OsifResult OSIF_CL_GetNextEntry(int32_t store_id, ChangeLogEntry* entry
 /* The room that the buffer of OSIF_CL_GetDatabaseId must have; the id itself has 8 characters. */
 #define OSIF_DATABASE_ID_SIZE 512
 
-/* The store's database id; a new one tells a partner that its anchors no longer apply. */
+/*
+ * The store's database id; a new one tells a partner that its anchors no longer apply.
+ * OSIF_ERR_GENERAL when the store's change log is not open.
+ */
 OSIF_API OsifResult OSIF_CL_GetDatabaseId(int32_t store_id, char* id);
 
 #ifdef __cplusplus

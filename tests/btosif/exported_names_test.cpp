@@ -1,4 +1,5 @@
-// The library exports its functions and nothing else. OSIF_LIBRARY names the built library.
+// The library exports its functions and nothing else, and its header asks for no more than C11.
+// OSIF_LIBRARY names the built library, OSIF_TEST_FILES the folder of the tests.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -54,5 +55,21 @@ TEST(ExportedNames, AreExactlyThoseOfTheTwentyOneFunctions) {
                        "OSIF_WriteObject",
                    }));
 }
+
+// ---- The header -------------------------------------------------------------------------------------
+
+class PublicHeader : public testing::TestWithParam<const char*> {};
+
+TEST_P(PublicHeader, CompilesAsC11WithoutAWarning) {
+  const std::string compiler = GetParam();
+  if (OutputOf("command -v " + compiler).empty()) GTEST_SKIP() << compiler << " is not installed";
+  EXPECT_EQ(OutputOf(compiler + " -std=c11 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror "
+                                "-fsyntax-only -x c '" OSIF_TEST_FILES
+                                "/../include/osif.h' 2>&1; echo $?"),
+            "0\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(With, PublicHeader, testing::Values("gcc", "clang"),
+                         [](const auto& test) { return std::string(test.param); });
 
 }  // namespace

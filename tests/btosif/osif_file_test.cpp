@@ -407,6 +407,31 @@ TEST_F(File, TellsTheTraceAboutARenameThatFailsAndWhy) {
                                          "OSIF:  Error: 0x00000002"));
 }
 
+TEST_F(File, NamesOfARenameThatFailsAreShownInTheSystemsCodePage) {
+  TempFolder folder;
+  const std::string place = folder.File("");
+  TraceReceiver trace;
+  const std::u16string old_name = Wide(place) + u"M\u00FCller";
+  const std::u16string new_name = Wide(place) + u"K\u00F6nig";
+  EXPECT_EQ(FILE_Rename(old_name.c_str(), new_name.c_str()), 1);
+  EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  Unable to rename file (old=" + place +
+                                             "M\xFCller, new=" + place + "K\xF6nig)",
+                                         "OSIF:  Error: 0x00000002"));
+}
+
+TEST_F(File, NamesOfAnOpenAndARemoveThatFailAreShownInTheSystemsCodePage) {
+  TempFolder folder;
+  const std::u16string name = Wide(folder.File("")) + u"M\u00FCller";
+  const std::string shown = folder.File("M\xFCller");
+  TraceReceiver trace;
+  OsifStream stream;
+  EXPECT_EQ(FILE_Open(stream, name.c_str(), u"r"), 1);
+  EXPECT_EQ(FILE_Remove(name.c_str()), 1);
+  EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  Unable to open file '" + shown + "' in mode 'r'",
+                                         "OSIF:  Unable to remove file (file=" + shown + ")",
+                                         "OSIF:  Error: 0x00000002"));
+}
+
 TEST_F(File, DoesNotRenameOverAnotherFile) {
   TempFile old_file("old");
   TempFile other("other");
@@ -442,7 +467,7 @@ std::string TempName(const char* wanted_name) {
   return name;
 }
 
-TEST_F(File, AWantedNameIsPutBehindTheTemporaryFolderAndNothingIsCreated) {
+TEST_F(File, ANonEmptyWantedNameIsPutBehindTheTemporaryFolderAndNoFileIsCreated) {
   std::filesystem::path path = TempName("picture.jpg");
   EXPECT_EQ(path.filename(), "picture.jpg");
   EXPECT_EQ(path.parent_path(), device_folder() / "Temp");
@@ -483,15 +508,64 @@ TEST_F(File, WithoutAWantedNameANewEmptyFileIsMade) {
 
 TEST_F(File, EveryMadeNameIsAnotherOne) { EXPECT_NE(TempName(nullptr), TempName(nullptr)); }
 
-TEST_F(File, ATemporaryFileThatCannotBeMadeIsToldWithASingleBlankAfterTheColon) {
-  WCHAR path[kTempPathRoom];
-  FILE_TempFilename("x", path);
+TEST_F(File, AWantedNameIsTakenUpTo256Characters) {
+  const std::string folder = (device_folder() / "Temp/").string();
+  for (size_t length : {255u, 256u, 257u}) {
+    const size_t kept = std::min<size_t>(length, 256);
+    EXPECT_EQ(TempName(std::string(length, 'n').c_str()), folder + std::string(kept, 'n'));
+  }
+}
+
+// Every message of a temporary name has a single blank behind "OSIF:".
+constexpr const char* kPathError = "OSIF: FILE_TempFilename; PATH error \\([0-9]+\\)";
+
+TEST_F(File, AFolderForTemporaryFilesThatCannotBeMadeIsToldAsAPathError) {
+  WCHAR path[kTempPathRoom] = u"untouched";
   std::filesystem::remove_all(device_folder() / "Temp");
   std::ofstream(device_folder() / "Temp") << "in the way";
   TraceReceiver trace;
+  for (const char* wanted_name : {static_cast<const char*>(nullptr), "x"}) {
+    EXPECT_EQ(FILE_TempFilename(wanted_name, path), 1);
+    EXPECT_EQ(std::u16string(path), u"");
+    EXPECT_THAT(trace.Lines(), ElementsAre(MatchesRegex(kPathError)));
+  }
+}
+
+// A device whose folder for temporary files has a path of so many characters, its last "/" counted.
+class LongTempFolder {
+ public:
+  LongTempFolder(const std::filesystem::path& parent, size_t length)
+      : folder_(parent / std::string(length - parent.string().size() - 7, 'd')),
+        environment_("OSIF_DEVICE", folder_.c_str()) {}
+
+ private:
+  std::string folder_;
+  TempEnvironment environment_;
+};
+
+TEST_F(File, AFolderForTemporaryFilesOf255CharactersIsTakenAndALongerOneIsAPathError) {
+  TraceReceiver trace;
+  WCHAR path[kTempPathRoom] = u"untouched";
+  {
+    const LongTempFolder device(device_folder(), 255);
+    EXPECT_EQ(FILE_TempFilename("x", path), 0);
+    EXPECT_EQ(std::u16string(path).size(), 256u);
+    EXPECT_THAT(trace.Lines(), ElementsAre());
+  }
+  const LongTempFolder device(device_folder(), 256);
+  EXPECT_EQ(FILE_TempFilename("x", path), 1);
+  EXPECT_EQ(std::u16string(path), u"");
+  EXPECT_THAT(trace.Lines(), ElementsAre(MatchesRegex(kPathError)));
+}
+
+TEST_F(File, AUniqueNameThatCannotBeMadeIsToldAsAFileError) {
+  TraceReceiver trace;
+  WCHAR path[kTempPathRoom] = u"untouched";
+  // A unique name needs 14 characters behind its folder, within 260.
+  const LongTempFolder device(device_folder(), 247);
   EXPECT_EQ(FILE_TempFilename(nullptr, path), 1);
-  EXPECT_THAT(trace.Lines(),
-              ElementsAre(MatchesRegex("OSIF: FILE_TempFilename; (PATH|FILE) error \\([0-9]+\\)")));
+  EXPECT_EQ(std::u16string(path), u"");
+  EXPECT_THAT(trace.Lines(), ElementsAre("OSIF: FILE_TempFilename; FILE error (111)"));
 }
 
 TEST_F(File, AMissingOutPathIsAnAssertion) {

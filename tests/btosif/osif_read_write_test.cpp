@@ -31,12 +31,21 @@ class OsifRead : public OsifTest {
     given_.clear();
     auto keep = [](int32_t store_id, OsifObject* object, OsifResult result,
                    void* context) -> int32_t {
-      const OsifText* name = object->contact.n ? object->contact.n->components : nullptr;
       static_cast<OsifRead*>(context)->given_.push_back(
-          {store_id, name && name->text ? name->text : "", Code(result)});
+          {store_id, NameOf(store_id, *object), Code(result)});
       return 77;
     };
     return Code(OSIF_ReadObjects(file.wide_path().c_str(), keep, this));
+  }
+
+  // A contact's family name, a message's subject, the summary of any other object.
+  static std::string NameOf(int32_t store_id, const OsifObject& object) {
+    if (store_id >= OSIF_STORE_MSG_IN) return object.message.subject;
+    const PropertyValue* value = store_id == OSIF_STORE_PB    ? object.contact.n
+                                 : store_id == OSIF_STORE_CAL ? object.calendar.summary
+                                                              : object.note.summary;
+    const OsifText* text = value != nullptr ? value->components : nullptr;
+    return text != nullptr && text->text != nullptr ? text->text : "";
   }
 
   std::vector<std::string> Names() const {
@@ -50,7 +59,7 @@ class OsifRead : public OsifTest {
 
 using NameList = std::vector<std::string>;
 
-TEST_F(OsifRead, GivesEachCardOfAFileToTheCallback) {
+TEST_F(OsifRead, GivesEachOfTwoValidCardsToTheCallbackWithStoreZeroAndReturnsSuccess) {
   EXPECT_EQ(Read(CardText({"N:Lee"}) + CardText({"N:Ray"})), OSIF_OK);
   EXPECT_EQ(Names(), NameList({"Lee", "Ray"}));
   for (const Given& given : given_) {
@@ -59,7 +68,7 @@ TEST_F(OsifRead, GivesEachCardOfAFileToTheCallback) {
   }
 }
 
-TEST_F(OsifRead, ReturnsSuccessForAFileWithWarnings) {
+TEST_F(OsifRead, ReturnsSuccessWhenOneOfTwoCardsHadAWarning) {
   EXPECT_EQ(Read(CardText({"N:Lee", "X-STRANGE:1"}) + CardText({"N:Ray"})), OSIF_OK);
   ASSERT_EQ(given_.size(), 2u);
   EXPECT_EQ(given_[0].result, OSIF_PARSE_WARNING);
@@ -71,6 +80,17 @@ TEST_F(OsifRead, ReturnsAParseErrorUnchangedAndStops) {
                  CardText({"N:Ray"})),
             OSIF_PARSE_ERROR);
   EXPECT_EQ(Names(), NameList({"Lee"}));
+}
+
+TEST_F(OsifRead, ClearsTheRecordBetweenTwoObjects) {
+  TempFile file(CardText({"N:Lee", "TITLE:Cook", "X-IRMC-LUID:7"}) + CardText({"N:Ray"}));
+  int cards = 0;
+  ReadFile(file.wide_path(), [&](OsifObject& object, OsifResult) {
+    const bool is_first = ++cards == 1;
+    EXPECT_EQ(object.contact.title != nullptr, is_first);
+    EXPECT_STREQ(object.xIrmcLuid, is_first ? "7" : "");
+  });
+  EXPECT_EQ(cards, 2);
 }
 
 TEST_F(OsifRead, NeedsNoCallback) {
@@ -99,6 +119,70 @@ TEST_P(OsifReadAccepted, FirstLine) {
 INSTANTIATE_TEST_SUITE_P(OfACard, OsifReadAccepted,
                          testing::Values("BEGIN:VCARD", "begin:vcard", "Begin : vCard",
                                          "BEGIN:VCARD   ", "BEGIN\t:\tVCARD", "BEGIN;X=1:VCARD"));
+
+struct ObjectOfAType {
+  const char* name;
+  std::string text;
+  int32_t store_id;
+};
+
+std::string EventText() {
+  return Lines({"BEGIN:VCALENDAR", "VERSION:1.0", "BEGIN:VEVENT", "SUMMARY:Name", "DESCRIPTION:Tea",
+                "DTSTART:20050314T101500Z", "END:VEVENT", "END:VCALENDAR"});
+}
+
+std::string TodoText() {
+  return Lines({"BEGIN:VCALENDAR", "VERSION:1.0", "BEGIN:VTODO",
+                "CATEGORIES:", "COMPLETED:", "DESCRIPTION:", "DUE:20050314", "PRIORITY:2",
+                "STATUS:", "SUMMARY:Name", "END:VTODO", "END:VCALENDAR"});
+}
+
+std::string NoteText() {
+  return Lines({"BEGIN:VNOTE", "VERSION:1.1", "SUMMARY:Name", "BODY:Tea", "END:VNOTE"});
+}
+
+std::string MessageText(const std::string& folder) {
+  return Lines({"BEGIN:VMSG", "VERSION:1.1", "X-BT-FOLDER:" + folder, "BEGIN:VENV", "BEGIN:VBODY",
+                "Subject:Name", "", "text", "END:VBODY", "END:VENV", "END:VMSG"});
+}
+
+class OsifReadTypeWord : public OsifRead, public testing::WithParamInterface<ObjectOfAType> {};
+
+TEST_P(OsifReadTypeWord, ChoosesTheReaderAndTheStore) {
+  EXPECT_EQ(Read(GetParam().text), OSIF_OK);
+  EXPECT_EQ(Names(), NameList({"Name"}));
+  ASSERT_FALSE(given_.empty());
+  EXPECT_EQ(given_[0].store_id, GetParam().store_id);
+  EXPECT_EQ(given_[0].result, OSIF_PARSE_OK);
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, OsifReadTypeWord,
+                         testing::Values(ObjectOfAType{"Vcard", CardText({"N:Name"}), 0},
+                                         ObjectOfAType{"VcalendarEvent", EventText(), 1},
+                                         ObjectOfAType{"VcalendarTodo", TodoText(), 1},
+                                         ObjectOfAType{"Vnote", NoteText(), 2},
+                                         ObjectOfAType{"VmsgInbox", MessageText("INBOX"), 3},
+                                         ObjectOfAType{"VmsgSentbox", MessageText("SENTBOX"), 4},
+                                         ObjectOfAType{"VmsgOutbox", MessageText("OUTBOX"), 5}),
+                         [](const auto& test) { return test.param.name; });
+
+TEST_F(OsifRead, RunsTheNoteReaderForABeginLineInSmallLettersWithALeadingBlank) {
+  EXPECT_EQ(Read(Lines({" begin:vnote", "VERSION:1.1", "SUMMARY:Ideas", "BODY:Tea", "END:VNOTE"})),
+            OSIF_OK);
+  EXPECT_EQ(Names(), NameList({"Ideas"}));
+  ASSERT_FALSE(given_.empty());
+  EXPECT_EQ(given_[0].store_id, OSIF_STORE_NOTE);
+}
+
+TEST_F(OsifRead, ReadsAFileOfMixedKindsWithTheReaderOfItsFirstObject) {
+  EXPECT_EQ(Read(CardText({"N:Lee"}) +
+                 Lines({"BEGIN:VNOTE", "VERSION:1.1", "N:Ray", "BODY:Tea", "END:VNOTE"})),
+            OSIF_OK);
+  EXPECT_EQ(Names(), NameList({"Lee", "Ray"}));
+  ASSERT_EQ(given_.size(), 2u);
+  EXPECT_EQ(given_[1].store_id, OSIF_STORE_PB);
+  EXPECT_EQ(given_[1].result, OSIF_PARSE_WARNING) << "a contact has no BODY";
+}
 
 struct RefusedLine {
   std::string line;
@@ -240,6 +324,46 @@ TEST_F(OsifWrite, WritesTheIdOfTheRecord) {
   EXPECT_EQ(file.Bytes(), "BEGIN:VCARD\r\nVERSION:\r\nN:\r\nX-IRMC-LUID:0000002a\r\nEND:VCARD\r\n");
 }
 
+struct WrittenStore {
+  int32_t store_id;
+  std::string type_word;
+  std::string text;  // of an object of the store
+};
+
+class OsifWriteStore : public OsifWrite, public testing::WithParamInterface<WrittenStore> {};
+
+TEST_P(OsifWriteStore, HasItsFormatWithTheIdOfTheRecordWhichIsReleased) {
+  const WrittenStore& store = GetParam();
+  TempFile in(store.text);
+  TempFile out;
+  int objects = 0;
+  EXPECT_EQ(ReadFile(in.wide_path(),
+                     [&](OsifObject& object, OsifResult) {
+                       ++objects;
+                       std::strcpy(object.xIrmcLuid, "0000002a");
+                       EXPECT_EQ(Write(object, out.path(), 1, store.store_id), OSIF_OK);
+                       EXPECT_TRUE(IsZero(object));
+                     }),
+            OSIF_OK);
+  EXPECT_EQ(objects, 1);
+  const std::string bytes = out.Bytes();
+  EXPECT_THAT(bytes, testing::StartsWith("BEGIN:" + store.type_word + "\r\nVERSION:"));
+  EXPECT_THAT(bytes, testing::HasSubstr("\r\nX-IRMC-LUID:0000002a\r\n"));
+  EXPECT_THAT(bytes, testing::HasSubstr(":Name\r\n"));
+  EXPECT_THAT(bytes, testing::EndsWith("\r\nEND:" + store.type_word + "\r\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, OsifWriteStore,
+                         testing::Values(WrittenStore{0, "VCARD", CardText({"N:Name"})},
+                                         WrittenStore{1, "VCALENDAR", EventText()},
+                                         WrittenStore{2, "VNOTE", NoteText()},
+                                         WrittenStore{3, "VMSG", MessageText("INBOX")},
+                                         WrittenStore{4, "VMSG", MessageText("SENTBOX")},
+                                         WrittenStore{5, "VMSG", MessageText("OUTBOX")}),
+                         [](const auto& test) {
+                           return "Store" + std::to_string(test.param.store_id);
+                         });
+
 TEST_F(OsifWrite, ReleasesTheRecord) {
   const std::string id = Add({"N:Lee;Ann", "NOTE:Tea"});
   OsifObject object;
@@ -264,7 +388,7 @@ TEST_F(OsifWrite, KeepsTheRecordOfAFileThatCannotBeOpened) {
   }
 }
 
-TEST_F(OsifWrite, OpensTheFileOfAnUnknownStoreWritesNothingAndClearsTheRecord) {
+TEST_F(OsifWrite, OfStoreSixEmptiesTheFileWritesNothingAndReleasesTheRecord) {
   for (int32_t store_id : {6, -1}) {
     OsifObject object{};
     std::strcpy(object.xIrmcLuid, "0000002a");
@@ -276,14 +400,14 @@ TEST_F(OsifWrite, OpensTheFileOfAnUnknownStoreWritesNothingAndClearsTheRecord) {
   }
 }
 
-TEST_F(OsifWrite, CreatesTheFileOfAnUnknownStore) {
+TEST_F(OsifWrite, OfStoreSixCreatesTheFile) {
   TempFolder folder;
   OsifObject object{};
   EXPECT_EQ(Write(object, folder.File("new.vcf"), 0, 6), OSIF_ERR_TYPE_NOT_SUPPORTED);
   EXPECT_TRUE(std::filesystem::exists(folder.File("new.vcf")));
 }
 
-TEST_F(OsifWrite, KeepsWhatAFileOfAnUnknownStoreHoldsWhenItAppends) {
+TEST_F(OsifWrite, OfStoreSixKeepsWhatTheFileHoldsWhenItAppends) {
   TempFile file("old");
   OsifObject object{};
   EXPECT_EQ(Write(object, file.path(), 0, 6), OSIF_ERR_TYPE_NOT_SUPPORTED);

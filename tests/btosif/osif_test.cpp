@@ -1,6 +1,8 @@
 #include "osif.h"
 
+#include <cstddef>
 #include <cstring>
+#include <filesystem>
 
 #include "tests/support/osif_fixture.h"
 
@@ -137,7 +139,8 @@ INSTANTIATE_TEST_SUITE_P(
                       9},
         ArgumentCheck{"GetWithoutId", [] { return OSIF_GetObjectById(0, nullptr, &g_object); }, 9},
         ArgumentCheck{"GetWithoutObject", [] { return OSIF_GetObjectById(0, "1", nullptr); }, 1},
-        ArgumentCheck{"GetWithoutBoth", [] { return OSIF_GetObjectById(0, nullptr, nullptr); }, 9},
+        ArgumentCheck{"GetWithoutBothTheIdIsCheckedFirst",
+                      [] { return OSIF_GetObjectById(0, nullptr, nullptr); }, 9},
         ArgumentCheck{"AnchorWithoutAnchor", [] { return OSIF_CL_GetCurrentAnchor(0, nullptr); },
                       1},
         ArgumentCheck{"FirstEntryWithoutAnchor",
@@ -156,10 +159,22 @@ TEST_F(OsifTest, ReleasingNoRecordIsAnAssertionAfterWhichTheCallGoesOn) {
 }
 
 TEST_F(OsifTest, OpeningAChangeLogWithoutAFolderIsAnAssertionAfterWhichTheCallGoesOn) {
-  OSIF_CL_Open(OSIF_STORE_PB, nullptr);
+  const TempFolder folder;
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(folder.File(""));
+  EXPECT_EQ(Code(OSIF_CL_Open(OSIF_STORE_PB, nullptr)), OSIF_OK);
   const TraceLines lines = Trace();
-  EXPECT_EQ(std::count_if(lines.begin(), lines.end(), IsAssertion), 1);
-  OSIF_CL_Close(OSIF_STORE_PB);
+  ASSERT_GE(lines.size(), 2u);
+  EXPECT_TRUE(IsAssertion(lines[0]));
+  EXPECT_EQ(lines[1], "OSIF:  POL_CL_Open(store_id=0, pszPath='')");
+  EXPECT_EQ(Code(OSIF_CL_Close(OSIF_STORE_PB)), OSIF_OK);
+  std::filesystem::current_path(before);
+}
+
+TEST_F(OsifTest, AFailedCheckOfAnIdLeavesTheAnchorAlone) {
+  OsifAnchor anchor = FilledAnchor();
+  EXPECT_EQ(Code(OSIF_DeleteObject(OSIF_STORE_PB, nullptr, &anchor)), OSIF_ERR_INVALID_ID);
+  EXPECT_FALSE(IsZero(anchor));
 }
 
 TEST_F(OsifTest, CallsWithoutARecordThatAreNotCheckedAreHarmless) {
@@ -230,7 +245,7 @@ TEST_F(OsifTest, ClearsTheAnchorOfACallThatFails) {
   EXPECT_TRUE(IsZero(anchor));
 }
 
-TEST_F(OsifTest, ModifiesAndDeletesWithoutAnAnchor) {
+TEST_F(OsifTest, DeletesAndModifiesWithANullAnchorAndGivesTheStoresResult) {
   const std::string id = Add({"N:Lee", "TITLE:Cook"});
   WithCard({"N:Ray"}, [&](OsifObject& object) {
     EXPECT_EQ(Code(OSIF_ModifyObject(OSIF_STORE_PB, id.c_str(), &object, nullptr)), OSIF_OK);
@@ -419,7 +434,97 @@ TEST_F(OsifTest, GivesTheEmptyDisplayNameOfAnEmptyRecord) {
   }
 }
 
-// ---- Change logs: what is cleared -------------------------------------------------------------------
+// ---- Change logs ------------------------------------------------------------------------------------
+
+TEST(OsifAnchorLayout, IsACounterAndTwentyCharacters) {
+  EXPECT_EQ(offsetof(OsifAnchor, cc), 0u);
+  EXPECT_EQ(offsetof(OsifAnchor, ts), 4u);
+  EXPECT_EQ(sizeof(OsifAnchor::ts), 20u);
+}
+
+class OsifChangeLog : public OsifTest {
+ protected:
+  void SetUp() override {
+    OsifTest::SetUp();
+    ASSERT_EQ(Code(OSIF_CL_Open(OSIF_STORE_PB, Wide(folder_.File("")).c_str())), OSIF_OK);
+  }
+  void TearDown() override {
+    OSIF_CL_Close(OSIF_STORE_PB);
+    OsifTest::TearDown();
+  }
+
+  struct Added {
+    std::string id;
+    OsifAnchor anchor;
+  };
+
+  // Adds a contact; gives its id and the anchor of the change.
+  Added AddWithAnchor(std::string_view line) {
+    char id[OSIF_ID_SIZE] = "";
+    OsifAnchor anchor = FilledAnchor();
+    WithCard({line}, [&](OsifObject& object) {
+      EXPECT_EQ(Code(OSIF_AddObject(OSIF_STORE_PB, &object, id, &anchor)), OSIF_OK);
+    });
+    return {id, anchor};
+  }
+
+  TempFolder folder_;
+};
+
+TEST_F(OsifChangeLog, CountsEachChangeAndStampsItWithTheTimeInUtc) {
+  const Added added = AddWithAnchor("N:Lee");
+  EXPECT_EQ(added.anchor.cc, 1u);
+  EXPECT_THAT(added.anchor.ts, testing::MatchesRegex("[0-9]{8}T[0-9]{6}Z"));
+
+  OsifAnchor modified = FilledAnchor();
+  WithCard({"N:Ray"}, [&](OsifObject& object) {
+    EXPECT_EQ(Code(OSIF_ModifyObject(OSIF_STORE_PB, added.id.c_str(), &object, &modified)),
+              OSIF_OK);
+  });
+  EXPECT_EQ(modified.cc, 2u);
+
+  OsifAnchor deleted = FilledAnchor();
+  EXPECT_EQ(Code(OSIF_DeleteObject(OSIF_STORE_PB, added.id.c_str(), &deleted)), OSIF_OK);
+  EXPECT_EQ(deleted.cc, 3u);
+  EXPECT_THAT(deleted.ts, testing::MatchesRegex("[0-9]{8}T[0-9]{6}Z"));
+}
+
+TEST_F(OsifChangeLog, GivesItsCurrentAnchor) {
+  OsifAnchor anchor = FilledAnchor();
+  EXPECT_EQ(Code(OSIF_CL_GetCurrentAnchor(OSIF_STORE_PB, &anchor)), OSIF_OK);
+  EXPECT_TRUE(IsZero(anchor)) << "the log is empty";
+  AddWithAnchor("N:Lee");
+  const Added last = AddWithAnchor("N:Ray");
+  EXPECT_EQ(Code(OSIF_CL_GetCurrentAnchor(OSIF_STORE_PB, &anchor)), OSIF_OK);
+  EXPECT_EQ(anchor.cc, 2u);
+  EXPECT_STREQ(anchor.ts, last.anchor.ts);
+}
+
+TEST_F(OsifChangeLog, GivesTheEntriesAfterAnAnchorOneByOne) {
+  const Added first = AddWithAnchor("N:Lee");
+  const Added second = AddWithAnchor("N:Ray");
+  const Added third = AddWithAnchor("N:May");
+  ChangeLogEntry entry{};
+  ASSERT_EQ(Code(OSIF_CL_GetFirstEntry(OSIF_STORE_PB, &first.anchor, &entry)), OSIF_OK);
+  EXPECT_EQ(entry.kind, static_cast<uint32_t>('M'));
+  EXPECT_EQ(entry.changeCounter, 2);
+  EXPECT_EQ(entry.objectId, second.id);
+  ASSERT_EQ(Code(OSIF_CL_GetNextEntry(OSIF_STORE_PB, &entry)), OSIF_OK);
+  EXPECT_EQ(entry.changeCounter, 3);
+  EXPECT_EQ(entry.objectId, third.id);
+  EXPECT_EQ(Code(OSIF_CL_GetNextEntry(OSIF_STORE_PB, &entry)), OSIF_ERR_EOF);
+}
+
+TEST_F(OsifChangeLog, GivesTheSameDatabaseIdAsLongAsItsFolderStays) {
+  char first[OSIF_DATABASE_ID_SIZE] = "before";
+  ASSERT_EQ(Code(OSIF_CL_GetDatabaseId(OSIF_STORE_PB, first)), OSIF_OK);
+  EXPECT_THAT(first, testing::MatchesRegex("[0-9a-z]{8}"));
+  EXPECT_EQ(Code(OSIF_CL_Close(OSIF_STORE_PB)), OSIF_OK);
+  ASSERT_EQ(Code(OSIF_CL_Open(OSIF_STORE_PB, Wide(folder_.File("")).c_str())), OSIF_OK);
+  char second[OSIF_DATABASE_ID_SIZE] = "before";
+  ASSERT_EQ(Code(OSIF_CL_GetDatabaseId(OSIF_STORE_PB, second)), OSIF_OK);
+  EXPECT_STREQ(second, first);
+}
 
 TEST_F(OsifTest, ClearsAnchorAndDatabaseIdOfAChangeLogThatIsNotOpen) {
   for (int32_t store_id = 0; store_id <= 5; ++store_id) {

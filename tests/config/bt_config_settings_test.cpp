@@ -1,5 +1,6 @@
 #include "config/bt_config_settings.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -43,7 +44,7 @@ void ExpectDefaults(const BtConfigSettings& settings) {
   EXPECT_EQ(settings.doNotSendMsftProperties, 0u);
 }
 
-TEST_F(Settings, AreAtTheirDefaultsWithoutAKey) {
+TEST_F(Settings, WithoutAGeneralKeyAreAtTheirDefaultsWithEmptyCharsets) {
   BtConfigSettings settings;
   EXPECT_EQ(settings.read(), ERROR_FILE_NOT_FOUND);
   ExpectDefaults(settings);
@@ -125,7 +126,7 @@ TEST_F(Settings, TextsAreReadFromTheirValues) {
   EXPECT_STREQ(settings.defaultOutputCharset, "NATIVE");
 }
 
-TEST_F(Settings, TheHandheldsOwnNameReplacesTheDeviceName) {
+TEST_F(Settings, ByDefaultTheHandheldsOwnNameReplacesTheDeviceName) {
   SetSetting(u"DeviceName", u"set by hand");
   SetText(u"Ident", u"Name", u"Pocket_PC");
   EXPECT_STREQ(Read().deviceName, "Pocket_PC");
@@ -148,6 +149,26 @@ TEST_F(Settings, WithoutANameOfItsOwnTheHandheldKeepsTheDeviceName) {
   SetSetting(u"DeviceName", u"set by hand");
   CreateKey(u"Ident");
   EXPECT_STREQ(Read().deviceName, "set by hand");
+}
+
+TEST_F(Settings, AnEmptyNameOfTheHandheldReplacesTheDeviceNameToo) {
+  SetSetting(u"DeviceName", u"set by hand");
+  SetText(u"Ident", u"Name", u"");
+  EXPECT_STREQ(Read().deviceName, "");
+}
+
+TEST_F(Settings, CharsetsAreConvertedWithTheAnsiCodePage) {
+  support::SetSystemCodePage(1251);
+  SetSetting(u"DefaultInputCharset", u"\u043F\u0430");
+  SetSetting(u"DefaultOutputCharset", u"\u0440");
+  const BtConfigSettings settings = Read();
+  EXPECT_STREQ(settings.defaultInputCharset, "\xEF\xE0");
+  EXPECT_STREQ(settings.defaultOutputCharset, "\xF0");
+}
+
+TEST_F(Settings, ADoNotSendValueOfTwoIsReadAsTwoSoThatItIsNotOne) {
+  SetSetting(u"DoNotSendMsftProperties", 2);
+  EXPECT_EQ(Read().doNotSendMsftProperties, 2u);
 }
 
 TEST_F(Settings, AMissingDeviceNameIsEmptyNow) {
@@ -270,6 +291,41 @@ TEST_F(Settings, WritingStoresTheSharedSettings) {
   EXPECT_EQ(Get(kGeneral, u"DefaultPropertiesDll").Text(), std::u16string(u"p.dll\0", 6));
 }
 
+TEST_F(Settings, WritingTheDefaultsStoresThem) {
+  BtConfigSettings settings;
+  EXPECT_EQ(settings.write(), 0);
+  EXPECT_EQ(Get(kGeneral, u"DeviceName").Text(), std::u16string(1, u'\0'));
+  EXPECT_EQ(Get(kGeneral, u"UsePocketPCName").bytes, (std::vector<BYTE>{1, 0, 0, 0}));
+  EXPECT_EQ(Get(kGeneral, u"MinorClass").bytes, (std::vector<BYTE>{4, 0, 0, 0}));
+  EXPECT_EQ(Get(kGeneral, u"SecurityType").bytes, (std::vector<BYTE>{2, 0, 0, 0}));
+  EXPECT_EQ(Get(kGeneral, u"CountryCode").bytes, (std::vector<BYTE>{0, 0, 0, 0}));
+  EXPECT_EQ(Get(kGeneral, u"MaxSimultConnections").bytes, (std::vector<BYTE>{1, 0, 0, 0}));
+  EXPECT_EQ(Get(kGeneral, u"NoSleepingWhileConnected").bytes, (std::vector<BYTE>{0, 0, 0, 0}));
+  EXPECT_EQ(Get(kGeneral, u"UnnamedDeviceName").Text(), std::u16string(u"<No Name>\0", 10));
+}
+
+TEST_F(Settings, WritingTextsThatFillTheirFieldsStoresThemWhole) {
+  BtConfigSettings settings;
+  std::memset(settings.deviceName, 'd', 247);
+  std::memset(settings.unnamedDeviceName, 'u', 49);
+  std::fill_n(settings.defaultStatusDll, 259, u's');
+  std::fill_n(settings.defaultPropertiesDll, 259, u'p');
+  EXPECT_EQ(settings.write(), 0);
+  EXPECT_EQ(Get(kGeneral, u"DeviceName").Text(), std::u16string(247, u'd') + u'\0');
+  EXPECT_EQ(Get(kGeneral, u"UnnamedDeviceName").Text(), std::u16string(49, u'u') + u'\0');
+  EXPECT_EQ(Get(kGeneral, u"DefaultStatusDll").Text(), std::u16string(259, u's') + u'\0');
+  EXPECT_EQ(Get(kGeneral, u"DefaultPropertiesDll").Text(), std::u16string(259, u'p') + u'\0');
+}
+
+TEST_F(Settings, WithoutASubkeyAreWrittenUnderANumberedOne) {
+  BtConfigSettings settings;
+  settings.subkeyName[0] = 0;
+  EXPECT_EQ(settings.write(), 0);
+  EXPECT_EQ(std::u16string(settings.subkeyName), u"0001");
+  EXPECT_EQ(Get(u"Software\\Corvane\\BTConfig\\0001", u"MinorClass").bytes,
+            (std::vector<BYTE>{4, 0, 0, 0}));
+}
+
 TEST_F(Settings, WritingLeavesOutWhatIsSetByHand) {
   BtConfigSettings settings;
   settings.dontShowAdvanced = 1;
@@ -353,6 +409,22 @@ TEST_F(Settings, CopyingValuesLeavesTheAdvancedPageAndThePlace) {
   EXPECT_EQ(std::u16string(to.subkeyName), u"General");
   EXPECT_EQ(std::u16string(to.defaultStatusDll), u"s");
   EXPECT_EQ(std::u16string(to.defaultPropertiesDll), u"p");
+}
+
+TEST_F(Settings, WhatStandsBehindATextPlaysNoPartInEquality) {
+  const BtConfigSettings settings;
+  BtConfigSettings other;
+  other.deviceName[1] = 'x';
+  other.unnamedDeviceName[20] = 'x';
+  other.defaultInputCharset[1] = 'x';
+  EXPECT_TRUE(settings == other);
+}
+
+TEST_F(Settings, AreComparedExactly) {
+  const BtConfigSettings settings;
+  BtConfigSettings other;
+  std::strcpy(other.unnamedDeviceName, "<no name>");
+  EXPECT_FALSE(settings == other);
 }
 
 TEST_F(Settings, CopyingFromAnotherKindOfRecordChangesNothing) {

@@ -134,6 +134,40 @@ TEST_F(RegistryRecord, WithAllNumbersTakenTheSubkeyStaysEmpty) {
   EXPECT_TRUE(IsWritten(u"Software\\Test"));
 }
 
+TEST_F(RegistryRecord, ReadsAndWritesBelowItsRootKey) {
+  record_.setRootKey(CreateKey(u"Elsewhere"));
+  EXPECT_EQ(record_.write(), 0);
+  EXPECT_TRUE(IsWritten(u"Elsewhere\\Software\\Test\\One"));
+  EXPECT_FALSE(Exists(u"Software\\Test\\One"));
+  EXPECT_EQ(record_.read(), 0);
+  EXPECT_EQ(record_.read_keys.size(), 1u);
+}
+
+TEST_F(RegistryRecord, NumbersAreChosenBelowTheLocalMachineWhateverTheRootKey) {
+  CreateKey(u"Software\\Test\\0001");
+  record_.setRootKey(CreateKey(u"Elsewhere"));
+  Name(record_, u"Software\\Test", u"");
+  EXPECT_EQ(record_.write(), 0);
+  EXPECT_EQ(std::u16string(record_.subkeyName), u"0002");
+  EXPECT_TRUE(Exists(u"Software\\Test\\0002"));
+  EXPECT_TRUE(IsWritten(u"Elsewhere\\Software\\Test\\0002"));
+}
+
+TEST_F(RegistryRecord, WritingGivesWhatWriteValuesGives) {
+  record_.result = ERROR_ACCESS_DENIED;
+  EXPECT_EQ(record_.write(), ERROR_ACCESS_DENIED);
+}
+
+TEST_F(RegistryRecord, WithoutARegistryGivesItsErrorAndReadsNothing) {
+  const TempEnvironment environment("OSIF_DEVICE", "/dev/null/device");
+  EXPECT_NE(record_.read(), ERROR_SUCCESS);
+  EXPECT_NE(record_.writeTo(u"Two"), ERROR_SUCCESS);
+  Name(record_, u"Software\\Test", u"");
+  EXPECT_NE(record_.write(), ERROR_SUCCESS);
+  EXPECT_EQ(std::u16string(record_.subkeyName), u"");
+  EXPECT_TRUE(record_.read_keys.empty());
+}
+
 TEST_F(RegistryRecord, EqualityComparesThePlaceExactly) {
   NotingRecord other;
   Name(other, u"Software\\Test", u"One");
@@ -156,6 +190,16 @@ TEST_F(RegistryRecord, WhatStandsBehindATextPlaysNoPartInEquality) {
   Name(other, u"Software\\Test", u"One");
   other.keyPath[100] = u'x';
   EXPECT_TRUE(record_.equals(other));
+}
+
+TEST_F(RegistryRecord, ABaseRecordHasNoValues) {
+  struct Plain : RegistryKeyRecord {};
+  Plain plain;
+  const HKEY key = CreateKey(u"Software\\Test\\One");
+  EXPECT_EQ(plain.readValues(key), ERROR_SUCCESS);
+  EXPECT_EQ(plain.writeValues(key), ERROR_SUCCESS);
+  plain.copyValues(record_);
+  EXPECT_EQ(std::u16string(plain.keyPath), u"");
 }
 
 TEST_F(RegistryRecord, AssigningTakesThePlaceOver) {

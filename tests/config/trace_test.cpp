@@ -24,10 +24,18 @@ struct Call {
   uint32_t address;
   uint16_t port;
   socklen_t address_size;
+  int flags;
   std::string datagram;
 };
 
+struct Bound {
+  int socket;
+  sockaddr_in address;
+};
+
 std::vector<Call> calls;
+std::vector<Bound> bounds;
+std::vector<std::vector<int>> sockets;  // family, type and protocol of each
 bool records_calls = true;
 int send_count = 0;
 bool bind_fails = false;
@@ -42,7 +50,7 @@ extern "C" ssize_t sendto(int handle, const void* data, size_t size, int flags, 
   if (records_calls) {
     const auto* address = reinterpret_cast<const sockaddr_in*>(to);
     calls.push_back({handle, ntohl(address->sin_addr.s_addr), ntohs(address->sin_port), to_size,
-                     std::string(static_cast<const char*>(data), size)});
+                     flags, std::string(static_cast<const char*>(data), size)});
   }
   return syscall(SYS_sendto, handle, data, size, flags, to, to_size);
 }
@@ -52,6 +60,7 @@ extern "C" int bind(int handle, const sockaddr* address, socklen_t size) noexcep
     errno = EADDRINUSE;
     return -1;
   }
+  bounds.push_back({handle, *reinterpret_cast<const sockaddr_in*>(address)});
   return static_cast<int>(syscall(SYS_bind, handle, address, size));
 }
 
@@ -60,6 +69,7 @@ extern "C" int socket(int family, int type, int protocol) noexcept {
     errno = EMFILE;
     return -1;
   }
+  sockets.push_back({family, type, protocol});
   return static_cast<int>(syscall(SYS_socket, family, type, protocol));
 }
 
@@ -125,6 +135,8 @@ class Trace : public TempDeviceTest {
  protected:
   void SetUp() override {
     calls.clear();
+    bounds.clear();
+    sockets.clear();
     send_count = 0;
   }
   void TearDown() override {
@@ -156,7 +168,7 @@ TEST_F(Trace, CategoryAndLengthAreLittleEndian) {
   EXPECT_EQ(calls.at(0).datagram.substr(0, 8), std::string("\x34\x12\x2C\x01\0\0\0\0", 8));
 }
 
-TEST_F(Trace, AnEmptyTextIsAHeaderAlone) {
+TEST_F(Trace, AnEmptyTextIsADatagramOfEightBytesWithLengthZero) {
   Receiver receiver(kReceiver);
   TurnTo(kReceiver);
   OSIF_Trace(0, "");
@@ -175,11 +187,24 @@ TEST_F(Trace, EveryLineIsOneCallToThePortOfTheReceiver) {
   EXPECT_EQ(calls[0].address, kReceiver);
   EXPECT_EQ(calls[0].port, 38182);
   EXPECT_EQ(calls[0].address_size, 16u);
+  EXPECT_EQ(calls[0].flags, 0);
   EXPECT_GE(calls[0].socket, 0);
 }
 
-TEST_F(Trace, WithoutAReceiverALineIsFormattedAndSentToNowhere) {
+TEST_F(Trace, ItsSocketIsOneForDatagramsBoundToAnyLocalAddressAndPort) {
+  TurnTo(kReceiver);
+  EXPECT_EQ(sockets, (std::vector<std::vector<int>>{{AF_INET, SOCK_DGRAM, 0}}));
+  OSIF_Trace(0, "line");
+  ASSERT_EQ(bounds.size(), 1u);
+  EXPECT_EQ(bounds[0].socket, calls.at(0).socket);
+  EXPECT_EQ(bounds[0].address.sin_family, AF_INET);
+  EXPECT_EQ(bounds[0].address.sin_addr.s_addr, INADDR_ANY);
+  EXPECT_EQ(bounds[0].address.sin_port, 0);
+}
+
+TEST_F(Trace, WithoutAnAddressNoSocketIsCreatedAndALineIsFormattedAndSentToNowhere) {
   OSIF_TraceInit();
+  EXPECT_TRUE(sockets.empty());
   OSIF_Trace(0, "line %d", 1);
   ASSERT_EQ(calls.size(), 1u);
   EXPECT_EQ(calls[0].socket, -1);
@@ -229,7 +254,7 @@ TEST_F(Trace, AnUnchangedAddressKeepsItsSocket) {
   EXPECT_EQ(SocketOfALine(), first);
 }
 
-TEST_F(Trace, AChangedAddressClosesTheOldSocketAndOpensANewOne) {
+TEST_F(Trace, AChangedAddressClosesTheOldSocketAndBindsANewOne) {
   Receiver old_receiver(kReceiver);
   Receiver new_receiver(kOtherReceiver);
   TurnTo(kReceiver);
@@ -242,6 +267,7 @@ TEST_F(Trace, AChangedAddressClosesTheOldSocketAndOpensANewOne) {
   EXPECT_TRUE(old_receiver.IsEmpty());
   const int second = SocketOfALine();
   EXPECT_TRUE(first == second || !IsOpen(first));
+  EXPECT_EQ(bounds.back().socket, second);
   close(place_holder);
 }
 
@@ -349,6 +375,15 @@ TEST_F(Trace, WideTextsAreSentInTheSystemsCodePage) {
   EXPECT_EQ(Text("'%S' %ls", u"M\u00FCller", u"\U0001F600"), "'M\xC3\xBCller' \xF0\x9F\x98\x80");
 }
 
+TEST_F(Trace, AWideTextArrivesAsEightBitText) {
+  support::SetSystemCodePage(1252);
+  Receiver receiver(kReceiver);
+  TurnTo(kReceiver);
+  OSIF_Trace(0, "OSIF:  Unable to open file '%S' in mode '%S'", u"M\u00FCller.vcf", u"rb");
+  EXPECT_EQ(receiver.Next().substr(8), "OSIF:  Unable to open file 'M\xFCller.vcf' in mode 'rb'");
+  EXPECT_TRUE(receiver.IsEmpty());
+}
+
 TEST_F(Trace, WideTextsHaveWidthAndPrecision) {
   EXPECT_EQ(Text("[%5S] [%-5S] [%.2S]", u"ab", u"ab", u"abc"), "[   ab] [ab   ] [ab]");
 }
@@ -382,13 +417,19 @@ TEST_F(Trace, HugeWidthsAreHeldAtTheLengthOfALine) {
   EXPECT_EQ(Text("%99999999999s", "x").size(), 991u);
 }
 
+TEST_F(Trace, ALineOf990CharactersIsSentWhole) {
+  const std::string text(990, 'x');
+  EXPECT_EQ(Text("%s", text.c_str()), text);
+  EXPECT_EQ(Text("%S", std::u16string(990, u'x').c_str()), text);
+}
+
 TEST_F(Trace, ALineOf991CharactersIsSentWhole) {
   const std::string text(991, 'x');
   EXPECT_EQ(Text("%s", text.c_str()), text);
   EXPECT_EQ(Text(text.c_str()), text);
 }
 
-TEST_F(Trace, ALongerLineIsCut) {
+TEST_F(Trace, ALineOf992CharactersIsCut) {
   const std::string text(992, 'x');
   EXPECT_EQ(Text("%s", text.c_str()), text.substr(1));
   EXPECT_EQ(Text("%sab%d", text.substr(2).c_str(), 5), text.substr(2) + "a");

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <filesystem>
 #include <set>
@@ -28,6 +29,35 @@ PropertyValue* TwoValues() {
   first->next = MakeValue({"WORK"}, {"three"}).release();
   return first.release();
 }
+
+// ---- The record ----
+
+TEST(ObjectRecord, HasTheCommonFrameBeforeTheFieldsOfEveryStore) {
+  EXPECT_EQ(sizeof(OsifObject), 9792u);
+  EXPECT_EQ(offsetof(OsifObject, flags), 0u);
+  EXPECT_EQ(offsetof(OsifObject, xIrmcLuid), 4u);
+  EXPECT_EQ(offsetof(OsifObject, version), 516u);
+  EXPECT_EQ(offsetof(OsifObject, calendarKind), 541u);
+  EXPECT_EQ(sizeof(OsifObject::xIrmcLuid), 512u);
+  EXPECT_EQ(sizeof(OsifObject::version), 25u);
+  const OsifObject object{};
+  EXPECT_EQ(static_cast<const void*>(&object.contact), static_cast<const void*>(&object.calendar));
+  EXPECT_EQ(static_cast<const void*>(&object.contact), static_cast<const void*>(&object.note));
+  EXPECT_EQ(static_cast<const void*>(&object.contact), static_cast<const void*>(&object.message));
+}
+
+TEST(ObjectRecord, HasTwentyContactListsInTheirOrder) {
+  const OsifObject object{};
+  size_t place = 0;
+  for (const auto& field : support::kContactFields) {
+    const auto* list = &(object.contact.*field.list);
+    EXPECT_EQ(list, &object.contact.n + place++) << field.name;
+  }
+  EXPECT_EQ(place, 20u);
+  EXPECT_EQ(sizeof(OsifContact), 20 * sizeof(PropertyValue*));
+}
+
+// ---- Releasing ----
 
 TEST(ObjectRecord, ReleasesEveryListOfAContactAndClearsTheRecord) {
   OsifObject object{};
@@ -104,7 +134,7 @@ TEST(ObjectRecord, ReleasesTheBodiesOfAMessageAndRemovesItsTemporaryFiles) {
   }
 }
 
-TEST(ObjectRecord, AClearedRecordStaysClearedHoweverOftenItIsReleased) {
+TEST(ObjectRecord, OfAClearedRecordNothingIsReleasedAndItStaysClearedTheSecondTimeToo) {
   OsifObject object{};
   for (int32_t store = OSIF_STORE_PB; store <= OSIF_STORE_MSG_OUT; ++store) {
     FreeObject(store, object);
@@ -125,6 +155,8 @@ TEST(ObjectRecord, AnOwnedRecordBeginsClearedAndIsReleasedAtTheEnd) {
   EXPECT_TRUE(IsCleared(*object));
   object->contact.n = TwoValues();
 }
+
+// ---- Random ids ----
 
 TEST(ObjectRecord, ARandomIdHasEightSmallLettersOrDigits) {
   for (int i = 0; i < 100; ++i) {
