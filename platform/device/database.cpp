@@ -2,11 +2,13 @@
 
 #include "platform/utf8.h"
 
-
 namespace device {
 namespace {
 
 constexpr int kBusyTimeoutMilliseconds = 10000;
+
+// Without SQLite's own locks: a connection is used by one thread at a time.
+constexpr int kOpenFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
 
 }  // namespace
 
@@ -41,9 +43,7 @@ Statement& Statement::BindBlob(int index, const void* bytes, size_t size) {
   return *this;
 }
 
-int Statement::Step() {
-  return statement_ == nullptr ? SQLITE_MISUSE : sqlite3_step(statement_);
-}
+int Statement::Step() { return statement_ == nullptr ? SQLITE_MISUSE : sqlite3_step(statement_); }
 
 bool Statement::IsNull(int column) const {
   return sqlite3_column_type(statement_, column) == SQLITE_NULL;
@@ -64,8 +64,7 @@ std::string_view Statement::Bytes(int column) const {
 
 std::unique_ptr<Database> Database::Open(const std::string& path, int* error) {
   std::unique_ptr<Database> database(new Database());
-  *error = sqlite3_open_v2(path.c_str(), &database->handle_,
-                           SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+  *error = sqlite3_open_v2(path.c_str(), &database->handle_, kOpenFlags, nullptr);
   if (*error != SQLITE_OK) return nullptr;
   sqlite3_extended_result_codes(database->handle_, 1);
   sqlite3_busy_timeout(database->handle_, kBusyTimeoutMilliseconds);

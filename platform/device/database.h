@@ -43,7 +43,7 @@ class Statement {
   int64_t Integer(int column) const;
   double Real(int column) const;
   std::u16string Text(int column) const;
-  std::string_view Bytes(int column) const;  // valid until the next step
+  std::string_view Bytes(int column) const;  // a text in UTF-8, or a blob; valid until the next step
 
  private:
   sqlite3_stmt* statement_;
@@ -70,7 +70,11 @@ class Database {
   int Changes() const { return sqlite3_changes(handle_); }
   int LastError() const { return sqlite3_extended_errcode(handle_); }
 
-  // Writes everything into the main file, so that a power cut loses nothing.
+  // Whether a row was added, changed or deleted through this connection.
+  bool HasWritten() const { return sqlite3_total_changes(handle_) > 0; }
+
+  // Writes everything into the main file, so that a power cut loses nothing. Waits for another program's
+  // transaction, as long as the busy timeout allows.
   void Checkpoint();
 
   sqlite3* handle() const { return handle_; }

@@ -1,6 +1,6 @@
-// Opening goes in steps, so that what is not ours is never changed: the header of an existing
-// database is read as plain bytes, then its content is checked through a read-only connection that
-// makes no files, and only then is it opened for use. A new database is made under another name and
+// Opening goes in steps, so that what is not ours is never changed: the header and the content of an
+// existing database are checked through a read-only connection that makes no files and takes no locks,
+// and only then is it opened for use. A new database is made under another name and
 // put in place when it is whole. A lock on the folder keeps two programs from doing this at once.
 
 #include "platform/device/device.h"
@@ -14,7 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
+#include <optional>
 #include <string_view>
 #include <system_error>
 
@@ -122,13 +122,11 @@ class FolderLock {
 // What the first 100 bytes of a database tell (SQLite's file format, section 1.3).
 class Header {
  public:
-  // False when the file holds no whole header.
-  bool Read(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    file.read(bytes_.data(), static_cast<std::streamsize>(bytes_.size()));
-    return file.gcount() == static_cast<std::streamsize>(bytes_.size()) &&
-           std::memcmp(bytes_.data(), "SQLite format 3", 16) == 0;
-  }
+  static constexpr int kSize = 100;
+
+  explicit Header(const std::array<char, kSize>& bytes) : bytes_(bytes) {}
+
+  bool IsOfDatabase() const { return std::memcmp(bytes_.data(), "SQLite format 3", 16) == 0; }
   uintmax_t FileSize() const {
     const uint32_t page_size = BigEndian(16) >> 16;  // 1 stands for 65536
     return uintmax_t{page_size == 1 ? 65536 : page_size} * BigEndian(28);
@@ -143,7 +141,7 @@ class Header {
     return number;
   }
 
-  std::array<char, 100> bytes_{};
+  std::array<char, kSize> bytes_;
 };
 
 // A file URI under which SQLite opens a database without locks, journals or shared memory.
@@ -160,24 +158,51 @@ std::string ImmutableUri(const std::string& path) {
   return uri + "?immutable=1";
 }
 
-bool ContentIsSound(const std::string& path, uintmax_t size) {
-  sqlite3* handle = nullptr;
-  sqlite3_stmt* statement = nullptr;
-  const char* check = size <= kWholeCheckLimit
-                          ? "PRAGMA quick_check(1)"
-                          : "SELECT 'ok' FROM (SELECT count(*) FROM sqlite_master)";
-  bool is_sound = false;
-  if (sqlite3_open_v2(ImmutableUri(path).c_str(), &handle, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI,
-                      nullptr) == SQLITE_OK &&
-      sqlite3_prepare_v2(handle, check, -1, &statement, nullptr) == SQLITE_OK &&
-      sqlite3_step(statement) == SQLITE_ROW) {
-    const auto* answer = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-    is_sound = answer != nullptr && std::string_view(answer) == "ok";
+// Looks at a database file as it stands. Even its plain bytes are read through SQLite: closing a file
+// of our own would drop the locks that this process's other connections hold on the same one.
+class Glance {
+ public:
+  explicit Glance(const std::string& path) {
+    code_ = sqlite3_open_v2(ImmutableUri(path).c_str(), &handle_,
+                            SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
   }
-  sqlite3_finalize(statement);
-  sqlite3_close(handle);
-  return is_sound;
-}
+  ~Glance() { sqlite3_close(handle_); }
+  Glance(const Glance&) = delete;
+  Glance& operator=(const Glance&) = delete;
+
+  bool is_open() const { return code_ == SQLITE_OK; }
+
+  // Nothing when the file is shorter than a header.
+  std::optional<Header> ReadHeader() {
+    std::array<char, Header::kSize> bytes;
+    sqlite3_file* file = nullptr;
+    sqlite3_file_control(handle_, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+    if (file == nullptr || file->pMethods == nullptr ||
+        file->pMethods->xRead(file, bytes.data(), Header::kSize, 0) != SQLITE_OK) {
+      return std::nullopt;
+    }
+    return Header(bytes);
+  }
+
+  bool ContentIsSound(uintmax_t size) {
+    sqlite3_stmt* statement = nullptr;
+    const char* check = size <= kWholeCheckLimit
+                            ? "PRAGMA quick_check(1)"
+                            : "SELECT 'ok' FROM (SELECT count(*) FROM sqlite_master)";
+    bool is_sound = false;
+    if (sqlite3_prepare_v2(handle_, check, -1, &statement, nullptr) == SQLITE_OK &&
+        sqlite3_step(statement) == SQLITE_ROW) {
+      const auto* answer = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+      is_sound = answer != nullptr && std::string_view(answer) == "ok";
+    }
+    sqlite3_finalize(statement);
+    return is_sound;
+  }
+
+ private:
+  sqlite3* handle_ = nullptr;
+  int code_;
+};
 
 // With a write-ahead log beside it, the file alone need not be whole; then its marks must do.
 bool HasLog(const std::string& path) {
@@ -188,11 +213,15 @@ bool HasLog(const std::string& path) {
 
 OpenError CheckExisting(const std::string& path, uintmax_t size) {
   if (access(path.c_str(), R_OK | W_OK) != 0) return OpenError::kAccess;
-  Header header;
-  if (!header.Read(path) || header.application_id() != kApplicationId) return OpenError::kDamaged;
-  if (header.user_version() > kSchemaVersion) return OpenError::kNewer;
+  Glance glance(path);
+  if (!glance.is_open()) return OpenError::kAccess;
+  const std::optional<Header> header = glance.ReadHeader();
+  if (!header || !header->IsOfDatabase() || header->application_id() != kApplicationId) {
+    return OpenError::kDamaged;
+  }
+  if (header->user_version() > kSchemaVersion) return OpenError::kNewer;
   if (HasLog(path)) return OpenError::kNone;
-  if (header.FileSize() > size || !ContentIsSound(path, size)) return OpenError::kDamaged;
+  if (header->FileSize() > size || !glance.ContentIsSound(size)) return OpenError::kDamaged;
   return OpenError::kNone;
 }
 
@@ -294,7 +323,8 @@ std::string ErrorText() { return State().error_text; }
 
 void CloseDatabase() {
   Device& device = State();
-  if (device.database != nullptr) device.database->Checkpoint();
+  // Who has only read has nothing to write, and need not wait for another program's writer.
+  if (device.database != nullptr && device.database->HasWritten()) device.database->Checkpoint();
   device.database.reset();
 }
 

@@ -55,6 +55,9 @@ constexpr PimProperty kProperties[] = {
     {"Body", "body", Kind::kText},
 };
 
+constexpr std::string_view kNameColumns[] = {"last_name", "first_name", "middle_name", "title",
+                                             "suffix"};
+
 static_assert(std::size(kProperties) == kContactPropertyCount);
 static_assert(kProperties[Index(ContactProperty::kAnniversary)].name == "Anniversary");
 static_assert(kProperties[Index(ContactProperty::kCategories)].name == "Categories");
@@ -63,7 +66,7 @@ static_assert(kProperties[Index(ContactProperty::kBody)].name == "Body");
 }  // namespace
 
 const PimTable* ContactTable() {
-  static constexpr PimTable kTable = {"pim_contacts", kProperties};
+  static constexpr PimTable kTable = {"pim_contacts", kProperties, kNameColumns};
   return &kTable;
 }
 

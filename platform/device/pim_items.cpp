@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -50,11 +51,14 @@ class Items final : public PimObject<IPOutlookItemCollection, IID_IPOutlookItemC
     if (item == nullptr) return E_INVALIDARG;
     *item = nullptr;
     if (!has_search_) return E_UNEXPECTED;
-    while (next_match_ < matches_.size()) {
-      const HRESULT hr = LoadItem(session_, kind_, matches_[next_match_++], item);
-      if (hr != kNoSuchItem) return hr;
-    }
-    return S_OK;
+    return Guarded([&] {
+      HRESULT hr = LoadNextMatch(item);
+      if (SUCCEEDED(hr) && *item == nullptr && rest_) {
+        hr = SearchRest();
+        if (SUCCEEDED(hr)) hr = LoadNextMatch(item);
+      }
+      return hr;
+    });
   }
 
   HRESULT Item(int index, IDispatch** item) override {
@@ -107,19 +111,48 @@ class Items final : public PimObject<IPOutlookItemCollection, IID_IPOutlookItemC
  private:
   bool IsIndex(int index) const { return index >= 1 && static_cast<size_t>(index) <= ids_.size(); }
 
-  // Fills the matches with those ids of this collection whose items meet the restriction.
+  // Leaves null when there is no match left.
+  HRESULT LoadNextMatch(IDispatch** item) {
+    while (next_match_ < matches_.size()) {
+      const HRESULT hr = LoadItem(session_, kind_, matches_[next_match_++], item);
+      if (hr != kNoSuchItem) return hr;
+    }
+    return S_OK;
+  }
+
+  // Fills the matches. Who looks for a name is mostly content with the items of just this name: the others,
+  // of which there can be any number, are left to FindNext.
   HRESULT Search(std::u16string_view text) {
     const PimTable& table = *kind_.table();
     const std::optional<Restriction> restriction = ParseRestriction(text);
     if (!restriction) return E_INVALIDARG;
-    const std::optional<PimCondition> condition = MakeCondition(table, *restriction);
+    std::optional<PimCondition> condition = MakeCondition(table, *restriction);
     if (!condition) return E_INVALIDARG;
-    std::vector<int32_t> found;
-    if (int error = FindIds(*session_.database, table, *condition, &found); error != SQLITE_OK) {
-      return PimResult(error);
-    }
-    found.erase(std::upper_bound(found.begin(), found.end(), last_id_), found.end());
-    matches_ = std::move(found);
+    rest_.reset();
+    const std::optional<PimCondition> exact = MakeExactNameCondition(table, *condition);
+    if (!exact) return FindIdsUpToLast(*condition, &matches_);
+    const HRESULT hr = FindIdsUpToLast(*exact, &matches_);
+    if (SUCCEEDED(hr)) rest_ = std::move(condition);
+    return hr;
+  }
+
+  // Replaces the matches, all of which were given, by the others.
+  HRESULT SearchRest() {
+    std::vector<int32_t> all;
+    if (const HRESULT hr = FindIdsUpToLast(*rest_, &all); FAILED(hr)) return hr;
+    std::vector<int32_t> others;
+    std::set_difference(all.begin(), all.end(), matches_.begin(), matches_.end(), std::back_inserter(others));
+    matches_ = std::move(others);
+    next_match_ = 0;
+    rest_.reset();
+    return S_OK;
+  }
+
+  // The ids of this collection whose items meet a condition, ascending.
+  HRESULT FindIdsUpToLast(const PimCondition& condition, std::vector<int32_t>* ids) {
+    const int error = FindIds(*session_.database, *kind_.table(), condition, ids);
+    if (error != SQLITE_OK) return PimResult(error);
+    ids->erase(std::upper_bound(ids->begin(), ids->end(), last_id_), ids->end());
     return S_OK;
   }
 
@@ -135,7 +168,8 @@ class Items final : public PimObject<IPOutlookItemCollection, IID_IPOutlookItemC
   const int32_t last_id_;
   std::vector<int32_t> ids_;
   bool has_ids_ = false;
-  std::vector<int32_t> matches_;  // of the last Find
+  std::vector<int32_t> matches_;      // of the last Find
+  std::optional<PimCondition> rest_;  // what finds the matches that were not searched for yet
   size_t next_match_ = 0;
   bool has_search_ = false;
 };

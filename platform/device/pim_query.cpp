@@ -80,6 +80,7 @@ class ConditionWriter {
   template <typename Value>
   bool WriteOperator(std::string_view left, ComparisonOperator comparison_operator,
                      std::string_view right, const Value& value) {
+    result_.columns.push_back(left);
     result_.sql += left;
     result_.sql += kSqlOperators[static_cast<size_t>(comparison_operator)];
     result_.sql += right;
@@ -94,6 +95,7 @@ class ConditionWriter {
         comparison_operator != ComparisonOperator::kNotEqual) {
       return false;
     }
+    result_.columns.push_back(column);
     result_.sql += "(instr(',' || replace(lower(";
     result_.sql += column;
     result_.sql += "), ', ', ',') || ',', ',' || lower(?) || ',') > 0)";
@@ -128,6 +130,21 @@ std::optional<PimCondition> MakeCondition(const PimTable& table, const Restricti
   ConditionWriter writer(table);
   if (!writer.Write(restriction)) return std::nullopt;
   return writer.Take();
+}
+
+std::optional<PimCondition> MakeExactNameCondition(const PimTable& table,
+                                                   const PimCondition& condition) {
+  PimCondition exact = condition;
+  exact.sql = "(" + condition.sql + ")";
+  size_t unasked = 0;
+  for (std::string_view column : table.name_columns) {
+    const auto& asked = condition.columns;
+    if (std::find(asked.begin(), asked.end(), column) != asked.end()) continue;
+    exact.sql.append(" AND ").append(column).append(" IS NULL");
+    ++unasked;
+  }
+  if (unasked == table.name_columns.size()) return std::nullopt;
+  return exact;
 }
 
 int FindIds(Database& database, const PimTable& table, const PimCondition& condition,

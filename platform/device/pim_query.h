@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -17,6 +18,7 @@ namespace device {
 struct PimCondition {
   std::string sql;
   std::vector<std::variant<int64_t, std::u16string>> values;
+  std::vector<std::string_view> columns;  // those that are compared, in order
 };
 
 // Nothing when the restriction names a property that the table has not, or compares one with a
@@ -24,6 +26,12 @@ struct PimCondition {
 // "=" and "<>", numbers and "Oid" numbers (also in quotation marks); dates and flags cannot be
 // searched for.
 std::optional<PimCondition> MakeCondition(const PimTable& table, const Restriction& restriction);
+
+// The condition with another one: that an item has no value in those of the table's name columns that
+// are not compared. It finds who is named by the asked parts alone, with one look into the index of
+// whole names. Nothing when no name column is compared.
+std::optional<PimCondition> MakeExactNameCondition(const PimTable& table,
+                                                   const PimCondition& condition);
 
 // The ids of the items that meet a condition, ascending, into `ids`. SQLITE_OK or SQLite's code.
 // An item without a value for a property meets no comparison of it, "<>" included.

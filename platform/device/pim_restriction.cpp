@@ -123,7 +123,16 @@ class Parser {
     if (at == text_.size()) return true;
     if (!TakeConjunction(at)) return false;
     SkipBlanks(at);
-    return Peek(at) == u'[' || Peek(at) == u'(';
+    return Peek(at) == u'(' || StartsComparison(at);
+  }
+
+  // A property and an operator.
+  bool StartsComparison(size_t at) const {
+    if (Peek(at) != u'[') return false;
+    const size_t end = text_.find_first_of(u"[]\"", at + 1);
+    if (end == std::u16string_view::npos || text_[end] != u']') return false;
+    SkipBlanks(at = end + 1);
+    return Peek(at) == u'=' || Peek(at) == u'<' || Peek(at) == u'>';
   }
 
   bool ParseNumber(int64_t& value) {

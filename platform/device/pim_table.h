@@ -26,6 +26,7 @@ struct PimProperty {
 struct PimTable {
   std::string_view name;
   std::span<const PimProperty> properties;
+  std::span<const std::string_view> name_columns = {};  // those that together name an item
 };
 
 // SQL for a table. A row's parameters are its properties, numbered from 1 in their order, and then

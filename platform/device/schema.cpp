@@ -28,6 +28,12 @@ int64_t QueryInteger(Database& database, const char* sql) {
   return statement.Step() == SQLITE_ROW ? statement.Integer(0) : -1;
 }
 
+// Whether this version of the program made the schema.
+bool IsPresent(Database& database) {
+  return QueryInteger(database, "PRAGMA user_version") == kSchemaVersion &&
+         QueryInteger(database, "PRAGMA application_id") == kApplicationId;
+}
+
 bool Run(Database& database, const std::string& sql) {
   return database.Execute(sql.c_str()) == SQLITE_OK;
 }
@@ -35,14 +41,14 @@ bool Run(Database& database, const std::string& sql) {
 }  // namespace
 
 bool CreateSchema(Database& database) {
+  // Asked without the write lock first: another program may hold it, and who only reads need not wait.
+  if (IsPresent(database)) return true;
   Transaction transaction(database);
   if (!transaction.is_open()) return false;
+  if (IsPresent(database)) return true;
 
-  const int64_t version = QueryInteger(database, "PRAGMA user_version");
-  if (version == kSchemaVersion) {
-    return QueryInteger(database, "PRAGMA application_id") == kApplicationId;
-  }
-  const bool is_empty = version == 0 && QueryInteger(database, "PRAGMA application_id") == 0 &&
+  const bool is_empty = QueryInteger(database, "PRAGMA user_version") == 0 &&
+                        QueryInteger(database, "PRAGMA application_id") == 0 &&
                         QueryInteger(database, "SELECT count(*) FROM sqlite_master") == 0;
   return is_empty && Run(database, kRegistrySchema) && Run(database, PimSchema()) &&
          Run(database, MapiSchema()) &&

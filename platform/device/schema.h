@@ -14,7 +14,8 @@ inline constexpr int kSchemaVersion = 1;
 inline constexpr int32_t kApplicationId = 0x4F534946;
 
 // Makes all tables in an empty database, all or nothing; leaves one of the present version as it
-// is. False when that fails, and for a database that is neither empty nor of this version.
+// is, without asking for the write lock. False when that fails, and for a database that is neither
+// empty nor of this version.
 bool CreateSchema(Database& database);
 
 }  // namespace device

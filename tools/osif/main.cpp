@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "tools/osif/commands.h"
+#include "tools/osif/damage.h"
 
 namespace {
 
@@ -49,6 +50,7 @@ int Run(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? command::kAllWell : command::kWrongUsage;
   }
+  command::WatchForDamage();
   if (!options.device.empty()) setenv("OSIF_DEVICE", options.device.c_str(), 1);
   Reporter reporter(options.json);
   action(reporter);

@@ -1,12 +1,12 @@
 #include "tools/osif/object_file.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
+#include "tools/osif/object_file_name.h"
 #include "tools/osif/temp_file.h"
 #include "tools/osif/texts.h"
 
@@ -19,13 +19,6 @@ std::string Objects(size_t count) {
 
 std::string WereNotReached(size_t count) {
   return Objects(count) + (count == 1 ? " was" : " were") + " not reached";
-}
-
-// Why a name is no file of objects; empty when it may be one. A missing file is the library's to tell.
-std::string WhyNoFile(const std::string& file_name) {
-  struct stat status {};
-  if (stat(file_name.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return {};
-  return S_ISDIR(status.st_mode) ? "is a directory" : "is no regular file";
 }
 
 class FileReader {
@@ -203,7 +196,7 @@ std::optional<int32_t> StoreOf(ObjectKind kind) {
 OsifResult ReadObjectFile(const std::string& argument, bool each, FileVisitor& visitor,
                           Reporter& reporter) {
   const std::optional<std::string> file_name = FileName(argument);
-  const std::string why = file_name ? WhyNoFile(*file_name) : "the name is not UTF-8";
+  const std::string why = file_name ? WhyNoObjectFile(*file_name) : "the name is not UTF-8";
   if (!why.empty()) {
     reporter.Fail(argument + ": " + why, OSIF_ERR_FILE_OPEN);
     return OSIF_ERR_FILE_OPEN;
@@ -217,7 +210,7 @@ OsifResult ReadObjectFile(const std::string& argument, bool each, FileVisitor& v
   if (piece.is_open()) {
     result = reader.ReadEach(source, piece);
   } else {
-    reporter.Fail(piece.name() + ": " + std::strerror(errno), result);
+    reporter.Fail(argument + ": " + std::strerror(errno), result);
   }
   close(source);
   return result;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "tools/osif/commands.h"
+#include "tools/osif/damage.h"
 #include "tools/osif/object_file.h"
 #include "tools/osif/records.h"
 #include "tools/osif/store.h"
@@ -36,9 +37,7 @@ class Receiver : public FileVisitor {
     ObjectId id{};
     const bool is_known = OSIF_FindObject(record.store_id, record.object, id.data()) != 0;
     OsifAnchor* anchor = session_.NewAnchor(record.store_id);
-    const OsifResult result =
-        is_known ? OSIF_ModifyObject(record.store_id, id.data(), record.object, anchor)
-                 : OSIF_AddObject(record.store_id, record.object, id.data(), anchor);
+    const OsifResult result = Store(record, is_known, id, anchor);
     if (result != OSIF_OK) {
       ++counts_.refused;
       reporter_.Fail(place + " was not stored", result);
@@ -84,6 +83,13 @@ class Receiver : public FileVisitor {
   }
 
  private:
+  OsifResult Store(const FileRecord& record, bool is_known, ObjectId& id, OsifAnchor* anchor) {
+    // What could not be read may be this very object: adding it would make it stand twice.
+    if (TellDamage(reporter_)) return OSIF_ERR_PIM;
+    if (is_known) return OSIF_ModifyObject(record.store_id, id.data(), record.object, anchor);
+    return OSIF_AddObject(record.store_id, record.object, id.data(), anchor);
+  }
+
   // Only the first warning of a file is known to be this object's.
   void TellWarning(const FileRecord& record, const std::string& place) {
     if (record.result == OSIF_PARSE_OK) return;

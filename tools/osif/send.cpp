@@ -4,10 +4,14 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
+#include <optional>
 #include <string_view>
+#include <system_error>
 
 #include "tools/osif/commands.h"
+#include "tools/osif/object_file_name.h"
 #include "tools/osif/records.h"
 #include "tools/osif/store.h"
 #include "tools/osif/temp_file.h"
@@ -17,6 +21,24 @@ namespace command {
 namespace {
 
 enum class Truncate : uint8_t { kNo, kYes };
+
+// The file that an argument names; nothing, and a message, when it must not be written.
+std::optional<std::string> OutputName(const std::string& argument, Reporter& reporter) {
+  const std::optional<std::string> file = FileName(argument);
+  const std::string why = !file            ? "the name is not UTF-8"
+                          : file->empty() ? std::string()
+                                          : WhyNoObjectFile(*file);
+  if (why.empty()) return file;
+  reporter.Fail(argument + ": " + why, OSIF_ERR_FILE_OPEN);
+  return std::nullopt;
+}
+
+// 0 for a file that does not exist.
+uintmax_t SizeOf(const std::string& file) {
+  std::error_code missing;
+  const uintmax_t size = std::filesystem::file_size(file, missing);
+  return missing ? 0 : size;
+}
 
 // True when the file ends with the last line of an object, so that nothing of it is missing.
 bool EndsWithObject(const std::string& file) {
@@ -32,7 +54,7 @@ bool EndsWithObject(const std::string& file) {
 }
 
 // Fetches an object and writes it to a file. The library tells of a failed write in its trace alone, so
-// the file is looked at.
+// the file is looked at: it must have grown, too, or what it ends with is the object before.
 bool WriteObject(int32_t store_id, const char* id, const std::string& file, Truncate truncate,
                  Reporter& reporter) {
   FetchedObject fetched(store_id, id);
@@ -40,13 +62,14 @@ bool WriteObject(int32_t store_id, const char* id, const std::string& file, Trun
     reporter.Fail(IdInStore(store_id, id), fetched.result());
     return false;
   }
+  const uintmax_t size_before = truncate == Truncate::kYes ? 0 : SizeOf(file);
   const OsifResult result = OSIF_WriteObject(store_id, &fetched.object(), ToWide(file).c_str(),
                                              static_cast<uint8_t>(truncate));
   if (result != OSIF_OK) {
     reporter.Fail(file, result);
     return false;
   }
-  if (!EndsWithObject(file)) {
+  if (SizeOf(file) <= size_before || !EndsWithObject(file)) {
     reporter.Fail(file + ": " + IdInStore(store_id, id) + " could not be written whole",
                   OSIF_ERR_GENERAL);
     return false;
@@ -59,7 +82,7 @@ bool WriteObject(int32_t store_id, const char* id, const std::string& file, Trun
 void SendToOutput(int32_t store_id, const std::string& id, Reporter& reporter) {
   const TempFile file;
   if (!file.is_open()) {
-    reporter.Fail(file.name() + ": " + std::strerror(errno), OSIF_ERR_GENERAL);
+    reporter.Fail(IdInStore(store_id, id.c_str()) + ": " + std::strerror(errno), OSIF_ERR_GENERAL);
     return;
   }
   if (!WriteObject(store_id, id.c_str(), file.name(), Truncate::kYes, reporter)) return;
@@ -70,11 +93,8 @@ void SendToOutput(int32_t store_id, const std::string& id, Reporter& reporter) {
 
 void Send(int32_t store_id, const std::string& argument, const std::string& output,
           const Options& options, Reporter& reporter) {
-  const std::optional<std::string> file = FileName(output);
-  if (!file) {
-    reporter.Fail(output + ": the name is not UTF-8", OSIF_ERR_FILE_OPEN);
-    return;
-  }
+  const std::optional<std::string> file = OutputName(output, reporter);
+  if (!file) return;
   Session session(options, reporter);
   if (!session.is_open()) return;
   const std::string id = IdFromArgument(argument);
@@ -101,11 +121,8 @@ bool MakeEmpty(const std::string& file, Reporter& reporter) {
 // Ends at the first object that could not be written whole: nothing may follow half an object.
 void Export(int32_t store_id, const std::string& output, const Options& options,
             Reporter& reporter) {
-  const std::optional<std::string> file = FileName(output);
-  if (!file) {
-    reporter.Fail(output + ": the name is not UTF-8", OSIF_ERR_FILE_OPEN);
-    return;
-  }
+  const std::optional<std::string> file = OutputName(output, reporter);
+  if (!file) return;
   Session session(options, reporter);
   if (!session.is_open()) return;
   // A store that cannot be walked leaves the file as it was.

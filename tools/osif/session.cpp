@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "platform/device/device.h"
+#include "tools/osif/damage.h"
 #include "tools/osif/records.h"
 #include "tools/osif/store.h"
 #include "tools/osif/texts.h"
@@ -44,6 +45,7 @@ Session::~Session() {
   if (is_open_) {
     CloseChangeLogs();
     OSIF_Close();
+    TellDamage(reporter_);
   }
   if (!tap_) return;
   ShowTrace();

@@ -9,13 +9,14 @@
 
 #include "btosif/osif_util/ascii.h"
 #include "tools/osif/commands.h"
+#include "tools/osif/damage.h"
 #include "tools/osif/registry_value.h"
 #include "tools/osif/texts.h"
 
 namespace command {
 namespace {
 
-enum class Type { kNumber, kText, kAddress };
+enum class Type { kNumber, kFlag, kText, kCharset, kAddress };
 
 struct Setting {
   const WCHAR* name;
@@ -39,9 +40,9 @@ constexpr std::array<Setting, 17> kSettings = {{
     {u"NoSleepingWhileConnected", kGeneralKey, Type::kNumber, "0", 0},
     {u"DefaultStatusDll", kGeneralKey, Type::kText, nullptr, 260},
     {u"DefaultPropertiesDll", kGeneralKey, Type::kText, nullptr, 260},
-    {u"DefaultInputCharset", kGeneralKey, Type::kText, "", 260},
-    {u"DefaultOutputCharset", kGeneralKey, Type::kText, "", 260},
-    {u"DoNotSendMsftProperties", kGeneralKey, Type::kNumber, "0", 0},
+    {u"DefaultInputCharset", kGeneralKey, Type::kCharset, "", 260},
+    {u"DefaultOutputCharset", kGeneralKey, Type::kCharset, "", 260},
+    {u"DoNotSendMsftProperties", kGeneralKey, Type::kFlag, "0", 0},
     {kLogAddressName, kDebugKey, Type::kAddress, "0.0.0.0", 0},
 }};
 
@@ -69,20 +70,24 @@ std::optional<uint32_t> FromDigits(std::string_view text) {
   return number;
 }
 
+bool IsText(const Setting& setting) {
+  return setting.type == Type::kText || setting.type == Type::kCharset;
+}
+
 // The value as text; nothing when it is not set.
 std::optional<std::string> Read(const Setting& setting) {
-  if (setting.type == Type::kText) {
+  if (IsText(setting)) {
     const std::optional<WideText> text = ReadRegistryText(setting.key, setting.name);
     return text ? std::optional(ToOutput(*text)) : std::nullopt;
   }
   const std::optional<uint32_t> number = ReadRegistryNumber(setting.key, setting.name);
   if (!number) return std::nullopt;
-  return setting.type == Type::kNumber ? std::to_string(*number) : ToDotted(*number);
+  return setting.type == Type::kAddress ? ToDotted(*number) : std::to_string(*number);
 }
 
 Json ValueJson(const Setting& setting, const std::optional<std::string>& value) {
   if (!value) return nullptr;
-  if (setting.type != Type::kNumber) return *value;
+  if (IsText(setting) || setting.type == Type::kAddress) return *value;
   return FromDigits(*value).value_or(0);
 }
 
@@ -92,7 +97,7 @@ void Show(const Setting& setting, Reporter& reporter) {
   if (setting.default_value != nullptr) standard = setting.default_value;
   const std::optional<std::string>& value = stored ? stored : standard;
   std::string text = ToOutput(setting.name) + " = ";
-  if (setting.type == Type::kText && value) {
+  if (IsText(setting) && value) {
     text += '"' + *value + '"';
   } else {
     text += value.value_or("none");
@@ -105,11 +110,32 @@ void Show(const Setting& setting, Reporter& reporter) {
                   text);
 }
 
+// The library takes the system's own character set for a name that it does not know.
+bool IsCharset(const std::string& name) {
+  return name.empty() || EqualsIgnoringCase(name, "NATIVE") || CharsetToCodePage(name) != 0;
+}
+
+std::string CharsetNames() {
+  std::string names;
+  for (const CharsetRow& row : CharsetTable()) {
+    // A name may stand in the table twice, one behind the other.
+    const std::string name = std::string(" ") + row.name + ",";
+    if (!names.ends_with(name)) names += name;
+  }
+  return names;
+}
+
 // Why a value does not suit its setting; empty when it does.
 std::string WhyUnfit(const Setting& setting, const std::string& value) {
   switch (setting.type) {
     case Type::kNumber:
       return FromDigits(value) ? "" : "takes a number from 0 to 4294967295";
+    case Type::kFlag:
+      return FromDigits(value).value_or(2) < 2 ? "" : "takes 0 or 1";
+    case Type::kCharset:
+      if (IsCharset(value)) return {};
+      return "takes the name of a character set (" + CharsetNames().substr(1) +
+             " NATIVE for the system's own) or an empty text";
     case Type::kAddress:
       return FromDotted(value) ? "" : "takes an address such as 192.168.0.7, or 0.0.0.0 for none";
     case Type::kText:
@@ -122,10 +148,12 @@ std::string WhyUnfit(const Setting& setting, const std::string& value) {
 bool Write(const Setting& setting, const std::string& value) {
   switch (setting.type) {
     case Type::kNumber:
+    case Type::kFlag:
       return WriteRegistryNumber(setting.key, setting.name, FromDigits(value).value_or(0));
     case Type::kAddress:
       return WriteRegistryNumber(setting.key, setting.name, FromDotted(value).value_or(0));
     case Type::kText:
+    case Type::kCharset:
       break;
   }
   return WriteRegistryText(setting.key, setting.name, ToWide(value));
@@ -152,6 +180,7 @@ void Settings(const std::optional<std::string>& name, const std::optional<std::s
   if (!CheckDevice(reporter)) return;
   if (setting == nullptr) {
     for (const Setting& each : kSettings) Show(each, reporter);
+    TellDamage(reporter);
     return;
   }
   if (value && !Write(*setting, *value)) {
@@ -159,6 +188,7 @@ void Settings(const std::optional<std::string>& name, const std::optional<std::s
     return;
   }
   Show(*setting, reporter);
+  TellDamage(reporter);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include "btosif/osif_util/value_text.h"
 #include "tools/osif/commands.h"
+#include "tools/osif/damage.h"
 #include "tools/osif/object_file.h"
 #include "tools/osif/records.h"
 #include "tools/osif/store.h"
@@ -70,6 +71,7 @@ void Count(int32_t store_id, const Options& options, Reporter& reporter) {
     reporter.Fail(StoreName(store_id), result);
     return;
   }
+  if (TellDamage(reporter)) return;
   reporter.Result({{"store", StoreName(store_id)}, {"count", count}}, std::to_string(count));
 }
 
@@ -82,6 +84,7 @@ void Delete(int32_t store_id, const std::vector<std::string>& ids, const Options
   for (const std::string& argument : ids) {
     const std::string id = IdFromArgument(argument);
     OsifAnchor* anchor = session.NewAnchor(store_id);
+    if (TellDamage(reporter)) return;
     const OsifResult result = OSIF_DeleteObject(store_id, id.c_str(), anchor);
     if (result != OSIF_OK) {
       reporter.Fail(IdInStore(store_id, id.c_str()), result);
@@ -100,12 +103,19 @@ void Delete(int32_t store_id, const std::vector<std::string>& ids, const Options
 
 class Finder : public FileVisitor {
  public:
-  explicit Finder(Reporter& reporter) : reporter_(reporter) {}
+  Finder(const std::string& file_name, Reporter& reporter)
+      : file_name_(file_name), reporter_(reporter) {}
 
   void OnRecord(const FileRecord& record) override {
     const std::string name = ObjectName(record.store_id, *record.object);
     ObjectId id{};
     const bool is_found = OSIF_FindObject(record.store_id, record.object, id.data()) != 0;
+    if (!is_found && TellDamage(reporter_)) {
+      reporter_.Fail(PlaceOf(file_name_, record.number, record.line) + QuotedName(name) +
+                         " could not be looked for",
+                     OSIF_ERR_PIM);
+      return;
+    }
     reporter_.Result({{"number", record.number},
                       {"store", StoreName(record.store_id)},
                       {"id", is_found ? Json(IdToOutput(id.data())) : Json()},
@@ -118,13 +128,14 @@ class Finder : public FileVisitor {
   void OnUnreached(size_t) override {}
 
  private:
+  const std::string& file_name_;
   Reporter& reporter_;
 };
 
 void Find(const std::string& file, const Options& options, Reporter& reporter) {
   Session session(options, reporter);
   if (!session.is_open()) return;
-  Finder finder(reporter);
+  Finder finder(file, reporter);
   ReadObjectFile(file, false, finder, reporter);
 }
 

@@ -1,12 +1,11 @@
 #include "tools/osif/temp_file.h"
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdlib>
-#include <filesystem>
 #include <string_view>
 
 namespace command {
@@ -39,21 +38,15 @@ bool Copy(int source, int64_t begin, int64_t end, int target) {
 
 }  // namespace
 
-TempFile::TempFile() : handle_(-1) {
-  std::error_code error;
-  const std::filesystem::path folder = std::filesystem::temp_directory_path(error);
-  name_ = (error ? std::filesystem::path("/tmp") : folder) / "osif-XXXXXX";
-  handle_ = mkstemp(name_.data());
-}
+TempFile::TempFile()
+    : handle_(memfd_create("osif", MFD_CLOEXEC)),
+      name_("/proc/self/fd/" + std::to_string(handle_)) {}
 
 TempFile::~TempFile() {
-  if (!is_open()) return;
-  close(handle_);
-  unlink(name_.c_str());
+  if (is_open()) close(handle_);
 }
 
-// Some file systems write a file out at once that was emptied and filled anew; so it is written over first
-// and cut to its length then.
+// Written over first and cut to its length then, so that its memory is not given back and asked for anew.
 bool TempFile::HoldPiece(int source, int64_t begin, int64_t end) {
   return lseek(handle_, 0, SEEK_SET) == 0 && Copy(source, begin, end, handle_) &&
          ftruncate(handle_, lseek(handle_, 0, SEEK_CUR)) == 0;

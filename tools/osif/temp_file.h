@@ -1,4 +1,5 @@
-// A temporary file of the command's own, removed at the end.
+// A temporary file of the command's own. It lives in memory and stands in no folder, so that nothing of it
+// stays behind however the command ends.
 #pragma once
 
 #include <cstdint>
@@ -8,13 +9,14 @@ namespace command {
 
 class TempFile {
  public:
-  // Makes an empty file in the system's folder for temporary files. is_open() is false when that failed.
+  // Makes an empty file. is_open() is false when that failed; errno tells why.
   TempFile();
   ~TempFile();
   TempFile(const TempFile&) = delete;
   TempFile& operator=(const TempFile&) = delete;
 
   bool is_open() const { return handle_ >= 0; }
+  // A name under which this process, and the library in it, can open the file while it lives.
   const std::string& name() const { return name_; }
 
   // Makes the file hold the bytes from `begin` to `end` of an open file. False when that failed; errno
@@ -25,8 +27,8 @@ class TempFile {
   bool CopyTo(int target) const;
 
  private:
-  std::string name_;
   int handle_;
+  std::string name_;
 };
 
 }  // namespace command

@@ -1,5 +1,6 @@
 #include "platform/device/device.h"
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -338,6 +339,75 @@ TEST_F(Device, AWriterWaitsForAnotherProgramsTransaction) {
   EXPECT_EQ(KeyCount(), 3);
   close(ready[0]);
   close(ready[1]);
+}
+
+// A program that holds a write transaction on the device until it is let go.
+class OtherWriter {
+ public:
+  OtherWriter() {
+    EXPECT_EQ(pipe(ready_), 0);
+    EXPECT_EQ(pipe(go_on_), 0);
+    child_ = Start([this] {
+      close(go_on_[1]);
+      const auto database = device::OpenDatabase();
+      if (database == nullptr) return false;
+      device::Transaction transaction(*database);
+      char byte = 'x';
+      if (!AddKey("theirs") || write(ready_[1], &byte, 1) != 1) return false;
+      // Ends when the pipe is closed, also where the test has ended early.
+      return read(go_on_[0], &byte, 1) == 0 && transaction.Commit();
+    });
+    close(ready_[1]);
+    close(go_on_[0]);
+    char byte;
+    EXPECT_EQ(read(ready_[0], &byte, 1), 1);
+  }
+  ~OtherWriter() { close(ready_[0]); }
+
+  bool LetGo() {
+    close(go_on_[1]);
+    return Succeeded(child_);
+  }
+
+ private:
+  int ready_[2];
+  int go_on_[2];
+  pid_t child_;
+};
+
+TEST_F(Device, ReadingWaitsForNoWriterNeitherAtOpeningNorAtClosing) {
+  ASSERT_TRUE(AddKey("mine"));
+  device::CloseDatabase();
+  OtherWriter writer;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(KeyCount(), 1);
+  device::CloseDatabase();
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  EXPECT_TRUE(writer.LetGo());
+  EXPECT_EQ(KeyCount(), 2);
+}
+
+// Whether this process holds a lock on the device's database, as another process sees it.
+bool IsLockedByUs(const std::string& path) {
+  const pid_t us = getpid();
+  return Succeeded(Start([&] {
+    const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    struct flock wanted {};
+    wanted.l_type = F_WRLCK;
+    wanted.l_whence = SEEK_SET;
+    return file >= 0 && fcntl(file, F_GETLK, &wanted) == 0 && wanted.l_type != F_UNLCK &&
+           wanted.l_pid == us;
+  }));
+}
+
+TEST_F(Device, OpeningAgainKeepsTheLocksOfAConnectionThatIsStillInUse) {
+  ASSERT_TRUE(AddKey("key"));
+  const auto kept = device::OpenDatabase();
+  device::CloseDatabase();
+  ASSERT_EQ(Ask(*kept, "SELECT count(*) FROM registry_keys"), 1);
+  ASSERT_TRUE(IsLockedByUs(DatabasePath()));
+  ASSERT_NE(device::OpenDatabase(), nullptr);
+  EXPECT_TRUE(IsLockedByUs(DatabasePath()));
 }
 
 TEST_F(Device, TheSchemaIsMadeInEmptyDatabasesOnly) {

@@ -46,8 +46,41 @@ TEST_F(PimFind, GivesAllMatchesInTheOrderOfTheirIds) {
   const LONG first = SaveContact({{kFirst, u"Zoe"}, {kLast, u"Lee"}});
   SaveContact({{kLast, u"Ray"}});
   const LONG third = SaveContact({{kFirst, u"Ann"}, {kLast, u"Lee"}});
-  const LONG fourth = SaveContact({{kLast, u"Lee"}});
+  const LONG fourth = SaveContact({{kFirst, u"Ida"}, {kLast, u"Lee"}});
   EXPECT_EQ(FindAll(u"[LastName]=\"Lee\""), (Oids{first, third, fourth}));
+}
+
+TEST_F(PimFind, GivesThoseFirstWhoHaveNoOtherPartOfAName) {
+  const LONG zoe = SaveContact({{kFirst, u"Zoe"}, {kLast, u"Lee"}});
+  const LONG lee = SaveContact({{kLast, u"lee"}, {&IContact::put_JobTitle, u"Cook"}});
+  const LONG junior = SaveContact({{kLast, u"Lee"}, {&IContact::put_Suffix, u"Jr"}});
+  const LONG other_lee = SaveContact({{kLast, u"Lee"}});
+  SaveContact({{kLast, u"Ray"}});
+  EXPECT_EQ(FindAll(u"[LastName]=\"Lee\""), (Oids{lee, other_lee, zoe, junior}));
+  EXPECT_EQ(FindAll(u"[Suffix]=\"Jr\""), Oids{junior});
+  EXPECT_EQ(FindAll(u"[LastName]=\"Lee\" OR [Suffix]=\"Jr\""),
+            (Oids{lee, junior, other_lee, zoe}));
+  EXPECT_EQ(FindAll(u"[Oid]>0 AND [LastName]=\"Lee\""), (Oids{lee, other_lee, zoe, junior}));
+}
+
+TEST_F(PimFind, GivesAMatchOnceThatGetsAnotherPartOfANameMeanwhile) {
+  const LONG ann = SaveContact({{kFirst, u"Ann"}, {kLast, u"Lee"}});
+  const LONG lee = SaveContact({{kLast, u"Lee"}});
+  ComPtr<IPOutlookItemCollection> items = Items();
+  ComPtr<IDispatch> item;
+  ASSERT_EQ(items->Find(Bstr(u"[LastName]=\"Lee\"").get(), item.put()), S_OK);
+  auto* contact = static_cast<IContact*>(item.get());
+  LONG oid = 0;
+  contact->get_Oid(&oid);
+  EXPECT_EQ(oid, lee);
+  ASSERT_EQ(contact->put_FirstName(Bstr(u"Zoe").get()), S_OK);
+  ASSERT_EQ(contact->Save(), S_OK);
+  ASSERT_EQ(items->FindNext(item.put()), S_OK);
+  ASSERT_NE(item.get(), nullptr);
+  static_cast<IContact*>(item.get())->get_Oid(&oid);
+  EXPECT_EQ(oid, ann);
+  EXPECT_EQ(items->FindNext(item.put()), S_OK);
+  EXPECT_EQ(item.get(), nullptr);
 }
 
 TEST_F(PimFind, GivesNullWithoutAnErrorWhenThereIsNoMatch) {
@@ -236,36 +269,69 @@ TEST_F(PimFind, UnderstandsTheLongestAndTheDeepestRestriction) {
 // ---- Cost ---------------------------------------------------------------------------------------
 
 // How SQLite would run a restriction over the contacts.
-std::string PlanOf(std::u16string_view restriction, device::Database& database) {
-  const auto condition =
-      device::MakeCondition(*device::ContactTable(), *device::ParseRestriction(restriction));
+std::string PlanOf(const device::PimCondition& condition, device::Database& database) {
   auto row =
-      database.Prepare("EXPLAIN QUERY PLAN SELECT oid FROM pim_contacts WHERE " + condition->sql);
+      database.Prepare("EXPLAIN QUERY PLAN SELECT oid FROM pim_contacts WHERE " + condition.sql);
   std::string plan;
   while (row.Step() == SQLITE_ROW) plan += std::string(row.Bytes(3)) + "\n";
   return plan;
+}
+
+std::string PlanOf(std::u16string_view restriction, device::Database& database) {
+  return PlanOf(
+      *device::MakeCondition(*device::ContactTable(), *device::ParseRestriction(restriction)),
+      database);
 }
 
 std::string PlanOf(std::u16string_view restriction) {
   return PlanOf(restriction, *device::OpenDatabase());
 }
 
-TEST_F(PimFind, WalksTheTableForNoCombinationOfNameParts) {
-  const std::u16string_view kTerms[] = {u"[Title]=\"a\"", u"[FirstName]=\"a\"",
-                                        u"[MiddleName]=\"a\"", u"[LastName]=\"a\"",
-                                        u"[Suffix]=\"a\""};
-  application();
+// The restrictions that ask for one or more parts of a name.
+std::vector<std::u16string> NameRestrictions() {
+  constexpr std::u16string_view kTerms[] = {u"[Title]=\"a\"", u"[FirstName]=\"a\"",
+                                            u"[MiddleName]=\"a\"", u"[LastName]=\"a\"",
+                                            u"[Suffix]=\"a\""};
+  std::vector<std::u16string> restrictions;
   for (int combination = 1; combination < 32; ++combination) {
-    std::u16string restriction;
+    std::u16string& restriction = restrictions.emplace_back();
     for (int i = 0; i < 5; ++i) {
       if ((combination >> i & 1) == 0) continue;
       if (!restriction.empty()) restriction += u" AND ";
       restriction += kTerms[i];
     }
+  }
+  return restrictions;
+}
+
+TEST_F(PimFind, WalksTheTableForNoCombinationOfNameParts) {
+  application();
+  for (const std::u16string& restriction : NameRestrictions()) {
     const std::string plan = PlanOf(restriction);
     EXPECT_NE(plan.find("SEARCH"), std::string::npos) << plan;
     EXPECT_EQ(plan.find("SCAN"), std::string::npos) << plan;
   }
+}
+
+TEST_F(PimFind, LooksUpTheWholeNameFirstForEveryCombinationOfNameParts) {
+  application();
+  const device::PimTable& table = *device::ContactTable();
+  for (const std::u16string& restriction : NameRestrictions()) {
+    const auto condition = device::MakeCondition(table, *device::ParseRestriction(restriction));
+    const auto exact = device::MakeExactNameCondition(table, *condition);
+    ASSERT_TRUE(exact);
+    const std::string plan = PlanOf(*exact, *device::OpenDatabase());
+    EXPECT_NE(plan.find("(last_name=? AND first_name=? AND middle_name=? AND title=? AND suffix=?)"),
+              std::string::npos)
+        << plan;
+  }
+}
+
+TEST_F(PimFind, LooksUpNoNameForARestrictionThatAsksForNone) {
+  const device::PimTable& table = *device::ContactTable();
+  const auto condition = device::MakeCondition(
+      table, *device::ParseRestriction(u"[JobTitle]=\"a\" AND [Categories]=\"b\" AND [Oid]=1"));
+  EXPECT_FALSE(device::MakeExactNameCondition(table, *condition));
 }
 
 TEST_F(PimFind, GoesByThePartOfANameThatTellsTheMost) {

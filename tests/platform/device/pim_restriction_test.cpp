@@ -103,6 +103,11 @@ INSTANTIATE_TEST_SUITE_P(
         {u"([FirstName]=\"Bob (the \"Kid\") Ray\")", "FirstName='Bob (the \"Kid\") Ray'"},
         {u"[A]=\"a ] [ ( ) = ' b\"", "A='a ] [ ( ) = ' b'"},
         {u"[A]=\"x AND [B]=3\"", "A='x AND [B]=3'"},
+        {u"[A]=\"\"x\" AND [y\" AND [B]=\"z\"", "all{A='\"x\" AND [y', B='z'}"},
+        {u"[A]=\"x\" OR [y [z]=\"", "A='x\" OR [y [z]='"},
+        {u"[A]=\"x\" AND [y] too\" OR [B]=\"z\"", "any{A='x\" AND [y] too', B='z'}"},
+        {u"[A]=\"x\" AND [y\"", "A='x\" AND [y'"},
+        {u"[A]=\"x\" AND [ B ] >= \"y\"", "all{A='x', B>='y'}"},
     }));
 
 INSTANTIATE_TEST_SUITE_P(Malformed, ReadsRestriction,

@@ -22,12 +22,27 @@ class CommandDevice : public CommandTest {
       ASSERT_THAT(outcome.JsonLines(), SizeIs(1));
       EXPECT_EQ(outcome.JsonLines()[0]["code"], 14);
     }
+    const std::string card = Write("card.vcf", Card({"N:Lee;Ann"}));
+    EXPECT_EQ(Osif({"receive", card}).status, 1);
+    EXPECT_EQ(Osif({"delete", "pb", "1"}).status, 1);
     EXPECT_EQ(Osif({"settings"}).status, 1);
+    EXPECT_EQ(Osif({"settings", "CountryCode", "7"}).status, 1);
   }
 };
 
 TEST_F(CommandDevice, AFolderThatCannotBeMadeIsNamed) {
   device_ = Write("file", "no folder") + "/device";
+  ExpectRefused(device_);
+}
+
+TEST_F(CommandDevice, AFileInItsPlaceIsNamedAndLeftAsItIs) {
+  device_ = Write("file", "no folder");
+  ExpectRefused(device_);
+  EXPECT_EQ(ReadFile(device_), "no folder");
+}
+
+TEST_F(CommandDevice, AFolderThatNobodyMayMakeIsNamed) {
+  device_ = "/proc/osif-device";
   ExpectRefused(device_);
 }
 
@@ -90,6 +105,20 @@ TEST_F(CommandDevice, ASettingIsWrittenAndReadBack) {
   EXPECT_EQ(
       Osif({"settings", "LogIPAddr", "--json"}).JsonLines().at(0),
       (Json{{"name", "LogIPAddr"}, {"value", "10.1.2.3"}, {"default", "0.0.0.0"}, {"set", true}}));
+}
+
+TEST_F(CommandDevice, ACharsetIsTakenInAnyCaseAndEmptyAndNativeToo) {
+  for (const char* name : {"utf-8", "ISO-8859-1", "native", ""}) {
+    const Outcome outcome = Osif({"settings", "DefaultOutputCharset", name});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, std::string("DefaultOutputCharset = \"") + name + "\"\n");
+  }
+}
+
+TEST_F(CommandDevice, ARefusedValueLeavesTheOldOne) {
+  Osif({"settings", "DefaultOutputCharset", "UTF-8"});
+  EXPECT_EQ(Osif({"settings", "DefaultOutputCharset", "KLINGON"}).status, 2);
+  EXPECT_EQ(Osif({"settings", "DefaultOutputCharset"}).out, "DefaultOutputCharset = \"UTF-8\"\n");
 }
 
 TEST_F(CommandDevice, ATextLongerThanItsReadersRoomIsRefused) {

@@ -202,13 +202,13 @@ TEST_F(CommandReceive, AFileNameThatIsNotUtf8IsSaidToBeSo) {
   EXPECT_THAT(outcome.err, HasSubstr("the name is not UTF-8"));
 }
 
-TEST_F(CommandReceive, LeavesNoTemporaryFileBehind) {
+// So that nothing stays behind in it, however the command ends.
+TEST_F(CommandReceive, EachNeedsNoFolderForTemporaryFiles) {
   const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
-  std::filesystem::create_directory(Path("tmp"));
-  ASSERT_EQ(Run({"/usr/bin/env", "TMPDIR=" + Path("tmp"), OSIF_COMMAND, "receive", "--each", file})
-                .status,
-            0);
-  EXPECT_TRUE(std::filesystem::is_empty(Path("tmp")));
+  // Nobody may make a file there.
+  EXPECT_EQ(
+      Run({"/usr/bin/env", "TMPDIR=/proc", OSIF_COMMAND, "receive", "--each", file}).status, 0);
+  EXPECT_THAT(Names(), ElementsAre("Ann Lee", "Ole Berg"));
 }
 
 // ---- Files that are none, or are hostile --------------------------------------------------------------
@@ -320,6 +320,52 @@ TEST_F(CommandReceive, AHundredThousandOpenBeginsAreOneRefusedObject) {
   EXPECT_THAT(outcome.ErrLines(), SizeIs(1));
   EXPECT_THAT(outcome.err, HasSubstr("object 1 (line 1) was refused; it has no END"));
 }
+
+struct HostileFile {
+  const char* name;
+  std::string bytes;
+  const char* reason;
+};
+
+class CommandReceiveHostileFile : public CommandReceive,
+                                  public testing::WithParamInterface<HostileFile> {};
+
+TEST_P(CommandReceiveHostileFile, IsNamedWithAReasonAndLeavesTheContactsAsTheyWere) {
+  ASSERT_EQ(Osif({"receive", Write("before.vcf", Card({"N:Lee;Ann", "TEL:555"}))}).status, 0);
+  const std::string before = Osif({"send", "pb", "1"}).out;
+  const std::string file = Write("hostile.vcf", GetParam().bytes);
+  const std::vector<std::vector<std::string>> uses = {
+      {"receive", file}, {"receive", "--each", file}, {"find", file}, {"parse", file}};
+  for (const std::vector<std::string>& arguments : uses) {
+    const Outcome outcome = Osif(arguments);
+    EXPECT_EQ(outcome.status, 1) << arguments[0];
+    EXPECT_THAT(outcome.err, HasSubstr("osif: " + file + ": "));
+    EXPECT_THAT(outcome.err, HasSubstr(GetParam().reason));
+  }
+  EXPECT_THAT(Names(), ElementsAre("Ann Lee"));
+  EXPECT_EQ(Osif({"send", "pb", "1"}).out, before);
+  EXPECT_EQ(Osif({"changes", "pb"}).OutLines().size(), 1u);
+}
+
+constexpr char kNoObject[] = "The stream of data does not contain a valid object (code 8)";
+constexpr char kRefused[] = "object 1 (line 1) was refused; it has no END: Parsing error (code 20)";
+const std::string kOpenCard = "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Lee;Ann\r\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, CommandReceiveHostileFile,
+    testing::Values(
+        HostileFile{"CutInALine", kOpenCard + "TITLE:Pil", kRefused},
+        HostileFile{"CutInAnEncodedByte",
+                    kOpenCard + "TITLE;ENCODING=QUOTED-PRINTABLE:M=C3=B", kRefused},
+        HostileFile{"CutBehindASoftLineBreak",
+                    kOpenCard + "TITLE;ENCODING=QUOTED-PRINTABLE:M=\r\n", kRefused},
+        HostileFile{"LongLineAlone", std::string(10'000'000, 'x'), kNoObject},
+        HostileFile{"LongLineCut", kOpenCard + "NOTE:" + std::string(10'000'000, 'x'), kRefused},
+        HostileFile{"NestedBegins", kOpenCard + Repeat("BEGIN:VCARD\r\n", 100'000), kRefused},
+        HostileFile{"LongParameterCut", kOpenCard + "TEL;X=" + std::string(1'000'000, 'p'),
+                    kRefused},
+        HostileFile{"NulBytes", kOpenCard + std::string(1000, '\0'), kRefused}),
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(CommandReceive, AMessageOnATerminalHoldsNoControlCharacters) {
   const std::string file = Write("escape.vcf", Card({"N:Evil\x1B[2J;Ann", "X-A:1"}));

@@ -1,3 +1,6 @@
+#include <sys/resource.h>
+#include <sys/stat.h>
+
 #include "tests/tools/osif/command_fixture.h"
 
 namespace command_test {
@@ -24,6 +27,36 @@ TEST_F(CommandStore, ListShowsIdsAndNames) {
   EXPECT_THAT(Osif({"list", "pb", "--json"}).JsonLines(),
               ElementsAre(Json{{"store", "pb"}, {"id", "00000001"}, {"name", "Ann Lee"}},
                           Json{{"store", "pb"}, {"id", "00000002"}, {"name", "Ole Berg"}}));
+}
+
+// The output goes into a pipe that soon is full, so that the list has not come to the end when the last
+// contact is deleted.
+TEST_F(CommandStore, ListShowsNoIdTwiceWhenAnObjectIsDeletedMeanwhile) {
+  constexpr int kContacts = 100;
+  std::string cards;
+  for (int i = 0; i < kContacts; ++i) {
+    cards += Card({"N:" + std::string(1000, 'x') + ";Ann" + std::to_string(i)});
+  }
+  Receive(cards);
+  ASSERT_EQ(mkfifo(Path("list.out").c_str(), 0600), 0);
+  // The reader comes first: without one the writer's start would wait.
+  const int pipe = open(Path("list.out").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  ASSERT_GE(pipe, 0);
+  const pid_t lister = Start({OSIF_COMMAND, "list", "pb"}, Path("list"));
+  ASSERT_EQ(fcntl(pipe, F_SETFL, 0), 0);
+  std::string out(1, '\0');
+  ASSERT_EQ(read(pipe, out.data(), 1), 1);
+  EXPECT_EQ(Osif({"delete", "pb", "00000064"}).status, 0);
+  char buffer[4096];
+  for (ssize_t size; (size = read(pipe, buffer, sizeof buffer)) > 0;) {
+    out.append(buffer, static_cast<size_t>(size));
+  }
+  close(pipe);
+  EXPECT_EQ(WaitFor(lister), 1);
+  EXPECT_EQ(ReadFile(Path("list.err")), "osif: pb: The object was not found (code 6)\n");
+  const Lines lines = Outcome::Split(out);
+  ASSERT_THAT(lines, SizeIs(kContacts - 1));
+  EXPECT_THAT(lines.back(), testing::StartsWith("00000063  "));
 }
 
 TEST_F(CommandStore, ListOfAnEmptyStoreIsEmpty) {
@@ -123,11 +156,140 @@ TEST_F(CommandStore, ExportOfAnEmptyStoreGivesAnEmptyFile) {
   EXPECT_EQ(ReadFile(file), "");
 }
 
-TEST_F(CommandStore, ExportToAFullDiskFails) {
+TEST_F(CommandStore, ExportToAFolderThatDoesNotExistNamesTheFile) {
   Receive(Card({"N:Lee;Ann"}));
-  const Outcome outcome = Osif({"export", "pb", "-o", Path("no/such/all.vcf")});
+  const std::string file = Path("no/such/all.vcf");
+  const Outcome outcome = Osif({"export", "pb", "-o", file});
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.err, HasSubstr("Could not open the file (code 7)"));
+  EXPECT_EQ(outcome.err,
+            "osif: " + file + ": No such file or directory: Could not open the file (code 7)\n");
+}
+
+TEST_F(CommandStore, ExportKeepsTheOldFileWhenTheStoreCannotBeWalked) {
+  const std::string file = Write("all.vmg", "old");
+  const Outcome outcome = Osif({"export", "msg-in", "-o", file});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err, "osif: msg-in: Not Implemented (code 16)\n");
+  EXPECT_EQ(ReadFile(file), "old");
+}
+
+TEST_F(CommandStore, WhatIsNoFileOfObjectsIsNotWritten) {
+  Receive(Card({"N:Lee;Ann"}));
+  EXPECT_EQ(Osif({"send", "pb", "1", "-o", "/dev/full"}).err,
+            "osif: /dev/full: is no regular file: Could not open the file (code 7)\n");
+  EXPECT_EQ(Osif({"export", "pb", "-o", folder_}).err,
+            "osif: " + folder_ + ": is a directory: Could not open the file (code 7)\n");
+}
+
+// No file grows beyond a size while it lives, neither here nor in a program that is started meanwhile: to
+// the writer this is a full disk.
+class FullDisk {
+ public:
+  explicit FullDisk(rlim_t size) {
+    former_action_ = std::signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &former_);
+    const rlimit limit{size, former_.rlim_max};
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+  }
+  ~FullDisk() {
+    setrlimit(RLIMIT_FSIZE, &former_);
+    std::signal(SIGXFSZ, former_action_);
+  }
+  FullDisk(const FullDisk&) = delete;
+  FullDisk& operator=(const FullDisk&) = delete;
+
+ private:
+  rlimit former_{};
+  void (*former_action_)(int);
+};
+
+// Two cards whose texts are longer than any other file that the command writes meanwhile.
+class CommandFullDisk : public CommandStore {
+ protected:
+  CommandFullDisk() {
+    const std::string note = "NOTE:" + std::string(200'000, 'x');
+    Receive(Card({"N:Lee;Ann", note}) + Card({"N:Berg;Ole", note}));
+    size_of_one_ = Osif({"send", "pb", "1"}).out.size();
+  }
+
+  void ExpectCut(const std::vector<std::string>& arguments, size_t room, const char* id) const {
+    const FullDisk full(room);
+    const Outcome outcome = Osif(arguments);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "osif: " + arguments.back() + ": pb " + id +
+                               " could not be written whole: General failure (code 1)\n");
+  }
+
+  size_t size_of_one_ = 0;
+};
+
+TEST_F(CommandFullDisk, SendSaysThatTheObjectIsNotWhole) {
+  ExpectCut({"send", "pb", "00000001", "-o", Path("one.vcf")}, size_of_one_ - 1, "00000001");
+}
+
+TEST_F(CommandFullDisk, ExportSaysWhichObjectIsNotWhole) {
+  ExpectCut({"export", "pb", "-o", Path("all.vcf")}, size_of_one_ + 150'000, "00000002");
+}
+
+TEST_F(CommandFullDisk, ExportNoticesAnObjectOfWhichNothingWasWritten) {
+  ExpectCut({"export", "pb", "-o", Path("all.vcf")}, size_of_one_, "00000002");
+  EXPECT_EQ(ReadFile(Path("all.vcf")).size(), size_of_one_);
+}
+
+TEST_F(CommandFullDisk, ADiskWithRoomForAllIsNoHindrance) {
+  const FullDisk almost_full(2 * size_of_one_ + 100);
+  EXPECT_EQ(Osif({"export", "pb", "-o", Path("all.vcf")}).status, 0);
+}
+
+// ---- The device's own files ---------------------------------------------------------------------------
+
+class CommandOwnFiles : public CommandStore {
+ protected:
+  CommandOwnFiles() { Receive(Card({"N:Lee;Ann"})); }
+
+  void ExpectLeftAlone(const std::string& file) const {
+    const std::string before = ReadFile(file);
+    const std::vector<std::vector<std::string>> uses = {{"export", "pb", "-o", file},
+                                                        {"send", "pb", "1", "-o", file},
+                                                        {"receive", file},
+                                                        {"find", file},
+                                                        {"parse", file}};
+    for (const std::vector<std::string>& arguments : uses) {
+      const Outcome outcome = Osif(arguments);
+      EXPECT_EQ(outcome.status, 1);
+      EXPECT_EQ(outcome.err, "osif: " + file +
+                                 ": belongs to the device itself and is left alone: "
+                                 "Could not open the file (code 7)\n");
+    }
+    EXPECT_EQ(ReadFile(file), before);
+    EXPECT_EQ(Osif({"list", "pb"}).out, "00000001  Ann Lee\n");
+  }
+};
+
+TEST_F(CommandOwnFiles, TheDatabaseIsNeitherReadNorWritten) {
+  ExpectLeftAlone(device_ + "/device.db");
+}
+
+TEST_F(CommandOwnFiles, TheDatabaseIsRecognisedUnderOtherNames) {
+  std::filesystem::create_symlink(device_ + "/device.db", Path("link.vcf"));
+  ExpectLeftAlone(Path("link.vcf"));
+  std::filesystem::create_hard_link(device_ + "/device.db", Path("other.vcf"));
+  ExpectLeftAlone(Path("other.vcf"));
+  ExpectLeftAlone(device_ + "/../device/./device.db");
+}
+
+TEST_F(CommandOwnFiles, TheFilesBesideTheDatabaseAreNotMade) {
+  ExpectLeftAlone(device_ + "/device.db-wal");
+  EXPECT_FALSE(std::filesystem::exists(device_ + "/device.db-wal"));
+}
+
+TEST_F(CommandOwnFiles, AChangeLogIsNeitherReadNorWritten) {
+  ExpectLeftAlone(device_ + "/Sync/pol_pb_change.log");
+}
+
+TEST_F(CommandOwnFiles, AnotherFileInTheDevicesFolderMayBeWritten) {
+  EXPECT_EQ(Osif({"export", "pb", "-o", device_ + "/all.vcf"}).status, 0);
+  EXPECT_EQ(Osif({"receive", device_ + "/all.vcf"}).status, 0);
 }
 
 TEST_F(CommandStore, OutputThatCannotBeWrittenIsAFailure) {

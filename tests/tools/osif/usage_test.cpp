@@ -90,6 +90,15 @@ INSTANTIATE_TEST_SUITE_P(
         WrongLine{"PortTooLarge", {"trace", "--port", "70000"}, "70000"},
         WrongLine{"UnknownSetting", {"settings", "Colour"}, "there is no setting \"Colour\""},
         WrongLine{"SettingNoNumber", {"settings", "MinorClass", "four"}, "takes a number"},
+        WrongLine{"SettingNoCharset",
+                  {"settings", "DefaultOutputCharset", "KLINGON"},
+                  "DefaultOutputCharset takes the name of a character set (UTF-8, US-ASCII, "},
+        WrongLine{"SettingNoInputCharset",
+                  {"settings", "DefaultInputCharset", "UTF-8 "},
+                  "DefaultInputCharset takes the name of a character set"},
+        WrongLine{"SettingNoFlag",
+                  {"settings", "DoNotSendMsftProperties", "2"},
+                  "DoNotSendMsftProperties takes 0 or 1"},
         WrongLine{"SettingNoAddress", {"settings", "LogIPAddr", "1.2.3"}, "takes an address"}),
     [](const auto& row) { return row.param.name; });
 
