@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -21,11 +22,28 @@ std::string WereNotReached(size_t count) {
   return Objects(count) + (count == 1 ? " was" : " were") + " not reached";
 }
 
+// The results of a file's records as the library hands them out.
+std::vector<RecordResult> ResultsOf(const std::string& file_name) {
+  std::vector<RecordResult> results;
+  const auto note = [](int32_t, OsifObject*, OsifResult result, void* context) -> int32_t {
+    auto& noted = *static_cast<std::vector<RecordResult>*>(context);
+    const bool had_warning = !noted.empty() && noted.back().result != OSIF_PARSE_OK;
+    noted.push_back({result, !had_warning});
+    return 0;
+  };
+  OSIF_ReadObjects(ToWide(file_name).c_str(), note, &results);
+  return results;
+}
+
 class FileReader {
  public:
-  FileReader(const std::string& file_name, FileVisitor& visitor, Reporter& reporter,
-             FileIndex index)
-      : file_name_(file_name), visitor_(visitor), reporter_(reporter), index_(std::move(index)) {}
+  FileReader(const std::string& file_name, const std::vector<RecordResult>& own_results,
+             FileVisitor& visitor, Reporter& reporter, FileIndex index)
+      : file_name_(file_name),
+        own_results_(own_results),
+        visitor_(visitor),
+        reporter_(reporter),
+        index_(std::move(index)) {}
 
   OsifResult ReadWhole() {
     const OsifResult result = ReadFile(file_name_, 0);
@@ -76,7 +94,9 @@ class FileReader {
     const size_t record = next_record_++;
     ++delivered_;
     const uint64_t line = record < index_.record_lines.size() ? index_.record_lines[record] : 0;
-    visitor_.OnRecord({record + 1, line, store_id, object, result, !had_warning_});
+    const RecordResult own =
+        record < own_results_.size() ? own_results_[record] : RecordResult{result, !had_warning_};
+    visitor_.OnRecord({record + 1, line, store_id, object, own.result, own.is_certain});
     had_warning_ = had_warning_ || result != OSIF_PARSE_OK;
     reporter_.Progress(file_name_ + ": object", record + 1, index_.record_lines.size());
   }
@@ -161,6 +181,7 @@ class FileReader {
   }
 
   const std::string& file_name_;
+  const std::vector<RecordResult>& own_results_;
   FileVisitor& visitor_;
   Reporter& reporter_;
   const FileIndex index_;
@@ -193,7 +214,32 @@ std::optional<int32_t> StoreOf(ObjectKind kind) {
   return std::nullopt;
 }
 
-OsifResult ReadObjectFile(const std::string& argument, bool each, FileVisitor& visitor,
+std::vector<RecordResult> OwnResults(const std::string& argument) {
+  const std::optional<std::string> file_name = FileName(argument);
+  if (!file_name || !WhyNoObjectFile(*file_name).empty()) return {};
+  std::vector<RecordResult> results = ResultsOf(*file_name);
+  const bool are_certain =
+      std::ranges::all_of(results, [](const RecordResult& one) { return one.is_certain; });
+  if (are_certain) return results;
+
+  const std::optional<FileIndex> index = IndexFile(*file_name);
+  const int source = open(file_name->c_str(), O_RDONLY | O_CLOEXEC);
+  TempFile piece;
+  if (index && source >= 0 && piece.is_open()) {
+    for (const FileObject& object : index->objects) {
+      if (!piece.HoldPiece(source, object.begin, object.end)) continue;
+      const std::vector<RecordResult> own = ResultsOf(piece.name());
+      for (size_t i = 0; i < own.size() && object.first_record + i < results.size(); ++i) {
+        results[object.first_record + i] = own[i];
+      }
+    }
+  }
+  close(source);
+  return results;
+}
+
+OsifResult ReadObjectFile(const std::string& argument, bool each,
+                          const std::vector<RecordResult>& own_results, FileVisitor& visitor,
                           Reporter& reporter) {
   const std::optional<std::string> file_name = FileName(argument);
   const std::string why = file_name ? WhyNoObjectFile(*file_name) : "the name is not UTF-8";
@@ -202,7 +248,8 @@ OsifResult ReadObjectFile(const std::string& argument, bool each, FileVisitor& v
     return OSIF_ERR_FILE_OPEN;
   }
   // A file that cannot be read here cannot be read by the library either, which then tells why.
-  FileReader reader(*file_name, visitor, reporter, IndexFile(*file_name).value_or(FileIndex{}));
+  FileReader reader(*file_name, own_results, visitor, reporter,
+                    IndexFile(*file_name).value_or(FileIndex{}));
   const int source = each ? open(file_name->c_str(), O_RDONLY | O_CLOEXEC) : -1;
   if (source < 0) return reader.ReadWhole();
   TempFile piece;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "osif.h"
 #include "tools/osif/file_index.h"
@@ -19,9 +20,20 @@ struct FileRecord {
   int32_t store_id;
   OsifObject* object;  // lent until the visitor returns
   OsifResult result;   // OSIF_PARSE_OK or OSIF_PARSE_WARNING
-  // The library hands on the worst result so far, so behind a first warning there is no telling.
+  bool is_certain;     // whether the result is known to be this record's own
+};
+
+// The result of one record. The library hands on the worst result so far, so behind a first warning in a
+// file, or within a calendar, there is no telling.
+struct RecordResult {
+  OsifResult result;
   bool is_certain;
 };
+
+// The results of a file's records, with those behind a warning learnt by reading each object by itself. It
+// uses the library, which need not be open for that: then nothing of this comes into the trace. Empty for a
+// file that cannot be read.
+std::vector<RecordResult> OwnResults(const std::string& file_name);
 
 // What is done with the objects of a file.
 class FileVisitor {
@@ -35,8 +47,9 @@ class FileVisitor {
 };
 
 // What OSIF_ReadObjects gives for the file: one code for the file read whole; for objects read one by one,
-// the first code that is not OSIF_OK.
-OsifResult ReadObjectFile(const std::string& file_name, bool each, FileVisitor& visitor,
+// the first code that is not OSIF_OK. `own_results` may be empty.
+OsifResult ReadObjectFile(const std::string& file_name, bool each,
+                          const std::vector<RecordResult>& own_results, FileVisitor& visitor,
                           Reporter& reporter);
 
 // Where a record stands, for messages: "cards.vcf: object 3 (line 17)".

@@ -81,7 +81,7 @@ void Parse(const std::vector<std::string>& files, bool each, const Options& opti
   reporter.SetFailuresInJson(each);
   for (const std::string& file : files) {
     Viewer viewer(reporter);
-    const OsifResult result = ReadObjectFile(file, each, viewer, reporter);
+    const OsifResult result = ReadObjectFile(file, each, {}, viewer, reporter);
     reporter.JsonLine({{"file", file}, {"code", result}, {"text", CodeText(result)}});
     reporter.Text(file + ": " + CodeText(result));
   }

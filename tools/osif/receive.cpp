@@ -1,4 +1,5 @@
 // osif receive: what an object push service does with a file that it got.
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -70,8 +71,8 @@ class Receiver : public FileVisitor {
 
   void Summarise() {
     if (counts_.uncertain > 0) {
-      reporter_.Note(file_name_ + ": the warning may hold for " +
-                     std::to_string(counts_.uncertain) + " more behind it as well (--each tells)");
+      reporter_.Note(file_name_ + ": a warning may hold for " + std::to_string(counts_.uncertain) +
+                     " more behind it in its calendar as well");
     }
     std::string text = file_name_ + ": " + std::to_string(counts_.added) + " added, " +
                        std::to_string(counts_.updated) + " updated, " +
@@ -90,7 +91,6 @@ class Receiver : public FileVisitor {
     return OSIF_AddObject(record.store_id, record.object, id.data(), anchor);
   }
 
-  // Only the first warning of a file is known to be this object's.
   void TellWarning(const FileRecord& record, const std::string& place) {
     if (record.result == OSIF_PARSE_OK) return;
     if (record.is_certain) {
@@ -125,12 +125,14 @@ class Receiver : public FileVisitor {
 
 void Receive(const std::vector<std::string>& files, bool each, const Options& options,
              Reporter& reporter) {
+  std::vector<std::vector<RecordResult>> results(files.size());
+  if (!each) std::ranges::transform(files, results.begin(), OwnResults);
   Session session(options, reporter);
   if (!session.is_open()) return;
-  for (const std::string& file : files) {
+  for (size_t i = 0; i < files.size(); ++i) {
     // Between the lines of the trace, each object says where it is.
-    Receiver receiver(file, options.trace, session, reporter);
-    ReadObjectFile(file, each, receiver, reporter);
+    Receiver receiver(files[i], options.trace, session, reporter);
+    ReadObjectFile(files[i], each, results[i], receiver, reporter);
     receiver.Summarise();
   }
 }

@@ -136,7 +136,7 @@ void Find(const std::string& file, const Options& options, Reporter& reporter) {
   Session session(options, reporter);
   if (!session.is_open()) return;
   Finder finder(file, reporter);
-  ReadObjectFile(file, false, finder, reporter);
+  ReadObjectFile(file, false, {}, finder, reporter);
 }
 
 // A subcommand whose only argument is a store.

@@ -66,18 +66,41 @@ TEST_F(CommandReceive, GivesTheAnchorOfEachChange) {
   EXPECT_THAT(std::string(lines[1]["anchor"]["ts"]), testing::MatchesRegex("[0-9]+T[0-9]+Z"));
 }
 
-TEST_F(CommandReceive, NamesTheObjectWithAWarningAndSaysThatTheOnesBehindItAreUncertain) {
-  const std::string file =
-      Write("w.vcf", Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole", "X-A:1"}) + Card({"N:Cruz;Eva"}));
+TEST_F(CommandReceive, NamesEachObjectWithAWarningOfItsOwn) {
+  const std::string file = Write("w.vcf", Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole", "X-A:1"}) +
+                                              Card({"N:Cruz;Eva"}) + Card({"N:Dahl;Per", "X-B:1"}));
   const Outcome outcome = Osif({"receive", file});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(
       outcome.ErrLines(),
       ElementsAre(
           "osif: " + file + ": object 2 (line 5) \"Ole Berg\": Parsing warning (code 19)",
-          "osif: " + file + ": the warning may hold for 1 more behind it as well (--each tells)"));
-  EXPECT_THAT(outcome.out, HasSubstr(": 3 added, 0 updated, 0 refused; 1 with a warning "
-                                     "(--trace shows why), anchor pb 3 "));
+          "osif: " + file + ": object 4 (line 14) \"Per Dahl\": Parsing warning (code 19)"));
+  EXPECT_THAT(outcome.out, HasSubstr(": 4 added, 0 updated, 0 refused; 2 with a warning "
+                                     "(--trace shows why), anchor pb 4 "));
+}
+
+TEST_F(CommandReceive, SaysThatTheEventsBehindOneWithAWarningInTheirCalendarAreUncertain) {
+  const std::string event = "BEGIN:VEVENT\r\nSUMMARY:a\r\nDTSTART:20260313T100000\r\n";
+  const std::string file =
+      Write("w.vcs", "BEGIN:VCALENDAR\r\nVERSION:1.0\r\n" + event + "X-A:1\r\nEND:VEVENT\r\n" +
+                         event + "END:VEVENT\r\nEND:VCALENDAR\r\n");
+  const Outcome outcome = Osif({"receive", file});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(
+      outcome.ErrLines(),
+      ElementsAre(
+          testing::HasSubstr(": object 1 (line 3) \"a\": Parsing warning (code 19)"),
+          "osif: " + file + ": a warning may hold for 1 more behind it in its calendar as well"));
+}
+
+TEST_F(CommandReceive, TellsEachTraceLineOnceThoughTheFileIsLookedAtBefore) {
+  const std::string file = Write("w.vcf", Card({"N:Lee;Ann", "X-A:1"}) + Card({"N:Berg;Ole"}));
+  const std::string lines = Osif({"receive", "--trace", file}).err;
+  const std::string unknown = "Parser encountered unknown property: 'X-A'";
+  const size_t first = lines.find(unknown);
+  ASSERT_NE(first, std::string::npos);
+  EXPECT_EQ(lines.find(unknown, first + 1), std::string::npos);
 }
 
 TEST_F(CommandReceive, WithEachAWarningIsTheObjectsOwn) {
@@ -206,8 +229,8 @@ TEST_F(CommandReceive, AFileNameThatIsNotUtf8IsSaidToBeSo) {
 TEST_F(CommandReceive, EachNeedsNoFolderForTemporaryFiles) {
   const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
   // Nobody may make a file there.
-  EXPECT_EQ(
-      Run({"/usr/bin/env", "TMPDIR=/proc", OSIF_COMMAND, "receive", "--each", file}).status, 0);
+  EXPECT_EQ(Run({"/usr/bin/env", "TMPDIR=/proc", OSIF_COMMAND, "receive", "--each", file}).status,
+            0);
   EXPECT_THAT(Names(), ElementsAre("Ann Lee", "Ole Berg"));
 }
 
@@ -355,10 +378,10 @@ INSTANTIATE_TEST_SUITE_P(
     Files, CommandReceiveHostileFile,
     testing::Values(
         HostileFile{"CutInALine", kOpenCard + "TITLE:Pil", kRefused},
-        HostileFile{"CutInAnEncodedByte",
-                    kOpenCard + "TITLE;ENCODING=QUOTED-PRINTABLE:M=C3=B", kRefused},
-        HostileFile{"CutBehindASoftLineBreak",
-                    kOpenCard + "TITLE;ENCODING=QUOTED-PRINTABLE:M=\r\n", kRefused},
+        HostileFile{"CutInAnEncodedByte", kOpenCard + "TITLE;ENCODING=QUOTED-PRINTABLE:M=C3=B",
+                    kRefused},
+        HostileFile{"CutBehindASoftLineBreak", kOpenCard + "TITLE;ENCODING=QUOTED-PRINTABLE:M=\r\n",
+                    kRefused},
         HostileFile{"LongLineAlone", std::string(10'000'000, 'x'), kNoObject},
         HostileFile{"LongLineCut", kOpenCard + "NOTE:" + std::string(10'000'000, 'x'), kRefused},
         HostileFile{"NestedBegins", kOpenCard + Repeat("BEGIN:VCARD\r\n", 100'000), kRefused},
