@@ -108,8 +108,7 @@ uint32_t OutputCodePage() {
   return *g_output_code_page;
 }
 
-const char* OutputCharsetName() {
-  const uint32_t code_page = OutputCodePage();
+const char* SentCharsetName(uint32_t code_page) {
   return code_page == kLatin1CodePage ? nullptr : CodePageToCharset(code_page);
 }
 

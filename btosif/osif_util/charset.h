@@ -40,8 +40,9 @@ uint32_t InputCodePage();
 // it is empty.
 uint32_t OutputCodePage();
 
-// The name under which outgoing texts of OutputCodePage are sent; null for 1252, which is never named.
-const char* OutputCharsetName();
+// The name under which texts of a code page are sent; null for an unknown one, and for 1252, which
+// is never named.
+const char* SentCharsetName(uint32_t code_page);
 
 // Forgets the three choices, so that the next call decides anew. For tests.
 void ForgetCharsetChoices();

@@ -1,8 +1,10 @@
 #include "btosif/osif_util/value_text.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "btosif/osif_util/property_value.h"
 #include "btosif/osif_util/quoted_printable.h"
@@ -49,7 +51,11 @@ void RemoveEscapes(WideText& text) {
   text.resize(kept);
 }
 
-bool IsEscaped(WCHAR c) { return c == u'\\' || c == u';'; }
+// True for what is escaped in a value, of wide text as of bytes.
+template <typename Unit>
+bool IsEscaped(Unit c) {
+  return c == Unit('\\') || c == Unit(';');
+}
 
 WideText WithEscapes(WideView text) {
   WideText escaped;
@@ -65,17 +71,11 @@ bool IsAscii(WideView text) {
   return std::all_of(text.begin(), text.end(), [](WCHAR c) { return c < 128; });
 }
 
-struct Sending {
-  uint32_t code_page;
-  const char* charset;  // null where none is named
-};
-
-Sending ChooseSending(const PropertyValue& value, WideView text) {
-  if (value.codePage != 0) return {value.codePage, CodePageToCharset(value.codePage)};
-  if (IsValidCodePage(kLatin1CodePage) && IsAscii(text)) return {kLatin1CodePage, nullptr};
+uint32_t ChooseCodePage(const PropertyValue& value, WideView text) {
+  if (value.codePage != 0) return value.codePage;
+  if (IsValidCodePage(kLatin1CodePage) && IsAscii(text)) return kLatin1CodePage;
   const uint32_t output = OutputCodePage();
-  if (output == 0 || !IsValidCodePage(output)) return {kUtf8CodePage, "UTF-8"};
-  return {output, OutputCharsetName()};
+  return output != 0 && IsValidCodePage(output) ? output : kUtf8CodePage;
 }
 
 void NameCharset(PropertyValue& value, const char* charset) {
@@ -85,15 +85,52 @@ void NameCharset(PropertyValue& value, const char* charset) {
   value.flags |= OSIF_VALUE_CHARSET;
 }
 
-// True for a text that a reader would not take as it is meant: a property line cannot hold a line break, a
-// "=" at its end joins it with the next line, and in some character sets a byte of a longer character looks
-// like a separator or an escape. Such a text goes out encoded whatever the caller asked for.
-bool WouldBeMisread(WideView text, std::string_view bytes) {
-  if (bytes.find_first_of("\r\n") != std::string_view::npos) return true;
-  if (bytes.ends_with('=') || bytes.find(kEncodedLineBreak) != std::string_view::npos) return true;
-  return std::count_if(text.begin(), text.end(), IsEscaped) !=
-         std::count_if(bytes.begin(), bytes.end(),
-                       [](char c) { return IsEscaped(static_cast<unsigned char>(c)); });
+// The text as it comes back from a code page.
+WideText AsHeldBy(uint32_t code_page, WideView text) {
+  return MultiByteToText(code_page, TextToMultiByte(code_page, text));
+}
+
+// Many sets write a character that they lack as one that looks like it. Where that is a separator
+// or an escape (the full-width "\" becomes a "\"), it is that one which has to be protected.
+WideText WithLookAlikes(uint32_t code_page, WideView text) {
+  WideText result(text);
+  for (WCHAR& c : result) {
+    if (c < 128) continue;
+    const WideText held = AsHeldBy(code_page, WideView(&c, 1));
+    if (held.size() == 1 && IsEscaped(held[0])) c = held[0];
+  }
+  return result;
+}
+
+// How many characters look like a separator or an escape.
+template <typename Text>
+ptrdiff_t CountEscaped(const Text& text) {
+  return std::count_if(text.begin(), text.end(), IsEscaped<typename Text::value_type>);
+}
+
+// A text in the bytes of a character set.
+struct SentText {
+  std::string bytes;
+  bool is_misread;  // as it is: it has to be encoded whatever the caller asked for
+};
+
+// A reader would misread a line break, which a property line cannot hold, a "=" at the end, which
+// joins the line with the next one, and each byte of a letter that looks like a separator or an
+// escape. Where a national set has a letter in the place of the backslash nothing can be escaped;
+// but a ";" separates nothing when it is encoded.
+SentText ForSending(uint32_t code_page, WideView text) {
+  const bool has_escapes = AsHeldBy(code_page, u"\\") == u"\\";
+  WideText escaped = has_escapes ? WithEscapes(text) : WideText(text);
+  std::string bytes = TextToMultiByte(code_page, escaped);
+  if (has_escapes && CountEscaped(bytes) != CountEscaped(escaped)) {
+    escaped = WithEscapes(WithLookAlikes(code_page, text));
+    bytes = TextToMultiByte(code_page, escaped);
+  }
+  const bool is_misread = bytes.find_first_of("\r\n") != std::string::npos ||
+                          bytes.ends_with('=') ||
+                          bytes.find(kEncodedLineBreak) != std::string::npos ||
+                          CountEscaped(bytes) != (has_escapes ? CountEscaped(escaped) : 0);
+  return {std::move(bytes), is_misread};
 }
 
 // The encoding holds for all components of a value, so those that were left plain follow.
@@ -113,6 +150,31 @@ void EncodeWhereNeeded(PropertyValue& value, std::string& bytes) {
   if (QuotedPrintableEncode(bytes, nullptr, 0) == bytes.size()) return;
   bytes = QuotedPrintableEncode(bytes);
   if ((value.flags & OSIF_VALUE_QUOTED_PRINTABLE) == 0) DeclareQuotedPrintable(value);
+}
+
+void PutText(WideView text, PropertyValue& value, uint32_t code_page, uint32_t encode_flags,
+             size_t index) {
+  SentText sent = ForSending(code_page, text);
+  const bool is_asked_for = (encode_flags & kEncodeQuotedPrintable) != 0 ||
+                            (value.flags & OSIF_VALUE_QUOTED_PRINTABLE) != 0;
+  if (is_asked_for || sent.is_misread) EncodeWhereNeeded(value, sent.bytes);
+  PropertyValue_SetComponent(&value, CopyText(sent.bytes), index);
+}
+
+// The character set holds for all components of a value, so the ASCII ones that were stored before
+// it was chosen follow, where it has other bytes for them.
+void FollowCharset(PropertyValue& value, uint32_t code_page) {
+  size_t index = 0;
+  for (const OsifText& node : Texts(value.components)) {
+    const size_t position = index++;
+    if (node.text == nullptr) continue;
+    const bool is_encoded = (value.flags & OSIF_VALUE_QUOTED_PRINTABLE) != 0;
+    const std::string bytes = is_encoded ? QuotedPrintableDecode(node.text) : node.text;
+    WideText text = MultiByteToText(kLatin1CodePage, bytes);
+    if (!IsAscii(text) || MultiByteToText(code_page, bytes) == text) continue;
+    RemoveEscapes(text);
+    PutText(text, value, code_page, 0, position);
+  }
 }
 
 }  // namespace
@@ -150,13 +212,9 @@ void PropertyValue_SetText(WideView text, PropertyValue* value, uint32_t encode_
                            size_t index) {
   if (value == nullptr) return;
   text = text.substr(0, text.find(u'\0'));
-  const WideText escaped = WithEscapes(text);
-  const Sending sending = ChooseSending(*value, escaped);
-  NameCharset(*value, sending.charset);
-  std::string bytes = TextToMultiByte(sending.code_page, escaped);
-  const bool is_asked_for = (encode_flags & kEncodeQuotedPrintable) != 0 ||
-                            (value->flags & OSIF_VALUE_QUOTED_PRINTABLE) != 0;
-  if (is_asked_for || WouldBeMisread(escaped, bytes)) EncodeWhereNeeded(*value, bytes);
-  PropertyValue_SetComponent(value, CopyText(bytes), index);
-  if (sending.code_page != kLatin1CodePage) value->codePage = sending.code_page;
+  const uint32_t code_page = ChooseCodePage(*value, text);
+  NameCharset(*value, SentCharsetName(code_page));
+  if (code_page != kLatin1CodePage && value->codePage == 0) FollowCharset(*value, code_page);
+  PutText(text, *value, code_page, encode_flags, index);
+  if (code_page != kLatin1CodePage) value->codePage = code_page;
 }

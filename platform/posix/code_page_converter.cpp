@@ -32,7 +32,6 @@ UConverter* ConverterNamed(const char* name) {
     UErrorCode error = U_ZERO_ERROR;
     Converter converter(ucnv_open(name, &error));
     if (U_FAILURE(error)) converter.reset();
-    if (converter != nullptr) ucnv_setFallback(converter.get(), true);
     found = converters.emplace(name, std::move(converter)).first;
   }
   if (found->second != nullptr) ucnv_reset(found->second.get());
@@ -45,6 +44,12 @@ char16_t ControlRead(char16_t unit) {
 }
 char16_t ControlWritten(char16_t unit) {
   return unit == 0x1A ? 0x1C : unit == 0x1C ? 0x7F : unit == 0x7F ? 0x1A : unit;
+}
+
+// What is handed to the converter in place of a unit.
+char16_t UnitWritten(const CodePage& page, char16_t unit) {
+  if (page.narrow_sign != 0 && unit == page.narrow_sign) return page.wide_sign;
+  return page.rotates_controls ? ControlWritten(unit) : unit;
 }
 
 // ---- What cannot be converted ------------------------------------------------------------------
@@ -124,6 +129,14 @@ void EncodeChunk(UConverter* converter, std::u16string_view text, bool is_last,
   } while (error == U_BUFFER_OVERFLOW_ERROR);
 }
 
+// At its beginning the converter would announce ASCII, in which a text is anyway.
+void StartInAscii(UConverter* converter) {
+  ucnv_reset(converter);
+  char buffer[16];
+  ConversionOutput<char> announced(buffer, sizeof(buffer));
+  EncodeChunk(converter, u"a", false, announced);
+}
+
 // Writes what brings the converter back to ASCII: all of one more letter but the letter.
 void CloseShift(UConverter* converter, ConversionOutput<char>& output) {
   char buffer[16];
@@ -132,18 +145,36 @@ void CloseShift(UConverter* converter, ConversionOutput<char>& output) {
   output.Put(buffer, std::min(closing.length(), sizeof(buffer)) - 1);
 }
 
+// ASCII, its escape doubled, and shifted texts in turn; the converter would write an escape while
+// it is shifted.
+void EncodeShifted(UConverter* converter, const CodePage& page, std::u16string_view text,
+                   ConversionOutput<char>& output) {
+  const auto is_ascii = [](char16_t unit) { return unit < 0x80; };
+  for (auto at = text.begin(); at != text.end();) {
+    for (; at != text.end() && is_ascii(*at); ++at) {
+      output.Put(static_cast<char>(*at));
+      if (*at == char16_t(page.escape)) output.Put(page.escape);
+    }
+    const auto end = std::find_if(at, text.end(), is_ascii);
+    if (at == end) return;
+    StartInAscii(converter);
+    EncodeChunk(converter, {at, end}, false, output);
+    CloseShift(converter, output);
+    at = end;
+  }
+}
+
 void EncodeWith(UConverter* converter, const CodePage& page, std::u16string_view text,
                 ConversionOutput<char>& output) {
-  if (page.leaves_shift && text.back() > 0x7F) {
-    EncodeChunk(converter, text, false, output);
-    return CloseShift(converter, output);
+  if (page.leaves_shift) return EncodeShifted(converter, page, text, output);
+  if (!page.rotates_controls && page.narrow_sign == 0) {
+    return EncodeChunk(converter, text, true, output);
   }
-  if (!page.rotates_controls) return EncodeChunk(converter, text, true, output);
   while (!text.empty()) {
     UChar chunk[kChunk];
     const size_t size = std::min(text.size(), kChunk);
     std::transform(text.begin(), text.begin() + static_cast<ptrdiff_t>(size), chunk,
-                   ControlWritten);
+                   [&page](char16_t unit) { return UnitWritten(page, unit); });
     text.remove_prefix(size);
     EncodeChunk(converter, {chunk, size}, text.empty(), output);
   }
@@ -257,6 +288,7 @@ ConversionReport EncodeText(const CodePage& page, std::u16string_view text,
   if (converter == nullptr) return {.is_available = false};
   const Replacing replacing{page, report};
   UErrorCode error = U_ZERO_ERROR;
+  ucnv_setFallback(converter, !page.lacks_symbols);
   ucnv_setFromUCallBack(converter, ReplaceUnits, &replacing, nullptr, nullptr, &error);
   EncodeWith(converter, page, text.substr(plain), output);
   return report;

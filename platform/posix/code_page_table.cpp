@@ -10,6 +10,11 @@ constexpr DetectedPage kKorean[] = {{"ISO-2022-KR", 50225}, {"EUC-KR", 949}};
 constexpr char kShiftJis[] = "ibm-943_P15A-2003";
 constexpr char kKoreanWindows[] = "windows-949-2000";
 
+constexpr char16_t kYen = u'\u00A5';
+constexpr char16_t kWideYen = u'\uFFE5';
+constexpr char16_t kWon = u'\u20A9';
+constexpr char16_t kWideWon = u'\uFFE6';
+
 // With ISO-2022-JP the reader takes half-width katakana in both their forms.
 constexpr char kIso2022JpReader[] = "ISO_2022,locale=ja,version=3";
 constexpr char kIso2022JpWriter[] = "ISO_2022,locale=ja,version=0";
@@ -18,8 +23,19 @@ constexpr char kIso2022Kr[] = "ISO_2022,locale=ko,version=1";
 constexpr CodePage Ordinary(UINT number, const char* name) {
   return {.number = number, .reader = name, .writer = name};
 }
-constexpr CodePage Mainframe(UINT number, const char* name) {
-  return {.number = number, .reader = name, .writer = name, .rotates_controls = true};
+constexpr CodePage Dos(UINT number, const char* name) {
+  return {.number = number,
+          .reader = name,
+          .writer = name,
+          .rotates_controls = true,
+          .lacks_symbols = true};
+}
+constexpr CodePage WithoutSymbols(UINT number, const char* name) {
+  return {.number = number, .reader = name, .writer = name, .lacks_symbols = true};
+}
+constexpr CodePage WithCurrency(UINT number, const char* name, char16_t narrow, char16_t wide) {
+  return {
+      .number = number, .reader = name, .writer = name, .narrow_sign = narrow, .wide_sign = wide};
 }
 constexpr CodePage Stateful(UINT number, const char* name) {
   return {.number = number, .reader = name, .writer = name, .extends_ascii = false};
@@ -36,12 +52,17 @@ constexpr CodePage National(UINT number, const char16_t* characters) {
 }
 
 constexpr CodePage kCodePages[] = {
-    Mainframe(852, "ibm-852"),
-    Mainframe(866, "ibm-866"),
-    Ordinary(874, "windows-874-2000"),
-    Mainframe(932, kShiftJis),
+    Dos(852, "ibm-852"),
+    Dos(866, "ibm-866"),
+    WithoutSymbols(874, "windows-874-2000"),
+    {.number = 932,
+     .reader = kShiftJis,
+     .writer = kShiftJis,
+     .rotates_controls = true,
+     .narrow_sign = kYen,
+     .wide_sign = kWideYen},
     Ordinary(936, "windows-936-2000"),
-    Ordinary(949, kKoreanWindows),
+    WithCurrency(949, kKoreanWindows, kWon, kWideWon),
     Ordinary(950, "windows-950-2000"),
     Ordinary(1250, "windows-1250"),
     Ordinary(1251, "windows-1251"),
@@ -59,7 +80,7 @@ constexpr CodePage kCodePages[] = {
     Ordinary(20127, "US-ASCII"),
     Ordinary(20866, "KOI8-R"),
     Ordinary(28591, "ISO-8859-1"),
-    Ordinary(28592, "ISO-8859-2"),
+    WithoutSymbols(28592, "ISO-8859-2"),
     Ordinary(28593, "ISO-8859-3"),
     Ordinary(28594, "ISO-8859-4"),
     Ordinary(28595, "ISO-8859-5"),
@@ -78,9 +99,16 @@ constexpr CodePage kCodePages[] = {
      .writer = kShiftJis,
      .detected = kJapanese,
      .extends_ascii = false,
-     .rotates_controls = true},
-    {.number = 50949, .writer = kKoreanWindows, .detected = kKorean, .extends_ascii = false},
-    Ordinary(51932, "EUC-JP"),
+     .rotates_controls = true,
+     .narrow_sign = kYen,
+     .wide_sign = kWideYen},
+    {.number = 50949,
+     .writer = kKoreanWindows,
+     .detected = kKorean,
+     .extends_ascii = false,
+     .narrow_sign = kWon,
+     .wide_sign = kWideWon},
+    WithCurrency(51932, "EUC-JP", kYen, kWideYen),
     // Texts called EUC-KR often hold the further syllables of Windows' page, which contains EUC-KR.
     {.number = 51949, .reader = kKoreanWindows, .writer = "EUC-KR"},
     {.number = 52936, .reader = "HZ", .writer = "HZ", .escape = '~', .leaves_shift = true},

@@ -31,10 +31,17 @@ struct CodePage {
   // The converter has the control characters 1A, 1C and 7F in one another's places, as on
   // mainframes.
   bool rotates_controls = false;
-  // The converter does not return to ASCII at the end of a text.
+  // The converter does not return to ASCII at the end of a text, nor for an escape.
   bool leaves_shift = false;
   // It has no half-width katakana; they are written as the full-width ones.
   bool widens_katakana = false;
+  // A currency sign that the converter would write as the backslash, in whose place old fonts show
+  // it, and the full-width sign that is written instead.
+  char16_t narrow_sign = 0;
+  char16_t wide_sign = 0;
+  // The converter would write symbols that it lacks as the control codes in whose places the
+  // displays of old computers show them; what it lacks is written as "?" and nothing else.
+  bool lacks_symbols = false;
 };
 
 // The places of ASCII that a national set may fill with characters of its own.

@@ -123,7 +123,13 @@ FILE* _wfopen(LPCWSTR name, LPCWSTR mode) {
     return nullptr;
   }
   FILE* stream = std::fopen(NativePath(name).c_str(), ToUtf8(mode).c_str());
-  if (stream == nullptr) SetLastErrorFromErrno();
+  if (stream == nullptr) {
+    SetLastErrorFromErrno();
+  } else if (IsFolder(fileno(stream))) {
+    std::fclose(stream);
+    SetLastError(ERROR_ACCESS_DENIED);
+    return nullptr;
+  }
   return stream;
 }
 

@@ -293,6 +293,13 @@ TEST(Date, AnIsoDateWithoutTimeReadsAsLocalMidnightAndIsWrittenBackAsTheSameEigh
   }
 }
 
+TEST(Date, AnIsoTextOfExactly8DigitsGives3FieldsAndIsAccepted) {
+  TimeZone zone("Europe/Berlin");
+  DATE date = 0;
+  EXPECT_NE(Iso8601ToDate("20020101", &date), 0);
+  EXPECT_DOUBLE_EQ(date, 37257.0);
+}
+
 class BadIsoText : public support::TextTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(BadIsoText, IsToldInTheTraceAndGivesTheNoDateMark) {
@@ -309,12 +316,16 @@ INSTANTIATE_TEST_SUITE_P(Texts, BadIsoText,
                                          "20000101 060000", "20000101x", "20000101T060000X",
                                          "20000101T060000z", "2000-01-01 06:30:00"));
 
-class ImpossibleIsoText : public testing::TestWithParam<const char*> {};
+class ImpossibleIsoText : public support::TextTest,
+                          public testing::WithParamInterface<const char*> {};
 
-TEST_P(ImpossibleIsoText, GivesTheNoDateMark) {
+TEST_P(ImpossibleIsoText, IsToldInTheTraceAndGivesTheNoDateMark) {
+  TraceReceiver trace;
   DATE date = 0;
   EXPECT_EQ(Iso8601ToDate(GetParam(), &date), 0);
   EXPECT_EQ(date, kNoDate);
+  EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  Error in date '" + std::string(GetParam()) +
+                                         "' - cannot convert from 8601"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, ImpossibleIsoText,
@@ -427,11 +438,14 @@ INSTANTIATE_TEST_SUITE_P(Texts, BadLegacyDate,
                          testing::Values("", "Jan 2 10:11:12", "January 2 10:11:12 2002",
                                          "Jan 2 10.11.12 2002", "Wed,x"));
 
-TEST_F(LegacyDate, AnImpossibleDateGivesZero) {
+TEST_F(LegacyDate, AnImpossibleDateIsToldAndGivesZero) {
+  TraceReceiver trace;
   FILETIME time{1, 1};
   EXPECT_EQ(LegacyDateToFileTime("Feb 30 10:11:12 2002", &time), 0);
   EXPECT_EQ(time.dwLowDateTime, 0u);
   EXPECT_EQ(time.dwHighDateTime, 0u);
+  EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  Error in date 'Feb 30 10:11:12 2002' - cannot "
+                                         "convert legacy Date"));
 }
 
 // ---- RFC 822 ----

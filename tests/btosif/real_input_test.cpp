@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "tests/support/contacts.h"
 #include "tests/support/settings.h"
@@ -22,6 +23,7 @@ using support::ReadCard;
 using support::ReadCards;
 using support::ReadOutcome;
 using support::Repeated;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -32,6 +34,10 @@ constexpr OsifResult kError = OSIF_PARSE_ERROR;
 
 class RealInput : public support::TextTest {};
 class BadInput : public support::TextTest {};
+
+constexpr char kNoBegin[] = "OSIF:  Error - vCard does not have a BEGIN tag";
+constexpr char kMissing[] =
+    "OSIF:  Error - vCard missing END tago or does not contain required VERSION or N properties";
 
 // The first note of a card with these lines, decoded.
 WideText Note(const std::string& lines) {
@@ -163,7 +169,7 @@ TEST_F(RealInput, ALineThatAnEncoderWithoutParametersBrokeIsReadAsTwoLines) {
   EXPECT_EQ(Note("NOTE:one=0D=0Atwo\r\n"), u"one\r\ntwo");
 }
 
-TEST_F(RealInput, A2600CardPhonebookIsReadWhole) {
+TEST_F(RealInput, AFileOf2600CardsIsReadWhole) {
   std::string bytes;
   for (int i = 0; i < 2600; ++i) {
     bytes += Card().Line("N:Lee" + std::to_string(i) + ";Ann").Line("TEL;CELL:1").Text();
@@ -175,7 +181,7 @@ TEST_F(RealInput, A2600CardPhonebookIsReadWhole) {
   EXPECT_THAT(outcome.cards.at(2599).First("n"), ElementsAre("Lee2599", "Ann"));
 }
 
-TEST_F(RealInput, ACardWithAPictureOfFiveMegabytesIsRead) {
+TEST_F(RealInput, ACardOfFiveMegabytesIsRead) {
   std::string picture =
       "PHOTO;ENCODING=BASE64:\r\n" + Repeated(" " + std::string(72, 'A') + "\r\n", 70000) + "\r\n";
   ReadOutcome outcome =
@@ -193,21 +199,35 @@ TEST_F(RealInput, ANoteOfFiveMegabytesIsKeptWhole) {
 
 // ---- What no one should send ----
 
-TEST_F(BadInput, AnEmptyFileIsAnError) {
+TEST_F(BadInput, AMissingFileIsNotOpenedAndTold) {
+  support::TempFolder folder;
+  const std::string path = folder.File("missing.vcf");
+  support::TraceReceiver trace;
+  OsifStream stream;
+  EXPECT_EQ(FILE_Open(stream, support::Wide(path).c_str(), u"rb"), 1);
+  EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  Unable to open file '" + path + "' in mode 'rb'"));
+}
+
+TEST_F(BadInput, AnEmptyFileIsAnErrorAndTold) {
+  support::TraceReceiver trace;
   ReadOutcome outcome = ReadCards("");
   EXPECT_EQ(outcome.result, kError);
   EXPECT_THAT(outcome.cards, IsEmpty());
+  EXPECT_THAT(trace.Lines(), ElementsAre(kNoBegin));
 }
 
-TEST_F(BadInput, BinaryDataIsAnError) {
+TEST_F(BadInput, BinaryDataIsAnErrorAndTold) {
   std::string bytes;
   uint32_t state = 12345;
   for (int i = 0; i < 200000; ++i) {
     state = state * 1664525 + 1013904223;
     bytes += static_cast<char>(state >> 24);
   }
+  support::TraceReceiver trace;
   EXPECT_EQ(ReadCards(bytes).result, kError);
+  EXPECT_THAT(trace.Lines(), ElementsAre(kNoBegin));
   EXPECT_EQ(ReadCards("BEGIN:VCARD\r\n" + bytes).result, kError);
+  EXPECT_THAT(trace.Lines(), Contains(kMissing));
 }
 
 TEST_F(BadInput, ACardThatIsCutAnywhereIsDeliveredOnlyWithItsWholeEnd) {
@@ -218,8 +238,15 @@ TEST_F(BadInput, ACardThatIsCutAnywhereIsDeliveredOnlyWithItsWholeEnd) {
                           .Text();
   size_t end_line = whole.find("END:VCARD");
   for (size_t length = 0; length < whole.size(); ++length) {
+    support::TraceReceiver trace;
     ReadOutcome outcome = ReadCards(std::string_view(whole).substr(0, length));
+    const std::vector<std::string> told = trace.Lines();
     bool has_end = length >= end_line + 3;  // "END" alone is an end without a value
+    if (has_end) {
+      EXPECT_THAT(told, IsEmpty()) << length;
+    } else {
+      EXPECT_THAT(told, Contains(testing::AnyOf(kNoBegin, kMissing))) << length;
+    }
     EXPECT_EQ(outcome.result, has_end ? kOk : kError) << length;
     EXPECT_EQ(outcome.cards.size(), has_end ? 1u : 0u) << length;
   }
@@ -240,17 +267,24 @@ TEST_F(BadInput, ALineOfTenMegabytesIsRead) {
   EXPECT_EQ(outcome.cards.at(0).First("tel").at(0), number);
 }
 
-TEST_F(BadInput, ANameOfTenMegabytesIsUnknown) {
+TEST_F(BadInput, ANameOfTenMegabytesIsUnknownAndToldByItsFirst51Characters) {
+  support::TraceReceiver trace;
   ReadOutcome outcome =
       ReadCards(Card().Line("N:x").Line(std::string(10u << 20, 'X') + ":1").Text());
   EXPECT_EQ(outcome.result, kWarning);
   EXPECT_THAT(outcome.cards, SizeIs(1));
+  EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  Warning - Parser encountered unknown property: '" +
+                                         std::string(51, 'X') + "'"));
 }
 
 TEST_F(BadInput, AHundredThousandNestedBeginLinesAreReadAndRefused) {
+  support::TraceReceiver trace;
   ReadOutcome outcome = ReadCards(Repeated("BEGIN:VCARD\r\n", 100000));
   EXPECT_EQ(outcome.result, kError);
   EXPECT_THAT(outcome.cards, IsEmpty());
+  EXPECT_THAT(
+      trace.Lines(),
+      ElementsAre("OSIF:  WARNING - vCard missing VERSION property.  Assuming '2.1'.", kMissing));
 }
 
 TEST_F(BadInput, AHundredThousandNestedObjectsThatAreAllEndedAreReadAndPassedOver) {
@@ -292,15 +326,20 @@ TEST_F(BadInput, ALineEndsAtItsZeroByte) {
   EXPECT_THAT(outcome.cards.at(0).First("tel"), ElementsAre("1"));
 }
 
-TEST_F(BadInput, ALineThatBeginsWithAZeroByteIsABlankLine) {
+TEST_F(BadInput, ALineThatBeginsWithAZeroByteIsABlankLineAndTold) {
+  support::TraceReceiver trace;
   std::string line("\0FN:Ann", 7);
   ReadOutcome outcome = ReadCards(Card().Line("N:x").Line(line).Text());
   EXPECT_EQ(outcome.result, kWarning);
   EXPECT_THAT(outcome.cards, SizeIs(1));
+  EXPECT_THAT(trace.Lines(),
+              ElementsAre("OSIF:  Warning - Parser encounted a blank line in vCard"));
 }
 
-TEST_F(BadInput, AFileOfZeroBytesIsAnError) {
+TEST_F(BadInput, AFileOfNulBytesIsAnErrorAndTold) {
+  support::TraceReceiver trace;
   EXPECT_EQ(ReadCards(std::string(1u << 20, '\0')).result, kError);
+  EXPECT_THAT(trace.Lines(), ElementsAre(kNoBegin));
 }
 
 TEST_F(BadInput, AHundredThousandTelephoneNumbersInOneCardAreKept) {
@@ -343,10 +382,12 @@ TEST_F(BadInput, AReadErrorInsideACardEndsTheReading) {
   EXPECT_EXIT(ReadCardWithAReadError(), testing::ExitedWithCode(0), "");
 }
 
-TEST_F(BadInput, AFolderIsNoVCard) {
+TEST_F(BadInput, ADirectoryIsNoVCard) {
   OsifStream stream;
-  if (FILE_Open(stream, u"/", u"rb") != 0) return;
+  FILE_Open(stream, u"/", u"rb");
+  support::TraceReceiver trace;
   EXPECT_EQ(VCard_ReadFile(stream, nullptr, nullptr), kError);
+  EXPECT_THAT(trace.Lines(), ElementsAre(kNoBegin));
 }
 
 TEST_F(BadInput, AMegabyteOfLineEndsBetweenCardsEndsTheReading) {

@@ -78,6 +78,12 @@ TEST(LineReader, AtTheEndOfTheFileAnEmptyLineIsReturned) {
   EXPECT_EQ(FirstLine(""), "");
 }
 
+TEST(LineReader, AStreamThatIsNotOpenHasOnlyEmptyLines) {
+  OsifStream closed;
+  EXPECT_EQ(NextLine(closed), "");
+  EXPECT_EQ(NextLine(closed), "");
+}
+
 TEST(LineReader, TheLastLineNeedsNoLineEnd) {
   EXPECT_THAT(FirstLines("a\r\nb", 3), ElementsAre("a", "b", ""));
 }

@@ -57,6 +57,20 @@ INSTANTIATE_TEST_SUITE_P(
         SplitCase{"TEL;HOME", "TEL", "HOME", ""}, SplitCase{"", "", "", ""},
         SplitCase{"N\\", "N\\", "", ""}));
 
+TEST(SplitProperty, ABackslashBeforeASemicolonInANameKeepsBothAndSplitsNothing) {
+  Split split = SplitLine("A\\;B;HOME:x");
+  EXPECT_EQ(split.name, "A\\;B");
+  EXPECT_EQ(split.params, "HOME");
+  EXPECT_EQ(split.value, "x");
+}
+
+TEST(SplitProperty, ALineWithoutAColonOrASemicolonHasAnEmptyValue) {
+  Split split = SplitLine("just text");
+  EXPECT_EQ(split.name, "just text");
+  EXPECT_EQ(split.params, "");
+  EXPECT_EQ(split.value, "");
+}
+
 TEST(SplitPropertyRoom, ANameOf60CharactersIsCutToItsFirst51) {
   EXPECT_EQ(SplitLine(std::string(60, 'N') + ";HOME:x").name, std::string(51, 'N'));
   EXPECT_EQ(SplitLine(std::string(60, 'N') + ";HOME:x").params, "HOME");

@@ -5,10 +5,14 @@
 
 #include <cctype>
 #include <string>
+#include <vector>
 
+#include "btosif/osif_util/value_text.h"
+#include "tests/support/files.h"
 #include "tests/support/settings.h"
 #include "tests/support/text_test.h"
 #include "tests/support/trace_receiver.h"
+#include "tests/support/values.h"
 
 namespace {
 
@@ -90,7 +94,7 @@ constexpr Row kRows[] = {
      "\x9D\xA2"
      "d\xAB"},
     {"IBM866", 866, 866, "IBM866", kRussian, "\x8F\xE0\xA8\xA2\xA5\xE2"},
-    {"IRV", 20105, 20105, "IRV", u"Hello [1]", "Hello [1]"},
+    {"IRV", 20105, 20105, "IRV", u"\u00A4[1]\u203E", "$[1]~"},
     {"ISO-2022-JP", 50220, 50220, "ISO-2022-JP", kJapan, "\x1B$BF|K\\\x1B(B"},
     {"ISO-2022-JP", 50222, 50220, "ISO-2022-JP", kJapan, "\x1B$BF|K\\\x1B(B"},
     {"ISO-2022-KR", 50225, 50225, "ISO-2022-KR", kHangul, "\x1B$)C\x0EGQ1[\x0F"},
@@ -136,7 +140,7 @@ TEST_F(Charset, TheTableHasTheseRowsInThisOrder) {
   }
 }
 
-class CharsetRowTest : public testing::TestWithParam<Row> {};
+class CharsetRowTest : public support::TextTest, public testing::WithParamInterface<Row> {};
 
 TEST_P(CharsetRowTest, TheNameStandsForItsCodePage) {
   EXPECT_EQ(CharsetToCodePage(GetParam().name), GetParam().read_as);
@@ -158,6 +162,25 @@ TEST_P(CharsetRowTest, TextIsReadFromItsBytes) {
 
 TEST_P(CharsetRowTest, TextIsWrittenAsItsBytes) {
   EXPECT_EQ(TextToMultiByte(GetParam().code_page, GetParam().text), GetParam().bytes);
+}
+
+// With the name as the output setting, and by a reader that has nothing but the text and its
+// parameters.
+TEST_P(CharsetRowTest, TextIsSentUnderTheNameAndReadAgain) {
+  const Row& row = GetParam();
+  SetSetting(u"DefaultOutputCharset", support::Wide(row.name));
+  ValueList sent = support::MakeValue({}, {});
+  PropertyValue_SetText(row.text, sent.get(), 0, 0);
+  std::vector<std::string> params = support::ParamsOf(*sent);
+  if (row.read_as == 1252) {
+    EXPECT_THAT(params, testing::Not(testing::Contains(testing::HasSubstr("CHARSET"))));
+  } else {
+    EXPECT_THAT(params, testing::Contains(std::string("CHARSET=") + row.written_as));
+  }
+  std::string joined;
+  for (const std::string& param : params) joined += (joined.empty() ? "" : ";") + param;
+  ValueList received = support::Parsed(ComponentText(sent.get(), 0), joined);
+  EXPECT_EQ(PropertyValue_GetText(received.get(), 0), row.text);
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, CharsetRowTest, testing::ValuesIn(kRows), [](const auto& row) {
@@ -222,7 +245,7 @@ TEST_F(Charset, TheNativeCodePageIsReadOnceAndKept) {
 TEST_F(Charset, WithoutASettingTextGoesOutInUtf8AndComesInAs1252) {
   TraceReceiver trace;
   EXPECT_EQ(OutputCodePage(), 65001u);
-  EXPECT_STREQ(OutputCharsetName(), "UTF-8");
+  EXPECT_STREQ(SentCharsetName(OutputCodePage()), "UTF-8");
   EXPECT_EQ(InputCodePage(), 1252u);
   EXPECT_THAT(trace.Lines(), ElementsAre());
 }
@@ -238,7 +261,7 @@ TEST_F(Charset, ANameOfTheTableChoosesItsCodePage) {
   SetSetting(u"DefaultOutputCharset", u"SJIS");
   SetSetting(u"DefaultInputCharset", u"koi8-r");
   EXPECT_EQ(OutputCodePage(), 932u);
-  EXPECT_STREQ(OutputCharsetName(), "SHIFT-JIS");
+  EXPECT_STREQ(SentCharsetName(OutputCodePage()), "SHIFT-JIS");
   EXPECT_EQ(InputCodePage(), 20866u);
 }
 
@@ -248,7 +271,7 @@ TEST_F(Charset, NativeChoosesTheSystemsCodePageSilently) {
   SetSetting(u"DefaultInputCharset", u"NATIVE");
   TraceReceiver trace;
   EXPECT_EQ(OutputCodePage(), 1251u);
-  EXPECT_STREQ(OutputCharsetName(), "WINDOWS-1251");
+  EXPECT_STREQ(SentCharsetName(OutputCodePage()), "WINDOWS-1251");
   EXPECT_EQ(InputCodePage(), 1251u);
   EXPECT_THAT(trace.Lines(), ElementsAre());
 }
@@ -258,7 +281,7 @@ TEST_F(Charset, AnUnknownOutputNameIsToldAndChoosesTheSystemsCodePage) {
   SetSetting(u"DefaultOutputCharset", u"KLINGON");
   TraceReceiver trace;
   EXPECT_EQ(OutputCodePage(), 1251u);
-  EXPECT_STREQ(OutputCharsetName(), "WINDOWS-1251");
+  EXPECT_STREQ(SentCharsetName(OutputCodePage()), "WINDOWS-1251");
   EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  Registry output CHARSET 'KLINGON' not valid, "
                                          "using native codepage"));
 }
@@ -277,7 +300,7 @@ TEST_F(Charset, AnUnknownNameIsToldOnlyOnce) {
   OutputCodePage();
   TraceReceiver trace;
   OutputCodePage();
-  OutputCharsetName();
+  SentCharsetName(OutputCodePage());
   EXPECT_THAT(trace.Lines(), ElementsAre());
 }
 
@@ -286,8 +309,15 @@ TEST_F(Charset, CodePage1252IsSentUnderNoName) {
     ForgetCharsetChoices();
     SetSetting(u"DefaultOutputCharset", name);
     EXPECT_EQ(OutputCodePage(), 1252u);
-    EXPECT_EQ(OutputCharsetName(), nullptr);
+    EXPECT_EQ(SentCharsetName(OutputCodePage()), nullptr);
   }
+}
+
+TEST_F(Charset, OtherCodePagesAreSentUnderTheirNamesAndUnknownOnesUnderNone) {
+  EXPECT_EQ(SentCharsetName(1252), nullptr);
+  EXPECT_STREQ(SentCharsetName(28591), "ISO-8859-1");
+  EXPECT_STREQ(SentCharsetName(65001), "UTF-8");
+  EXPECT_EQ(SentCharsetName(437), nullptr);
 }
 
 TEST_F(Charset, TheSettingsAreReadOnceAndKept) {
@@ -296,11 +326,11 @@ TEST_F(Charset, TheSettingsAreReadOnceAndKept) {
   SetSetting(u"DefaultOutputCharset", u"KOI8-R");
   SetSetting(u"DefaultInputCharset", u"KOI8-R");
   EXPECT_EQ(OutputCodePage(), 65001u);
-  EXPECT_STREQ(OutputCharsetName(), "UTF-8");
+  EXPECT_STREQ(SentCharsetName(OutputCodePage()), "UTF-8");
   EXPECT_EQ(InputCodePage(), 1252u);
   ForgetCharsetChoices();
   EXPECT_EQ(OutputCodePage(), 20866u);
-  EXPECT_STREQ(OutputCharsetName(), "KOI8-R");
+  EXPECT_STREQ(SentCharsetName(OutputCodePage()), "KOI8-R");
   EXPECT_EQ(InputCodePage(), 20866u);
 }
 

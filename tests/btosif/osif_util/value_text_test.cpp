@@ -84,7 +84,7 @@ TEST_F(GetText, ASecondByteThatLooksLikeABackslashIsNoEscape) {
   EXPECT_EQ(Read("=83=5C=95=5C", "QUOTED-PRINTABLE;CHARSET=SHIFT-JIS"), u"\u30BD\u8868");
 }
 
-TEST_F(GetText, ANameOfNoCharsetUsesTheInputCodePage) {
+TEST_F(GetText, ACharsetParameterNamingAnUnknownSetUsesTheInputCodePage) {
   SetSetting(u"DefaultInputCharset", u"KOI8-R");
   EXPECT_EQ(Read("\xF0\xD2", "CHARSET=KLINGON"), u"\u041F\u0440");
 }
@@ -298,6 +298,43 @@ TEST_F(SetText, AnAsciiComponentDoesNotChooseForTheNextOne) {
   EXPECT_THAT(ParamsOf(*value), ElementsAre("CHARSET=UTF-8", "ENCODING=QUOTED-PRINTABLE"));
 }
 
+struct FollowCase {
+  const char16_t* charset;
+  const char16_t* ascii;  // the first component
+  const char* stored;     // as it is sent once the second one has chosen the character set
+};
+
+class FollowingText : public support::TextTest, public testing::WithParamInterface<FollowCase> {};
+
+TEST_P(FollowingText, AnAsciiComponentStoredBeforeTheCharsetWasChosenFollowsIt) {
+  const FollowCase& follow = GetParam();
+  SetSetting(u"DefaultOutputCharset", follow.charset);
+  ValueList value = Made(follow.ascii, 0);
+  PropertyValue_SetText(u"\u00E4\u65E5", value.get(), 0, 1);
+  EXPECT_EQ(ComponentText(value.get(), 0), follow.stored);
+}
+
+INSTANTIATE_TEST_SUITE_P(Charsets, FollowingText,
+                         testing::Values(FollowCase{u"UTF-7", u"1+1", "1+-1"},
+                                         FollowCase{u"UTF-7", u"Lee", "Lee"},
+                                         FollowCase{u"HZ-GB-2312", u"a~{b", "a~~{b"},
+                                         FollowCase{u"DIN_66003", u"a;b", "a=3Bb"},
+                                         FollowCase{u"DIN_66003", u"a[b", "a?b"},
+                                         FollowCase{u"NS_4551-1", u"a~b", "a?b"},
+                                         FollowCase{u"SEN_850200_B", u"$5", "?5"},
+                                         FollowCase{u"IRV", u"$5", "?5"},
+                                         FollowCase{u"ISO-2022-KR", u"Lee", "Lee"},
+                                         FollowCase{u"SHIFT-JIS", u"a;b\\c", "a\\;b\\\\c"},
+                                         FollowCase{u"UTF-8", u"a;b+c~[", "a\\;b+c~["}));
+
+TEST_F(SetText, AnEncodedComponentFollowsTheCharsetToo) {
+  SetSetting(u"DefaultOutputCharset", u"UTF-7");
+  ValueList value = Made(u"1+1=2");
+  PropertyValue_SetText(u"\u00FC", value.get(), 0, 1);
+  EXPECT_THAT(ComponentsOf(*value), ElementsAre("1+-1=3D2", "+APw-"));
+  EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"1+1=2");
+}
+
 TEST_F(SetText, AChosenCodePageHoldsForAnAsciiComponent) {
   SetSetting(u"DefaultOutputCharset", u"UTF-7");
   ValueList value = Made(u"\u00FC", 0);
@@ -340,6 +377,43 @@ TEST_F(SetText, AnOutputSettingOfIso88591Chooses1252AndNoCharsetIsEverWritten) {
   EXPECT_THAT(ParamsOf(*value), ElementsAre("ENCODING=QUOTED-PRINTABLE"));
   EXPECT_EQ(value->flags, 0x1u);
   EXPECT_EQ(value->codePage, 0u);
+}
+
+TEST_F(SetText, ACodePage1252ThatWasReadIsNotNamed) {
+  ValueList value = Parsed("x", "");
+  PropertyValue_GetText(value.get(), 0);
+  PropertyValue_SetText(u"Ren\u00E9", value.get(), 0, 0);
+  EXPECT_THAT(ComponentsOf(*value), ElementsAre("Ren\xE9"));
+  EXPECT_THAT(ParamsOf(*value), ElementsAre());
+}
+
+TEST_F(SetText, ALookAlikeThatTheCharsetWritesForAnEscapedCharacterIsEscapedToo) {
+  SetSetting(u"DefaultOutputCharset", u"WINDOWS-1250");
+  ValueList value = Made(u"\u0141\uFF3Cb\uFF1Bc", 0);  // the full-width backslash and semicolon
+  EXPECT_THAT(ComponentsOf(*value), ElementsAre("\xA3\\\\b\\;c"));
+  EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"\u0141\\b;c");
+}
+
+TEST_F(SetText, AYenSignInAJapaneseCharsetStaysAYenSign) {
+  for (const char16_t* name : {u"SHIFT-JIS", u"SJIS", u"EUC-JP", u"X-EUC", u"_AUTODETECT"}) {
+    ForgetCharsetChoices();
+    SetSetting(u"DefaultOutputCharset", name);
+    ValueList value = Made(u"\u00A51,000 \u3067\u3059", 0);
+    EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"\uFFE51,000 \u3067\u3059");
+  }
+}
+
+TEST_F(SetText, WhereTheCharsetHasNoBackslashASemicolonIsEncodedInsteadOfEscaped) {
+  SetSetting(u"DefaultOutputCharset", u"DIN_66003");
+  ValueList value = Made(u"\u00D6;\u00C4", 0);
+  EXPECT_THAT(ComponentsOf(*value), ElementsAre("=5C=3B["));
+  EXPECT_THAT(ParamsOf(*value), ElementsAre("CHARSET=DIN_66003", "ENCODING=QUOTED-PRINTABLE"));
+  EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"\u00D6;\u00C4");
+}
+
+TEST_F(SetText, WhereTheCharsetHasNoBackslashItBecomesAQuestionMark) {
+  SetSetting(u"DefaultOutputCharset", u"DIN_66003");
+  EXPECT_EQ(PropertyValue_GetText(Made(u"\u00E4\\b", 0).get(), 0), u"\u00E4?b");
 }
 
 TEST_F(SetText, WhatTheCharsetCannotHoldBecomesAQuestionMark) {

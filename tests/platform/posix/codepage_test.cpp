@@ -157,6 +157,55 @@ TEST(CodePages, HalfWidthKatakanaAreWrittenInFullWidthWhereThereAreNone) {
   EXPECT_FALSE(used);
 }
 
+TEST(CodePages, ACurrencySignWhosePlaceTheBackslashTakesIsWrittenInFullWidth) {
+  for (const UINT japanese : {932u, 50932u}) {
+    EXPECT_EQ(Encode(japanese, u"\u00A5100"),
+              "\x81\x8F"
+              "100")
+        << japanese;
+  }
+  EXPECT_EQ(Encode(51932, u"\u00A5100"),
+            "\xA1\xEF"
+            "100");
+  for (const UINT korean : {949u, 50949u, 51949u}) {
+    EXPECT_EQ(Encode(korean, u"\u20A9100"),
+              "\xA3\xDC"
+              "100")
+        << korean;
+  }
+}
+
+TEST(CodePages, TheYenSignOfTheEscapedJapaneseSetsIsWrittenAsItIs) {
+  for (const UINT page : {50220u, 50221u, 50222u}) {
+    EXPECT_EQ(Encode(page, u"\u00A5"), "\x1B(J\\\x1B(B") << page;
+    EXPECT_EQ(Decode(page, "\x1B(J\\\x1B(B"), u"\u00A5") << page;
+  }
+}
+
+// Note, bullet, inverse circle and arrow are shown by old displays in place of control codes.
+TEST(CodePages, NoSymbolIsWrittenAsAControlCode) {
+  for (const UINT page : {852u, 866u, 874u, 1250u, 20866u, 28591u, 28592u, 28595u, 28605u}) {
+    for (const char16_t symbol : {u'\u266A', u'\u2022', u'\u25D9', u'\u2190', u'\u25BA'}) {
+      const std::string bytes = Encode(page, std::u16string(1, symbol));
+      ASSERT_EQ(bytes.size(), 1u) << page;
+      EXPECT_GE(static_cast<unsigned char>(bytes[0]), 0x20) << page << " " << int{symbol};
+    }
+  }
+  EXPECT_EQ(Encode(28592, u"\u266A\u2022\u00A9"), "???");
+}
+
+TEST(CodePages, AShiftedSetReturnsToAsciiForItsEscape) {
+  EXPECT_EQ(Encode(52936, u"\u4E2D~\u6587a"), "~{VP~}~~~{ND~}a");
+  EXPECT_EQ(Encode(52936, u"\uAC00\u4E2D"), "?~{VP~}");
+}
+
+TEST(CodePages, AsciiIsNotAnnouncedInAShiftedSet) {
+  EXPECT_EQ(Encode(52936, u"a~{b"), "a~~{b");
+  EXPECT_EQ(Encode(52936, u"~"), "~~");
+  EXPECT_EQ(Encode(52936, u"\uAC00"), "?");
+  EXPECT_EQ(Encode(52936, u"~\u4E2D~"), "~~~{VP~}~~");
+}
+
 TEST(CodePages, AShiftedTextEndsInAscii) {
   EXPECT_EQ(Encode(52936, u"\u4E2D"), "~{VP~}");
   EXPECT_EQ(Encode(52936, u"\u4E2D\uAC00"), "~{VP~}?");
