@@ -94,7 +94,7 @@ enum {
 /* One parameter or one component of a value. */
 typedef struct OsifText {
   struct OsifText* next;
-  char* text;   /* owned, zero-terminated; null where a position has no text */
+  char* text;   /* zero-terminated, released with its value; null where a position has no text */
   uint8_t used; /* 1 for a node that belongs to the value */
 } OsifText;
 

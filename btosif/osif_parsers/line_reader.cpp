@@ -2,8 +2,10 @@
 // met, each with what ended it, and are then copied one behind the other.
 #include "btosif/osif_parsers/line_reader.h"
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
+#include <utility>
 
 #include "btosif/osif_util/ascii.h"
 #include "config/trace.h"
@@ -27,6 +29,7 @@ struct PhysicalLine {
 
 // An unpaired "=" at the end of the text: one that is not the second character behind another "=".
 bool EndsInEquals(std::string_view text) {
+  if (!text.ends_with('=')) return false;
   const size_t other = text.find_last_not_of('=');
   const size_t run = other == std::string_view::npos ? text.size() : text.size() - other - 1;
   return run % 2 == 1;
@@ -101,86 +104,136 @@ class Scanner {
   size_t begin_ = 0;  // of the physical line to look at next
 };
 
-// Tells that there was no room for the line that takes up the window's first `size` bytes, and leaves it.
-OwnedText NoMemory(OsifStream& stream, size_t size, size_t room) {
-  OSIF_Trace(0, kNoMemory, static_cast<int>(room));
-  stream.Skip(size);
-  return nullptr;
+// Room for a line of so many bytes in the file, and for its terminator.
+OwnedText NewLine(size_t raw_length) {
+  return OwnedText(static_cast<char*>(OsifAllocRaw(raw_length + 1)));
 }
 
-// Copies the physical lines of the window's first `size` bytes, joined.
-void CopyJoined(OsifStream& stream, char* out) {
+// Tells that there was no room for a line, and leaves the first bytes of the window behind.
+LogicalLine NoMemory(OsifStream& stream, size_t bytes, size_t raw_length) {
+  OSIF_Trace(0, kNoMemory, static_cast<int>(raw_length + 1));
+  stream.Skip(bytes);
+  return {false, 0, {}, nullptr};
+}
+
+// Copies the physical lines of the window's first logical line, joined; returns their length.
+size_t CopyJoined(OsifStream& stream, char* text) {
   Scanner scanner(stream);
+  char* out = text;
   for (;;) {
     const size_t begin = scanner.begin();
     const PhysicalLine line = *scanner.Next();
-    const size_t length = line.end - begin;
-    std::memcpy(out, stream.Window().data() + begin, length);
-    out += length;
-    if (line.ending == Ending::kLine) break;
+    out += stream.Window().copy(out, line.end - begin, begin);
+    if (line.ending == Ending::kLine) return static_cast<size_t>(out - text);
     if (line.ending == Ending::kFold) *out++ = ' ';
   }
-  *out = '\0';
 }
 
-// True when the delimiter-copying below takes the character at `text` as protected.
-bool IsEscape(const char* text) {
-  return text[0] == '\\' && (text[1] == ';' || text[1] == '\\');
+// A line ends at its first carriage return, and as a text at its first zero byte.
+std::string_view CutLine(std::string_view text) {
+  text = text.substr(0, text.find('\r'));
+  return text.substr(0, text.find('\0'));
 }
 
-// Copies up to one of the delimiters; what does not fit is skipped. Returns where it stopped: at a
-// delimiter or at the line's terminator.
+// True when the delimiter-copying below takes the first character as protected.
+bool IsEscape(std::string_view text) {
+  return text.size() > 1 && text[0] == '\\' && (text[1] == ';' || text[1] == '\\');
+}
+
+// Moves the front of a text up to one of the two delimiters into a field; what does not fit is dropped.
+// Returns the field's length.
 template <size_t kRoom>
-const char* CopyField(char (&field)[kRoom], const char* text, const char* delimiters) {
+size_t TakeField(char (&field)[kRoom], std::string_view& text, char delimiter, char other) {
+  const auto is_delimiter = [&](char c) { return c == delimiter || c == other; };
   size_t length = 0;
-  while (*text != '\0' && std::strchr(delimiters, *text) == nullptr) {
-    const size_t count = IsEscape(text) ? 2 : 1;
-    if (length + count < kRoom) {
-      std::memcpy(field + length, text, count);
-      length += count;
-    }
-    text += count;
+  size_t i = 0;
+  // Most fields have no escape and fit.
+  for (; i < text.size() && i + 1 < kRoom && !is_delimiter(text[i]) && text[i] != '\\'; ++i) {
+    field[length++] = text[i];
+  }
+  while (i < text.size() && !is_delimiter(text[i])) {
+    const size_t count = IsEscape(text.substr(i)) ? 2 : 1;
+    if (length + count < kRoom) length += text.copy(field + length, count, i);
+    i += count;
   }
   field[length] = '\0';
-  return text;
+  text.remove_prefix(i);
+  return length;
 }
 
-// The text behind a delimiter; the empty text when the line ended without one.
-const char* Behind(const char* delimiter) { return *delimiter == '\0' ? delimiter : delimiter + 1; }
+struct Fields {
+  size_t name_length;
+  size_t params_length;
+  std::string_view value;  // empty when the line ended before
+};
+
+Fields TakeFields(char (&name)[kNameRoom], char (&params)[kParamRoom], std::string_view line) {
+  Fields fields = {TakeField(name, line, ';', ':'), 0, {}};
+  params[0] = '\0';
+  if (line.starts_with(';')) {
+    line.remove_prefix(1);
+    fields.params_length = TakeField(params, line, ':', ':');
+  }
+  fields.value = line.substr(line.empty() ? 0 : 1);
+  return fields;
+}
+
+// Removes the blanks and tabs of a text; returns the length that is left.
+size_t StripBlanks(char* text, size_t length) {
+  size_t kept = 0;
+  while (kept < length && !IsFoldCharacter(text[kept])) ++kept;
+  for (size_t i = kept; i < length; ++i) {
+    if (!IsFoldCharacter(text[i])) text[kept++] = text[i];
+  }
+  text[kept] = '\0';
+  return kept;
+}
 
 }  // namespace
 
-OwnedText FileLine(OsifStream& stream) {
+LogicalLine ReadLogicalLine(OsifStream& stream) {
   Scanner scanner(stream);
-  size_t size = 0;
-  for (bool is_whole = false; !is_whole;) {
-    const std::optional<PhysicalLine> line = scanner.Next();
-    if (!line) return NoMemory(stream, stream.Window().size(), stream.Window().size());
-    size = line->next;
-    is_whole = line->ending == Ending::kLine;
-  }
+  std::optional<PhysicalLine> line = scanner.Next();
+  const bool is_folded = line && line->ending != Ending::kLine;
+  while (line && line->ending != Ending::kLine) line = scanner.Next();
+  if (!line) return NoMemory(stream, stream.Window().size(), stream.Window().size());
 
-  const size_t room = size + 1;
-  OwnedText text(static_cast<char*>(OsifAlloc(room)));
-  if (text == nullptr) return NoMemory(stream, size, room);
-  CopyJoined(stream, text.get());
-  text.get()[std::strcspn(text.get(), "\r")] = '\0';
-  stream.Skip(size);
-  return text;
+  LogicalLine read = {true, line->next, stream.Window().substr(0, line->end), nullptr};
+  if (is_folded) {
+    read.joined = NewLine(line->next);
+    if (read.joined == nullptr) return NoMemory(stream, line->next, line->next);
+    read.text = {read.joined.get(), CopyJoined(stream, read.joined.get())};
+  }
+  read.text = CutLine(read.text);
+  stream.Skip(line->next);
+  return read;
+}
+
+OwnedText FileLine(OsifStream& stream) {
+  LogicalLine line = ReadLogicalLine(stream);
+  if (!line.has_memory) return nullptr;
+  if (line.joined == nullptr) {
+    line.joined = NewLine(line.raw_length);
+    if (line.joined == nullptr) return NoMemory(stream, 0, line.raw_length).joined;
+    line.text.copy(line.joined.get(), line.text.size());
+  }
+  line.joined.get()[line.text.size()] = '\0';
+  return std::move(line.joined);
 }
 
 const char* SplitProperty(char (&name)[kNameRoom], char (&params)[kParamRoom], const char* line) {
-  params[0] = '\0';
-  const char* delimiter = CopyField(name, line, ";:");
-  if (*delimiter == ';') delimiter = CopyField(params, delimiter + 1, ":");
-  return Behind(delimiter);
+  return TakeFields(name, params, line).value.data();
 }
 
 char* StripBlanks(char* text) {
-  char* out = text;
-  for (const char* in = text; *in != '\0'; ++in) {
-    if (*in != ' ' && *in != '\t') *out++ = *in;
-  }
-  *out = '\0';
+  StripBlanks(text, std::strlen(text));
   return text;
+}
+
+SplitLine SplitStripped(char (&name)[kNameRoom], char (&params)[kParamRoom],
+                        std::string_view line) {
+  const Fields fields = TakeFields(name, params, line);
+  return {{name, StripBlanks(name, fields.name_length)},
+          {params, StripBlanks(params, fields.params_length)},
+          fields.value};
 }

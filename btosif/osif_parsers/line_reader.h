@@ -19,6 +19,16 @@ inline constexpr size_t kParamRoom = 128;
 // carriage return that no line feed follows.
 OwnedText FileLine(OsifStream& stream);
 
+// The same, but a line that is not folded is not copied: its text lies in the stream's window, where it is
+// valid until the stream is read from again.
+struct LogicalLine {
+  bool has_memory;
+  size_t raw_length;      // in the file, with line ends
+  std::string_view text;  // not terminated
+  OwnedText joined;       // where the text of a folded line lies; else null
+};
+LogicalLine ReadLogicalLine(OsifStream& stream);
+
 // Splits a line into its name and its parameter text (both cut silently at their rooms) and returns the
 // value, which starts inside `line` and is empty when the line has neither ":" nor ";". A backslash before
 // ";" or before a backslash protects it; both characters are kept.
@@ -26,3 +36,12 @@ const char* SplitProperty(char (&name)[kNameRoom], char (&params)[kParamRoom], c
 
 // Removes every blank and tab, in place, and returns the text.
 char* StripBlanks(char* text);
+
+// Both steps in one, for a line that need not be terminated: name and parameters, without their blanks, are in
+// the two buffers, the value is in the line.
+struct SplitLine {
+  std::string_view name;
+  std::string_view params;
+  std::string_view value;
+};
+SplitLine SplitStripped(char (&name)[kNameRoom], char (&params)[kParamRoom], std::string_view line);

@@ -1,5 +1,7 @@
 #include "btosif/osif_parsers/object_loop.h"
 
+#include <cstring>
+
 #include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/decimal_number.h"
 
@@ -7,6 +9,11 @@ void ObjectDelivery::Deliver(OsifResult object_result) {
   Add(object_result);
   if (callback_ != nullptr) callback_(store_id_, object_.get(), result_, context_);
   Clear();
+}
+
+void ObjectDelivery::ClearFrame() {
+  std::memset(object_->xIrmcLuid, 0, sizeof object_->xIrmcLuid);
+  std::memset(object_->version, 0, sizeof object_->version);
 }
 
 bool IsType(std::string_view value, std::string_view word) {

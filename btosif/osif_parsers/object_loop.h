@@ -32,6 +32,9 @@ class ObjectDelivery {
   // Releases and clears the record.
   void Clear() { FreeObject(store_id_, *object_); }
 
+  // Clears what the kinds of objects have in common, in a record without lists.
+  void ClearFrame();
+
  private:
   int32_t store_id_;
   OsifReadCallback callback_;

@@ -11,10 +11,8 @@ PropertyLine::PropertyLine()
 }
 
 PropertyLine::Kind PropertyLine::Read(OsifStream& stream) {
-  line_ = FileLine(stream);
-  if (line_ == nullptr) return Kind::kNoMemory;
-  value_ = SplitProperty(name_->text, params_->text, line_.get());
-  StripBlanks(name_->text);
-  StripBlanks(params_->text);
-  return line_.get()[0] == '\0' ? Kind::kBlank : Kind::kProperty;
+  line_ = ReadLogicalLine(stream);
+  if (!line_.has_memory) return Kind::kNoMemory;
+  split_ = SplitStripped(name_->text, params_->text, line_.text);
+  return line_.text.empty() ? Kind::kBlank : Kind::kProperty;
 }

@@ -25,9 +25,10 @@ class PropertyLine {
   // Reads and splits the next line. Name and parameters lose all their blanks and tabs.
   Kind Read(OsifStream& stream);
 
-  std::string_view name() const { return name_->text; }
-  std::string_view params() const { return params_->text; }
-  std::string_view value() const { return value_; }
+  std::string_view name() const { return split_.name; }
+  std::string_view params() const { return split_.params; }
+  // Valid until the stream is read from again.
+  std::string_view value() const { return split_.value; }
 
  private:
   template <size_t kRoom>
@@ -37,6 +38,6 @@ class PropertyLine {
 
   std::unique_ptr<Buffer<kNameRoom>, OsifFreeDeleter> name_;
   std::unique_ptr<Buffer<kParamRoom>, OsifFreeDeleter> params_;
-  OwnedText line_;
-  const char* value_ = "";
+  LogicalLine line_ = {};
+  SplitLine split_;
 };

@@ -1,5 +1,5 @@
-// A format's table of properties: each row has at least a `name`, and the formats add what they
-// need.
+// A format's table of properties: each row has at least a `name`, which begins with a capital, and
+// the formats add what they need.
 #pragma once
 
 #include <cstddef>
@@ -11,8 +11,10 @@
 // know.
 template <typename Row, size_t kCount>
 const Row* FindRow(const Row (&rows)[kCount], std::string_view name) {
+  if (name.empty()) return nullptr;
+  const char first = AsciiUpper(name.front());
   for (const Row& row : rows) {
-    if (EqualsIgnoringCase(row.name, name)) return &row;
+    if (row.name.front() == first && EqualsIgnoringCase(row.name, name)) return &row;
   }
   return nullptr;
 }

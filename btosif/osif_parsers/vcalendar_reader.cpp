@@ -153,10 +153,7 @@ void ItemReader::AppendValue(const PropertyRow& row) {
   PropertyValue** list = ListOf(row, object_);
   if (list == nullptr) return;
   PropertyValue*& last = last_values_[static_cast<size_t>(row.property)];
-  PropertyValue* value = PropertyValue_Append(*list, last);
-  if (value != nullptr) {
-    PropertyValue_Parse(line_.value(), line_.params(), row.components, *value);
-  }
+  PropertyValue_AppendLine(line_.value(), line_.params(), row.components, *list, last);
 }
 
 bool ItemReader::HasRequiredProperties() const {
@@ -206,7 +203,7 @@ class CalendarReader {
 };
 
 OsifResult CalendarReader::Read() {
-  delivery_.Clear();
+  delivery_.ClearFrame();
   CopyBounded(object_.version, kAssumedVersion);
   while (!is_done_ && !FILE_Eof(stream_)) {
     if (ReadPropertyOf(stream_, line_, kBlankLine, result_)) TakeProperty();

@@ -152,8 +152,7 @@ void CardReader::TakeVersion() {
 
 void CardReader::AppendValue(const PropertyRow& row, std::string_view params) {
   PropertyValue*& last = last_values_[static_cast<size_t>(row.property)];
-  PropertyValue* value = PropertyValue_Append(object_.contact.*row.list, last);
-  if (value != nullptr) PropertyValue_Parse(line_.value(), params, row.components, *value);
+  PropertyValue_AppendLine(line_.value(), params, row.components, object_.contact.*row.list, last);
 }
 
 PropertyValue* CardReader::FirstOrganisation() {

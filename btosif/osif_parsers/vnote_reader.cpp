@@ -116,8 +116,7 @@ void NoteReader::TakeVersion() {
 
 void NoteReader::AppendValue(const PropertyRow& row) {
   PropertyValue*& last = last_values_[static_cast<size_t>(row.property)];
-  PropertyValue* value = PropertyValue_Append(object_.note.*row.list, last);
-  if (value != nullptr) PropertyValue_Parse(line_.value(), line_.params(), 1, *value);
+  PropertyValue_AppendLine(line_.value(), line_.params(), 1, object_.note.*row.list, last);
 }
 
 OsifResult NoteReader::Finish() {

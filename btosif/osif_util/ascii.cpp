@@ -2,19 +2,11 @@
 
 #include <algorithm>
 
-namespace {
-
-bool SameLetter(char a, char b) { return AsciiUpper(a) == AsciiUpper(b); }
-
-}  // namespace
-
-bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), SameLetter);
-}
-
 bool ContainsIgnoringCase(std::string_view text, std::string_view word) {
-  return std::search(text.begin(), text.end(), word.begin(), word.end(), SameLetter) !=
-         text.end();
+  for (; text.size() >= word.size(); text.remove_prefix(1)) {
+    if (EqualsIgnoringCase(text.substr(0, word.size()), word)) return true;
+  }
+  return false;
 }
 
 std::string ToUpper(std::string_view text) {

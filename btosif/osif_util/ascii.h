@@ -9,7 +9,13 @@
 constexpr char AsciiUpper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
 
 // True when the texts are equal without regard to case.
-bool EqualsIgnoringCase(std::string_view a, std::string_view b);
+constexpr bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    if (AsciiUpper(a[i]) != AsciiUpper(b[i])) return false;
+  }
+  return true;
+}
 
 // True when `text` contains `word`, which is given in upper case, anywhere and in any case.
 bool ContainsIgnoringCase(std::string_view text, std::string_view word);

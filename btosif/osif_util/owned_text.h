@@ -9,7 +9,10 @@
 // Zero-filled memory; null for a size of 0 and when memory is short.
 void* OsifAlloc(size_t size);
 
-// Releases what OsifAlloc gave; null is ignored.
+// The same without the zeros, for memory that is filled at once.
+void* OsifAllocRaw(size_t size);
+
+// Releases what these two gave; null is ignored.
 void OsifFree(void* memory);
 
 struct OsifFreeDeleter {

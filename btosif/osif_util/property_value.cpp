@@ -1,33 +1,83 @@
 #include "btosif/osif_util/property_value.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <functional>
 #include <utility>
 
 #include "btosif/osif_util/ascii.h"
 
 namespace {
 
-template <typename Node>
-Node* NewNode() {
-  return static_cast<Node*>(OsifAlloc(sizeof(Node)));
+// Where a value lies. The nodes and texts that were made together with it lie behind it in the same block,
+// which saves most of a list's allocations; what is put into a value later is a block of its own.
+struct ValueBlock {
+  size_t size;  // in bytes, with all that lies in it
+  PropertyValue value;
+};
+
+bool IsInBlock(const PropertyValue& value, const void* place) {
+  const auto* begin = reinterpret_cast<const char*>(&value) - offsetof(ValueBlock, value);
+  const auto* block = reinterpret_cast<const ValueBlock*>(begin);
+  const std::less<const char*> is_before;
+  const auto* byte = static_cast<const char*>(place);
+  return !is_before(byte, begin) && is_before(byte, begin + block->size);
 }
 
-OsifText* NewTextNode() {
-  auto* node = NewNode<OsifText>();
-  if (node != nullptr) node->used = 1;
-  return node;
+void FreeInValue(const PropertyValue& value, void* memory) {
+  if (!IsInBlock(value, memory)) OsifFree(memory);
 }
 
-void FreeTexts(OsifText* node) {
+void FreeTexts(const PropertyValue& value, OsifText* node) {
   while (node != nullptr) {
     OsifText* next = node->next;
-    OsifFree(node->text);
-    OsifFree(node);
+    FreeInValue(value, node->text);
+    FreeInValue(value, node);
     node = next;
   }
 }
 
+void FreeValue(PropertyValue* value) {
+  FreeTexts(*value, value->params);
+  FreeTexts(*value, value->components);
+  OsifFree(reinterpret_cast<char*>(value) - offsetof(ValueBlock, value));
+}
+
+// A value without lists, with room behind it for so many bytes.
+PropertyValue* NewValue(size_t room) {
+  auto* block = static_cast<ValueBlock*>(OsifAllocRaw(sizeof(ValueBlock) + room));
+  if (block == nullptr) return nullptr;
+  *block = {sizeof(ValueBlock) + room, {}};
+  return &block->value;
+}
+
+void Link(PropertyValue* value, PropertyValue*& list, PropertyValue*& last) {
+  PropertyValue** link = last != nullptr ? &last->next : &list;
+  while (*link != nullptr) link = &(*link)->next;
+  *link = value;
+  last = value;
+}
+
+OsifText* NewTextNode() {
+  auto* node = static_cast<OsifText*>(OsifAlloc(sizeof(OsifText)));
+  if (node != nullptr) node->used = 1;
+  return node;
+}
+
+// Puts a text into a node, which is made when there is none. False when memory is short.
+bool PutText(const PropertyValue& value, OsifText*& node, OwnedText text) {
+  if (text == nullptr) return false;
+  if (node == nullptr) node = NewTextNode();
+  if (node == nullptr) return false;
+  FreeInValue(value, node->text);
+  node->text = text.release();
+  return true;
+}
+
 // The length of the piece at the start of the text: up to the first ";" that no backslash protects.
 size_t PieceLength(std::string_view text) {
+  const std::string_view plain = text.substr(0, text.find(';'));
+  if (plain.find('\\') == std::string_view::npos) return plain.size();
   size_t i = 0;
   while (i < text.size() && text[i] != ';') {
     i += text[i] == '\\' && i + 1 < text.size() ? 2 : 1;
@@ -45,18 +95,63 @@ void SplitPieces(std::string_view text, Take take) {
   }
 }
 
-uint32_t EncodingFlag(const OsifText* params) {
-  if (PropertyValue_FindParam(params, "QUOTED-PRINTABLE") != nullptr) {
-    return OSIF_VALUE_QUOTED_PRINTABLE;
-  }
-  if (PropertyValue_FindParam(params, "BASE64") != nullptr) return OSIF_VALUE_BASE64;
-  if (PropertyValue_FindParam(params, "8BIT") != nullptr) return OSIF_VALUE_8BIT;
-  return 0;
+// The flags that one parameter asks for.
+uint32_t FlagsOf(std::string_view param) {
+  uint32_t flags = 0;
+  if (ContainsIgnoringCase(param, "QUOTED-PRINTABLE")) flags |= OSIF_VALUE_QUOTED_PRINTABLE;
+  if (ContainsIgnoringCase(param, "BASE64")) flags |= OSIF_VALUE_BASE64;
+  if (ContainsIgnoringCase(param, "8BIT")) flags |= OSIF_VALUE_8BIT;
+  if (ContainsIgnoringCase(param, "CHARSET")) flags |= OSIF_VALUE_CHARSET;
+  return flags;
 }
 
-uint32_t CharsetFlag(const OsifText* params) {
-  return PropertyValue_FindParam(params, "CHARSET") != nullptr ? OSIF_VALUE_CHARSET : 0;
+// A value has one encoding at most: of several the first of these three.
+uint32_t WithOneEncoding(uint32_t flags) {
+  if ((flags & OSIF_VALUE_QUOTED_PRINTABLE) != 0) flags &= ~(OSIF_VALUE_BASE64 | OSIF_VALUE_8BIT);
+  if ((flags & OSIF_VALUE_BASE64) != 0) flags &= ~uint32_t{OSIF_VALUE_8BIT};
+  return flags;
 }
+
+// Hands each parameter to `take` until it returns false; returns the flags of those that were taken.
+template <typename Take>
+uint32_t SplitParams(std::string_view param_text, Take take) {
+  uint32_t flags = 0;
+  if (param_text.empty()) return flags;
+  SplitPieces(param_text, [&](std::string_view piece) {
+    if (piece.empty()) return true;
+    if (!take(piece)) return false;
+    flags |= FlagsOf(piece);
+    return true;
+  });
+  return WithOneEncoding(flags);
+}
+
+// The most pieces that a text has.
+size_t MostPieces(std::string_view text) {
+  return static_cast<size_t>(std::ranges::count(text, ';')) + 1;
+}
+
+// Makes nodes and texts in the room behind a new value, for so many nodes at most.
+class NodesBehind {
+ public:
+  NodesBehind(PropertyValue* value, size_t most)
+      : node_(reinterpret_cast<OsifText*>(value + 1)),
+        text_(reinterpret_cast<char*>(node_ + most)) {}
+
+  // `bytes`: of all the texts together, without their terminators.
+  static size_t Room(size_t most, size_t bytes) { return most * (sizeof(OsifText) + 1) + bytes; }
+
+  OsifText* Make(std::string_view text) {
+    *node_ = {nullptr, text_, 1};
+    text_ += text.copy(text_, text.size());
+    *text_++ = '\0';
+    return node_++;
+  }
+
+ private:
+  OsifText* node_;
+  char* text_;
+};
 
 }  // namespace
 
@@ -66,33 +161,46 @@ PropertyValue* PropertyValue_Append(PropertyValue*& list) {
 }
 
 PropertyValue* PropertyValue_Append(PropertyValue*& list, PropertyValue*& last) {
-  auto* value = NewNode<PropertyValue>();
-  if (value == nullptr) return nullptr;
-  PropertyValue** link = last != nullptr ? &last->next : &list;
-  while (*link != nullptr) link = &(*link)->next;
-  *link = value;
-  last = value;
+  PropertyValue* value = NewValue(0);
+  if (value != nullptr) Link(value, list, last);
   return value;
+}
+
+void PropertyValue_AppendLine(std::string_view value_text, std::string_view param_text,
+                              size_t components, PropertyValue*& list, PropertyValue*& last) {
+  if (components > 1) components = std::min(components, MostPieces(value_text));
+  const size_t nodes = components + (param_text.empty() ? 0 : MostPieces(param_text));
+  PropertyValue* value = NewValue(NodesBehind::Room(nodes, value_text.size() + param_text.size()));
+  if (value == nullptr) return;
+  NodesBehind behind(value, nodes);
+  OsifText** link = &value->params;
+  const auto append = [&](std::string_view piece) {
+    *link = behind.Make(piece);
+    link = &(*link)->next;
+    return true;
+  };
+  value->flags = SplitParams(param_text, append);
+  link = &value->components;
+  SplitPieces(value_text,
+              [&](std::string_view piece) { return components-- > 0 && append(piece); });
+  Link(value, list, last);
 }
 
 void PropertyValue_SetComponent(PropertyValue* value, OwnedText text, size_t index) {
   if (value == nullptr || text == nullptr) return;
   OsifText** link = &value->components;
-  for (size_t position = 0;; ++position, link = &(*link)->next) {
+  for (; index > 0; --index, link = &(*link)->next) {
     if (*link == nullptr) *link = NewTextNode();
     if (*link == nullptr) return;
-    if (position == index) break;
   }
-  OsifFree((*link)->text);
-  (*link)->text = text.release();
+  PutText(*value, *link, std::move(text));
 }
 
 void PropertyValue_AddParam(PropertyValue* value, OwnedText text) {
-  if (value == nullptr || text == nullptr) return;
+  if (value == nullptr) return;
   OsifText** link = &value->params;
   while (*link != nullptr) link = &(*link)->next;
-  *link = NewTextNode();
-  if (*link != nullptr) (*link)->text = text.release();
+  PutText(*value, *link, std::move(text));
 }
 
 void PropertyValue_AddParam(PropertyValue* value, std::string_view text) {
@@ -108,35 +216,23 @@ const OsifText* PropertyValue_FindParam(const OsifText* params, std::string_view
 
 void PropertyValue_Parse(std::string_view value_text, std::string_view param_text,
                          size_t components, PropertyValue& value) {
-  FreeTexts(std::exchange(value.params, nullptr));
+  FreeTexts(value, std::exchange(value.params, nullptr));
   OsifText** link = &value.params;
-  SplitPieces(param_text, [&link](std::string_view piece) {
-    if (piece.empty()) return true;
-    OwnedText text = CopyText(piece);
-    OsifText* node = text == nullptr ? nullptr : NewTextNode();
-    if (node == nullptr) return false;
-    node->text = text.release();
-    *link = node;
-    link = &node->next;
+  const auto put = [&](std::string_view piece) {
+    if (!PutText(value, *link, CopyText(piece))) return false;
+    link = &(*link)->next;
     return true;
-  });
-  value.flags = EncodingFlag(value.params) | CharsetFlag(value.params);
+  };
+  value.flags = SplitParams(param_text, put);
   value.codePage = 0;
-
-  size_t index = 0;
-  SplitPieces(value_text, [&value, &index, components](std::string_view piece) {
-    if (index == components) return false;
-    PropertyValue_SetComponent(&value, CopyText(piece), index++);
-    return true;
-  });
+  link = &value.components;
+  SplitPieces(value_text, [&](std::string_view piece) { return components-- > 0 && put(piece); });
 }
 
 void PropertyValue_Free(PropertyValue* list) {
   while (list != nullptr) {
     PropertyValue* next = list->next;
-    FreeTexts(list->params);
-    FreeTexts(list->components);
-    OsifFree(list);
+    FreeValue(list);
     list = next;
   }
 }

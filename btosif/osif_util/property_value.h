@@ -37,6 +37,11 @@ const OsifText* PropertyValue_FindParam(const OsifText* params, std::string_view
 void PropertyValue_Parse(std::string_view value_text, std::string_view param_text,
                          size_t components, PropertyValue& value);
 
+// Links a new value, filled from the two texts of a property line in the same way, at the end of the list;
+// `components` is at least 1. `last` as above. When memory is short there is no new value.
+void PropertyValue_AppendLine(std::string_view value_text, std::string_view param_text,
+                              size_t components, PropertyValue*& list, PropertyValue*& last);
+
 // Releases a whole list: values, nodes and texts. Null is ignored.
 void PropertyValue_Free(PropertyValue* list);
 

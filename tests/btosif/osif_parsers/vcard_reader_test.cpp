@@ -220,7 +220,7 @@ TEST_P(AcceptedVersion, IsKeptAsItIs) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, AcceptedVersion,
-                         testing::Values("1.0", "2.1", "2.0", "2", "0.5", " 2.1", "2.10",
+                         testing::Values("1.0", "2.1", "2.0", "2", "0.5", "-1", " 2.1", "2.10",
                                          "2.1 beta", "2.1;x"));
 
 class RefusedVersion : public support::TextTest, public testing::WithParamInterface<const char*> {};
@@ -238,6 +238,25 @@ TEST_P(RefusedVersion, IsToldAndTheCardIsNotDelivered) {
 INSTANTIATE_TEST_SUITE_P(Texts, RefusedVersion,
                          testing::Values("3.0", "2.2", "2.11", "4", "0", "0.0", "", "abc", "nan",
                                          "inf", "0x2", "99999999999999999999"));
+
+TEST_F(VCardReader, AVersionOf30IsRejectedAndThoseOf10And21AreAccepted) {
+  for (const char* version : {"1.0", "2.1"}) {
+    ReadOutcome outcome = ReadCards(Card("VERSION:" + std::string(version)).Line("N:x").Text());
+    EXPECT_EQ(outcome.result, kOk) << version;
+    EXPECT_THAT(ResultsOf(outcome), ElementsAre(kOk)) << version;
+  }
+  TraceReceiver trace;
+  ReadOutcome outcome = ReadCards(Card().Line("N:x").Line("VERSION:3.0").Text());
+  EXPECT_EQ(outcome.result, kError);
+  EXPECT_THAT(outcome.cards, IsEmpty());
+  EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  Error - vCard version '3.0' is not supported"));
+}
+
+TEST_F(VCardReader, AVersionTextThatIsNoNumberIsRejected) {
+  TraceReceiver trace;
+  EXPECT_EQ(ReadCards(Card().Line("N:x").Line("VERSION:two").Text()).result, kError);
+  EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  Error - vCard version 'two' is not supported"));
+}
 
 TEST_F(VCardReader, NothingBehindARefusedVersionIsRead) {
   ReadOutcome outcome =
@@ -424,6 +443,13 @@ TEST_F(VCardReader, AWarningStaysForTheRestOfTheFile) {
   EXPECT_EQ(ReadCards(good + odd).result, kWarning);
 }
 
+TEST_F(VCardReader, OfTwoCardsTheFirstWithAnUnknownPropertyBothCallbacksGetAWarning) {
+  ReadOutcome outcome =
+      ReadCards(Card().Line("N:one").Line("X-FOO:1").Text() + Card().Line("N:two").Text());
+  EXPECT_EQ(outcome.result, kWarning);
+  EXPECT_THAT(ResultsOf(outcome), ElementsAre(kWarning, kWarning));
+}
+
 TEST_F(VCardReader, ARefusedCardEndsTheReading) {
   ReadOutcome outcome = ReadCards(Card().Line("N:one").Text() + Card("VERSION:3.0").Text() +
                                   Card().Line("N:three").Text());
@@ -482,12 +508,53 @@ TEST_F(VCardReader, MemoryShortageAtAnyPointIsReportedOrLeavesAnOrderlyRecord) {
   EXPECT_THAT(trace.Lines(), Each(testing::AnyOf(StartsWith("OSIF:  "), StartsWith("ASSERT at "))));
 }
 
-TEST_F(VCardReader, ALineThatFindsNoMemoryBetweenCardsIsAnError) {
-  OsifStream stream = OpenBytes(Card().Line("N:x").Text());
-  FailAllocation(1);
-  OsifResult result = VCard_ReadFile(stream, nullptr, nullptr);
+// What a file gives when the nth allocation fails: the buffers of the name and of the parameters
+// come first, then each folded line; one that is not folded needs none.
+struct Shortage {
+  ReadOutcome outcome;
+  std::vector<std::string> trace;
+};
+
+Shortage ReadWithShortage(int nth, const std::string& bytes) {
+  TraceReceiver trace;
+  FailAllocation(nth);
+  ReadOutcome outcome = ReadCards(bytes);
   FailAllocation(0);
-  EXPECT_THAT(result, testing::AnyOf(kError, OsifResult{OSIF_ERR_NO_MEMORY}));
+  return {std::move(outcome), trace.Lines()};
+}
+
+constexpr int kFileBuffers = 2;
+constexpr int kCardBuffers = 2;
+
+TEST_F(VCardReader, NoMemoryForTheBuffersOfAFileOrOfACardIsAnAssertionAndToldAndReturned) {
+  for (int nth : {1, 2, kFileBuffers + 1, kFileBuffers + 2}) {
+    Shortage shortage = ReadWithShortage(nth, Card().Line("N:x").Text());
+    EXPECT_EQ(shortage.outcome.result, OsifResult{OSIF_ERR_NO_MEMORY}) << nth;
+    EXPECT_THAT(shortage.outcome.cards, IsEmpty()) << nth;
+    EXPECT_THAT(shortage.trace,
+                ElementsAre(StartsWith("ASSERT at "), "OSIF:  Error - Memory allocation error"))
+        << nth;
+  }
+}
+
+TEST_F(VCardReader, NoMemoryForALineBetweenCardsIsAnError) {
+  Shortage shortage =
+      ReadWithShortage(kFileBuffers + 1, "BEGIN:V\r\n CARD\r\nVERSION:2.1\r\nN:x\r\nEND:VCARD\r\n");
+  EXPECT_EQ(shortage.outcome.result, kError);
+  EXPECT_THAT(shortage.outcome.cards, IsEmpty());
+  EXPECT_THAT(shortage.trace,
+              ElementsAre("OSIF:  Memory allocation of 17 bytes failed in 'FileLine'"));
+}
+
+TEST_F(VCardReader, NoMemoryForALineOfACardIsAWarningAndTheCardIsDeliveredWithoutIt) {
+  Shortage shortage = ReadWithShortage(kFileBuffers + kCardBuffers + 1,
+                                       Card("FN:y\r\n z").Line("VERSION:2.1").Line("N:x").Text());
+  EXPECT_EQ(shortage.outcome.result, kWarning);
+  EXPECT_THAT(ResultsOf(shortage.outcome), ElementsAre(kWarning));
+  EXPECT_EQ(shortage.outcome.cards.at(0).fields.count("fn"), 0u);
+  EXPECT_THAT(shortage.outcome.cards.at(0).First("n"), ElementsAre("x"));
+  EXPECT_THAT(shortage.trace,
+              ElementsAre("OSIF:  Memory allocation of 11 bytes failed in 'FileLine'"));
 }
 
 }  // namespace
