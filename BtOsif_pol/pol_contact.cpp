@@ -162,7 +162,8 @@ bool ListsWord(std::string_view words, std::string_view separators, std::string_
 bool NamesKind(std::string_view param, std::string_view kind) {
   constexpr std::string_view kType = "TYPE=";
   const bool is_type = EqualsIgnoringCase(param.substr(0, kType.size()), kType);
-  return is_type ? ListsWord(param.substr(kType.size()), ",;\"", kind) : ListsWord(param, ";", kind);
+  return is_type ? ListsWord(param.substr(kType.size()), ",;\"", kind)
+                 : ListsWord(param, ";", kind);
 }
 
 bool HasKind(const PropertyValue& value, const char* kind) {
@@ -184,7 +185,7 @@ void PutPlain(IContact& contact, const OsifContact& record, const PlainField& fi
 }
 
 void PutDateValue(IContact& contact, PutDate put, PropertyValue* value) {
-  if (value != nullptr) (contact.*put)(pol_DateOf(value));
+  if (value != nullptr) (contact.*put)(pol_DayOf(value));
 }
 
 void PutName(IContact& contact, const OsifContact& record) {
@@ -284,8 +285,8 @@ class TelephonePlaces {
 
   IContact& contact_;
   Row<2> home_ = {{&IContact::put_HomeTelephoneNumber, &IContact::put_Home2TelephoneNumber}};
-  Row<2> work_ = {{&IContact::put_BusinessTelephoneNumber,
-                   &IContact::put_Business2TelephoneNumber}};
+  Row<2> work_ = {
+      {&IContact::put_BusinessTelephoneNumber, &IContact::put_Business2TelephoneNumber}};
   Row<1> home_fax_ = {{&IContact::put_HomeFaxNumber}};
   Row<1> work_fax_ = {{&IContact::put_BusinessFaxNumber}};
   std::array<bool, std::size(kSpecialTelephones)> has_special_{};
@@ -330,8 +331,7 @@ void PutEmails(IContact& contact, const OsifContact& record) {
 // ---- Item to record ---------------------------------------------------------------------------------
 
 void GetPlain(IContact& contact, OsifContact& record, const PlainField& field) {
-  pol_AppendText(record.*field.list, pol_GetText(contact, field.get), nullptr,
-                 field.encode_flags);
+  pol_AppendText(record.*field.list, pol_GetText(contact, field.get), nullptr, field.encode_flags);
 }
 
 void GetDateValue(IContact& contact, GetDate get, PropertyValue*& list) {
@@ -351,7 +351,8 @@ void GetAddress(IContact& contact, OsifContact& record, const AddressPlace& plac
   PropertyValue* value = pol_AppendValue(record.adr, place.param);
   PropertyValue_SetText(extended, value, kEncodeQuotedPrintable, kExtended);
   for (size_t i = 0; i < place.get.size(); ++i) {
-    PropertyValue_SetText(pol_GetText(contact, place.get[i]), value, kEncodeQuotedPrintable, kStreet + i);
+    PropertyValue_SetText(pol_GetText(contact, place.get[i]), value, kEncodeQuotedPrintable,
+                          kStreet + i);
   }
 }
 
@@ -368,7 +369,10 @@ void GetOrganisation(IContact& contact, OsifContact& record, bool is_suppressed)
   PropertyValue* organisation = pol_AppendValue(record.org);
   PropertyValue_SetText(pol_GetText(contact, &IContact::get_CompanyName), organisation, 0, 0);
   PropertyValue_SetText(department, organisation, 0, 1);
-  if (!is_suppressed) pol_AppendText(record.dept, department);
+  if (is_suppressed) return;
+  // A reader puts DEPT's text beside that of ORG, and reads both as ORG's parameters say.
+  const uint32_t encoding = organisation->flags & OSIF_VALUE_QUOTED_PRINTABLE;
+  pol_AppendText(record.dept, department, nullptr, encoding);
 }
 
 void GetTelephones(IContact& contact, OsifContact& record, bool is_suppressed) {
@@ -377,7 +381,8 @@ void GetTelephones(IContact& contact, OsifContact& record, bool is_suppressed) {
     pol_AppendText(record.tel, pol_GetText(contact, telephone.get), telephone.param);
   }
   if (!is_suppressed) {
-    pol_AppendText(record.xMicrosoftAsstTel, pol_GetText(contact, &IContact::get_AssistantTelephoneNumber));
+    pol_AppendText(record.xMicrosoftAsstTel,
+                   pol_GetText(contact, &IContact::get_AssistantTelephoneNumber));
   }
 }
 

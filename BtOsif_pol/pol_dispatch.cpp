@@ -13,15 +13,17 @@
 #include "BtOsif_pol/pol_note.h"
 #include "BtOsif_pol/pol_store.h"
 #include "config/trace.h"
+#include "mapi/mapi_mail.h"
+#include "mapi/mapi_session.h"
 
 namespace {
 
 // The object that a call is about, and what its change has to tell to the change log.
 struct Subject {
   int32_t store_id;
-  std::string id;                    // as the caller gave or gets it
-  LONG oid = 0;                      // of an item of the PIM
-  std::optional<uint32_t> checksum;  // of an item of the PIM as it was saved
+  std::string id;                           // as the caller gave or gets it
+  LONG oid = 0;                             // of an item of the PIM
+  std::optional<uint32_t> checksum;         // of an item of the PIM as it was saved
   std::optional<uint32_t> checksum_before;  // of one that is changed, as it was found
 };
 
@@ -41,8 +43,8 @@ struct ItemMapping {
   const char* not_saved;
 };
 
-constexpr ItemMapping<IContact> kContactMapping = {
-    pol_PutContact, ContactChecksum, "       Error saving contact - 0x%08x"};
+constexpr ItemMapping<IContact> kContactMapping = {pol_PutContact, ContactChecksum,
+                                                   "       Error saving contact - 0x%08x"};
 constexpr ItemMapping<IAppointment> kAppointmentMapping = {
     pol_PutAppointment, AppointmentChecksum, "       Error saving appointment - 0x%08x"};
 constexpr ItemMapping<ITask> kTaskMapping = {pol_PutTask, TaskChecksum,
@@ -121,6 +123,15 @@ OsifResult ModifyNote(OsifNote& note, const Subject& subject) {
   return OSIF_OK;
 }
 
+// ---- Messages ---------------------------------------------------------------------------------------
+
+OsifResult AddMail(const OsifObject& object, Subject& subject) {
+  char id[OSIF_ID_SIZE] = "";
+  const OsifResult result = MAPI_AddMail(object, id);
+  subject.id = id;
+  return result;
+}
+
 // ---- Routing ----------------------------------------------------------------------------------------
 
 OsifResult Add(OsifObject& object, Subject& subject) {
@@ -133,7 +144,7 @@ OsifResult Add(OsifObject& object, Subject& subject) {
     case StoreKind::kNotes:
       return AddNote(object.note, subject);
     case StoreKind::kMessages:
-      return OSIF_ERR_NOT_IMPLEMENTED;
+      return AddMail(object, subject);
     case StoreKind::kUnknown:
       break;
   }
@@ -150,7 +161,7 @@ OsifResult Modify(OsifObject& object, Subject& subject) {
     case StoreKind::kNotes:
       return ModifyNote(object.note, subject);
     case StoreKind::kMessages:
-      return OSIF_ERR_NOT_IMPLEMENTED;
+      return MAPI_ModifyMail(object, subject.id.c_str());
     case StoreKind::kUnknown:
       break;
   }
@@ -164,21 +175,20 @@ OsifResult Delete(const Subject& subject) {
     case StoreKind::kCalendar:
       return DeleteCalendarItem(subject.oid);
     case StoreKind::kNotes:
-    case StoreKind::kMessages:
       return OSIF_ERR_NOT_IMPLEMENTED;
+    case StoreKind::kMessages:
+      return MAPI_NotImplemented();
     case StoreKind::kUnknown:
       break;
   }
   return OSIF_ERR_TYPE_NOT_SUPPORTED;
 }
 
-// Reads the caller's id into the subject; every store but that of the notes wants a number.
+// Reads the caller's id into the subject.
 OsifResult ReadSubject(const char* id, Subject& subject) {
-  const std::optional<LONG> oid = pol_ReadId(id);
-  const bool is_note = pol_KindOf(subject.store_id) == StoreKind::kNotes;
-  if (id == nullptr || (!is_note && !oid)) return OSIF_ERR_INVALID_ID;
+  if (!pol_IsIdOfStore(subject.store_id, id)) return OSIF_ERR_INVALID_ID;
   subject.id = id;
-  subject.oid = oid.value_or(0);
+  if (pol_IsInPim(subject.store_id)) subject.oid = pol_ReadId(id).value_or(0);
   return pol_CheckSession(subject.store_id);
 }
 
@@ -195,8 +205,9 @@ OsifResult POL_GetObjectCount(int32_t store_id, uint32_t* count) {
       *count = CountFolder(olFolderCalendar) + CountFolder(olFolderTasks);
       return OSIF_OK;
     case StoreKind::kNotes:
-    case StoreKind::kMessages:
       return OSIF_ERR_NOT_IMPLEMENTED;
+    case StoreKind::kMessages:
+      return MAPI_NotImplemented();
     case StoreKind::kUnknown:
       break;
   }

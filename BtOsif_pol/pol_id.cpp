@@ -1,20 +1,42 @@
 #include "BtOsif_pol/pol_id.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <string_view>
 
+#include "BtOsif_pol/pol_store.h"
+
+namespace {
+
+// The id from its first digit on, behind blanks and "0x".
+std::string_view DigitsOf(std::string_view id) {
+  id.remove_prefix(std::min(id.find_first_not_of(" \t"), id.size()));
+  if (id.starts_with("0x") || id.starts_with("0X")) id.remove_prefix(2);
+  return id;
+}
+
+}  // namespace
+
 std::optional<LONG> pol_ReadId(const char* id) {
   if (id == nullptr) return std::nullopt;
-  std::string_view text = id;
-  const size_t start = text.find_first_not_of(" \t");
-  if (start == std::string_view::npos) return std::nullopt;
-  text.remove_prefix(start);
-  if (text.starts_with("0x") || text.starts_with("0X")) text.remove_prefix(2);
+  const std::string_view digits = DigitsOf(id);
   uint32_t number = 0;
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), number, 16);
+  const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), number, 16);
   if (result.ec != std::errc()) return std::nullopt;
   return static_cast<LONG>(number);
+}
+
+bool pol_IsIdOfStore(int32_t store_id, const char* id) {
+  if (id == nullptr) return false;
+  switch (pol_KindOf(store_id)) {
+    case StoreKind::kNotes:
+      return true;
+    case StoreKind::kMessages:
+      return DigitsOf(id).find_first_of("0123456789abcdefABCDEF") == 0;
+    default:
+      return pol_ReadId(id).has_value();
+  }
 }
 
 void pol_WriteId(LONG oid, char* id) {

@@ -1,4 +1,4 @@
-// Object ids of PIM items: the item's object identifier as eight lower-case hexadecimal digits.
+// Object ids. Those of PIM items are the item's object identifier as eight lower-case hexadecimal digits.
 #pragma once
 
 #include <optional>
@@ -9,6 +9,10 @@
 // Reads an id: hexadecimal digits in either case, leading zeros or not; what follows them is ignored.
 // Nothing for a text without a digit and for a number beyond 32 bits.
 std::optional<LONG> pol_ReadId(const char* id);
+
+// Whether the id can be one of a store: not null; for notes any text, for messages a hexadecimal number of
+// any length, for all other stores what pol_ReadId reads.
+bool pol_IsIdOfStore(int32_t store_id, const char* id);
 
 // Writes an id of eight digits into a buffer of OSIF_ID_SIZE. An identifier of 0 is never written; a null
 // buffer is left alone.

@@ -28,6 +28,10 @@ bool pol_HasText(const PropertyValue* list);
 // The first component of a value as a date; the no-date mark when it is none.
 DATE pol_DateOf(PropertyValue* value);
 
+// The same for a date that is a day and no instant, such as a birthday. A text of a day alone is that day in
+// every time zone: through UTC, the days up to 1 January 1601 and those that a zone skips would be lost.
+DATE pol_DayOf(PropertyValue* value);
+
 // True when one of the value's parameters is that text, in any case.
 bool pol_HasParam(const PropertyValue& value, std::string_view param);
 

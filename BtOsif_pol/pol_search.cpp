@@ -13,6 +13,8 @@
 #include "btosif/osif_date.h"
 #include "btosif/osif_util/value_text.h"
 #include "config/trace.h"
+#include "mapi/mapi_mail.h"
+#include "mapi/mapi_session.h"
 
 namespace {
 
@@ -109,8 +111,9 @@ OsifResult Step(int32_t store_id, char* id, StepOfStore contacts, StepOfStore ca
     case StoreKind::kCalendar:
       return calendar(id);
     case StoreKind::kNotes:
-    case StoreKind::kMessages:
       return OSIF_ERR_NOT_IMPLEMENTED;
+    case StoreKind::kMessages:
+      return MAPI_NotImplemented();
     case StoreKind::kUnknown:
       break;
   }
@@ -125,7 +128,8 @@ struct NameTerm {
 };
 
 constexpr NameTerm kNameTerms[] = {
-    {u"[Title]", 3}, {u"[FirstName]", 1}, {u"[MiddleName]", 2}, {u"[LastName]", 0}, {u"[Suffix]", 4},
+    {u"[Title]", 3},    {u"[FirstName]", 1}, {u"[MiddleName]", 2},
+    {u"[LastName]", 0}, {u"[Suffix]", 4},
 };
 
 using NameParts = std::array<WideText, 5>;
@@ -162,7 +166,8 @@ bool IsNamed(IContact& contact, const NameParts& name) {
 // The identifier of the first item that a restriction finds and `is_match` takes. A search
 // that fails finds nothing.
 template <typename Item, typename IsMatch>
-std::optional<LONG> FindFirst(IPOutlookItemCollection& items, const WideText& restriction, IsMatch is_match) {
+std::optional<LONG> FindFirst(IPOutlookItemCollection& items, const WideText& restriction,
+                              IsMatch is_match) {
   ComPtr<IDispatch> found;
   HRESULT result = items.Find(pol_MakeBstr(restriction).get(), found.put());
   while (SUCCEEDED(result) && found) {
@@ -202,14 +207,16 @@ std::optional<LONG> VisitAll(IPOutlookItemCollection& items, IsMatch is_match) {
 bool FitsRestriction(const WideText& text) {
   for (size_t i = text.find(u'"'); i != WideText::npos; i = text.find(u'"', i + 1)) {
     const size_t next = text.find_first_not_of(u" \t\r\n", i + 1);
-    if (next == WideText::npos || WideView(u"aAoO)").find(text[next]) != WideView::npos) return false;
+    if (next == WideText::npos || WideView(u"aAoO)").find(text[next]) != WideView::npos)
+      return false;
   }
   return true;
 }
 
 // The answer that visiting the items in order gives, by way of the store's index of subjects.
 template <typename Item, typename IsMatch>
-std::optional<LONG> FindBySubject(IPOutlookItemCollection& items, const WideText& subject, IsMatch is_match) {
+std::optional<LONG> FindBySubject(IPOutlookItemCollection& items, const WideText& subject,
+                                  IsMatch is_match) {
   const auto is_exact_match = [&](Item& item) {
     return pol_GetText(item, &Item::get_Subject).view() == subject && is_match(item);
   };
@@ -224,8 +231,8 @@ std::optional<LONG> FindEvent(OsifCalendar& record) {
   const auto starts_then = [&](IAppointment& appointment) {
     return pol_Get(appointment, &IAppointment::get_Start, kNoDate) == start;
   };
-  if (pol_HasText(record.summary)) {
-    return FindBySubject<IAppointment>(*items, DecodedText(record.summary, 0), starts_then);
+  if (const WideText summary = DecodedText(record.summary, 0); !summary.empty()) {
+    return FindBySubject<IAppointment>(*items, summary, starts_then);
   }
   const WideText body = DecodedText(record.description, 0);
   return VisitAll<IAppointment>(*items, [&](IAppointment& appointment) {
@@ -236,8 +243,9 @@ std::optional<LONG> FindEvent(OsifCalendar& record) {
 
 std::optional<LONG> FindTask(OsifCalendar& record) {
   const auto items = pol_ItemsOf(*pol_Application(), olFolderTasks);
-  if (!items || !pol_HasText(record.summary)) return std::nullopt;
-  return FindBySubject<ITask>(*items, DecodedText(record.summary, 0), [](ITask&) { return true; });
+  const WideText summary = DecodedText(record.summary, 0);
+  if (!items || summary.empty()) return std::nullopt;
+  return FindBySubject<ITask>(*items, summary, [](ITask&) { return true; });
 }
 
 // ---- By store ---------------------------------------------------------------------------------------
@@ -265,6 +273,7 @@ bool Find(int32_t store_id, OsifObject& object, char* id) {
     case StoreKind::kNotes:
       return IsNoteFound(object.note, id);
     case StoreKind::kMessages:
+      return MAPI_FindMail(object, id);
     case StoreKind::kUnknown:
       break;
   }
@@ -295,17 +304,18 @@ OsifResult GetCalendarItem(LONG oid, OsifObject& object) {
 OsifResult POL_GetObjectById(int32_t store_id, const char* id, OsifObject* object) {
   OSIF_Trace(0, "OSIF:  POL_GetObjectById(store_id=%d, id='%s', pObject=%p)", store_id, id,
              static_cast<void*>(object));
-  const std::optional<LONG> oid = pol_ReadId(id);
-  if (id == nullptr || (store_id != OSIF_STORE_NOTE && !oid)) return OSIF_ERR_INVALID_ID;
+  if (!pol_IsIdOfStore(store_id, id)) return OSIF_ERR_INVALID_ID;
   if (const OsifResult result = pol_CheckSession(store_id); result != OSIF_OK) return result;
+  const LONG oid = pol_ReadId(id).value_or(0);
   switch (pol_KindOf(store_id)) {
     case StoreKind::kContacts:
-      return GetContact(*oid, *object);
+      return GetContact(oid, *object);
     case StoreKind::kCalendar:
-      return GetCalendarItem(*oid, *object);
+      return GetCalendarItem(oid, *object);
     case StoreKind::kNotes:
-    case StoreKind::kMessages:
       return OSIF_ERR_NOT_IMPLEMENTED;
+    case StoreKind::kMessages:
+      return MAPI_GetMailById(store_id, id, *object);
     case StoreKind::kUnknown:
       break;
   }

@@ -23,10 +23,14 @@ inline StoreKind pol_KindOf(int32_t store_id) {
   }
 }
 
+// True for the stores whose objects are items of the PIM.
+inline bool pol_IsInPim(int32_t store_id) {
+  const StoreKind kind = pol_KindOf(store_id);
+  return kind == StoreKind::kContacts || kind == StoreKind::kCalendar;
+}
+
 // OSIF_OK, or OSIF_ERR_PIM_NOT_OPENED for a store of the PIM while there is no session.
 inline OsifResult pol_CheckSession(int32_t store_id) {
-  const StoreKind kind = pol_KindOf(store_id);
-  const bool is_in_pim = kind == StoreKind::kContacts || kind == StoreKind::kCalendar;
-  if (is_in_pim && pol_Application() == nullptr) return OSIF_ERR_PIM_NOT_OPENED;
-  return OSIF_OK;
+  const bool needs_session = pol_IsInPim(store_id) && pol_Application() == nullptr;
+  return needs_session ? OSIF_ERR_PIM_NOT_OPENED : OSIF_OK;
 }

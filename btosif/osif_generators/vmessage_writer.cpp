@@ -55,9 +55,9 @@ void WriteHeaders(OsifStream& stream, const OsifMessage& message) {
 // One line of the body. One that would end the body is changed so that it does not.
 int WriteBodyLine(OsifStream& stream, std::string_view line, bool is_quoted_printable) {
   int result = 0;
-  if (EqualsIgnoringCase(line.substr(0, kBodyEnd.size()), kBodyEnd)) {
-    const char* encoded = line.front() == 'E' ? "=45" : "=65";
-    result |= FILE_Write(stream, is_quoted_printable ? encoded : " ");
+  if (line.starts_with(kBodyEnd)) {
+    constexpr const char* kEncodedE = "=45";
+    result |= FILE_Write(stream, is_quoted_printable ? kEncodedE : " ");
     if (is_quoted_printable) line.remove_prefix(1);
   }
   return result | FILE_WriteLine(stream, line);

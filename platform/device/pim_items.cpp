@@ -141,7 +141,8 @@ class Items final : public PimObject<IPOutlookItemCollection, IID_IPOutlookItemC
     std::vector<int32_t> all;
     if (const HRESULT hr = FindIdsUpToLast(*rest_, &all); FAILED(hr)) return hr;
     std::vector<int32_t> others;
-    std::set_difference(all.begin(), all.end(), matches_.begin(), matches_.end(), std::back_inserter(others));
+    std::set_difference(all.begin(), all.end(), matches_.begin(), matches_.end(),
+                        std::back_inserter(others));
     matches_ = std::move(others);
     next_match_ = 0;
     rest_.reset();

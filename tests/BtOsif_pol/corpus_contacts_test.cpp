@@ -61,20 +61,24 @@ class CorpusContacts : public TempDeviceTest {
     return Code(result);
   }
 
-  ContactTexts texts_;  // what is stored and not empty
-  DATE birthday_ = 0;
-  DATE anniversary_ = 0;
-  SentLines sent_;  // what is sent of it
+  ContactTexts texts_;  // what is stored and not empty; dates as the numbers of their days
+  SentLines sent_;      // what is sent of it
 
  private:
+  void AddDate(const char* name, IContact& contact, HRESULT (IContact::*get)(DATE*)) {
+    DATE date = 0;
+    ASSERT_EQ((contact.*get)(&date), S_OK);
+    if (date != DATE_NONE) texts_[name] = Wide(std::to_string(static_cast<int>(date)));
+  }
+
   void Fetch() {
     const LONG oid = static_cast<LONG>(std::stoul(id_, nullptr, 16));
     IDispatch* item = nullptr;
     ASSERT_EQ(pol_Application()->GetItemFromOid(oid, &item), S_OK);
     ComPtr<IContact> contact(static_cast<IContact*>(item));
     texts_ = TextsOfItem(*contact);
-    contact->get_Birthday(&birthday_);
-    contact->get_Anniversary(&anniversary_);
+    AddDate("Birthday", *contact, &IContact::get_Birthday);
+    AddDate("Anniversary", *contact, &IContact::get_Anniversary);
     OwnedObject object(OSIF_STORE_PB);
     ASSERT_EQ(Code(POL_GetObjectById(OSIF_STORE_PB, id_.c_str(), object.get())), OSIF_OK);
     sent_ = FilledLines(BytesWritten([&](OsifStream& stream) { VCard_Write(stream, *object, 1); }));
@@ -111,9 +115,8 @@ TEST_F(CorpusContacts, OfAnAndroidPhone) {
                                   {"HomeAddressCountry", u"United States of America"},
                                   {"Email1Address", u"forrestgump@walladalla.com"},
                                   {"Body", u"The following note is the example from RFC 2045."},
-                                  {"WebPage", u"http://www.example.com/"}}));
-  EXPECT_EQ(birthday_, 29221.0);
-  EXPECT_EQ(anniversary_, DATE_NONE);
+                                  {"WebPage", u"http://www.example.com/"},
+                                  {"Birthday", u"29221"}}));
   EXPECT_EQ(
       sent_,
       SentLines({"N:Gump;Forrest;Hoge;Pos;Tao", "FN:Joe Due", "BDAY:19800101",
@@ -129,9 +132,9 @@ TEST_F(CorpusContacts, OfAnAndroidPhone) {
 
 TEST_F(CorpusContacts, OfAWindowsPhone) {
   EXPECT_EQ(Receive("android-vcard__v21_winmo_65"), OSIF_PARSE_WARNING);
-  EXPECT_EQ(texts_, ContactTexts({{"LastName", u"Example"}, {"FileAs", u"Example"}}));
-  EXPECT_EQ(birthday_, DATE_NONE);
-  EXPECT_EQ(anniversary_, 40096.0);
+  EXPECT_EQ(texts_, ContactTexts({{"LastName", u"Example"},
+                                  {"FileAs", u"Example"},
+                                  {"Anniversary", u"40096"}}));
   EXPECT_EQ(sent_, SentLines({"N:Example", "FN:Example", "X-ANNIVERSARY:20091010",
                               "ANNIVERSARY:20091010"}));
 }
@@ -207,8 +210,8 @@ TEST_F(CorpusContacts, OfASynchronisationClient) {
                                   {"HomeAddressStreet", u"somewhere"},
                                   {"HomeAddressCity", u"tupelo"},
                                   {"HomeAddressState", u"MS"},
-                                  {"HomeAddressPostalCode", u"909090"}}));
-  EXPECT_EQ(birthday_, 12792.0);
+                                  {"HomeAddressPostalCode", u"909090"},
+                                  {"Birthday", u"12792"}}));
   EXPECT_EQ(
       sent_,
       SentLines({"N:Presley;Elvis", "BDAY:19350108", "ADR;HOME:;;somewhere;tupelo;MS;909090",
@@ -272,8 +275,8 @@ TEST_F(CorpusContacts, OfAnotherDesktopAddressBookWithFoldsAndUmlauts) {
                           {"MobileTelephoneNumber", u"mobilephone"},
                           {"PagerNumber", u"pager"},
                           {"CarTelephoneNumber", u"car"},
-                          {"WebPage", u"homepage"}}));
-  EXPECT_EQ(birthday_, 38409.0);
+                          {"WebPage", u"homepage"},
+                          {"Birthday", u"38409"}}));
   EXPECT_EQ(sent_,
             SentLines({"N:familynames;givenname;additional names;prefix ;suffix",
                        "FN:givenname familynames", "BDAY:20050226",
@@ -319,8 +322,8 @@ TEST_F(CorpusContacts, OfADesktopOrganizer) {
                                   {"BusinessAddressCountry", u"United States of America"},
                                   {"OfficeLocation", u"TheOffice"},
                                   {"WebPage", u"http://web-page-address.com"},
-                                  {"Email1Address", u"jdoe@hotmail.com"}}));
-  EXPECT_EQ(birthday_, 29301.0);
+                                  {"Email1Address", u"jdoe@hotmail.com"},
+                                  {"Birthday", u"29301"}}));
   EXPECT_EQ(sent_,
             SentLines({"N:Doe;John;;Mr.;III", "FN:John Doe III", "BDAY:19800321",
                        "ADR;WORK:;TheOffice;123 Main St;Austin;TX;12345;United States of America",
@@ -412,6 +415,175 @@ TEST_F(CorpusContacts, OfALinuxPhone) {
                               "URL:http://work.example.com",
                               "EMAIL;INTERNET;PREF:Pamela_2000@mail.example.net",
                               "EMAIL;INTERNET:pamy@example.com", "NOTE:Supply chain manager."}));
+}
+
+// Its mail addresses do not say that they are of the internet; empty values come first and stand for all.
+TEST_F(CorpusContacts, OfASecondLinuxPhoneWithEmptyValuesInFront) {
+  EXPECT_EQ(Receive("buteo__vcard1"), OSIF_PARSE_WARNING);
+  EXPECT_EQ(texts_, ContactTexts({{"LastName", u"Udupa"},
+                                  {"FirstName", u"Kiran"},
+                                  {"MiddleName", u"Shama"},
+                                  {"Title", u"Mr."},
+                                  {"FileAs", u"\"Udupa Kiran\""},
+                                  {"CompanyName", u"Wipro"},
+                                  {"JobTitle", u"Test Lead"},
+                                  {"HomeTelephoneNumber", u"99999"},
+                                  {"Home2TelephoneNumber", u"33333"},
+                                  {"BusinessTelephoneNumber", u"11111"},
+                                  {"HomeFaxNumber", u"88888"},
+                                  {"BusinessFaxNumber", u"77777"},
+                                  {"MobileTelephoneNumber", u"44444"},
+                                  {"PagerNumber", u"66666"},
+                                  {"WebPage", u"www.web.com"},
+                                  {"Body", u"notes notes"}}));
+  EXPECT_EQ(sent_, SentLines({"N:Udupa;Kiran;Shama;Mr.", "FN:\"Udupa Kiran\"", "ORG:Wipro",
+                              "TITLE:Test Lead", "TEL;HOME;VOICE:99999", "TEL;HOME;VOICE:33333",
+                              "TEL;WORK;VOICE:11111", "TEL;HOME;FAX:88888", "TEL;WORK;FAX:77777",
+                              "TEL;CELL:44444", "TEL;PAGER:66666", "URL:www.web.com",
+                              "NOTE:notes notes"}));
+}
+
+// It encodes every blank; a no-break space in the address makes UTF-8 of it.
+TEST_F(CorpusContacts, OfASymbianPhoneThatEncodesEveryField) {
+  EXPECT_EQ(Receive("symbian-appsupport__CONTACT.NNA3"), OSIF_PARSE_WARNING);
+  EXPECT_EQ(texts_,
+            ContactTexts(
+                {{"LastName", u"Jones"},
+                 {"FirstName", u"Tom"},
+                 {"Title", u"King of Cool"},
+                 {"CompanyName", u"Gut Records  inc."},
+                 {"JobTitle", u"Singer"},
+                 {"BusinessAddressStreet", u"PO\u00A0BOX 9214"},
+                 {"BusinessAddressCity", u"London"},
+                 {"BusinessTelephoneNumber", u"66335  209"},
+                 {"Email1Address", u"tom.jones@anonymous.com"},
+                 {"WebPage", u"www.tomjonesistheman.com"},
+                 {"Body",
+                  u"In his native Wales, he is known as \"Jones the Voice\". Today, he is one of the "
+                  u"enduring personalities in the music entertainment buisness, His unique vocal "
+                  u"power, ability, and charismatica persona make him one of the most respected, "
+                  u"admired and loved performers in modern music."}}));
+  EXPECT_EQ(sent_,
+            SentLines({"N:Jones;Tom;;King of Cool",
+                       "ADR;WORK;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:;;PO=C2=A0BOX 9214;London",
+                       "ORG:Gut Records  inc.", "TITLE:Singer", "TEL;WORK;VOICE:66335  209",
+                       "URL:www.tomjonesistheman.com",
+                       "EMAIL;INTERNET;PREF:tom.jones@anonymous.com",
+                       "NOTE:In his native Wales, he is known as \"Jones the Voice\". Today, he is "
+                       "one of the enduring personalities in the music entertainment buisness, His "
+                       "unique vocal power, ability, and charismatica persona make him one of the "
+                       "most respected, admired and loved performers in modern music."}));
+}
+
+// It escapes as later versions do: a break is an "n" here, and the note ends at its bare semicolon.
+TEST_F(CorpusContacts, OfAWebServiceThatEscapesAsLaterVersionsDo) {
+  EXPECT_EQ(Receive("vcards-js__v2.1WorkingCard"), OSIF_PARSE_WARNING);
+  EXPECT_EQ(texts_, ContactTexts({{"LastName", u"Doe"},
+                                  {"FirstName", u"John"},
+                                  {"MiddleName", u"D"},
+                                  {"Title", u"M;R"},
+                                  {"Suffix", u"J\\R"},
+                                  {"FileAs", u"John D Doe"},
+                                  {"CompanyName", u"ACME Corporation"},
+                                  {"JobTitle", u"Crash Test Dummy"},
+                                  {"HomeAddressStreet", u"123 Main Street"},
+                                  {"HomeAddressCity", u"Chicago"},
+                                  {"HomeAddressState", u"IL"},
+                                  {"HomeAddressPostalCode", u"12345"},
+                                  {"HomeAddressCountry", u"United States of America"},
+                                  {"BusinessAddressStreet", u"123 Corporate LoopnSuite 500"},
+                                  {"BusinessAddressCity", u"Los Angeles"},
+                                  {"BusinessAddressState", u"CA"},
+                                  {"BusinessAddressPostalCode", u"54321"},
+                                  {"BusinessAddressCountry", u"California Republic"},
+                                  {"HomeTelephoneNumber", u"312-555-1313"},
+                                  {"BusinessTelephoneNumber", u"312-555-1212"},
+                                  {"HomeFaxNumber", u"312-555-1616"},
+                                  {"BusinessFaxNumber", u"312-555-1717"},
+                                  {"MobileTelephoneNumber", u"12345678900"},
+                                  {"PagerNumber", u"312-555-1515"},
+                                  {"WebPage", u"http://johndoe"},
+                                  {"Email1Address", u"john.doe@testmail"},
+                                  {"Email2Address", u"john.doe@workmail"},
+                                  {"Body", u"John Doe's nnotes"},
+                                  {"Birthday", u"43435"}}));
+  EXPECT_EQ(
+      sent_,
+      SentLines({"N:Doe;John;D;M\\;R;J\\\\R", "FN:John D Doe", "BDAY:20181201",
+                 "ADR;HOME:;;123 Main Street;Chicago;IL;12345;United States of America",
+                 "ADR;WORK:;;123 Corporate LoopnSuite 500;Los Angeles;CA;54321;California Republic",
+                 "ORG:ACME Corporation", "TITLE:Crash Test Dummy", "TEL;HOME;VOICE:312-555-1313",
+                 "TEL;WORK;VOICE:312-555-1212", "TEL;HOME;FAX:312-555-1616",
+                 "TEL;WORK;FAX:312-555-1717", "TEL;CELL:12345678900", "TEL;PAGER:312-555-1515",
+                 "URL:http://johndoe", "EMAIL;INTERNET;PREF:john.doe@testmail",
+                 "EMAIL;INTERNET:john.doe@workmail", "NOTE:John Doe's nnotes"}));
+}
+
+TEST_F(CorpusContacts, OfALaterDesktopOrganizerInGerman) {
+  EXPECT_EQ(Receive("folkerkinzel__Outlook_v2"), OSIF_PARSE_WARNING);
+  EXPECT_EQ(texts_, ContactTexts({{"LastName", u"Mustermann"},
+                                  {"FirstName", u"Max"},
+                                  {"MiddleName", u"Anderer"},
+                                  {"Title", u"Herr"},
+                                  {"Suffix", u"sen."},
+                                  {"FileAs", u"Herr Max Anderer Mustermann sen."},
+                                  {"CompanyName", u"Musterfirma GmbH"},
+                                  {"JobTitle", u"Musterposition"},
+                                  {"BusinessTelephoneNumber", u"+49 (0611) 123456 - 11"},
+                                  {"HomeTelephoneNumber", u"+49 (0611) 123456 - 12"},
+                                  {"MobileTelephoneNumber", u"+49 (0611) 123456 - 14"},
+                                  {"BusinessFaxNumber", u"+49 (0611) 123456 - 13"},
+                                  {"BusinessAddressStreet", u"Musterstrasse 12"},
+                                  {"BusinessAddressCity", u"Wiesbaden"},
+                                  {"BusinessAddressState", u"Hessen"},
+                                  {"BusinessAddressPostalCode", u"65201"},
+                                  {"BusinessAddressCountry", u"Deutschland"},
+                                  {"WebPage", u"https://www.musterfirma.de"},
+                                  {"Email1Address", u"max.mustermann@musterfirma.de"},
+                                  {"Body", u"Hier noch ein paar notizen"}}));
+  EXPECT_EQ(
+      sent_,
+      SentLines({"N:Mustermann;Max;Anderer;Herr;sen.", "FN:Herr Max Anderer Mustermann sen.",
+                 "ADR;WORK:;;Musterstrasse 12;Wiesbaden;Hessen;65201;Deutschland",
+                 "ORG:Musterfirma GmbH", "TITLE:Musterposition",
+                 "TEL;HOME;VOICE:+49 (0611) 123456 - 12", "TEL;WORK;VOICE:+49 (0611) 123456 - 11",
+                 "TEL;WORK;FAX:+49 (0611) 123456 - 13", "TEL;CELL:+49 (0611) 123456 - 14",
+                 "URL:https://www.musterfirma.de",
+                 "EMAIL;INTERNET;PREF:max.mustermann@musterfirma.de",
+                 "NOTE:Hier noch ein paar notizen"}));
+}
+
+TEST_F(CorpusContacts, OfAThirdDesktopAddressBook) {
+  EXPECT_EQ(Receive("perl-text-vcard__apple_2.1_unicode"), OSIF_PARSE_OK);
+  EXPECT_EQ(texts_, ContactTexts({{"LastName", u"T-surname"},
+                                  {"FirstName", u"T-first"},
+                                  {"FileAs", u"T-firstname T-surname"},
+                                  {"HomeTelephoneNumber", u"020 666 6666"},
+                                  {"MobileTelephoneNumber", u"0777 - 777 7777"},
+                                  {"HomeAddressStreet", u"Pref Test Road"},
+                                  {"HomeAddressCity", u"Pref Test City"},
+                                  {"HomeAddressPostalCode", u"Pref Test Postcode"},
+                                  {"HomeAddressCountry", u"Pref Test Country"},
+                                  {"BusinessAddressStreet", u"Test Road"},
+                                  {"BusinessAddressCity", u"Test City"},
+                                  {"BusinessAddressPostalCode", u"Test Postcode"},
+                                  {"BusinessAddressCountry", u"Test Country"}}));
+  EXPECT_EQ(sent_,
+            SentLines({"N:T-surname;T-first", "FN:T-firstname T-surname",
+                       "ADR;HOME:;;Pref Test Road;Pref Test City;;Pref Test Postcode;Pref Test "
+                       "Country",
+                       "ADR;WORK:;;Test Road;Test City;;Test Postcode;Test Country",
+                       "TEL;HOME;VOICE:020 666 6666", "TEL;CELL:0777 - 777 7777"}));
+}
+
+TEST_F(CorpusContacts, InCyrillicAreKeptAndSentInUtf8) {
+  EXPECT_EQ(Receive("doublecontact__custom_nonlatin_a8"), OSIF_PARSE_WARNING);
+  EXPECT_EQ(texts_,
+            ContactTexts({{"LastName", u"\u041F\u0440\u0435\u043A\u0440\u0430\u0441\u043D\u0430\u044F"},
+                          {"FirstName", u"\u0412\u0430\u0441\u0438\u043B\u0438\u0441\u0430"}}));
+  EXPECT_EQ(sent_, SentLines({"N;CHARSET=UTF-8:\xD0\x9F\xD1\x80\xD0\xB5\xD0\xBA\xD1\x80\xD0\xB0\xD1"
+                              "\x81\xD0\xBD\xD0\xB0\xD1\x8F;\xD0\x92\xD0\xB0\xD1\x81\xD0\xB8\xD0"
+                              "\xBB\xD0\xB8\xD1\x81\xD0\xB0"}));
 }
 
 }  // namespace

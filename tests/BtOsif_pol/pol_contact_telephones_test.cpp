@@ -107,6 +107,26 @@ INSTANTIATE_TEST_SUITE_P(
                     KindCase{";TYPE=HOMEWORK", nullptr}, KindCase{";X-TYPE=WORK", nullptr},
                     KindCase{";CARD", nullptr}, KindCase{";HOME,VOICE", nullptr}));
 
+TEST_F(PolTelephones, WithoutParametersBecomeTheHomeNumber) {
+  EXPECT_EQ(Telephones({"TEL:1"}), ContactTexts({{"HomeTelephoneNumber", u"1"}}));
+}
+
+TEST_F(PolTelephones, WithFaxAloneBecomeTheHomeFax) {
+  EXPECT_EQ(Telephones({"TEL;FAX:1"}), ContactTexts({{"HomeFaxNumber", u"1"}}));
+}
+
+TEST_F(PolTelephones, WithWorkAndFaxBecomeTheBusinessFax) {
+  EXPECT_EQ(Telephones({"TEL;WORK;FAX:1"}), ContactTexts({{"BusinessFaxNumber", u"1"}}));
+}
+
+TEST_F(PolTelephones, WithPrefAloneAreDropped) {
+  EXPECT_EQ(Telephones({"TEL;PREF:1"}), ContactTexts());
+}
+
+TEST_F(PolTelephones, WithCellAndHomeBecomeOnlyTheMobileNumber) {
+  EXPECT_EQ(Telephones({"TEL;CELL;HOME:1"}), ContactTexts({{"MobileTelephoneNumber", u"1"}}));
+}
+
 TEST_F(PolTelephones, HaveTwoPlacesForHomeVoiceNumbersAndDropTheThird) {
   EXPECT_EQ(Telephones({"TEL;HOME:1", "TEL;HOME;VOICE:2", "TEL:3"}),
             ContactTexts({{"HomeTelephoneNumber", u"1"}, {"Home2TelephoneNumber", u"2"}}));

@@ -4,6 +4,7 @@
 
 #include "btosif/osif_util/charset.h"
 #include "btosif/osif_util/value_text.h"
+#include "tests/support/dates.h"
 #include "tests/support/pol_fixture.h"
 
 namespace {
@@ -177,6 +178,33 @@ TEST_F(PolPutContact, ClearsADateWithWhatIsNone) {
   }
 }
 
+// The file time of zero, the automation date of zero, and a day that one of the zones has never had.
+TEST_F(PolPutContact, KeepsADayInEveryTimeZone) {
+  constexpr std::pair<const char*, DATE> kDays[] = {
+      {"01000101", -657434.0}, {"16001231", -109206.0}, {"16010101", -109205.0},
+      {"16010102", -109204.0}, {"18991229", -1.0},      {"18991230", 0.0},
+      {"18991231", 1.0},       {"19000101", 2.0},       {"20111230", 40907.0},
+      {"1601-01-01", -109205.0}, {"99991231", 2958465.0}};
+  constexpr const char* kZones[] = {"UTC", "Europe/Berlin", "Asia/Tokyo", "America/New_York",
+                                    "Pacific/Apia"};
+  for (const char* name : kZones) {
+    const TimeZone zone(name);
+    for (const auto& [text, day] : kDays) {
+      const std::string birthday = "BDAY:" + std::string(text);
+      const std::string anniversary = "X-ANNIVERSARY:" + std::string(text);
+      ContactData data = Filled({"N:Lee", birthday, anniversary});
+      EXPECT_EQ(data.dates.at("Birthday"), day) << text << " in " << name;
+      EXPECT_EQ(data.dates.at("Anniversary"), day) << text << " in " << name;
+    }
+  }
+}
+
+TEST_F(PolPutContact, ReadsADateWithATimeAsTheLocalTimeOfThatInstant) {
+  const TimeZone zone("Europe/Berlin");
+  EXPECT_EQ(Filled({"N:Lee", "BDAY:20060501T230000Z"}).dates.at("Birthday"), 38839.0 + 1.0 / 24);
+  EXPECT_EQ(Filled({"N:Lee", "BDAY:20060501T060000"}).dates.at("Birthday"), 38838.25);
+}
+
 // ---- Addresses --------------------------------------------------------------------------------------
 
 constexpr std::string_view kAddressText = ":;;Main 2;Town;County;12345;Land";
@@ -254,10 +282,12 @@ TEST_F(PolPutContact, JoinsPostOfficeBoxExtensionAndStreetOfHomeAndOtherAddress)
                           {"OtherAddressStreet", u"PO 2\r\nFloor 4\r\nMain 3"}}));
 }
 
-TEST_F(PolPutContact, AddsNoSeparatorForAnEmptyPartOfTheStreet) {
-  // A home address with post office box PO 1, no extended address and street Main 2.
+TEST_F(PolPutContact, StoresAHomeAddressOfBoxAndStreetWithALineBreakBetweenThem) {
   EXPECT_EQ(Addresses({"ADR;HOME:PO 1;;Main 2"}),
             ContactTexts({{"HomeAddressStreet", u"PO 1\r\nMain 2"}}));
+}
+
+TEST_F(PolPutContact, AddsNoSeparatorForAnEmptyPartOfTheStreet) {
   EXPECT_EQ(Addresses({"ADR;HOME:;Floor 3;"}), ContactTexts({{"HomeAddressStreet", u"Floor 3"}}));
   EXPECT_EQ(
       Addresses({"ADR;HOME:PO 1;Floor 3;;Town"}),
@@ -334,6 +364,12 @@ TEST_F(PolPutContact, PutsThePreferredMailAddressFirstAndDropsTheFourth) {
   EXPECT_EQ(Mails({"EMAIL;INTERNET:a", "EMAIL;INTERNET;PREF:b", "EMAIL;INTERNET:c",
                    "EMAIL;INTERNET:d", "EMAIL;X400:e"}),
             MailTexts({u"b", u"a", u"c"}));
+}
+
+// So a contact that has no first address is the same after it was sent and received.
+TEST_F(PolPutContact, PutsAPreferredMailAddressFirstAlsoWhenItIsEmpty) {
+  EXPECT_EQ(Mails({"EMAIL;INTERNET;PREF:", "EMAIL;INTERNET:a"}),
+            MailTexts({u"", u"a", u"<not written>"}));
 }
 
 TEST_F(PolPutContact, KeepsTheOrderOfMailAddressesWithoutAPreferredOne) {
@@ -577,6 +613,16 @@ void ExpectAnEmptyContact(OsifContact& contact) {
 }
 
 TEST_F(PolGetContact, GivesEveryFieldOfAnEmptyContact) { ExpectAnEmptyContact(Get({})); }
+
+TEST_F(PolGetContact, AlwaysGivesThreeAddressesAndTwelveTelephonesOrElevenWhenSuppressed) {
+  OsifContact& contact = Get({});
+  EXPECT_EQ(Shown(contact.adr).size(), 3u);
+  EXPECT_EQ(Shown(contact.tel).size(), 12u);
+  Suppress(1);
+  OsifContact& suppressed = Get({});
+  EXPECT_EQ(Shown(suppressed.adr).size(), 3u);
+  EXPECT_EQ(Shown(suppressed.tel).size(), 11u);
+}
 
 TEST_F(PolGetContact, TakesWhatCannotBeReadForEmpty) {
   pim_.faults.get_property = E_FAIL;

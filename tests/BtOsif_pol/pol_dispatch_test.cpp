@@ -258,10 +258,14 @@ TEST_F(PolModify, TakesTheIdInAnyHexadecimalForm) {
 TEST_F(PolModify, RefusesAnIdThatIsNoNumberInEveryStoreButNotes) {
   Open();
   for (int32_t store_id : {0, 1, 3, 4, 5, 6}) {
-    for (const char* id : {"xyz", "", "10000002a"}) {
+    for (const char* id : {"xyz", ""}) {
       EXPECT_EQ(Code(POL_ModifyObject(store_id, id, ray_.get(), nullptr)), OSIF_ERR_INVALID_ID)
           << store_id << " " << id;
     }
+  }
+  for (int32_t store_id : {0, 1}) {
+    EXPECT_EQ(Code(POL_ModifyObject(store_id, "10000002a", ray_.get(), nullptr)),
+              OSIF_ERR_INVALID_ID);
   }
   EXPECT_TRUE(pim_.oids_asked.empty());
 }
@@ -370,6 +374,13 @@ TEST_F(PolDelete, RefusesAnIdThatIsNoNumberInEveryStoreButNotes) {
   for (int32_t store_id : {0, 1, 3, 4, 5, 6}) {
     EXPECT_EQ(Code(POL_DeleteObject(store_id, "xyz", nullptr)), OSIF_ERR_INVALID_ID) << store_id;
   }
+  EXPECT_EQ(pim_.contacts.size(), 1u);
+}
+
+TEST_F(PolDelete, OfACalendarIdThatNamesAnItemOfNeitherKindFindsNothing) {
+  Open();
+  EXPECT_EQ(Code(POL_DeleteObject(OSIF_STORE_CAL, "2a", nullptr)), OSIF_ERR_NOT_FOUND);
+  EXPECT_EQ(pim_.oids_asked, std::vector<LONG>({42}));
   EXPECT_EQ(pim_.contacts.size(), 1u);
 }
 

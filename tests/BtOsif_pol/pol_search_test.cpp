@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "BtOsif_pol/pol_dispatch.h"
+#include "tests/BtOsif_pol/calendar_fixture.h"
 #include "tests/support/pol_fixture.h"
 
 namespace {
@@ -65,10 +66,16 @@ TEST_F(PolGet, TakesTheIdInAnyHexadecimalForm) {
 TEST_F(PolGet, RefusesAnIdThatIsNoNumberInEveryStoreButNotes) {
   Open();
   for (int32_t store_id : {0, 1, 3, 4, 5, 6}) {
-    for (const char* id : {"xyz", "", "10000002a"}) {
+    for (const char* id : {"xyz", ""}) {
       EXPECT_EQ(Get(id, store_id), OSIF_ERR_INVALID_ID) << store_id << " " << id;
     }
   }
+  for (int32_t store_id : {0, 1}) EXPECT_EQ(Get("10000002a", store_id), OSIF_ERR_INVALID_ID);
+}
+
+TEST_F(PolGet, OfACalendarIdThatNamesAnItemOfNeitherKindFindsNothing) {
+  Open();
+  EXPECT_EQ(Get("2a", OSIF_STORE_CAL), OSIF_ERR_NOT_FOUND);
 }
 
 TEST_F(PolGet, LooksAtTheIdBeforeTheSession) {
@@ -540,11 +547,38 @@ TEST_F(PolFindOnDevice, TellsCaseApart) {
 }
 
 TEST_F(PolFindOnDevice, FindsNamesWithQuotationMarksAndBrackets) {
-  const char* names[] = {"N:Lee;Bob \"the\" Kid", "N:\"Lee\"", "N:O'Neil;[Ann]", "N:Lee AND Ray"};
+  const char* names[] = {"N:Lee;Bob \"the\" Kid",  "N:\"Lee\"", "N:O'Neil;[Ann]", "N:Lee AND Ray",
+                         "N:Lee;\"x\" AND [y",      "N:a\" OR [b] c", "N:\"x\" AND [y"};
   for (const char* name : names) {
     const std::string id = Add(ContactRecord{name});
     EXPECT_EQ(Find(ContactRecord{name}), id) << name;
   }
+}
+
+// Quotation marks are not escaped, so the store cannot tell such a name from more of the question.
+TEST_F(PolFindOnDevice, DoesNotFindANameThatReadsAsMoreOfTheQuestion) {
+  const char* name = "N:Lee\" AND [FirstName]=\"Ann";
+  Add(ContactRecord{name});
+  const std::string ann = Add({"N:Lee;Ann"});
+  EXPECT_EQ(Find(ContactRecord{name}), "");
+  EXPECT_EQ(Find({"N:Lee;Ann"}), ann);
+}
+
+TEST_F(PolFindOnDevice, FindsTheOneOfAFamilyWhoHasNoOtherPartOfAName) {
+  for (const char* name : {"N:Lee;Ann", "N:lee", "N:Lee;;May", "N:Lee;;;Dr.", "N:Lee;;;;Jr"}) {
+    Add(ContactRecord{name});
+  }
+  const std::string lee = Add({"N:Lee", "TITLE:Cook"});
+  Add({"N:Lee"});
+  EXPECT_EQ(Find({"N:Lee"}), lee) << "the first of those who are equal";
+  EXPECT_EQ(Find({"N:LEE"}), "");
+}
+
+TEST_F(PolFindOnDevice, FindsAContactWhoseAskedPartsManyOthersHave) {
+  for (int i = 0; i < 300; ++i) Add(ContactRecord{"N:Lee;A" + std::to_string(i) + ";May;Dr.;Jr"});
+  EXPECT_EQ(Find({"N:Lee;;;Dr.;Jr"}), "");
+  const std::string id = Add({"N:Lee;;;Dr.;Jr"});
+  EXPECT_EQ(Find({"N:Lee;;;Dr.;Jr"}), id);
 }
 
 TEST_F(PolFindOnDevice, FindsNamesOfOtherAlphabets) {
@@ -572,6 +606,78 @@ TEST_F(PolFindOnDevice, WalksPastAContactThatWasDeletedMeanwhile) {
   EXPECT_EQ(Code(POL_GetNextId(OSIF_STORE_PB, id.text)), OSIF_OK);
   EXPECT_EQ(id.text, third);
   EXPECT_EQ(Code(POL_GetNextId(OSIF_STORE_PB, id.text)), OSIF_ERR_END_OF_STORE);
+}
+
+// ---- Calendar items ---------------------------------------------------------------------------------
+
+class PolFindItem : public PolFindOnDevice {
+ protected:
+  template <typename Record>
+  std::string AddItem(Record record) {
+    IdBuffer id;
+    EXPECT_EQ(Code(POL_AddObject(OSIF_STORE_CAL, record.get(), id.text, nullptr)), OSIF_OK);
+    return id.text;
+  }
+  template <typename Record>
+  std::string FindItem(Record record) {
+    IdBuffer id("");
+    return POL_FindObject(OSIF_STORE_CAL, record.get(), id.text) ? id.text : "";
+  }
+};
+
+TEST_F(PolFindItem, GoesByTheDescriptionOfAnEventWhoseSummaryDecodesToNothing) {
+  const std::string event =
+      AddItem(EventRecord({"SUMMARY:Tea", "DESCRIPTION:d", "DTSTART:20060501T090000"}));
+  EXPECT_EQ(FindItem(EventRecord({"SUMMARY;ENCODING=QUOTED-PRINTABLE:=00", "DESCRIPTION:d",
+                                  "DTSTART:20060501T090000"})),
+            event);
+}
+
+TEST_F(PolFindItem, NeverFindsATodoWhoseSummaryDecodesToNothing) {
+  AddItem(TodoRecord({"SUMMARY:Pay"}));
+  AddItem(TodoRecord({"DESCRIPTION:d"}));
+  EXPECT_EQ(FindItem(TodoRecord({"SUMMARY;ENCODING=QUOTED-PRINTABLE:=00"})), "");
+}
+
+// ---- Notes ------------------------------------------------------------------------------------------
+
+class PolFindNote : public TempDeviceTest {
+ protected:
+  void SetUp() override { ASSERT_EQ(Code(POL_Open()), OSIF_OK); }
+  void TearDown() override { POL_Close(); }
+
+  // The id; empty when nothing was found.
+  std::string Find(std::string_view name) {
+    OwnedObject note(OSIF_STORE_NOTE);
+    note->note.summary = MakeValue({}, {name}).release();
+    IdBuffer id("");
+    return POL_FindObject(OSIF_STORE_NOTE, note.get(), id.text) ? id.text : "";
+  }
+
+  void Add(std::string_view name) {
+    OwnedObject note(OSIF_STORE_NOTE);
+    note->note.summary = MakeValue({}, {name}).release();
+    note->note.body = MakeValue({}, {"text"}).release();
+    ASSERT_EQ(Code(POL_AddObject(OSIF_STORE_NOTE, note.get(), nullptr, nullptr)), OSIF_OK);
+  }
+};
+
+TEST_F(PolFindNote, GivesTheNameOfANoteWhoseInkFileExists) {
+  Add("Ideas");
+  EXPECT_EQ(Find("Ideas"), "Ideas");
+  EXPECT_EQ(Find("Other ideas"), "");
+}
+
+TEST_F(PolFindNote, NeedsNoSession) {
+  Add("Ideas");
+  POL_Close();
+  EXPECT_EQ(Find("Ideas"), "Ideas");
+}
+
+TEST_F(PolFindNote, OfANoteWithoutANameFindsNothing) {
+  OwnedObject note(OSIF_STORE_NOTE);
+  EXPECT_EQ(POL_FindObject(OSIF_STORE_NOTE, note.get(), nullptr), 0);
+  EXPECT_EQ(Find(""), "");
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "BtOsif_pol/pol_session.h"
 
 #include "BtOsif_pol/pol_search.h"
+#include "platform/api/richink.h"
+#include "platform/device/richink_control.h"
 #include "tests/support/pol_fixture.h"
 
 namespace {
@@ -93,6 +95,29 @@ TEST_F(PolSession, ClosingReleasesTheCollectionOfAWalk) {
   EXPECT_EQ(pim_.live_objects, before + 1) << "the collection is held between the calls";
   POL_Close();
   EXPECT_EQ(pim_.live_objects, 0);
+}
+
+// Whether a window of the ink control's class can be created.
+bool KnowsTheInkControl() {
+  HWND control = CreateWindowW(RICHINK_CLASS, nullptr, 0, CW_USEDEFAULT, CW_USEDEFAULT,
+                               CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, nullptr, nullptr);
+  if (control != nullptr) DestroyWindow(control);
+  return control != nullptr;
+}
+
+TEST_F(PolSession, OpeningMakesTheInkControlKnown) {
+  device::SetRichInkClass(false);
+  ASSERT_FALSE(KnowsTheInkControl());
+  Open();
+  EXPECT_TRUE(KnowsTheInkControl());
+}
+
+TEST_F(PolSession, OpeningThatFailsDoesNotComeToTheInkControl) {
+  device::SetRichInkClass(false);
+  pim_.faults.logon = E_FAIL;
+  EXPECT_EQ(POL_Open(), static_cast<OsifResult>(OSIF_ERR_PIM));
+  EXPECT_FALSE(KnowsTheInkControl());
+  device::SetRichInkClass(true);
 }
 
 TEST_F(PolSession, OpensAgainAfterAClose) {

@@ -1,0 +1,102 @@
+#include "mapi/mapi_body.h"
+
+#include <algorithm>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "btosif/osif_util/ascii.h"
+#include "btosif/osif_util/base64.h"
+#include "btosif/osif_util/owned_text.h"
+#include "btosif/osif_util/quoted_printable.h"
+
+namespace {
+
+std::string UndoTransferEncoding(const MessagePart& part) {
+  const std::string_view text = part.bodyText == nullptr ? "" : part.bodyText;
+  if (ContainsIgnoringCase(part.contentTransferEncoding, "QUOTED-PRINTABLE")) {
+    return QuotedPrintableDecode(text);
+  }
+  if (ContainsIgnoringCase(part.contentTransferEncoding, "BASE64")) {
+    if (auto bytes = Base64Decode(text)) return *bytes;
+  }
+  return std::string(text);
+}
+
+// The code page that the part's charset parameter names.
+uint32_t CodePageOf(const MessagePart& part) {
+  const std::string upper = ToUpper(part.contentType);
+  const size_t start = upper.find("CHARSET");
+  if (start == std::string::npos) return InputCodePage();
+  const std::string_view parameter = std::string_view(upper).substr(start);
+  const uint32_t code_page =
+      CharsetToCodePage(CharsetParamValue(parameter.substr(0, parameter.find(';'))));
+  return code_page == 0 ? InputCodePage() : code_page;
+}
+
+bool IsAscii(WideView text) {
+  return std::ranges::all_of(text, [](WCHAR c) { return c < 128; });
+}
+
+struct EncodedBody {
+  std::string bytes;
+  const char* charset;
+};
+
+EncodedBody ChooseCharset(WideView text) {
+  const uint32_t code_page = OutputCodePage();
+  const char* name = SentCharsetName(code_page);
+  std::string bytes = TextToMultiByte(code_page, text);
+  if (name != nullptr && MultiByteToText(code_page, bytes) == text) return {std::move(bytes), name};
+  return {TextToMultiByte(kUtf8CodePage, text), "UTF-8"};
+}
+
+// A reader takes "=" at the end of a line for a soft line break, whatever the encoding.
+bool HasSoftBreak(std::string_view text) {
+  return text.ends_with('=') || text.find("=\n") != std::string_view::npos;
+}
+
+std::string EncodeLines(std::string_view text) {
+  std::string encoded;
+  while (!text.empty()) {
+    const size_t end = std::min(text.find('\n'), text.size());
+    encoded += QuotedPrintableEncode(text.substr(0, end));
+    if (end < text.size()) encoded += '\n';
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return encoded;
+}
+
+// The store ends its lines with carriage return and line feed.
+WideText WithLineFeedsOnly(WideView text) {
+  WideText lines;
+  lines.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool is_line_end = text[i] == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n';
+    if (!is_line_end) lines.push_back(text[i]);
+  }
+  return lines;
+}
+
+}  // namespace
+
+WideText mapi_DecodeBody(const MessagePart& part) {
+  return MultiByteToText(CodePageOf(part), UndoTransferEncoding(part));
+}
+
+bool mapi_IsHtml(const MessagePart& part) { return ContainsIgnoringCase(part.contentType, "HTML"); }
+
+void mapi_EncodeBody(WideView text, MessagePart& part) {
+  const WideText lines = WithLineFeedsOnly(text);
+  EncodedBody body = IsAscii(lines) ? EncodedBody{TextToMultiByte(kLatin1CodePage, lines), nullptr}
+                                    : ChooseCharset(lines);
+  std::string content_type = "text/plain";
+  if (body.charset != nullptr) content_type += std::string("; charset=") + body.charset;
+  CopyBounded(part.contentType, content_type);
+  if (body.charset != nullptr || HasSoftBreak(body.bytes)) {
+    body.bytes = EncodeLines(body.bytes);
+    CopyBounded(part.contentTransferEncoding, "quoted-printable");
+  }
+  part.bodyText = CopyText(body.bytes).release();
+  if (part.bodyText == nullptr) throw std::bad_alloc();
+}
