@@ -40,6 +40,20 @@ int UniqueTempFilename(const WCHAR* folder, WCHAR* path) {
   return 0;
 }
 
+// Whether no byte but the last is zero or a carriage return without a line feed. Without a branch for each
+// byte, so that many are looked at at once.
+bool ArePlain(std::string_view bytes) {
+  const char* text = bytes.data();
+  unsigned char odd = 0;
+  for (size_t i = 0; i + 1 < bytes.size(); ++i) {
+    const auto is_zero = static_cast<unsigned char>(text[i] == '\0');
+    const auto is_return = static_cast<unsigned char>(text[i] == '\r');
+    const auto ends_no_line = static_cast<unsigned char>(text[i + 1] != '\n');
+    odd = static_cast<unsigned char>(odd | is_zero | (is_return & ends_no_line));
+  }
+  return odd == 0;
+}
+
 }  // namespace
 
 void OsifStream::Free::operator()(char* bytes) const { std::free(bytes); }
@@ -67,12 +81,21 @@ bool OsifStream::MakeRoom() {
   return true;
 }
 
+// A carriage return at the end of the window is looked at together with what follows it.
+void OsifStream::LookAtNewBytes(size_t count) {
+  const size_t from = end_ - count - (end_ - count > begin_ ? 1 : 0);
+  const std::string_view bytes = {window_.get() + from, end_ - from};
+  const bool ends_oddly = bytes.ends_with('\0') || (count == 0 && bytes.ends_with('\r'));
+  is_plain_ = is_plain_ && !ends_oddly && ArePlain(bytes);
+}
+
 OsifStream::Ahead OsifStream::ReadAhead() {
   if (file_ == nullptr) return Ahead::kEnd;
   if (end_ == room_ && !MakeRoom()) return Ahead::kNoMemory;
   const size_t count = std::fread(window_.get() + end_, 1, room_ - end_, file_.get());
   end_ += count;
   if (count == 0) at_end_ = true;
+  LookAtNewBytes(count);
   return count == 0 ? Ahead::kEnd : Ahead::kMore;
 }
 

@@ -42,6 +42,9 @@ class OsifStream {
   // Moves the position forward over bytes of the window.
   void Skip(size_t count) { begin_ += count; }
 
+  // False once the window has held a zero byte, or a carriage return that no line feed follows.
+  bool IsPlain() const { return is_plain_; }
+
   LineEnd line_end() const { return line_end_; }
   FILE* file() const { return file_.get(); }
 
@@ -63,6 +66,7 @@ class OsifStream {
 
   void ForgetWindow();
   bool MakeRoom();
+  void LookAtNewBytes(size_t count);
 
   std::unique_ptr<FILE, Close> file_;
   std::unique_ptr<char, Free> window_;
@@ -70,6 +74,7 @@ class OsifStream {
   size_t begin_ = 0;  // the position in the window
   size_t end_ = 0;    // of the bytes in the window
   bool at_end_ = false;
+  bool is_plain_ = true;
   LineEnd line_end_ = LineEnd::kLf;
 };
 

@@ -2,7 +2,6 @@
 // met, each with what ended it, and are then copied one behind the other.
 #include "btosif/osif_parsers/line_reader.h"
 
-#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <utility>
@@ -104,6 +103,17 @@ class Scanner {
   size_t begin_ = 0;  // of the physical line to look at next
 };
 
+// Most lines are neither folded nor odd, and the window shows it: the length of such a line with its line
+// end; 0 when there is more to look at.
+size_t PlainLineLength(const OsifStream& stream) {
+  const std::string_view window = stream.Window();
+  const size_t line_feed = window.find('\n');
+  if (!stream.IsPlain() || line_feed >= window.size() - 1) return 0;
+  const size_t before_end = line_feed > 0 && window[line_feed - 1] == '\r' ? 2 : 1;
+  const bool is_soft_break = line_feed >= before_end && window[line_feed - before_end] == '=';
+  return is_soft_break || IsFoldCharacter(window[line_feed + 1]) ? 0 : line_feed + 1;
+}
+
 // Room for a line of so many bytes in the file, and for its terminator.
 OwnedText NewLine(size_t raw_length) {
   return OwnedText(static_cast<char*>(OsifAllocRaw(raw_length + 1)));
@@ -140,17 +150,24 @@ bool IsEscape(std::string_view text) {
   return text.size() > 1 && text[0] == '\\' && (text[1] == ';' || text[1] == '\\');
 }
 
+// A field that was taken from a line.
+struct Field {
+  size_t length;
+  bool has_blanks;  // perhaps
+};
+
 // Moves the front of a text up to one of the two delimiters into a field; what does not fit is dropped.
-// Returns the field's length.
 template <size_t kRoom>
-size_t TakeField(char (&field)[kRoom], std::string_view& text, char delimiter, char other) {
+Field TakeField(char (&field)[kRoom], std::string_view& text, char delimiter, char other) {
   const auto is_delimiter = [&](char c) { return c == delimiter || c == other; };
   size_t length = 0;
   size_t i = 0;
-  // Most fields have no escape and fit.
-  for (; i < text.size() && i + 1 < kRoom && !is_delimiter(text[i]) && text[i] != '\\'; ++i) {
+  // Most fields have neither blank nor escape, and fit.
+  for (; i < text.size() && i + 1 < kRoom && !is_delimiter(text[i]); ++i) {
+    if (text[i] <= ' ' || text[i] == '\\') break;
     field[length++] = text[i];
   }
+  const bool has_blanks = i < text.size() && !is_delimiter(text[i]);
   while (i < text.size() && !is_delimiter(text[i])) {
     const size_t count = IsEscape(text.substr(i)) ? 2 : 1;
     if (length + count < kRoom) length += text.copy(field + length, count, i);
@@ -158,40 +175,41 @@ size_t TakeField(char (&field)[kRoom], std::string_view& text, char delimiter, c
   }
   field[length] = '\0';
   text.remove_prefix(i);
-  return length;
+  return {length, has_blanks};
 }
 
 struct Fields {
-  size_t name_length;
-  size_t params_length;
+  Field name;
+  Field params;
   std::string_view value;  // empty when the line ended before
 };
 
 Fields TakeFields(char (&name)[kNameRoom], char (&params)[kParamRoom], std::string_view line) {
-  Fields fields = {TakeField(name, line, ';', ':'), 0, {}};
+  Fields fields = {TakeField(name, line, ';', ':'), {}, {}};
   params[0] = '\0';
   if (line.starts_with(';')) {
     line.remove_prefix(1);
-    fields.params_length = TakeField(params, line, ':', ':');
+    fields.params = TakeField(params, line, ':', ':');
   }
   fields.value = line.substr(line.empty() ? 0 : 1);
   return fields;
 }
 
-// Removes the blanks and tabs of a text; returns the length that is left.
-size_t StripBlanks(char* text, size_t length) {
-  size_t kept = 0;
-  while (kept < length && !IsFoldCharacter(text[kept])) ++kept;
-  for (size_t i = kept; i < length; ++i) {
-    if (!IsFoldCharacter(text[i])) text[kept++] = text[i];
-  }
-  text[kept] = '\0';
-  return kept;
+// The field without its blanks and tabs.
+std::string_view Stripped(char* text, const Field& field) {
+  if (field.has_blanks) return StripBlanks(text);
+  return {text, field.length};
 }
 
 }  // namespace
 
 LogicalLine ReadLogicalLine(OsifStream& stream) {
+  if (const size_t length = PlainLineLength(stream); length > 0) {
+    std::string_view text = stream.Window().substr(0, length - 1);
+    if (text.ends_with('\r')) text.remove_suffix(1);
+    stream.Skip(length);
+    return {true, length, text, nullptr};
+  }
   Scanner scanner(stream);
   std::optional<PhysicalLine> line = scanner.Next();
   const bool is_folded = line && line->ending != Ending::kLine;
@@ -204,7 +222,7 @@ LogicalLine ReadLogicalLine(OsifStream& stream) {
     if (read.joined == nullptr) return NoMemory(stream, line->next, line->next);
     read.text = {read.joined.get(), CopyJoined(stream, read.joined.get())};
   }
-  read.text = CutLine(read.text);
+  if (!stream.IsPlain()) read.text = CutLine(read.text);
   stream.Skip(line->next);
   return read;
 }
@@ -226,14 +244,16 @@ const char* SplitProperty(char (&name)[kNameRoom], char (&params)[kParamRoom], c
 }
 
 char* StripBlanks(char* text) {
-  StripBlanks(text, std::strlen(text));
+  char* out = text;
+  for (const char* in = text; *in != '\0'; ++in) {
+    if (!IsFoldCharacter(*in)) *out++ = *in;
+  }
+  *out = '\0';
   return text;
 }
 
 SplitLine SplitStripped(char (&name)[kNameRoom], char (&params)[kParamRoom],
                         std::string_view line) {
   const Fields fields = TakeFields(name, params, line);
-  return {{name, StripBlanks(name, fields.name_length)},
-          {params, StripBlanks(params, fields.params_length)},
-          fields.value};
+  return {Stripped(name, fields.name), Stripped(params, fields.params), fields.value};
 }

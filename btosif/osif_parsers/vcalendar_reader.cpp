@@ -65,6 +65,7 @@ constexpr PropertyRow kProperties[] = {
     {"ATTACH", CalendarProperty::kAttach, nullptr, &OsifEventTail::attach, &OsifTodoTail::attach},
     {"END", CalendarProperty::kEnd},
 };
+constexpr PropertyTable kTable(kProperties);
 
 // The list of a record of either kind; null for a property that its kind does not have.
 PropertyValue** ListOf(const PropertyRow& row, OsifObject& object) {
@@ -116,7 +117,7 @@ OsifResult ItemReader::Read() {
 }
 
 void ItemReader::TakeProperty() {
-  const PropertyRow* row = FindRow(kProperties, line_.name());
+  const PropertyRow* row = kTable.Find(line_.name());
   if (row != nullptr && row->property == CalendarProperty::kBegin) {
     ++depth_;
   } else if (row != nullptr && row->property == CalendarProperty::kEnd) {
@@ -279,7 +280,7 @@ OsifResult CalendarReader::Finish() {
 }  // namespace
 
 CalendarProperty CalendarPropertyIndex(std::string_view name) {
-  const PropertyRow* row = FindRow(kProperties, name);
+  const PropertyRow* row = kTable.Find(name);
   return row == nullptr ? CalendarProperty::kUnknown : row->property;
 }
 

@@ -56,6 +56,7 @@ constexpr PropertyRow kProperties[] = {
     {"X-MICROSOFT-ASST_TEL", VCardProperty::kAssistantTelephone, &OsifContact::tel, 1},
     {"X-MICROSOFT-OFFICELOC", VCardProperty::kOfficeLocation, &OsifContact::xMicrosoftOfficeloc, 1},
 };
+constexpr PropertyTable kTable(kProperties);
 
 // Reads the properties of one vCard into a record.
 class CardReader {
@@ -92,7 +93,7 @@ OsifResult CardReader::Read() {
 }
 
 void CardReader::TakeProperty() {
-  const PropertyRow* row = FindRow(kProperties, line_.name());
+  const PropertyRow* row = kTable.Find(line_.name());
   if (row == nullptr) {
     OSIF_Trace(0, "OSIF:  Warning - Parser encountered unknown property: '%s'",
                line_.name().data());
@@ -177,7 +178,7 @@ OsifResult CardReader::Finish() {
 }  // namespace
 
 VCardProperty PropertyIndex(std::string_view name) {
-  const PropertyRow* row = FindRow(kProperties, name);
+  const PropertyRow* row = kTable.Find(name);
   return row == nullptr ? VCardProperty::kUnknown : row->property;
 }
 

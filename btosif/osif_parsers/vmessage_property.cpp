@@ -50,12 +50,11 @@ constexpr MessagePropertyRow kProperties[] = {
     {"BEGIN", Property::kBegin, Level::kStructure, nullptr},
     {"END", Property::kEnd, Level::kStructure, nullptr},
 };
+constexpr PropertyTable kTable(kProperties);
 
 }  // namespace
 
-const MessagePropertyRow* FindMessageProperty(std::string_view name) {
-  return FindRow(kProperties, name);
-}
+const MessagePropertyRow* FindMessageProperty(std::string_view name) { return kTable.Find(name); }
 
 MessageProperty MessagePropertyIndex(std::string_view name) {
   const MessagePropertyRow* row = FindMessageProperty(name);

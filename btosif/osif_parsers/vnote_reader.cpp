@@ -34,6 +34,7 @@ constexpr PropertyRow kProperties[] = {
     {"CLASS", NoteProperty::kClass, &OsifNote::class_},
     {"END", NoteProperty::kEnd},
 };
+constexpr PropertyTable kTable(kProperties);
 
 // Reads one note, from behind its BEGIN line to its END, into a cleared record.
 class NoteReader {
@@ -68,7 +69,7 @@ OsifResult NoteReader::Read() {
 }
 
 void NoteReader::TakeProperty() {
-  const PropertyRow* row = FindRow(kProperties, line_.name());
+  const PropertyRow* row = kTable.Find(line_.name());
   if (row == nullptr) {
     OSIF_Trace(0, "OSIF:  Warning - Parser encountered unknown property: '%s'",
                line_.name().data());
@@ -131,7 +132,7 @@ OsifResult NoteReader::Finish() {
 }  // namespace
 
 NoteProperty NotePropertyIndex(std::string_view name) {
-  const PropertyRow* row = FindRow(kProperties, name);
+  const PropertyRow* row = kTable.Find(name);
   return row == nullptr ? NoteProperty::kUnknown : row->property;
 }
 

@@ -4,7 +4,7 @@
 
 bool ContainsIgnoringCase(std::string_view text, std::string_view word) {
   for (; text.size() >= word.size(); text.remove_prefix(1)) {
-    if (EqualsIgnoringCase(text.substr(0, word.size()), word)) return true;
+    if (StartsIgnoringCase(text, word)) return true;
   }
   return false;
 }

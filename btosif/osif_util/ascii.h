@@ -17,6 +17,10 @@ constexpr bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
   return true;
 }
 
+constexpr bool StartsIgnoringCase(std::string_view text, std::string_view word) {
+  return EqualsIgnoringCase(text.substr(0, word.size()), word);
+}
+
 // True when `text` contains `word`, which is given in upper case, anywhere and in any case.
 bool ContainsIgnoringCase(std::string_view text, std::string_view word);
 

@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr size_t kFolderLimit = 260;
 constexpr size_t kCounterLimit = 10;    // characters of a counter field
 constexpr size_t kTimestampLimit = 18;  // characters of a time stamp field
 constexpr std::array<const char*, 6> kStoreNames = {"pb",     "cal",      "note",

@@ -95,13 +95,43 @@ void SplitPieces(std::string_view text, Take take) {
   }
 }
 
-// The flags that one parameter asks for.
+// The words that stand for flags, wherever in a parameter they are.
+struct FlagWord {
+  std::string_view word;
+  uint32_t flag;
+};
+
+constexpr FlagWord kFlagWords[] = {{"QUOTED-PRINTABLE", OSIF_VALUE_QUOTED_PRINTABLE},
+                                   {"BASE64", OSIF_VALUE_BASE64},
+                                   {"8BIT", OSIF_VALUE_8BIT},
+                                   {"CHARSET", OSIF_VALUE_CHARSET}};
+
+// The word that begins with a letter; there is one at most.
+constexpr const FlagWord* FlagWordOf(char first) {
+  switch (first) {
+    case 'Q':
+    case 'q':
+      return &kFlagWords[0];
+    case 'B':
+    case 'b':
+      return &kFlagWords[1];
+    case '8':
+      return &kFlagWords[2];
+    case 'C':
+    case 'c':
+      return &kFlagWords[3];
+    default:
+      return nullptr;
+  }
+}
+
+// The flags that one parameter asks for, found in one pass.
 uint32_t FlagsOf(std::string_view param) {
   uint32_t flags = 0;
-  if (ContainsIgnoringCase(param, "QUOTED-PRINTABLE")) flags |= OSIF_VALUE_QUOTED_PRINTABLE;
-  if (ContainsIgnoringCase(param, "BASE64")) flags |= OSIF_VALUE_BASE64;
-  if (ContainsIgnoringCase(param, "8BIT")) flags |= OSIF_VALUE_8BIT;
-  if (ContainsIgnoringCase(param, "CHARSET")) flags |= OSIF_VALUE_CHARSET;
+  for (size_t i = 0; i < param.size(); ++i) {
+    const FlagWord* row = FlagWordOf(param[i]);
+    if (row != nullptr && StartsIgnoringCase(param.substr(i), row->word)) flags |= row->flag;
+  }
   return flags;
 }
 
