@@ -78,7 +78,7 @@ WideText TextToStore(const MessagePart& part, const WideText& content) {
   WideText text = PlainTextOf(content);
   if (!text.empty() || content.empty()) return text;
   OSIF_Trace(0, "MAPI:  Could not convert BODY to plain text");
-  return content;
+  return WithCarriageReturns(content);
 }
 
 void SetBody(const MessagePart& part, IMessage& message) {

@@ -1,0 +1,362 @@
+// Finding a message by its date and its subject.
+#include "mapi/mapi_mail.h"
+#include "tests/mapi/mapi_fixture.h"
+
+namespace {
+
+using namespace support;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr HRESULT kFailed = MAPI_E_CALL_FAILED;
+
+// 2 January 2002, 10:11:12 UTC: 1,009,966,272 s after 1970, 126544398720000000 times 100 ns after
+// 1601, in halves 0x01C19375 (29463413) and 0xCE056000 (-838508544).
+constexpr char kDate[] = "Wed, 02 Jan 2002 10:11:12 +0000";
+constexpr FILETIME kTime = {0xCE056000, 0x01C19375};
+constexpr char kHalves[] = "29463413.-838508544";
+
+FILETIME Later(uint64_t ticks) {
+  const uint64_t time = Ticks(kTime) + ticks;
+  return {static_cast<DWORD>(time & 0xFFFFFFFFu), static_cast<DWORD>(time >> 32)};
+}
+
+FakeValues Mail(const char16_t* subject, FILETIME time = kTime) {
+  return {FakeValue::Text(PR_SUBJECT, subject), FakeValue::Time(PR_MESSAGE_DELIVERY_TIME, time)};
+}
+
+class MapiFind : public OpenFakeMapiTest {
+ protected:
+  // The id of what is found for this date and subject; "-" for nothing.
+  std::string Find(std::string_view subject, std::string_view date = kDate,
+                   std::string_view folder = "") {
+    MailRecord record;
+    record.Subject(subject).Date(date).Folder(folder);
+    MailId id;
+    const bool found = MAPI_FindMail(*record, id.text);
+    EXPECT_STREQ(id.behind, "untouched");
+    if (found) return id.text;
+    EXPECT_STREQ(id.text, "before");
+    return "-";
+  }
+};
+
+TEST_F(MapiFind, TheHalvesOfTheDateAreAsTheTestsWriteThem) {
+  EXPECT_EQ(Unix(kTime), 1009966272);
+  EXPECT_EQ(static_cast<int32_t>(kTime.dwLowDateTime), -838508544);
+  EXPECT_EQ(kTime.dwHighDateTime, 29463413u);
+}
+
+// ---- Steps --------------------------------------------------------------------------------------
+
+TEST_F(MapiFind, AsksStepByStep) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  EXPECT_EQ(Find("Lunch"), "01");
+  EXPECT_THAT(
+      mapi_.Calls(),
+      ElementsAre("folder.GetContentsTable(F1)", "contents.SetColumns(37001F,E060040,FFF0102)",
+                  "contents.SeekRow(0,0)", "contents.QueryRows(50)", "~contents"));
+}
+
+TEST_F(MapiFind, TellsWhatItLooksForAndEveryRow) {
+  mapi_.Keep(mapi_.outbox, "\x01", Mail(u"Dinner", {0xFFFFFFFF, 2}));
+  mapi_.Keep(mapi_.outbox, "\x02", Mail(u"Lunch"));
+  mapi_.Keep(mapi_.outbox, "\x03", Mail(u"Supper"));
+  EXPECT_EQ(Find("Lunch", kDate, "OUTBOX"), "02");
+  EXPECT_THAT(Trace(),
+              ElementsAre("MAPI:  MAPI_FindMail() Folder:OUTBOX Date:" + std::string(kHalves) +
+                              " Subj:'Lunch'",
+                          "MAPI:  Row:1 Date:2.-1 Subject:'Dinner'",
+                          "MAPI:  Row:2 Date:" + std::string(kHalves) + " Subject:'Lunch'"));
+}
+
+TEST_F(MapiFind, TellsThatNoRowIsLeft) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Dinner"));
+  mapi_.Keep(mapi_.inbox, "\x02", Mail(u"Supper"));
+  EXPECT_EQ(Find("Lunch"), "-");
+  EXPECT_EQ(Trace().back(), "MAPI:  MAPI_FindMail - No more rows found (total=2)");
+}
+
+TEST_F(MapiFind, FindsNothingInAnEmptyFolder) {
+  EXPECT_EQ(Find("Lunch"), "-");
+  EXPECT_EQ(Trace().back(), "MAPI:  MAPI_FindMail - No more rows found (total=0)");
+  EXPECT_EQ(mapi_.Live("contents"), 0);
+}
+
+TEST_F(FakeMapiTest, FindMailStartsTheSession) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  MailRecord record;
+  record.Subject("Lunch").Date(kDate);
+  EXPECT_TRUE(MAPI_FindMail(*record, nullptr));
+  EXPECT_EQ(mapi_.Count("MAPILogonEx"), 1);
+}
+
+TEST_F(FakeMapiTest, FindMailTellsThatTheSessionCannotBeStarted) {
+  mapi_.Fail("MAPIInitialize", kFailed);
+  MailRecord record;
+  MailId id;
+  EXPECT_FALSE(MAPI_FindMail(*record, id.text));
+  EXPECT_STREQ(id.text, "before");
+  EXPECT_THAT(Trace(), ElementsAre("MAPI:  MAPIInitialize failed with code: -2147467259",
+                                   "MAPI:  MAPI_FindMail error - mapi_Initialize() failed"));
+}
+
+TEST_F(FakeMapiTest, FindMailTellsThatThereIsNoFolder) {
+  OpenWithoutFolders();
+  MailRecord record;
+  record.Subject("Lunch").Date(kDate).Folder("SENTBOX");
+  EXPECT_FALSE(MAPI_FindMail(*record, nullptr));
+  EXPECT_THAT(Trace(), ElementsAre("MAPI:  MAPI_FindMail() Folder:SENTBOX Date:" +
+                                       std::string(kHalves) + " Subj:'Lunch'",
+                                   "MAPI:  MAPI_FindMail error - lpFolder is NULL"));
+}
+
+// ---- Failing calls ------------------------------------------------------------------------------
+
+TEST_F(MapiFind, TellsWhyThereIsNoContentsTable) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  mapi_.Fail("folder.GetContentsTable", kFailed);
+  EXPECT_EQ(Find("Lunch"), "-");
+  EXPECT_EQ(Trace().back(), "MAPI:  lpFolder->GetContentsTable failed with code: 0x80004005");
+}
+
+TEST_F(MapiFind, GoesOnWithoutTheColumns) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  mapi_.Fail("contents.SetColumns", kFailed);
+  EXPECT_EQ(Find("Lunch"), "01");
+  EXPECT_THAT(Trace(), Contains("MAPI:  lpMessageTable->SetColumns failed with code: 0x80004005"));
+}
+
+TEST_F(MapiFind, EndsWhenTheBeginningCannotBeFound) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  mapi_.Fail("contents.SeekRow", kFailed);
+  EXPECT_EQ(Find("Lunch"), "-");
+  EXPECT_EQ(Trace().back(), "MAPI:  lpMessageTable->SeekRow failed with code: 0x80004005");
+  EXPECT_EQ(mapi_.Count("contents.QueryRows"), 0);
+  EXPECT_EQ(mapi_.Live("contents"), 0);
+}
+
+TEST_F(MapiFind, EndsWhenRowsCannotBeHad) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  mapi_.Fail("contents.QueryRows", kFailed);
+  EXPECT_EQ(Find("Lunch"), "-");
+  EXPECT_EQ(Trace().back(), "MAPI:  lpMessageTable->QueryRows failed with code: 0x80004005");
+}
+
+TEST_F(MapiFind, EndsWhenTheNextRowsCannotBeHad) {
+  for (int i = 0; i < 60; ++i) mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Dinner"));
+  mapi_.Keep(mapi_.inbox, "\x02", Mail(u"Lunch"));
+  mapi_.Fail("contents.QueryRows", kFailed, 2);
+  EXPECT_EQ(Find("Lunch"), "-");
+  EXPECT_EQ(Trace().back(), "MAPI:  lpMessageTable->QueryRows failed with code: 0x80004005");
+}
+
+TEST_F(MapiFind, AMissingRowSetIsTheEnd) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  mapi_.gives_no_rows = true;
+  EXPECT_EQ(Find("Lunch"), "-");
+  EXPECT_EQ(Trace().back(), "MAPI:  MAPI_FindMail - No more rows found (total=0)");
+}
+
+TEST_F(MapiFind, ARowWithoutDateAndSubjectIsPassedOver) {
+  FakeMail& mail = mapi_.Keep(mapi_.inbox, "\x01");
+  mail.Put(FakeValue::Number(PR_MESSAGE_FLAGS, 1));
+  mapi_.Keep(mapi_.inbox, "\x02", Mail(u"Lunch"));
+  EXPECT_EQ(Find("Lunch"), "02");
+}
+
+TEST_F(MapiFind, ARowWithoutCellsIsPassedOver) {
+  mapi_.Keep(mapi_.inbox, "\x01");
+  mapi_.Keep(mapi_.inbox, "\x02", Mail(u"Lunch"));
+  EXPECT_EQ(Find("Lunch"), "02");
+}
+
+// ---- How many rows ------------------------------------------------------------------------------
+
+struct FolderSize {
+  int mails;
+  int queries;
+};
+
+class MapiFindAmong : public OpenFakeMapiTest, public testing::WithParamInterface<FolderSize> {
+ protected:
+  void Fill() {
+    for (int i = 1; i < GetParam().mails; ++i) mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Dinner"));
+  }
+  bool Find(char (&id)[OSIF_ID_SIZE]) {
+    MailRecord record;
+    record.Subject("Lunch").Date(kDate);
+    return MAPI_FindMail(*record, id);
+  }
+};
+
+TEST_P(MapiFindAmong, FindsTheLastOne) {
+  Fill();
+  mapi_.Keep(mapi_.inbox, "\x7F", Mail(u"Lunch"));
+  MailId id;
+  EXPECT_TRUE(Find(id.text));
+  EXPECT_STREQ(id.text, "7F");
+  EXPECT_EQ(mapi_.Count("contents.QueryRows"), GetParam().queries - 1);
+  EXPECT_EQ(Trace().back(), "MAPI:  Row:" + std::to_string(GetParam().mails) +
+                                " Date:" + std::string(kHalves) + " Subject:'Lunch'");
+}
+
+TEST_P(MapiFindAmong, AsksFiftyRowsAtATimeUntilNoneComeBack) {
+  Fill();
+  mapi_.Keep(mapi_.inbox, "\x7F", Mail(u"Supper"));
+  MailId id;
+  EXPECT_FALSE(Find(id.text));
+  EXPECT_EQ(mapi_.Count("contents.QueryRows"), GetParam().queries);
+  EXPECT_THAT(mapi_.Calls(), Contains("contents.QueryRows(50)").Times(GetParam().queries));
+  const TraceLines lines = Trace();
+  EXPECT_EQ(lines.size(), static_cast<size_t>(GetParam().mails) + 2);
+  EXPECT_EQ(lines.back(), "MAPI:  MAPI_FindMail - No more rows found (total=" +
+                              std::to_string(GetParam().mails) + ")");
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, MapiFindAmong,
+                         testing::Values(FolderSize{1, 2}, FolderSize{49, 2}, FolderSize{50, 2},
+                                         FolderSize{51, 3}, FolderSize{100, 3},
+                                         FolderSize{101, 4}));
+
+// ---- What matches -------------------------------------------------------------------------------
+
+TEST_F(MapiFind, ASubjectThatDiffersInCaseDoesNotMatch) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  EXPECT_EQ(Find("lunch"), "-");
+  EXPECT_EQ(Find("LUNCH"), "-");
+  EXPECT_EQ(Find("Lunch"), "01");
+}
+
+TEST_F(MapiFind, ASubjectMatchesAsAWholeOnly) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  EXPECT_EQ(Find("Lunch "), "-");
+  EXPECT_EQ(Find("Lunc"), "-");
+  EXPECT_EQ(Find("Lunch2"), "-");
+  EXPECT_EQ(Find(""), "-");
+}
+
+TEST_F(MapiFind, BlanksBeforeTheSubjectDoNotCount) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  EXPECT_EQ(Find("  Lunch"), "01");
+}
+
+TEST_F(MapiFind, TheSubjectIsInTheSystemsCodePage) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Caf\u00E9 \u20AC"));
+  EXPECT_EQ(Find("Caf\xE9 \x80"), "01");
+  UseSystemCodePage(65001);
+  EXPECT_EQ(Find("Caf\xC3\xA9 \xE2\x82\xAC"), "01");
+}
+
+TEST_F(MapiFind, TheDateMatchesToThe100Nanoseconds) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch", Later(1)));
+  mapi_.Keep(mapi_.inbox, "\x02", Mail(u"Lunch", Later(static_cast<uint64_t>(-1))));
+  EXPECT_EQ(Find("Lunch"), "-");
+  mapi_.Keep(mapi_.inbox, "\x03", Mail(u"Lunch"));
+  EXPECT_EQ(Find("Lunch"), "03");
+}
+
+TEST_F(MapiFind, BothHalvesOfTheDateCount) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch", {kTime.dwLowDateTime, kTime.dwHighDateTime + 1}));
+  mapi_.Keep(mapi_.inbox, "\x02", Mail(u"Lunch", {kTime.dwLowDateTime + 1, kTime.dwHighDateTime}));
+  EXPECT_EQ(Find("Lunch"), "-");
+}
+
+TEST_F(MapiFind, TheFirstOfSeveralIsFound) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Dinner"));
+  mapi_.Keep(mapi_.inbox, "\x02", Mail(u"Lunch"));
+  mapi_.Keep(mapi_.inbox, "\x03", Mail(u"Lunch"));
+  EXPECT_EQ(Find("Lunch"), "02");
+}
+
+TEST_F(MapiFind, LooksInTheFolderOfTheRecordOnly) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  mapi_.Keep(mapi_.sent, "\x02", Mail(u"Lunch"));
+  mapi_.Keep(mapi_.outbox, "\x03", Mail(u"Lunch"));
+  EXPECT_EQ(Find("Lunch", kDate, "SENTBOX"), "02");
+  EXPECT_EQ(Find("Lunch", kDate, "outbox"), "03");
+  EXPECT_EQ(Find("Lunch", kDate, "INBOX"), "01");
+  EXPECT_EQ(Find("Lunch", kDate, "elsewhere"), "01");
+}
+
+TEST_F(MapiFind, NeedsNoPlaceForTheId) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  MailRecord record;
+  record.Subject("Lunch").Date(kDate);
+  EXPECT_TRUE(MAPI_FindMail(*record, nullptr));
+}
+
+TEST_F(MapiFind, ARecordWithoutADateMatchesNoMessageThatHasOne) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  EXPECT_EQ(Find("Lunch", "", "INBOX"), "-");
+  EXPECT_EQ(Trace().front(), "MAPI:  MAPI_FindMail() Folder:INBOX Date:0.0 Subj:'Lunch'");
+}
+
+TEST_F(MapiFind, ARecordWithoutADateMatchesADateOfZero) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch", {0, 0}));
+  EXPECT_EQ(Find("Lunch", ""), "01");
+}
+
+TEST_F(MapiFind, AnUnreadableDateIsToldByTheReaderOfTheLegacyForm) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  EXPECT_EQ(Find("Lunch", "tomorrow"), "-");
+  EXPECT_THAT(Trace(), Contains("OSIF:  Error in date 'tomorrow' - cannot convert legacy Date"));
+}
+
+TEST_F(MapiFind, ADateWithoutAZoneIsLocal) {
+  TimeZone zone("Europe/Berlin");  // an hour before UTC
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  EXPECT_EQ(Find("Lunch", "Wed, 02 Jan 2002 10:11:12"), "-");
+  EXPECT_EQ(Find("Lunch", "Wed, 02 Jan 2002 11:11:12"), "01");
+}
+
+TEST_F(MapiFind, TheSameMomentInAnotherZoneMatches) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  EXPECT_EQ(Find("Lunch", "Wed, 2 Jan 2002 05:11:12 EST"), "01");
+  EXPECT_EQ(Find("Lunch", "20020102T101112Z"), "01");
+}
+
+// ---- Ids ----------------------------------------------------------------------------------------
+
+TEST_F(MapiFind, AnIdIsTheEntryIdInUpperCaseHexadecimalDigits) {
+  mapi_.Keep(mapi_.inbox, {"\x00\x0F\xAB\xcd\xFF", 5}, Mail(u"Lunch"));
+  EXPECT_EQ(Find("Lunch"), "000FABCDFF");
+}
+
+TEST_F(MapiFind, AnIdMayFillTheWholeRoom) {
+  mapi_.Keep(mapi_.inbox, std::string(256, '\xAB'), Mail(u"Lunch"));
+  std::string expected;
+  for (int i = 0; i < 256; ++i) expected += "AB";
+  EXPECT_EQ(Find("Lunch"), expected);
+}
+
+TEST_F(MapiFind, AnEntryIdThatFillsMoreThanTheRoomStaysWithinIt) {
+  mapi_.Keep(mapi_.inbox, std::string(257, '\xAB'), Mail(u"Lunch"));
+  MailRecord record;
+  record.Subject("Lunch").Date(kDate);
+  MailId id;
+  MAPI_FindMail(*record, id.text);
+  EXPECT_LT(strnlen(id.text, sizeof id.text), sizeof id.text);
+  EXPECT_STREQ(id.behind, "untouched");
+}
+
+// ---- Long and strange subjects ------------------------------------------------------------------
+
+TEST_F(MapiFind, ASubjectOf1023BytesIsComparedWhole) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail((std::u16string(1022, u'x') + u"y").c_str()));
+  EXPECT_EQ(Find(std::string(1022, 'x') + "z"), "-");
+  EXPECT_EQ(Find(std::string(1022, 'x') + "y"), "01");
+}
+
+TEST_F(MapiFind, ASubjectWithFormatCharactersIsToldAsItIs) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"100%s %n"));
+  EXPECT_EQ(Find("100%s %n"), "01");
+  const TraceLines lines = Trace();
+  EXPECT_THAT(lines[0], HasSubstr(" Subj:'100%s %n'"));
+  EXPECT_THAT(lines[1], HasSubstr(" Subject:'100%s %n'"));
+}
+
+}  // namespace
