@@ -52,3 +52,16 @@ say "A note becomes an ink document in the device's documents folder"
 show osif receive samples/note.vnt
 show ls "$OSIF_DEVICE/Documents"
 show osif find samples/note.vnt
+
+say "Messages go into the messaging store: Inbox, Sent items and Outbox, each by its folder"
+show osif receive samples/messages.vmg
+show osif find samples/messages.vmg
+for store in msg-in msg-sent msg-out; do
+  message="$(osif find --json samples/messages.vmg | sed -n "s/.*\"store\":\"$store\",\"id\":\"\([0-9A-F]*\)\".*/\1/p")"
+  show osif send "$store" "$message"
+done
+
+say "What changed in each store since a partner saw nothing of it"
+for store in pb cal note msg-in msg-sent msg-out; do
+  show osif changes "$store"
+done

@@ -32,6 +32,11 @@ Json StartJson(OsifObject& object) {
 }
 
 // The names of the objects of a store that cannot be fetched are not known; the ids are listed all the same.
+// The text of a JSON value, or another where it has none.
+std::string TextOr(const Json& value, const char* other) {
+  return value.is_string() ? value.get<std::string>() : other;
+}
+
 void ListObject(int32_t store_id, const char* id, Reporter& reporter) {
   FetchedObject fetched(store_id, id);
   const bool is_there = fetched.result() == OSIF_OK;
@@ -43,12 +48,13 @@ void ListObject(int32_t store_id, const char* id, Reporter& reporter) {
   Json line = {{"store", StoreName(store_id)},
                {"id", IdToOutput(id)},
                {"name", is_there ? Json(name) : Json()}};
-  std::string text = IdToOutput(id) + (is_there ? "  " + name : "");
+  std::string text = IdToOutput(id);
   if (store_id == OSIF_STORE_CAL && is_there) {
     line["kind"] = CalendarKindJson(fetched.object());
     line["start"] = StartJson(fetched.object());
-    if (line["start"].is_string()) text += "  " + line["start"].get<std::string>();
+    text += "  " + TextOr(line["kind"], "-") + "  " + TextOr(line["start"], "-");
   }
+  if (is_there) text += "  " + name;
   reporter.Result(line, text);
 }
 
