@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "btosif/osif_util/charset.h"
 #include "config/trace.h"
@@ -12,6 +13,7 @@
 namespace {
 
 constexpr size_t kFirstWindow = 64 * 1024;
+constexpr size_t kMostGathered = 16 * 1024;
 constexpr uint32_t kEndOfFileMark = 0xFFFFFFFF;
 constexpr WCHAR kTempPrefix[] = {'z', 'u', 'l', 0};
 constexpr DWORD kTempFolderRoom = 256;
@@ -58,6 +60,36 @@ bool ArePlain(std::string_view bytes) {
 
 void OsifStream::Free::operator()(char* bytes) const { std::free(bytes); }
 
+void OsifStream::Swap(OsifStream& other) noexcept {
+  std::swap(file_, other.file_);
+  std::swap(window_, other.window_);
+  std::swap(room_, other.room_);
+  std::swap(begin_, other.begin_);
+  std::swap(end_, other.end_);
+  std::swap(at_end_, other.at_end_);
+  std::swap(is_plain_, other.is_plain_);
+  std::swap(gathered_, other.gathered_);
+  std::swap(gathered_size_, other.gathered_size_);
+  std::swap(line_end_, other.line_end_);
+  std::swap(can_gather_, other.can_gather_);
+}
+
+// Keeps bytes that are to be written to a new file. False when there is no room for them, and for any other
+// file: where nothing can be written that has to show at once, and what is appended has a position.
+bool OsifStream::Gather(std::string_view bytes) {
+  if (!can_gather_) return false;
+  if (gathered_ == nullptr) gathered_.reset(static_cast<char*>(std::malloc(kMostGathered)));
+  if (gathered_ == nullptr || bytes.size() > kMostGathered - gathered_size_) return false;
+  gathered_size_ += bytes.copy(gathered_.get() + gathered_size_, bytes.size());
+  return true;
+}
+
+// Gives what was gathered to the runtime's stream. False when that failed; the bytes are then lost.
+bool OsifStream::HandOver() {
+  const size_t size = std::exchange(gathered_size_, 0);
+  return size == 0 || std::fwrite(gathered_.get(), 1, size, file_.get()) == size;
+}
+
 void OsifStream::ForgetWindow() {
   begin_ = 0;
   end_ = 0;
@@ -91,6 +123,7 @@ void OsifStream::LookAtNewBytes(size_t count) {
 
 OsifStream::Ahead OsifStream::ReadAhead() {
   if (file_ == nullptr) return Ahead::kEnd;
+  HandOver();
   if (end_ == room_ && !MakeRoom()) return Ahead::kNoMemory;
   const size_t count = std::fread(window_.get() + end_, 1, room_ - end_, file_.get());
   end_ += count;
@@ -103,6 +136,7 @@ int FILE_Open(OsifStream& stream, const WCHAR* name, const WCHAR* mode, LineEnd 
   stream = OsifStream();
   stream.line_end_ = line_end;
   if (name != nullptr) stream.file_.reset(_wfopen(name, mode));
+  stream.can_gather_ = WideView(mode).starts_with(u'w');
   if (stream.is_open()) return 0;
   OSIF_Trace(0, "OSIF:  Unable to open file '%S' in mode '%S'", name, mode);
   return 1;
@@ -116,9 +150,10 @@ bool FILE_Exists(const WCHAR* name) {
 
 int FILE_Close(OsifStream& stream, const WCHAR* name) {
   if (!stream.is_open()) return 0;
+  const bool is_written = stream.HandOver();
   const int result = std::fclose(stream.file_.release());
   stream = OsifStream();
-  if (result == 0) return 0;
+  if (is_written && result == 0) return 0;
   OSIF_Trace(0, "OSIF:  Unable to close file '%s'", Shown(name).c_str());
   return 1;
 }
@@ -149,6 +184,9 @@ int FILE_Write(OsifStream& stream, std::string_view bytes) {
     FILE_Tell(&position, stream);
     if (FILE_Seek(stream, position) != 0) return 1;
   }
+  if (stream.Gather(bytes)) return 0;
+  if (!stream.HandOver()) return 1;
+  if (stream.Gather(bytes)) return 0;
   return std::fwrite(bytes.data(), 1, bytes.size(), stream.file()) == bytes.size() ? 0 : 1;
 }
 
@@ -158,12 +196,15 @@ int FILE_WriteLine(OsifStream& stream, std::string_view text) {
 }
 
 int FILE_Flush(OsifStream& stream) {
-  return stream.is_open() && std::fflush(stream.file()) == 0 ? 0 : 1;
+  if (!stream.is_open()) return 1;
+  const bool is_written = stream.HandOver();
+  return std::fflush(stream.file()) == 0 && is_written ? 0 : 1;
 }
 
 int FILE_Tell(int64_t* position, const OsifStream& stream) {
   const int64_t read_up_to = stream.is_open() ? ftello(stream.file()) : 0;
-  *position = read_up_to - static_cast<int64_t>(stream.end_ - stream.begin_);
+  *position = read_up_to - static_cast<int64_t>(stream.end_ - stream.begin_) +
+              static_cast<int64_t>(stream.gathered_size_);
   return 0;
 }
 
@@ -172,13 +213,15 @@ int FILE_Rewind(OsifStream& stream) { return FILE_Seek(stream, 0); }
 int FILE_SeekEnd(OsifStream& stream) {
   if (!stream.is_open()) return 1;
   stream.ForgetWindow();
-  return fseeko(stream.file(), 0, SEEK_END);
+  const bool is_written = stream.HandOver();
+  return fseeko(stream.file(), 0, SEEK_END) == 0 && is_written ? 0 : 1;
 }
 
 int FILE_Seek(OsifStream& stream, int64_t position) {
   if (!stream.is_open()) return 1;
   stream.ForgetWindow();
-  return fseeko(stream.file(), position, SEEK_SET);
+  const bool is_written = stream.HandOver();
+  return fseeko(stream.file(), position, SEEK_SET) == 0 && is_written ? 0 : 1;
 }
 
 int FILE_GetChar(uint32_t* character, OsifStream& stream) {

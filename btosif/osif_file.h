@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "osif.h"
 
@@ -22,12 +23,17 @@ inline constexpr size_t kTempPathRoom = 520;
 
 // An open file. It owns the runtime's stream and closes it when it goes out of scope; FILE_Close does so
 // with a report. Reading goes through a window of bytes ahead of the position, so that a reader looks at
-// many bytes without a call for each. Used by one caller at a time.
+// many bytes without a call for each; what is written is gathered before it goes to the runtime's stream.
+// Used by one caller at a time.
 class OsifStream {
  public:
   OsifStream() = default;
-  OsifStream(OsifStream&&) noexcept = default;
-  OsifStream& operator=(OsifStream&&) noexcept = default;
+  OsifStream(OsifStream&& other) noexcept { Swap(other); }
+  OsifStream& operator=(OsifStream&& other) noexcept {
+    OsifStream(std::move(other)).Swap(*this);
+    return *this;
+  }
+  ~OsifStream() { HandOver(); }
 
   bool is_open() const { return file_ != nullptr; }
 
@@ -56,6 +62,7 @@ class OsifStream {
   friend int FILE_Tell(int64_t*, const OsifStream&);
   friend int FILE_Eof(const OsifStream&);
   friend int FILE_Write(OsifStream&, std::string_view);
+  friend int FILE_Flush(OsifStream&);
 
   struct Close {
     void operator()(FILE* file) const { std::fclose(file); }
@@ -64,8 +71,11 @@ class OsifStream {
     void operator()(char* bytes) const;
   };
 
+  void Swap(OsifStream& other) noexcept;
   void ForgetWindow();
   bool MakeRoom();
+  bool Gather(std::string_view bytes);
+  bool HandOver();
   void LookAtNewBytes(size_t count);
 
   std::unique_ptr<FILE, Close> file_;
@@ -75,7 +85,10 @@ class OsifStream {
   size_t end_ = 0;    // of the bytes in the window
   bool at_end_ = false;
   bool is_plain_ = true;
+  std::unique_ptr<char, Free> gathered_;  // written, but not handed over yet
+  size_t gathered_size_ = 0;
   LineEnd line_end_ = LineEnd::kLf;
+  bool can_gather_ = false;  // a new file
 };
 
 // Opens a file in one of the runtime's modes ("rb", "r", "w", "a+"). On failure the stream is closed.

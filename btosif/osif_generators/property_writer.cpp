@@ -20,7 +20,7 @@ class LineBuilder {
 
   // Ends the measuring pass; false when memory is short.
   bool Allocate() {
-    text_.reset(static_cast<char*>(OsifAlloc(length_ + 1)));
+    text_.reset(static_cast<char*>(OsifAllocRaw(length_ + 1)));
     length_ = 0;
     return text_ != nullptr;
   }

@@ -27,7 +27,9 @@ class PropertyTable {
   constexpr const Row* Find(std::string_view name) const {
     if (name.empty()) return nullptr;
     for (size_t i = first_[Letter(name)]; i != 0; i = next_[i]) {
-      if (EqualsIgnoringCase(rows_[i - 1].name, name)) return &rows_[i - 1];
+      const std::string_view row_name = rows_[i - 1].name;
+      // Most files write the names as the table does.
+      if (row_name == name || EqualsIgnoringCase(row_name, name)) return &rows_[i - 1];
     }
     return nullptr;
   }

@@ -186,8 +186,9 @@ WideText DecodedText(PropertyValue* value, size_t index) {
   const std::string bytes =
       IsQuotedPrintable(*value) ? QuotedPrintableDecode(raw) : WithLineBreaks(raw);
   const uint32_t code_page = ReceivedCodePage(*value);
-  // Decoded bytes are a text like any other: it ends at its first zero.
+  // A decoded text ends at its first zero like any other, be it a byte or, in UTF-7, a character.
   MultiByteToText(code_page, std::string_view(bytes).substr(0, bytes.find('\0')), text);
+  text.resize(std::min(text.find(u'\0'), text.size()));
   RemoveEscapes(text);
   value->codePage = code_page;
   return text;

@@ -41,6 +41,11 @@ TEST_F(GetText, EightBitTextIsReadInItsCharset) {
   EXPECT_EQ(Read("\xCF\xF0", "ENCODING=8BIT;CHARSET=windows-1251"), u"\u041F\u0440");
 }
 
+TEST_F(GetText, ATextEndsAtItsFirstZeroCharacterAlsoInUtf7) {
+  EXPECT_EQ(Read("a=00b", "ENCODING=QUOTED-PRINTABLE"), u"a");
+  EXPECT_EQ(Read("a+AAAAYg-c", "CHARSET=UTF-7"), u"a");
+}
+
 TEST_F(GetText, AParameterAloneDeclaresQuotedPrintable) {
   ValueList value = MakeValue({"quoted-printable"}, {"a=3Db"}, 0);
   EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"a=b");
