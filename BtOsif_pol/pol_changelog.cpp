@@ -22,11 +22,14 @@
 
 namespace {
 
-constexpr size_t kFolderRoom = 260;
 constexpr size_t kStoreCount = 6;
 
 // Counters are 31 bits in the files. A log that comes near the end of them is started anew.
 constexpr int32_t kLastCounterAtOpen = std::numeric_limits<int32_t>::max() - 1'000'000;
+
+// What one line gives back of an id: it is read with 510 characters and its line end, of which kind, counter
+// and time take 32.
+constexpr size_t kLongestId = kLineRoom - 2 - 32;
 
 // The log of one store while it is open.
 struct ChangeLog {
@@ -37,7 +40,8 @@ struct ChangeLog {
   // at the next open.
   CPoomEntries known;
   bool is_compared = false;  // `known` holds; it does not when the store could not be read
-  OsifAnchor newest = {};
+  OsifAnchor newest = {};    // of the entries up to `read_up_to`
+  int64_t read_up_to = 0;
   bool is_whole = true;  // false when a malformed line ends what counts
   int64_t scan_position = 0;
 };
@@ -71,20 +75,23 @@ OsifAnchor AnchorOf(const ChangeLogEntry& entry) {
 
 // ---- Appending --------------------------------------------------------------------------------------
 
+// An id comes from a peer and may hold anything: of a longer one, or one with a line break, the rest would be
+// a line of its own, and no entry behind it could be read.
+std::string RecordedId(std::string_view id) {
+  return std::string(id.substr(0, std::min(id.find_first_of("\r\n"), kLongestId)));
+}
+
 OsifResult Append(ChangeLog& log, char kind, const char* id, const OsifAnchor& anchor) {
   ChangeLogEntry entry = {};
   entry.kind = static_cast<unsigned char>(kind);
   entry.changeCounter = static_cast<int32_t>(anchor.cc);
   CopyBounded(entry.timestamp, anchor.ts);
-  CopyBounded(entry.objectId, id);
-  const OsifResult result = OSIF_WriteClEntry(&log.stream, &entry);
+  CopyBounded(entry.objectId, RecordedId(id).c_str());
   log.lines.LogHasGrown();
-  if (result == OSIF_OK && log.is_whole) log.newest = anchor;
-  return result;
+  return OSIF_WriteClEntry(&log.stream, &entry);
 }
 
-// True when another program has changed the item since the log last told of it. Its change is told at the
-// next open, so the item must not count as known.
+// True when another program has changed the item since the log last told of it.
 bool WasChangedByOthers(const ChangeLog& log, const LibraryChange& change) {
   if (!change.checksum_before) return false;
   uint32_t known = 0;
@@ -94,29 +101,37 @@ bool WasChangedByOthers(const ChangeLog& log, const LibraryChange& change) {
 void Remember(ChangeLog& log, const LibraryChange& change) {
   if (change.kind == kChangeDeleted) {
     log.known.remove(change.oid);
-  } else if (change.checksum && !WasChangedByOthers(log, change)) {
-    log.known.put(change.oid, *change.checksum);
+  } else if (change.checksum) {
+    // Another program's change is told at the next open: the item counts as known, but not as it is now.
+    const bool is_told = !WasChangedByOthers(log, change);
+    log.known.put(change.oid, is_told ? *change.checksum : ~*change.checksum);
   }
 }
 
-// ---- Opening ----------------------------------------------------------------------------------------
+// ---- Reading on -------------------------------------------------------------------------------------
 
-// The newest kind of change of each object that the log names.
+// The newest kind of change of each object that the entries read name.
 using NewestKinds = std::map<std::string, uint32_t>;
 
-// Reads the log through for its newest anchor.
-NewestKinds ReadThrough(ChangeLog& log) {
+// Reads for the newest anchor what the log has grown by: through this process, or through another that has it
+// open.
+NewestKinds ReadOn(ChangeLog& log) {
   NewestKinds kinds;
+  if (!log.is_whole) return kinds;
   ChangeLogEntry entry;
   OsifResult result;
-  FILE_Rewind(log.stream);
+  FILE_Seek(log.stream, log.read_up_to);
   while ((result = OSIF_ReadClEntry(&log.stream, &entry)) == OSIF_OK) {
     log.newest = AnchorOf(entry);
     kinds[entry.objectId] = entry.kind;
   }
   log.is_whole = result == OSIF_ERR_EOF;
+  FILE_Tell(&log.read_up_to, log.stream);
+  log.lines.LogHasGrown();
   return kinds;
 }
+
+// ---- Opening ----------------------------------------------------------------------------------------
 
 // The changes that one comparison finds, all with one time stamp.
 class ChangesFound {
@@ -169,7 +184,7 @@ void AppendDeleted(const CPoomEntries& current, CPoomEntries& saved, ChangesFoun
 }
 
 // An object that was logged and is in neither snapshot was deleted after the log was left open by a process
-// that ended: only the log still knows of it.
+// that ended before it saved one: only the log still knows of it.
 void AppendForgotten(const CPoomEntries& current, const CPoomEntries& saved,
                      const NewestKinds& kinds, ChangesFound& changes) {
   uint32_t checksum = 0;
@@ -225,6 +240,30 @@ void DropOutdatedDatabaseId(int32_t store_id, WideView folder) {
   if (!FILE_Exists(name.c_str())) return;
   const bool has_log = FILE_Exists(LogFileName(store_id, folder, "change").c_str());
   if (!has_log || !IsDatabaseId(name)) FILE_Remove(name.c_str());
+}
+
+// A marker stands beside the log of a PIM store from before its first new entry until the snapshot knows of
+// all of them. True when one was left.
+bool WasLeftOpen(int32_t store_id, WideView folder) {
+  return FILE_Exists(LogFileName(store_id, folder, "open").c_str());
+}
+
+bool MarkOpen(int32_t store_id, WideView folder) {
+  const WideText name = LogFileName(store_id, folder, "open");
+  OsifStream marker;
+  return FILE_Open(marker, name.c_str(), u"w") == 0 && FILE_Close(marker, name.c_str()) == 0;
+}
+
+// Brings the log of a PIM store, just opened, up to date.
+OsifResult Compare(int32_t store_id, ChangeLog& log, NewestKinds& kinds) {
+  if (!WasLeftOpen(store_id, log.folder)) {
+    kinds.clear();
+    if (!MarkOpen(store_id, log.folder)) {
+      log = ChangeLog();
+      return OSIF_ERR_FILE_OPEN;
+    }
+  }
+  return pol_UpdatePoomChanges(store_id, log, kinds);
 }
 
 void Repair(int32_t store_id, WideView folder) {
@@ -335,6 +374,7 @@ OsifResult pol_RecordChange(int32_t store_id, const LibraryChange& change, OsifA
   *anchor = {};
   if (!pol_IsLogOpen(store_id)) return OSIF_ERR_CL_NOT_OPENED;
   ChangeLog& log = LogOf(store_id);
+  ReadOn(log);
   *anchor = log.newest;
   ++anchor->cc;
   CurrentTimeStamp(anchor->ts);
@@ -348,16 +388,18 @@ OsifResult POL_CL_Open(int32_t store_id, const WCHAR* path) {
   if (!IsStore(store_id)) return OSIF_ERR_TYPE_NOT_SUPPORTED;
   ChangeLog& log = LogOf(store_id);
   log = ChangeLog();
-  log.folder = WideText(WideView(path).substr(0, kFolderRoom - 1));
+  log.folder = WideText(WideView(path).substr(0, kFolderLimit));
   Repair(store_id, log.folder);
   if (const OsifResult result = OpenFile(store_id, log); result != OSIF_OK) return result;
-  NewestKinds kinds = ReadThrough(log);
+  NewestKinds kinds = ReadOn(log);
   if (static_cast<int32_t>(log.newest.cc) > kLastCounterAtOpen) {
     if (const OsifResult result = StartAnew(store_id, log); result != OSIF_OK) return result;
     kinds.clear();
   }
+  FILE_SeekEnd(log.stream);
+  FILE_Tell(&log.scan_position, log.stream);
   if (!IsPimStore(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
-  return pol_UpdatePoomChanges(store_id, log, kinds);
+  return Compare(store_id, log, kinds);
 }
 
 OsifResult POL_CL_Close(int32_t store_id) {
@@ -374,14 +416,17 @@ OsifResult POL_CL_Close(int32_t store_id) {
   if (!current.getFromPoom(store_id, pol_Application())) return OSIF_ERR_PIM;
   if (!closed.is_compared) return OSIF_OK;
   if (!closed.known.saveToFile(store_id, closed.folder)) return OSIF_ERR_PIM;
+  FILE_Remove(LogFileName(store_id, closed.folder, "open").c_str());
   return OSIF_OK;
 }
 
 OsifResult POL_CL_GetCurrentAnchor(int32_t store_id, OsifAnchor* anchor) {
   const OsifResult result =
       CheckOpen(store_id, "OSIF:  POL_CL_GetCurrentAnchor - Change log is not opened");
-  if (result == OSIF_OK) *anchor = LogOf(store_id).newest;
-  return result;
+  if (result != OSIF_OK) return result;
+  ReadOn(LogOf(store_id));
+  *anchor = LogOf(store_id).newest;
+  return OSIF_OK;
 }
 
 OsifResult POL_CL_GetFirstEntry(int32_t store_id, const OsifAnchor* anchor, ChangeLogEntry* entry) {
@@ -389,6 +434,7 @@ OsifResult POL_CL_GetFirstEntry(int32_t store_id, const OsifAnchor* anchor, Chan
   OsifResult result = CheckOpen(store_id, "OSIF:  POL_CL_GetFirstEntry - Change log is not opened");
   if (result != OSIF_OK) return result;
   ChangeLog& log = LogOf(store_id);
+  ReadOn(log);
   Wanted wanted(*anchor);
   log.scan_position = 0;
   result = Scan(log, entry, [&](const ChangeLogEntry& read) { return wanted.IsNewer(read); });

@@ -2,6 +2,8 @@
 
 #include <zlib.h>
 
+#include <variant>
+
 #include "BtOsif_pol/pol_item_properties.h"
 #include "BtOsif_pol/pol_mapping.h"
 #include "platform/api/com_ptr.h"
@@ -31,12 +33,17 @@ class Checksum {
     Feed(&number, sizeof number);
   }
 
-  // Feeds a flag and tells whether it is set.
   template <typename Item>
-  bool Feed(Item& item, HRESULT (Item::*get)(VARIANT_BOOL*)) {
+  void Feed(Item& item, HRESULT (Item::*get)(VARIANT_BOOL*)) {
     const int32_t flag = pol_Get(item, get);
     Feed(&flag, sizeof flag);
-    return flag == VARIANT_TRUE;
+  }
+
+  template <typename Item, size_t kCount>
+  void Feed(Item& item, const Getter<Item> (&properties)[kCount]) {
+    for (const Getter<Item>& property : properties) {
+      std::visit([&](auto get) { Feed(item, get); }, property);
+    }
   }
 
   uint32_t value() const { return static_cast<uint32_t>(value_); }
@@ -49,6 +56,12 @@ class Checksum {
   uLong value_ = 1;
 };
 
+// Only what a flag that is set makes meaningful is fed, not the flag itself.
+template <typename Item>
+bool IsSet(Item& item, HRESULT (Item::*get)(VARIANT_BOOL*)) {
+  return pol_Get(item, get) == VARIANT_TRUE;
+}
+
 void FeedExceptions(IRecurrencePattern& pattern, Checksum& checksum) {
   ComPtr<IExceptions> exceptions;
   if (FAILED(pattern.get_Exceptions(exceptions.put())) || !exceptions) return;
@@ -56,19 +69,16 @@ void FeedExceptions(IRecurrencePattern& pattern, Checksum& checksum) {
   for (int index = 1; index <= count; ++index) {
     ComPtr<IException> exception;
     if (FAILED(exceptions->Item(index, exception.put())) || !exception) continue;
-    checksum.Feed(*exception, &IException::get_OriginalDate);
+    checksum.Feed(*exception, kExceptionProperties);
   }
 }
 
 template <typename Item>
 void FeedRecurrence(Item& item, Checksum& checksum) {
-  if (pol_Get(item, &Item::get_IsRecurring) != VARIANT_TRUE) return;
+  if (!IsSet(item, &Item::get_IsRecurring)) return;
   ComPtr<IRecurrencePattern> pattern;
   if (FAILED(item.GetRecurrencePattern(pattern.put())) || !pattern) return;
-  checksum.Feed(*pattern, &IRecurrencePattern::get_RecurrenceType);
-  for (const PatternDate& property : kPatternDates) checksum.Feed(*pattern, property.get);
-  checksum.Feed(*pattern, &IRecurrencePattern::get_NoEndDate);
-  for (const PatternNumber& property : kPatternNumbers) checksum.Feed(*pattern, property.get);
+  checksum.Feed(*pattern, kPatternProperties);
   FeedExceptions(*pattern, checksum);
 }
 
@@ -79,8 +89,7 @@ void FeedRecipients(IAppointment& appointment, Checksum& checksum) {
   for (int index = 1; index <= count; ++index) {
     ComPtr<IRecipient> recipient;
     if (FAILED(recipients->Item(index, recipient.put())) || !recipient) continue;
-    checksum.Feed(*recipient, &IRecipient::get_Address);
-    checksum.Feed(*recipient, &IRecipient::get_Name);
+    checksum.Feed(*recipient, kRecipientProperties);
   }
 }
 
@@ -88,46 +97,26 @@ void FeedRecipients(IAppointment& appointment, Checksum& checksum) {
 
 uint32_t ContactChecksum(IContact& contact) {
   Checksum checksum;
-  for (const ContactDate& property : kContactDates) checksum.Feed(contact, property.get);
-  for (const ContactText& property : kContactTexts) checksum.Feed(contact, property.get);
+  checksum.Feed(contact, kContactProperties);
   return checksum.value();
 }
 
 uint32_t AppointmentChecksum(IAppointment& appointment) {
   Checksum checksum;
-  checksum.Feed(appointment, &IAppointment::get_Subject);
-  checksum.Feed(appointment, &IAppointment::get_Location);
-  checksum.Feed(appointment, &IAppointment::get_Categories);
-  checksum.Feed(appointment, &IAppointment::get_Start);
-  checksum.Feed(appointment, &IAppointment::get_Duration);
-  checksum.Feed(appointment, &IAppointment::get_End);
-  checksum.Feed(appointment, &IAppointment::get_AllDayEvent);
-  checksum.Feed(appointment, &IAppointment::get_BusyStatus);
-  checksum.Feed(appointment, &IAppointment::get_Sensitivity);
-  checksum.Feed(appointment, &IAppointment::get_Body);
+  checksum.Feed(appointment, kAppointmentProperties);
   FeedRecurrence(appointment, checksum);
   FeedRecipients(appointment, checksum);
-  if (checksum.Feed(appointment, &IAppointment::get_ReminderSet)) {
-    checksum.Feed(appointment, &IAppointment::get_ReminderMinutesBeforeStart);
-    checksum.Feed(appointment, &IAppointment::get_ReminderOptions);
+  if (IsSet(appointment, &IAppointment::get_ReminderSet)) {
+    checksum.Feed(appointment, kAppointmentReminder);
   }
   return checksum.value();
 }
 
 uint32_t TaskChecksum(ITask& task) {
   Checksum checksum;
-  checksum.Feed(task, &ITask::get_Subject);
-  checksum.Feed(task, &ITask::get_Categories);
-  checksum.Feed(task, &ITask::get_StartDate);
-  checksum.Feed(task, &ITask::get_DueDate);
-  checksum.Feed(task, &ITask::get_Importance);
-  checksum.Feed(task, &ITask::get_Sensitivity);
-  checksum.Feed(task, &ITask::get_Body);
-  if (checksum.Feed(task, &ITask::get_Complete)) checksum.Feed(task, &ITask::get_DateCompleted);
-  if (checksum.Feed(task, &ITask::get_ReminderSet)) {
-    checksum.Feed(task, &ITask::get_ReminderTime);
-    checksum.Feed(task, &ITask::get_ReminderOptions);
-  }
+  checksum.Feed(task, kTaskProperties);
+  if (IsSet(task, &ITask::get_Complete)) checksum.Feed(task, kTaskCompletion);
+  if (IsSet(task, &ITask::get_ReminderSet)) checksum.Feed(task, kTaskReminder);
   FeedRecurrence(task, checksum);
   return checksum.value();
 }

@@ -2,9 +2,11 @@
 
 #include <charconv>
 #include <cstdio>
+#include <optional>
 #include <string_view>
 
 #include "BtOsif_pol/pol_checksum.h"
+#include "BtOsif_pol/pol_id.h"
 #include "btosif/osif_file.h"
 #include "btosif/osif_util/change_log_file.h"
 #include "config/trace.h"
@@ -17,9 +19,8 @@ bool Failed(const char* format, HRESULT result) {
   return false;
 }
 
-// The number that fills the text from its start on; false for a text that does not begin with one.
-bool ReadNumber(std::string_view text, int base, uint32_t* number) {
-  return std::from_chars(text.data(), text.data() + text.size(), *number, base).ec == std::errc();
+bool ReadChecksum(std::string_view text, uint32_t* checksum) {
+  return std::from_chars(text.data(), text.data() + text.size(), *checksum).ec == std::errc();
 }
 
 template <typename Item>
@@ -158,11 +159,10 @@ void CPoomEntries::appendLine(const char* line) {
   const std::string_view text = line;
   const size_t colon = text.find(':');
   if (colon == std::string_view::npos) return;
-  uint32_t id = 0;
+  const std::optional<LONG> id = pol_ReadId(line);
   uint32_t checksum = 0;
-  if (!ReadNumber(text.substr(0, colon), 16, &id)) return;
-  if (!ReadNumber(text.substr(colon + 1), 10, &checksum)) return;
-  append(id, checksum);
+  if (!id || !ReadChecksum(text.substr(colon + 1), &checksum)) return;
+  append(static_cast<uint32_t>(*id), checksum);
 }
 
 bool CPoomEntries::saveToFile(int32_t store_id, WideView folder) const {

@@ -1,9 +1,13 @@
 // What is told at the next open, recording the changes that the library makes, and failures of the PIM.
 #include <gmock/gmock.h>
 
+#include <cstring>
 #include <ctime>
 
 #include "BtOsif_pol/pol_changelog.h"
+#include "btosif/osif_util/owned_text.h"
+#include "btosif/osif_util/property_value.h"
+#include "btosif/osif_util/value_text.h"
 #include "tests/BtOsif_pol/changelog_fixture.h"
 #include "tests/support/dates.h"
 #include "tests/support/fake_pim.h"
@@ -77,6 +81,18 @@ TEST_F(RecordedChanges, TellsAnotherProgramsChangeThatTheLibrarysOwnChangeFollow
   Close();
   Open();
   EXPECT_THAT(ContactEntries(), ElementsAre("M 1 " + a, "M 2 " + a, "M 3 " + a));
+}
+
+TEST_F(RecordedChanges, TellsTheEndOfAnItemThatTheLibraryChangedAfterAnotherProgramHadAddedIt) {
+  OtherProgram other;
+  Open();
+  const std::string a = other.Add("Ann");
+  OsifAnchor anchor{};
+  EXPECT_EQ(ModifyContact(a, "Amy", &anchor), kOk);
+  Close();
+  other.Delete(a);
+  Open();
+  EXPECT_THAT(ContactEntries(), ElementsAre("M 1 " + a, "H 2 " + a));
 }
 
 TEST_F(RecordedChanges, TellsWhatTheLibraryDidWithAnAnchorOnlyOnce) {
@@ -201,6 +217,111 @@ TEST_F(RecordedChanges, RecordsForEveryStoreWhoseLogIsOpen) {
   EXPECT_THAT(Entries(Path("pol_msg-out_change.log")), ElementsAre("M 1 an id", "H 2 an id"));
 }
 
+// A message for one of the folders.
+class Message {
+ public:
+  Message(std::string_view folder, std::string_view subject) {
+    OsifMessage& message = object_->message;
+    folder.copy(message.xBtFolder, sizeof message.xBtFolder - 1);
+    subject.copy(message.subject, sizeof message.subject - 1);
+    message.part.bodyText = CopyText("Hello").release();
+  }
+  OsifObject* get() { return object_.get(); }
+
+ private:
+  OwnedObject object_{OSIF_STORE_MSG_IN};
+};
+
+struct MessageStore {
+  int32_t store_id;
+  const char* folder;
+  const char* log;
+};
+
+class RecordedMessages : public support::ChangeLogTest,
+                         public testing::WithParamInterface<MessageStore> {};
+
+TEST_P(RecordedMessages, AreToldAsModifiedWithTheAnchorHandedBack) {
+  const auto [store_id, folder, log] = GetParam();
+  EXPECT_EQ(Open(store_id), OsifResult{OSIF_ERR_NOT_IMPLEMENTED});
+  char id[OSIF_ID_SIZE] = "";
+  OsifAnchor added{};
+  EXPECT_EQ(POL_AddObject(store_id, Message(folder, "First").get(), id, &added), kOk);
+  EXPECT_EQ(added.cc, 1u);
+  EXPECT_STRNE(id, "");
+  EXPECT_THAT(LinesOf(Path(log)), ElementsAre(EntryLine('M', 1, id, added.ts)));
+  OsifAnchor modified{};
+  EXPECT_EQ(POL_ModifyObject(store_id, id, Message(folder, "Second").get(), &modified), kOk);
+  EXPECT_EQ(modified.cc, 2u);
+  EXPECT_THAT(ChangesSince(MakeAnchor(0), store_id),
+              ElementsAre(EntryLine('M', 2, id, modified.ts), "end"));
+  OsifAnchor deleted{};
+  EXPECT_EQ(POL_DeleteObject(store_id, id, &deleted), OsifResult{OSIF_ERR_NOT_IMPLEMENTED});
+  EXPECT_EQ(LinesOf(Path(log)).size(), 2u) << "what was not done is not told";
+}
+
+TEST_P(RecordedMessages, AreToldAlsoAfterTheLogWasClosedAndOpenedAgain) {
+  const auto [store_id, folder, log] = GetParam();
+  Open(store_id);
+  char id[OSIF_ID_SIZE] = "";
+  OsifAnchor anchor{};
+  EXPECT_EQ(POL_AddObject(store_id, Message(folder, "First").get(), id, &anchor), kOk);
+  EXPECT_EQ(Close(store_id), OsifResult{OSIF_ERR_NOT_IMPLEMENTED});
+  EXPECT_EQ(Open(store_id), OsifResult{OSIF_ERR_NOT_IMPLEMENTED});
+  EXPECT_THAT(ChangesSince(MakeAnchor(0), store_id),
+              ElementsAre(EntryLine('M', 1, id, anchor.ts), "end"));
+  EXPECT_EQ(POL_AddObject(store_id, Message(folder, "Second").get(), id, &anchor), kOk);
+  EXPECT_EQ(anchor.cc, 2u);
+}
+
+TEST_P(RecordedMessages, AreStoredAllTheSameWhenTheLogIsClosed) {
+  const auto [store_id, folder, log] = GetParam();
+  char id[OSIF_ID_SIZE] = "";
+  OsifAnchor anchor = MakeAnchor(77, "20050314T101500Z");
+  EXPECT_EQ(POL_AddObject(store_id, Message(folder, "First").get(), id, &anchor),
+            OsifResult{OSIF_ERR_CL_NOT_OPENED});
+  const OsifAnchor zero{};
+  EXPECT_EQ(std::memcmp(&anchor, &zero, sizeof anchor), 0);
+  EXPECT_EQ(POL_ModifyObject(store_id, id, Message(folder, "Second").get(), nullptr), kOk);
+  EXPECT_FALSE(FileExists(Path(log)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Stores, RecordedMessages,
+                         testing::Values(MessageStore{3, "INBOX", "pol_msg-in_change.log"},
+                                         MessageStore{4, "SENTBOX", "pol_msg-sent_change.log"},
+                                         MessageStore{5, "OUTBOX", "pol_msg-out_change.log"}),
+                         [](const auto& test) { return std::string(test.param.folder); });
+
+TEST_F(RecordedChanges, RecordsAnAddedAndAModifiedNoteUnderItsName) {
+  const auto record = [](OwnedObject& note, const char16_t* name) {
+    PropertyValue_SetText(name, PropertyValue_Append(note->note.summary), 0, 0);
+    PropertyValue_SetText(WideView(u"Text"), PropertyValue_Append(note->note.body), 0, 0);
+    return note.get();
+  };
+  EXPECT_EQ(Open(OSIF_STORE_NOTE), OsifResult{OSIF_ERR_NOT_IMPLEMENTED});
+  char id[OSIF_ID_SIZE] = "";
+  OsifAnchor anchor{};
+  OwnedObject added(OSIF_STORE_NOTE);
+  EXPECT_EQ(POL_AddObject(OSIF_STORE_NOTE, record(added, u"Milk"), id, &anchor), kOk);
+  OwnedObject modified(OSIF_STORE_NOTE);
+  EXPECT_EQ(POL_ModifyObject(OSIF_STORE_NOTE, id, record(modified, u"Bread"), &anchor), kOk);
+  EXPECT_EQ(anchor.cc, 2u);
+  EXPECT_EQ(POL_DeleteObject(OSIF_STORE_NOTE, id, &anchor), OsifResult{OSIF_ERR_NOT_IMPLEMENTED});
+  EXPECT_THAT(Entries(Path("pol_note_change.log")), ElementsAre("M 1 Milk", "M 2 Milk"));
+}
+
+TEST_F(RecordedChanges, CanBeToldAlsoBehindANoteWithALongName) {
+  Open(OSIF_STORE_NOTE);
+  OwnedObject note(OSIF_STORE_NOTE);
+  PropertyValue_SetText(std::u16string(600, u'n'), PropertyValue_Append(note->note.summary), 0, 0);
+  OsifAnchor anchor{};
+  EXPECT_EQ(POL_AddObject(OSIF_STORE_NOTE, note.get(), nullptr, &anchor), kOk);
+  EXPECT_EQ(pol_RecordChange(OSIF_STORE_NOTE, {kChangeModified, "Milk", 0, {}}, &anchor), kOk);
+  EXPECT_EQ(anchor.cc, 2u);
+  EXPECT_THAT(ChangesSince(MakeAnchor(1), OSIF_STORE_NOTE),
+              ElementsAre(EntryLine('M', 2, "Milk", anchor.ts), "end"));
+}
+
 TEST_F(RecordedChanges, RecordsNothingWithoutAnAnchor) {
   Open(kMailStore);
   EXPECT_EQ(pol_RecordChange(kMailStore, {kChangeModified, "an id", 0, {}}, nullptr), kOk);
@@ -216,13 +337,62 @@ TEST_F(RecordedChanges, CountsRecordedChangesOnFromALogOfAHundredThousandLines) 
   EXPECT_EQ(anchor.cc, 100001u);
 }
 
-TEST_F(RecordedChanges, CutsARecordedIdOf513Characters) {
-  Open(kMailStore);
+TEST_F(RecordedChanges, CountsOnFromWhatAnotherProgramHasRecordedMeanwhile) {
+  OpenMailLog("M:1:20050314T101500Z:a\n");
+  support::AppendBytes(MailLog(), "M:2:20050314T101600Z:b\n");
+  EXPECT_EQ(Anchor(kMailStore).cc, 2u);
+  EXPECT_STREQ(Anchor(kMailStore).ts, "20050314T101600Z");
+  support::AppendBytes(MailLog(), "M:3:20050314T101700Z:a\n");
+  EXPECT_THAT(ChangesSince(MakeAnchor(0)),
+              ElementsAre("M:2:20050314T101600Z:b", "M:3:20050314T101700Z:a", "end"));
+  support::AppendBytes(MailLog(), "M:4:20050314T101800Z:c\n");
   OsifAnchor anchor{};
-  for (size_t length : {512u, 513u, 600u}) {
+  EXPECT_EQ(pol_RecordChange(kMailStore, {kChangeModified, "d", 0, {}}, &anchor), kOk);
+  EXPECT_EQ(anchor.cc, 5u);
+  EXPECT_THAT(Entries(MailLog()), ElementsAre("M 1 a", "M 2 b", "M 3 a", "M 4 c", "M 5 d"));
+}
+
+TEST_F(RecordedChanges, SupersedeAlsoInAScanThatHasBegun) {
+  OpenMailLog("M:1:t:a\nM:2:t:b\nM:3:t:c\n");
+  ChangeLogEntry entry{};
+  const OsifAnchor none{};
+  EXPECT_EQ(POL_CL_GetFirstEntry(kMailStore, &none, &entry), kOk);
+  EXPECT_STREQ(entry.objectId, "a");
+  OsifAnchor anchor{};
+  EXPECT_EQ(pol_RecordChange(kMailStore, {kChangeDeleted, "b", 0, {}}, &anchor), kOk);
+  EXPECT_EQ(POL_CL_GetNextEntry(kMailStore, &entry), kOk);
+  EXPECT_STREQ(entry.objectId, "c");
+  EXPECT_EQ(POL_CL_GetNextEntry(kMailStore, &entry), kOk);
+  EXPECT_EQ(entry.changeCounter, 4);
+}
+
+// A line is read with 511 characters, of which a counter of 10 digits, a time of 18 characters, the kind, three
+// colons and the line end leave 478 for the id.
+TEST_F(RecordedChanges, CutsARecordedIdThatNoLineCouldGiveBack) {
+  for (size_t length : {477u, 478u, 479u, 512u, 513u, 600u}) {
+    PutBytes(MailLog(), "M:2000000000:20050314T101500Z:a\n");
+    Open(kMailStore);
+    OsifAnchor anchor{};
     const std::string id(length, 'f');
     EXPECT_EQ(pol_RecordChange(kMailStore, {kChangeModified, id.c_str(), 0, {}}, &anchor), kOk);
-    EXPECT_EQ(Field(LinesOf(MailLog()).back(), 3), std::string(512, 'f')) << length;
+    Open(kMailStore);
+    EXPECT_THAT(ChangesSince(MakeAnchor(2000000000)),
+                ElementsAre(EntryLine('M', 2000000001,
+                                      std::string(std::min<size_t>(length, 478), 'f'), anchor.ts),
+                            "end"))
+        << length;
+    EXPECT_EQ(Anchor(kMailStore).cc, 2000000001u) << length;
+  }
+}
+
+TEST_F(RecordedChanges, RecordsNoLineThatAPeerHidInAnId) {
+  const std::string a = OtherProgram().Add("Ann");
+  Open();
+  for (const char* hidden : {"\nH:2000000000:20050314T101500Z:0001a2f4", "\r\nX", "\r", "\n"}) {
+    OsifAnchor anchor{};
+    EXPECT_EQ(ModifyContact(a + hidden, "Amy", &anchor), kOk);
+    EXPECT_EQ(LinesOf(ContactLog()).back(), EntryLine('M', anchor.cc, a, anchor.ts));
+    EXPECT_EQ(ContactEntries().size(), anchor.cc);
   }
 }
 

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <climits>
+#include <cstring>
 #include <set>
 
 #include "tests/BtOsif_pol/changelog_fixture.h"
@@ -221,6 +222,20 @@ TEST_F(ChangeLogScan, ByTimeASupersededEntryIsPassedOver) {
   EXPECT_EQ(FirstCounter(MakeAnchor(0, "20050301T000000Z")), Told(OSIF_OK, 2));
 }
 
+TEST_F(ChangeLogScan, ByATimeThatIsNoneNothingQualifies) {
+  OpenMailLog(EntryLines(1, 3));
+  for (const char* no_time : {"soon", "20051301T000000Z", "2005"}) {
+    EXPECT_EQ(First(MakeAnchor(0, no_time)), OsifResult{OSIF_ERR_EOF}) << no_time;
+  }
+}
+
+TEST_F(ChangeLogScan, ByATimeOfTwentyCharactersWithoutATerminatorNothingIsReadBeyondIt) {
+  OpenMailLog(EntryLines(1, 3));
+  OsifAnchor anchor{};
+  std::memset(anchor.ts, '9', sizeof anchor.ts);
+  EXPECT_EQ(First(anchor), OsifResult{OSIF_ERR_EOF});
+}
+
 class ChangeLogScanInZone : public ChangeLogScan,
                             public testing::WithParamInterface<const char*> {};
 
@@ -249,6 +264,12 @@ TEST_F(ChangeLogScan, EndsWithTheLogAndStaysAtItsEnd) {
   EXPECT_EQ(First(MakeAnchor(0)), OsifResult{OSIF_OK});
   ChangeLogEntry entry{};
   EXPECT_EQ(POL_CL_GetNextEntry(kMailStore, &entry), OsifResult{OSIF_ERR_EOF});
+  EXPECT_EQ(POL_CL_GetNextEntry(kMailStore, &entry), OsifResult{OSIF_ERR_EOF});
+}
+
+TEST_F(ChangeLogScan, ThatWasNotBegunIsAtItsEnd) {
+  OpenMailLog(EntryLines(1, 3));
+  ChangeLogEntry entry{};
   EXPECT_EQ(POL_CL_GetNextEntry(kMailStore, &entry), OsifResult{OSIF_ERR_EOF});
 }
 

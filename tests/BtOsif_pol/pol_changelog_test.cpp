@@ -168,6 +168,28 @@ TEST_F(ChangeLog, CannotBeOpenedInAFolderThatIsNotThere) {
   }
 }
 
+// A path of this many characters to a folder that is made.
+std::string FolderOfLength(const std::string& parent, size_t length) {
+  std::string path = parent;
+  while (path.size() < length)
+    path += "/" + std::string(std::min<size_t>(200, length - path.size() - 1), 'd');
+  std::filesystem::create_directories(path);
+  return path;
+}
+
+TEST_F(ChangeLog, TakesAFolderOf259And260CharactersAndCutsOneOf261) {
+  for (size_t length : {259u, 260u}) {
+    const std::string folder = FolderOfLength(Path(""), length);
+    EXPECT_EQ(POL_CL_Open(OSIF_STORE_PB, Wide(folder).c_str()), kOk);
+    EXPECT_TRUE(FileExists(folder + "/pol_pb_change.log")) << length;
+    EXPECT_EQ(Close(), kOk);
+  }
+  const std::string cut = FolderOfLength(Path(""), 260);
+  std::filesystem::remove(cut + "/pol_pb_change.log");
+  EXPECT_EQ(POL_CL_Open(OSIF_STORE_PB, Wide(cut + "d").c_str()), kOk);
+  EXPECT_TRUE(FileExists(cut + "/pol_pb_change.log"));
+}
+
 TEST_F(ChangeLog, OfAnUnknownStoreIsRefused) {
   for (int32_t store_id : {-1, 6, 7, INT_MAX, INT_MIN}) {
     EXPECT_EQ(Open(store_id), OsifResult{OSIF_ERR_TYPE_NOT_SUPPORTED}) << store_id;
@@ -209,6 +231,7 @@ TEST_F(ChangeLog, AppendsBehindTheLineBeforeTheHalfOne) {
 TEST_F(ChangeLog, TellsTheEndOfAnObjectThatCameAndWentUnseen) {
   // Logged as modified by a process that was killed before it saved a snapshot; deleted since.
   PutBytes(ContactLog(), "M:7:20050314T101500Z:000000fe\n");
+  PutBytes(Path("pol_pb_open.log"), "");
   EXPECT_EQ(Open(), kOk);
   EXPECT_THAT(ContactEntries(), ElementsAre("M 7 000000fe", "H 8 000000fe"));
   EXPECT_EQ(Close(), kOk);
@@ -218,6 +241,7 @@ TEST_F(ChangeLog, TellsTheEndOfAnObjectThatCameAndWentUnseen) {
 
 TEST_F(ChangeLog, TellsTheEndOfAnObjectOnceWhenTheSnapshotKnewIt) {
   PutBytes(ContactLog(), "M:7:20050314T101500Z:000000fe\n");
+  PutBytes(Path("pol_pb_open.log"), "");
   PutBytes(Path("pol_pb_object.log"), "000000fe:1\n");
   EXPECT_EQ(Open(), kOk);
   EXPECT_THAT(ContactEntries(), ElementsAre("M 7 000000fe", "H 8 000000fe"));
@@ -227,9 +251,34 @@ TEST_F(ChangeLog, TellsNoEndOfAnObjectWhoseNewestEntryIsItsEnd) {
   for (const char* kind : {"H", "D"}) {
     PutBytes(ContactLog(), std::string("M:7:20050314T101500Z:000000fe\n") + kind +
                                ":8:20050314T101500Z:000000fe\n");
+    PutBytes(Path("pol_pb_open.log"), "");
     EXPECT_EQ(Open(), kOk);
     EXPECT_THAT(ContactEntries(), ElementsAre("M 7 000000fe", kind + std::string(" 8 000000fe")));
   }
+}
+
+TEST_F(ChangeLog, ThatWasClosedIsOnlyComparedWithTheSnapshot) {
+  PutBytes(ContactLog(), EntryLines(1, 5) + "M:6:20050314T101500Z:000000fe\n");
+  const std::string before = BytesOf(ContactLog());
+  EXPECT_EQ(Open(), kOk);
+  EXPECT_EQ(BytesOf(ContactLog()), before);
+}
+
+TEST_F(ChangeLog, IsMarkedAsOpenUntilItsSnapshotIsSaved) {
+  for (int32_t store_id : {int32_t{OSIF_STORE_PB}, int32_t{OSIF_STORE_CAL}}) {
+    const std::string marker =
+        Path(store_id == OSIF_STORE_PB ? "pol_pb_open.log" : "pol_cal_open.log");
+    EXPECT_EQ(Open(store_id), kOk);
+    EXPECT_TRUE(FileExists(marker));
+    EXPECT_EQ(Close(store_id), kOk);
+    EXPECT_FALSE(FileExists(marker));
+  }
+}
+
+TEST_F(ChangeLog, OfAPimStoreCannotBeOpenedWithoutItsMarker) {
+  std::filesystem::create_directory(Path("pol_pb_open.log"));
+  EXPECT_EQ(Open(), OsifResult{OSIF_ERR_FILE_OPEN});
+  EXPECT_FALSE(pol_IsLogOpen(OSIF_STORE_PB));
 }
 
 TEST_F(ChangeLog, TellsNoEndOfAnObjectThatItsEntryNamesInAnotherWay) {

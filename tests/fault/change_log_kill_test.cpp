@@ -49,6 +49,7 @@ struct Answered {
   OwnChange modified;
   OwnChange deleted;
   char database_id[OSIF_DATABASE_ID_SIZE];
+  char message_ids[2][OSIF_ID_SIZE];
 };
 
 std::string PlaceName(const testing::TestParamInfo<KillPlace>& test) {
@@ -319,6 +320,42 @@ TEST_P(ContactLogKill, LosesNoChangeWhenTheCounterBeginsAnew) {
     EXPECT_EQ(POL_CL_Close(kContactStore), kOk);
   };
   KillEverywhere(work, check, 3);
+}
+
+// ---- Messages ---------------------------------------------------------------------------------------
+
+TEST_P(ChangeLogKill, LosesNoMessageWhoseAnchorWasHandedBack) {
+  const auto work = [this] {
+    EXPECT_EQ(Open(kMailStore), OsifResult{OSIF_ERR_NOT_IMPLEMENTED});
+    for (OwnChange* change : {&answered_->added, &answered_->modified}) {
+      OwnedObject message(kMailStore);
+      std::strcpy(message->message.xBtFolder, "INBOX");
+      char id[OSIF_ID_SIZE] = "";
+      OsifAnchor anchor{};
+      EXPECT_EQ(POL_AddObject(kMailStore, message.get(), id, &anchor), kOk);
+      std::strcpy(answered_->message_ids[anchor.cc - 1], id);
+      change->counter = anchor.cc;
+    }
+    EXPECT_EQ(POL_CL_Close(kMailStore), OsifResult{OSIF_ERR_NOT_IMPLEMENTED});
+  };
+  const auto check = [this] {
+    EXPECT_EQ(Open(kMailStore), OsifResult{OSIF_ERR_NOT_IMPLEMENTED});
+    std::map<int32_t, std::string> told;
+    const OsifAnchor anchor = MakeAnchor(0);
+    ChangeLogEntry entry{};
+    OsifResult result = POL_CL_GetFirstEntry(kMailStore, &anchor, &entry);
+    for (; result == OSIF_OK; result = POL_CL_GetNextEntry(kMailStore, &entry)) {
+      told[entry.changeCounter] = entry.objectId;
+    }
+    EXPECT_EQ(result, OsifResult{OSIF_ERR_EOF});
+    if (answered_->added.counter != 0) {
+      EXPECT_EQ(told[1], answered_->message_ids[0]);
+    }
+    if (answered_->modified.counter != 0) {
+      EXPECT_EQ(told[2], answered_->message_ids[1]);
+    }
+  };
+  KillEverywhere(work, check, 1);
 }
 
 // ---- Another store of the same folder ---------------------------------------------------------------

@@ -26,17 +26,19 @@ Json CalendarKindJson(const OsifObject& object) {
   }
 }
 
+// Null for a task without a start.
 Json StartJson(OsifObject& object) {
   if (object.calendar.dtStart == nullptr) return nullptr;
-  return ToOutput(PropertyValue_GetText(object.calendar.dtStart, 0));
+  const std::string start = ToOutput(PropertyValue_GetText(object.calendar.dtStart, 0));
+  return start.empty() ? Json() : Json(start);
 }
 
-// The names of the objects of a store that cannot be fetched are not known; the ids are listed all the same.
 // The text of a JSON value, or another where it has none.
 std::string TextOr(const Json& value, const char* other) {
   return value.is_string() ? value.get<std::string>() : other;
 }
 
+// The names of the objects of a store that cannot be fetched are not known; the ids are listed all the same.
 void ListObject(int32_t store_id, const char* id, Reporter& reporter) {
   FetchedObject fetched(store_id, id);
   const bool is_there = fetched.result() == OSIF_OK;

@@ -336,6 +336,41 @@ TEST_F(CommandStore, ChangesTellsOfAGapFirst) {
   EXPECT_EQ(lines[1]["cc"], 2);
 }
 
+TEST_F(CommandStore, ChangesTellsOfAGapInWords) {
+  Receive(Card({"N:Lee;Ann"}));
+  Receive(Card({"N:Lee;Ann", "TITLE:x"}));
+  const std::string log = device_ + "/Sync/pol_pb_change.log";
+  const std::string text = ReadFile(log);
+  std::ofstream(log, std::ios::binary) << text.substr(text.find('\n') + 1);
+  const Outcome outcome = Osif({"changes", "pb"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.OutLines(), ElementsAre("gap between requested anchor and first entry",
+                                              MatchesRegex("M  2  [0-9]+T[0-9]+Z  00000001  Ann Lee")));
+}
+
+TEST_F(CommandStore, ChangesWithNothingChangedIsEmptyAndNoFailure) {
+  for (const char* store : {"pb", "cal", "note", "msg-in", "msg-sent", "msg-out"}) {
+    const Outcome outcome = Osif({"changes", store});
+    EXPECT_EQ(outcome.status, 0) << store;
+    EXPECT_EQ(outcome.out + outcome.err, "") << store;
+  }
+  Receive(Card({"N:Lee;Ann"}));
+  const Outcome outcome = Osif({"changes", "pb", "--since", "1"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out + outcome.err, "");
+}
+
+TEST_F(CommandStore, ChangesShowsNotesAndMessagesThatWereReceived) {
+  const std::string samples = OSIF_SAMPLES;
+  ASSERT_EQ(Osif({"receive", samples + "/note.vnt", samples + "/messages.vmg"}).status, 0);
+  for (const char* store : {"note", "msg-in", "msg-sent", "msg-out"}) {
+    const std::vector<Json> lines = Osif({"changes", store, "--json"}).JsonLines();
+    ASSERT_THAT(lines, SizeIs(1)) << store;
+    EXPECT_EQ(lines[0]["kind"], "M") << store;
+    EXPECT_EQ(lines[0]["cc"], 1) << store;
+  }
+}
+
 TEST_F(CommandStore, AnchorIsThatOfTheNewestChange) {
   Receive(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
   const std::vector<Json> lines = Osif({"anchor", "pb", "--json"}).JsonLines();
