@@ -67,22 +67,27 @@ void FindUnknownEvent(benchmark::State& state) { Find(state, ItemKind::kEvent, f
 void FindTaskBySummary(benchmark::State& state) { Find(state, ItemKind::kTask, true); }
 void FindUnknownTask(benchmark::State& state) { Find(state, ItemKind::kTask, false); }
 
-// A file of events comes to an empty store: each is looked for, not found, and stored.
-void ReceiveEvents(benchmark::State& state) {
+void FindMessageByTimeAndSubject(benchmark::State& state) { Find(state, ItemKind::kMessage, true); }
+void FindUnknownMessage(benchmark::State& state) { Find(state, ItemKind::kMessage, false); }
+
+// A file of objects comes to an empty store: each is looked for, not found, and stored.
+void Receive(benchmark::State& state, ItemKind kind) {
   const int count = static_cast<int>(state.range(0));
   const bench::TempFolder folder;
-  bench::PutBytes(folder.File("events"), bench::Repeated(count, bench::Event));
+  bench::PutBytes(folder.File("objects"), bench::Repeated(count, [&](int number) {
+                    return bench::ItemText(kind, number, count);
+                  }));
   for (auto _ : state) {
     state.PauseTiming();
     {
-      const FilledDevice device(ItemKind::kEvent, 0);
+      const FilledDevice device(kind, 0);
       const bench::OpenLibrary library(device);
       state.ResumeTiming();
-      bench::ReadFile(folder.File("events"), [](OsifObject& object) {
+      bench::ReadFile(folder.File("objects"), [kind](OsifObject& object) {
         char id[OSIF_ID_SIZE] = "";
-        bench::Require(OSIF_FindObject(OSIF_STORE_CAL, &object, id) == 0,
-                       "an event is there twice");
-        OSIF_AddObject(OSIF_STORE_CAL, &object, id, nullptr);
+        bench::Require(OSIF_FindObject(bench::StoreOf(kind), &object, id) == 0,
+                       "an object is there twice");
+        OSIF_AddObject(bench::StoreOf(kind), &object, id, nullptr);
       });
       state.PauseTiming();
     }
@@ -90,6 +95,10 @@ void ReceiveEvents(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations() * count);
 }
+
+void ReceiveContacts(benchmark::State& state) { Receive(state, ItemKind::kContact); }
+void ReceiveEvents(benchmark::State& state) { Receive(state, ItemKind::kEvent); }
+void ReceiveMessages(benchmark::State& state) { Receive(state, ItemKind::kMessage); }
 
 void Sizes(benchmark::internal::Benchmark* bench) {
   bench->RangeMultiplier(10)->Range(100, 100'000)->Unit(benchmark::kMicrosecond);
@@ -101,6 +110,10 @@ BENCHMARK(FindEventByStartAndSummary)->Apply(Sizes);
 BENCHMARK(FindUnknownEvent)->Apply(Sizes);
 BENCHMARK(FindTaskBySummary)->Apply(Sizes);
 BENCHMARK(FindUnknownTask)->Apply(Sizes);
+BENCHMARK(FindMessageByTimeAndSubject)->Apply(Sizes);
+BENCHMARK(FindUnknownMessage)->Apply(Sizes);
+BENCHMARK(ReceiveContacts)->Arg(50)->Arg(500)->Arg(5000)->Unit(benchmark::kMillisecond);
 BENCHMARK(ReceiveEvents)->Arg(50)->Arg(500)->Arg(5000)->Unit(benchmark::kMillisecond);
+BENCHMARK(ReceiveMessages)->Arg(50)->Arg(500)->Arg(5000)->Unit(benchmark::kMillisecond);
 
 }  // namespace

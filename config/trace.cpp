@@ -285,6 +285,8 @@ void OSIF_TraceInit() {
   OpenTraceSocket();
 }
 
+bool OSIF_IsTraced() { return trace_socket != INVALID_SOCKET; }
+
 void OSIF_Trace(uint16_t category, const char* format, ...) {
   const DWORD last_error = GetLastError();
   const int error_number = errno;

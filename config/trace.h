@@ -16,6 +16,9 @@
 // is no receiver any more. An unchanged address keeps its socket.
 void OSIF_TraceInit();
 
+// Whether lines go to a receiver. For work that is done only to be told.
+bool OSIF_IsTraced();
+
 // Sends one line; `category` is 0 for all lines of this library.
 //
 // The format is that of printf, with the conversions d i u x X c s S p % and their flags, widths,

@@ -65,6 +65,28 @@ bool IsWanted(const SRow& row, const Wanted& wanted, int number) {
   return CompareFileTime(&time, &wanted.time) == 0 && wanted.subject == subject;
 }
 
+// Lets the store look for the rows that may be wanted, where it can. A trace shows every row, so then all
+// are gone through.
+void Narrow(IMAPITable& table, Wanted& wanted) {
+  const bool has_time = wanted.time.dwLowDateTime != 0 || wanted.time.dwHighDateTime != 0;
+  if (!has_time || OSIF_IsTraced()) return;
+  SPropValue time = {};
+  time.ulPropTag = PR_MESSAGE_DELIVERY_TIME;
+  time.Value.ft = wanted.time;
+  SPropValue subject = {};
+  subject.ulPropTag = PR_SUBJECT;
+  subject.Value.lpszW = wanted.subject.data();
+  SRestriction parts[2] = {};
+  parts[0].rt = RES_PROPERTY;
+  parts[0].res.resProperty = {RELOP_EQ, PR_MESSAGE_DELIVERY_TIME, &time};
+  parts[1].rt = RES_PROPERTY;
+  parts[1].res.resProperty = {RELOP_EQ, PR_SUBJECT, &subject};
+  SRestriction all = {};
+  all.rt = RES_AND;
+  all.res.resAnd = {wanted.subject.empty() ? 1u : 2u, parts};
+  table.Restrict(&all, 0);
+}
+
 // Looks through the rows of a table from where it stands.
 bool FindRow(IMAPITable& table, const Wanted& wanted, char* id) {
   int number = 0;
@@ -169,7 +191,9 @@ bool MAPI_FindMail(const OsifObject& record, char* id) {
     return false;
   }
   const ComPtr<IMAPITable> table = OpenContents(*chosen.folder);
-  return table && FindRow(*table, wanted, id);
+  if (!table) return false;
+  Narrow(*table, wanted);
+  return FindRow(*table, wanted, id);
 }
 
 OsifResult MAPI_AddMail(const OsifObject& record, char* id) {

@@ -112,6 +112,7 @@ inline constexpr HRESULT MAPI_E_NOT_ENOUGH_DISK = static_cast<HRESULT>(0x8004010
 inline constexpr HRESULT MAPI_E_NOT_FOUND = static_cast<HRESULT>(0x8004010Fu);
 inline constexpr HRESULT MAPI_E_VERSION = static_cast<HRESULT>(0x80040110u);
 inline constexpr HRESULT MAPI_E_LOGON_FAILED = static_cast<HRESULT>(0x80040111u);
+inline constexpr HRESULT MAPI_E_TOO_COMPLEX = static_cast<HRESULT>(0x80040117u);
 inline constexpr HRESULT MAPI_E_COMPUTED = static_cast<HRESULT>(0x8004011Au);
 inline constexpr HRESULT MAPI_E_INVALID_TYPE = static_cast<HRESULT>(0x80040302u);
 inline constexpr HRESULT MAPI_E_UNEXPECTED_TYPE = static_cast<HRESULT>(0x80040304u);
@@ -210,6 +211,31 @@ constexpr size_t CbNewADRLIST(size_t entries) {
   return offsetof(ADRLIST, aEntries) + entries * sizeof(ADRENTRY);
 }
 
+// A condition on the rows of a table: that a property has a relation to a value, or that several
+// conditions hold together.
+inline constexpr ULONG RES_AND = 0;
+inline constexpr ULONG RES_PROPERTY = 4;
+inline constexpr ULONG RELOP_EQ = 4;
+
+struct SRestriction;
+struct SAndRestriction {
+  ULONG cRes;
+  SRestriction* lpRes;
+};
+struct SPropertyRestriction {
+  ULONG relop;
+  ULONG ulPropTag;
+  LPSPropValue lpProp;
+};
+struct SRestriction {
+  ULONG rt;
+  union {
+    SAndRestriction resAnd;
+    SPropertyRestriction resProperty;
+  } res;
+};
+using LPSRestriction = SRestriction*;
+
 // What an object tells about an error of its own; one MAPI buffer.
 struct MAPIERROR {
   ULONG ulVersion;
@@ -286,6 +312,9 @@ struct IMAPITable : IUnknown {
   // The columns of the rows to come, in their order.
   virtual HRESULT SetColumns(LPSPropTagArray columns, ULONG flags) = 0;
   virtual HRESULT SeekRow(BOOKMARK origin, LONG rows, LONG* sought) = 0;
+  // Leaves only the rows that meet a condition, and stands at the first of them; null brings all rows
+  // back. MAPI_E_TOO_COMPLEX for a condition that the table cannot look for.
+  virtual HRESULT Restrict(LPSRestriction restriction, ULONG flags) = 0;
   // The next rows, up to `count`; a set without rows at the end. FreeProws releases it.
   virtual HRESULT QueryRows(LONG count, ULONG flags, LPSRowSet* rows) = 0;
 

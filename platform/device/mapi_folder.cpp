@@ -18,22 +18,42 @@ namespace {
 // The messages that a folder held at a time.
 class ContentsRows final : public MapiRows {
  public:
-  ContentsRows(std::shared_ptr<Database> database, std::vector<int64_t> ids)
-      : database_(std::move(database)), ids_(std::move(ids)) {}
+  // The rows are the messages up to the last one at the time. Their ids are read when they are first
+  // asked for: of a restricted table, few.
+  ContentsRows(std::shared_ptr<Database> database, int64_t folder)
+      : database_(std::move(database)),
+        folder_(folder),
+        last_id_(FindLastMessage(*database_, folder)) {}
 
-  size_t Count() const override { return ids_.size(); }
+  size_t Count() override { return Ids().size(); }
+
+  bool Restrict(const MapiProperties& wanted) override {
+    if (!CanListMessages(wanted)) return false;
+    wanted_ = wanted;
+    ids_.reset();
+    return true;
+  }
 
   std::optional<MapiProperties> Row(size_t index, const std::vector<ULONG>& columns) override {
+    const int64_t id = Ids()[index];
     const bool head_suffices = std::all_of(columns.begin(), columns.end(), IsHeadProperty);
-    std::optional<StoredMessage> message = head_suffices ? LoadMessageHead(*database_, ids_[index])
-                                                         : LoadMessage(*database_, ids_[index]);
+    std::optional<StoredMessage> message =
+        head_suffices ? LoadMessageHead(*database_, id) : LoadMessage(*database_, id);
     if (!message) return std::nullopt;
     return std::move(message->properties);
   }
 
  private:
+  const std::vector<int64_t>& Ids() {
+    if (!ids_) ids_ = ListMessages(*database_, folder_, last_id_, wanted_);
+    return *ids_;
+  }
+
   const std::shared_ptr<Database> database_;
-  const std::vector<int64_t> ids_;
+  const int64_t folder_;
+  const int64_t last_id_;
+  MapiProperties wanted_;
+  std::optional<std::vector<int64_t>> ids_;
 };
 
 class Folder final
@@ -50,7 +70,7 @@ class Folder final
     if (table != nullptr) *table = nullptr;
     return Run([&] {
       if (table == nullptr) return MAPI_E_INVALID_PARAMETER;
-      auto rows = std::make_unique<ContentsRows>(database_, ListMessages(*database_, number_));
+      auto rows = std::make_unique<ContentsRows>(database_, number_);
       *table = NewTable(std::move(rows), {PR_ENTRYID, PR_SUBJECT, PR_MESSAGE_DELIVERY_TIME},
                         MapiColumns::kChosen);
       return S_OK;

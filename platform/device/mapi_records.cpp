@@ -178,12 +178,36 @@ int64_t ReserveMessageId(Database& database) {
   return id;
 }
 
-std::vector<int64_t> ListMessages(Database& database, int64_t folder) {
-  Statement row = database.Prepare("SELECT id FROM mapi_messages WHERE folder = ? ORDER BY id");
+int64_t FindLastMessage(Database& database, int64_t folder) {
+  Statement row = database.Prepare("SELECT max(id) FROM mapi_messages WHERE folder = ?");
   row.Bind(1, folder);
+  return StepOrThrow(database, row) ? row.Integer(0) : 0;
+}
+
+std::vector<int64_t> ListMessages(Database& database, int64_t folder, int64_t last,
+                                  const MapiProperties& wanted) {
+  const auto time = wanted.find(PROP_ID(PR_MESSAGE_DELIVERY_TIME));
+  const auto subject = wanted.find(PROP_ID(PR_SUBJECT));
+  std::string sql = "SELECT id FROM mapi_messages WHERE folder = ? AND id <= ?";
+  if (time != wanted.end()) sql += " AND delivery_time = ?";
+  if (subject != wanted.end()) sql += " AND subject = ?";
+  Statement row = database.Prepare(sql + " ORDER BY id");
+  row.Bind(1, folder).Bind(2, last);
+  if (time != wanted.end()) BindValue(row, 3, time->second);
+  if (subject != wanted.end()) BindValue(row, 4, subject->second);
   std::vector<int64_t> ids;
   while (StepOrThrow(database, row)) ids.push_back(row.Integer(0));
   return ids;
+}
+
+bool CanListMessages(const MapiProperties& wanted) {
+  const auto has = [&](ULONG tag) {
+    const auto found = wanted.find(PROP_ID(tag));
+    return found != wanted.end() && found->second.type == PROP_TYPE(tag);
+  };
+  if (wanted.empty()) return true;
+  return has(PR_MESSAGE_DELIVERY_TIME) &&
+         (wanted.size() == 1 || (wanted.size() == 2 && has(PR_SUBJECT)));
 }
 
 std::optional<StoredMessage> LoadMessage(Database& database, int64_t id) {

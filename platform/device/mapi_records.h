@@ -36,8 +36,15 @@ std::optional<std::u16string> FolderName(Database& database, int64_t folder);
 // Takes the next message id, at once and for good.
 int64_t ReserveMessageId(Database& database);
 
-// The ids of a folder's messages, ascending, which is the order in which they were created.
-std::vector<int64_t> ListMessages(Database& database, int64_t folder);
+// The highest id of a folder's messages; 0 for an empty folder.
+int64_t FindLastMessage(Database& database, int64_t folder);
+
+// The ids of a folder's messages up to `last`, ascending, which is the order in which they were created:
+// of all, or of those that have a delivery time, and perhaps a subject with it (in the same case).
+std::vector<int64_t> ListMessages(Database& database, int64_t folder, int64_t last,
+                                  const MapiProperties& wanted);
+// Whether that can be asked for.
+bool CanListMessages(const MapiProperties& wanted);
 
 // A message, or nothing when there is none with the id.
 std::optional<StoredMessage> LoadMessage(Database& database, int64_t id);

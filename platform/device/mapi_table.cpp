@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/device/mapi_errors.h"
 #include "platform/device/mapi_object.h"
 
 namespace device {
@@ -12,6 +13,29 @@ struct RowSetFree {
   void operator()(LPSRowSet rows) const { FreeProws(rows); }
 };
 using RowSet = std::unique_ptr<SRowSet, RowSetFree>;
+
+// Adds what a condition asks for; it is one equation, or several.
+void TakeCondition(const SRestriction& condition, MapiProperties* wanted) {
+  if (condition.rt == RES_AND) {
+    const SAndRestriction& all = condition.res.resAnd;
+    for (ULONG i = 0; i < all.cRes; ++i) {
+      // Several within several would only be a longer way to say the same.
+      if (all.lpRes[i].rt != RES_PROPERTY) throw MapiFailure{MAPI_E_TOO_COMPLEX, 0};
+      TakeCondition(all.lpRes[i], wanted);
+    }
+    return;
+  }
+  const SPropertyRestriction& equation = condition.res.resProperty;
+  if (condition.rt != RES_PROPERTY || equation.relop != RELOP_EQ) {
+    throw MapiFailure{MAPI_E_TOO_COMPLEX, 0};
+  }
+  MapiValue value;
+  if (equation.lpProp == nullptr) throw MapiFailure{MAPI_E_INVALID_PARAMETER, 0};
+  if (const SCODE code = TakeValue(*equation.lpProp, &value); code != S_OK) {
+    throw MapiFailure{code, 0};
+  }
+  wanted->insert_or_assign(PROP_ID(equation.ulPropTag), std::move(value));
+}
 
 class Table final : public MapiObject<IMAPITable, IID_IMAPITable> {
  public:
@@ -31,8 +55,20 @@ class Table final : public MapiObject<IMAPITable, IID_IMAPITable> {
   HRESULT SeekRow(BOOKMARK origin, LONG rows, LONG* sought) override {
     return Run([&] {
       if (origin != BOOKMARK_BEGINNING) return MAPI_E_INVALID_BOOKMARK;
-      position_ = std::min(static_cast<size_t>(std::max(rows, 0)), rows_->Count());
+      // The beginning is there without counting.
+      position_ = rows <= 0 ? 0 : std::min(static_cast<size_t>(rows), rows_->Count());
       if (sought != nullptr) *sought = static_cast<LONG>(position_);
+      return S_OK;
+    });
+  }
+
+  HRESULT Restrict(LPSRestriction restriction, ULONG flags) override {
+    return Run([&] {
+      if (flags != 0) return MAPI_E_UNKNOWN_FLAGS;
+      MapiProperties wanted;
+      if (restriction != nullptr) TakeCondition(*restriction, &wanted);
+      if (!rows_->Restrict(wanted)) return MAPI_E_TOO_COMPLEX;
+      position_ = 0;
       return S_OK;
     });
   }
@@ -76,7 +112,8 @@ class FixedRows final : public MapiRows {
  public:
   explicit FixedRows(std::vector<MapiProperties> rows) : rows_(std::move(rows)) {}
 
-  size_t Count() const override { return rows_.size(); }
+  size_t Count() override { return rows_.size(); }
+  bool Restrict(const MapiProperties& wanted) override { return wanted.empty(); }
   std::optional<MapiProperties> Row(size_t index, const std::vector<ULONG>&) override {
     return rows_[index];
   }

@@ -16,8 +16,12 @@ class MapiRows {
  public:
   virtual ~MapiRows() = default;
 
-  // How many rows there are; stays the same for the life of the table.
-  virtual size_t Count() const = 0;
+  // How many rows there are; stays the same until the rows are restricted.
+  virtual size_t Count() = 0;
+
+  // Leaves only rows whose properties have these values; none brings all rows back. False, without
+  // any effect, for properties that cannot be looked for.
+  virtual bool Restrict(const MapiProperties& wanted) = 0;
 
   // At least those of a row's properties that the columns ask for; nothing for a row that is gone
   // by now, which the table passes over. `index` is below Count(). May throw.

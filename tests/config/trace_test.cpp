@@ -163,6 +163,13 @@ TEST_F(Trace, ALineArrivesAsOneDatagramWithItsHeader) {
   EXPECT_TRUE(receiver.IsEmpty());
 }
 
+TEST_F(Trace, TellsWhetherLinesGoAnywhere) {
+  TurnTo(kReceiver);
+  EXPECT_TRUE(OSIF_IsTraced());
+  TurnTo(0);
+  EXPECT_FALSE(OSIF_IsTraced());
+}
+
 TEST_F(Trace, CategoryAndLengthAreLittleEndian) {
   OSIF_Trace(0x1234, "%s", std::string(300, 'x').c_str());
   EXPECT_EQ(calls.at(0).datagram.substr(0, 8), std::string("\x34\x12\x2C\x01\0\0\0\0", 8));

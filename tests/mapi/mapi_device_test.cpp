@@ -98,6 +98,27 @@ TEST_P(MapiDeviceFolder, AMessageIsAddedFoundReadChangedAndReadAgain) {
   EXPECT_STREQ(again->message.ccAddresses, "cat@example.org");
 }
 
+TEST_P(MapiDeviceFolder, TheSameMessageIsFoundWithAndWithoutATrace) {
+  std::vector<std::string> ids;
+  for (const char* subject : {"Lunch", "lunch", "Lunch"}) {
+    MailRecord record;
+    ids.push_back(Add(record.Folder(GetParam().name).Subject(subject).Date(kDate)));
+  }
+  MailRecord without_date;
+  const std::string dateless = Add(without_date.Folder(GetParam().name).Subject("Lunch"));
+  constexpr char kOtherDate[] = "Wed, 02 Jan 2002 10:11:13 +0000";
+  const auto find_all = [&] {
+    return std::vector<std::string>{Find("Lunch", GetParam().name), Find("lunch", GetParam().name),
+                                    Find("LUNCH", GetParam().name),
+                                    Find("Lunch", GetParam().name, kOtherDate),
+                                    Find("Lunch", GetParam().name, "")};
+  };
+  const auto expected = ElementsAre(ids[0], ids[1], "-", "-", dateless);
+  EXPECT_THAT(find_all(), expected);
+  TraceReceiver trace;
+  EXPECT_THAT(find_all(), expected);
+}
+
 TEST_P(MapiDeviceFolder, AMessageIsInItsFolderOnly) {
   MailRecord record;
   Add(record.Folder(GetParam().name).Subject("Lunch").Date(kDate));

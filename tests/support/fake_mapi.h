@@ -236,6 +236,7 @@ class FakeTable final : public FakeMapiObject<IMAPITable> {
     if (sought) *sought = 0;
     return S_OK;
   }
+  HRESULT Restrict(LPSRestriction, ULONG) override { return MAPI_E_TOO_COMPLEX; }
   HRESULT QueryRows(LONG count, ULONG, LPSRowSet* rows) override {
     *rows = nullptr;
     const HRESULT result = mapi().Call(Name("QueryRows"), std::to_string(count));

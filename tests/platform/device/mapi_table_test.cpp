@@ -92,6 +92,90 @@ TEST_F(MapiTable, SeeksFromItsBeginning) {
   EXPECT_EQ(table->SeekRow(1, 0, nullptr), MAPI_E_INVALID_BOOKMARK);
 }
 
+// A condition on the delivery time, and perhaps on the subject.
+class Condition {
+ public:
+  explicit Condition(DWORD time, const char16_t* subject = nullptr, ULONG relation = RELOP_EQ)
+      : time_(Time(PR_MESSAGE_DELIVERY_TIME, time, 0)), subject_(Text(PR_SUBJECT, subject)) {
+    parts_[0].rt = RES_PROPERTY;
+    parts_[0].res.resProperty = {relation, PR_MESSAGE_DELIVERY_TIME, &time_};
+    parts_[1].rt = RES_PROPERTY;
+    parts_[1].res.resProperty = {relation, PR_SUBJECT, &subject_};
+    all_.rt = RES_AND;
+    all_.res.resAnd = {subject == nullptr ? 1u : 2u, parts_};
+  }
+  LPSRestriction get() { return &all_; }
+  LPSRestriction subject() { return &parts_[1]; }
+
+ private:
+  SPropValue time_;
+  SPropValue subject_;
+  SRestriction parts_[2] = {};
+  SRestriction all_ = {};
+};
+
+class RestrictedTable : public MapiTable {
+ protected:
+  void StoreAt(const char16_t* subject, DWORD time) {
+    const ComPtr<IMessage> message = NewMessage(inbox());
+    Set(*message, Text(PR_SUBJECT, subject));
+    Set(*message, Time(PR_MESSAGE_DELIVERY_TIME, time, 0));
+  }
+  static std::vector<std::u16string> RestOf(IMAPITable& table) {
+    std::vector<std::u16string> subjects;
+    const Rows rows = Query(table, 50);
+    for (ULONG i = 0; i < rows->cRows; ++i) subjects.push_back(Cell(rows, i, 0).Value.lpszW);
+    return subjects;
+  }
+};
+
+TEST_F(RestrictedTable, HasTheMessagesOfATimeAndSubjectInTheSameCase) {
+  StoreAt(u"a", 1);
+  StoreAt(u"b", 2);
+  StoreAt(u"A", 2);
+  StoreAt(u"a", 2);
+  const ComPtr<IMAPITable> table = Contents(inbox(), {PR_SUBJECT});
+  EXPECT_EQ(table->Restrict(Condition(2).get(), 0), S_OK);
+  EXPECT_THAT(RestOf(*table), ElementsAre(u"b", u"A", u"a"));
+  EXPECT_EQ(table->Restrict(Condition(2, u"a").get(), 0), S_OK);
+  EXPECT_THAT(RestOf(*table), ElementsAre(u"a"));
+  EXPECT_EQ(table->Restrict(Condition(3).get(), 0), S_OK);
+  EXPECT_THAT(RestOf(*table), ElementsAre());
+}
+
+TEST_F(RestrictedTable, StandsAtItsFirstRowAndHasAllRowsAgainWithoutACondition) {
+  StoreAt(u"a", 1);
+  StoreAt(u"b", 2);
+  const ComPtr<IMAPITable> table = Contents(inbox(), {PR_SUBJECT});
+  RestOf(*table);
+  EXPECT_EQ(table->Restrict(Condition(2).get(), 0), S_OK);
+  EXPECT_THAT(RestOf(*table), ElementsAre(u"b"));
+  EXPECT_EQ(table->Restrict(nullptr, 0), S_OK);
+  EXPECT_THAT(RestOf(*table), ElementsAre(u"a", u"b"));
+}
+
+TEST_F(RestrictedTable, DoesNotGrow) {
+  StoreAt(u"a", 1);
+  const ComPtr<IMAPITable> table = Contents(inbox(), {PR_SUBJECT});
+  StoreAt(u"b", 1);
+  EXPECT_EQ(table->Restrict(Condition(1).get(), 0), S_OK);
+  EXPECT_THAT(RestOf(*table), ElementsAre(u"a"));
+}
+
+TEST_F(RestrictedTable, RefusesWhatItCannotLookForAndStaysAsItWas) {
+  StoreAt(u"a", 1);
+  const ComPtr<IMAPITable> table = Contents(inbox(), {PR_SUBJECT});
+  Condition condition(2, u"b");
+  EXPECT_EQ(table->Restrict(condition.subject(), 0), MAPI_E_TOO_COMPLEX);
+  EXPECT_EQ(table->Restrict(Condition(2, nullptr, 0).get(), 0), MAPI_E_TOO_COMPLEX);
+  SRestriction nested = {};
+  nested.rt = RES_AND;
+  nested.res.resAnd = {1, condition.get()};
+  EXPECT_EQ(table->Restrict(&nested, 0), MAPI_E_TOO_COMPLEX);
+  EXPECT_EQ(table->Restrict(condition.get(), 1), MAPI_E_UNKNOWN_FLAGS);
+  EXPECT_THAT(RestOf(*table), ElementsAre(u"a"));
+}
+
 TEST_F(MapiTable, RefusesWhatMakesNoSense) {
   const ComPtr<IMAPITable> table = Contents(inbox(), {PR_SUBJECT});
   SPropTagArray none = {0, {}};
