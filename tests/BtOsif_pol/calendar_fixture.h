@@ -113,6 +113,26 @@ ComPtr<IRecurrencePattern> PatternOf(Item& item) {
   return pattern;
 }
 
+// A pattern as "type 1 every 2 mask 10 until 20060501 times 4": what its type has, and its end.
+inline std::string ShownPattern(IRecurrencePattern& pattern) {
+  const LONG type = NumberOf(pattern, &IRecurrencePattern::get_RecurrenceType);
+  if (type == olRecursOnce) return "once";
+  auto number = [&](const char* name, HRESULT (IRecurrencePattern::*get)(LONG*)) {
+    return std::string(" ") + name + " " + std::to_string(NumberOf(pattern, get));
+  };
+  std::string text = "type " + std::to_string(type) + number("every", &IRecurrencePattern::get_Interval);
+  if (type == 1 || type == 3 || type == 6) {
+    text += number("mask", &IRecurrencePattern::get_DayOfWeekMask);
+  }
+  if (type == 2 || type == 5) text += number("day", &IRecurrencePattern::get_DayOfMonth);
+  if (type == 3 || type == 6) text += number("nth", &IRecurrencePattern::get_Instance);
+  if (type == 5 || type == 6) text += number("month", &IRecurrencePattern::get_MonthOfYear);
+  if (FlagOf(pattern, &IRecurrencePattern::get_NoEndDate)) return text + " forever";
+  return text + " until " +
+         DateOf(pattern, &IRecurrencePattern::get_PatternEndDate).substr(0, 8) +
+         number("times", &IRecurrencePattern::get_Occurrences);
+}
+
 // The original dates of an appointment's exceptions.
 inline std::vector<std::string> ExceptionsOf(IAppointment& item) {
   std::vector<std::string> dates;

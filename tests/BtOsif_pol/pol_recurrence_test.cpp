@@ -12,31 +12,11 @@ constexpr const char* kOneTime[] = {
     "OSIF:  The Extended Rule Grammar could not be translated to an",
     "       Outlook Recurrence pattern. Item will be sent as One-time."};
 
-// A pattern as "type 1 every 2 mask 10 until 20060501 times 4": what its type has, and its end.
-std::string Shown(IRecurrencePattern& pattern) {
-  const LONG type = NumberOf(pattern, &IRecurrencePattern::get_RecurrenceType);
-  if (type == olRecursOnce) return "once";
-  auto number = [&](const char* name, HRESULT (IRecurrencePattern::*get)(LONG*)) {
-    return std::string(" ") + name + " " + std::to_string(NumberOf(pattern, get));
-  };
-  std::string text = "type " + std::to_string(type) + number("every", &IRecurrencePattern::get_Interval);
-  if (type == 1 || type == 3 || type == 6) {
-    text += number("mask", &IRecurrencePattern::get_DayOfWeekMask);
-  }
-  if (type == 2 || type == 5) text += number("day", &IRecurrencePattern::get_DayOfMonth);
-  if (type == 3 || type == 6) text += number("nth", &IRecurrencePattern::get_Instance);
-  if (type == 5 || type == 6) text += number("month", &IRecurrencePattern::get_MonthOfYear);
-  if (FlagOf(pattern, &IRecurrencePattern::get_NoEndDate)) return text + " forever";
-  return text + " until " +
-         DateOf(pattern, &IRecurrencePattern::get_PatternEndDate).substr(0, 8) +
-         number("times", &IRecurrencePattern::get_Occurrences);
-}
-
 class PolPutRecurrence : public CalendarTest {
  protected:
   // The pattern of an appointment on Monday, 1 May 2006 that a rule gives.
   std::string PatternOfRule(const std::string& rule) {
-    return Shown(*PatternOf(*Appointment(
+    return ShownPattern(*PatternOf(*Appointment(
         {"DTSTART:20060501T090000", "DTEND:20060501T100000", "RRULE:" + rule})));
   }
 };
@@ -60,7 +40,7 @@ TEST_P(RuleToPattern, OfAnAppointment) {
 
 TEST_P(RuleToPattern, OfATask) {
   auto task = Task({"DTSTART:20060501", "RRULE:" + std::string(GetParam().rule)});
-  EXPECT_EQ(Shown(*PatternOf(*task)), GetParam().pattern);
+  EXPECT_EQ(ShownPattern(*PatternOf(*task)), GetParam().pattern);
   EXPECT_TRUE(FlagOf(*task, &ITask::get_IsRecurring));
 }
 
@@ -107,6 +87,61 @@ INSTANTIATE_TEST_SUITE_P(
         RuleCase{"D1 #0 20060510T000000", "type 0 every 1 forever"},
         RuleCase{"YM1 6 MD1 15 20080630T000000",
                  "type 5 every 1 day 15 month 6 until 20080630 times 3"}));
+
+// What a pattern does not take leaves what its type gives it: every day, week or month, and the weekday, the
+// week and the day of the start, 1 May 2006, the first Monday of its month.
+INSTANTIATE_TEST_SUITE_P(
+    NumbersBeyondThePattern, RuleToPattern,
+    testing::Values(
+        RuleCase{"D999 #0", "type 0 every 999 forever"}, RuleCase{"D1000 #0", "type 0 every 1 forever"},
+        RuleCase{"D0 #0", "type 0 every 1 forever"}, RuleCase{"D #0", "type 0 every 1 forever"},
+        RuleCase{"D2147483647 #0", "type 0 every 1 forever"},
+        RuleCase{"D99999999999999999999 #0", "type 0 every 1 forever"},
+        RuleCase{"W1000 WE #0", "type 1 every 1 mask 8 forever"},
+        RuleCase{"MD1 30 #0", "type 2 every 1 day 30 forever"},
+        RuleCase{"MD1 31 #0", "type 2 every 1 day 31 forever"},
+        RuleCase{"MD1 32 #0", "type 2 every 1 day 1 forever"},
+        RuleCase{"MD1 400 #0", "type 2 every 1 day 1 forever"},
+        RuleCase{"MD1 0 #0", "type 2 every 1 day 1 forever"},
+        RuleCase{"MD1 31- #0", "type 2 every 1 day -31 forever"},
+        RuleCase{"MD1 32- #0", "type 2 every 1 day 1 forever"},
+        RuleCase{"MP1 5+ WE #0", "type 3 every 1 mask 8 nth 5 forever"},
+        RuleCase{"MP1 6+ WE #0", "type 3 every 1 mask 8 nth 1 forever"},
+        RuleCase{"MP1 0+ WE #0", "type 3 every 1 mask 8 nth 1 forever"},
+        RuleCase{"MP1 6- WE #0", "type 3 every 1 mask 8 nth 1 forever"},
+        RuleCase{"MP1 2+ #0", "type 3 every 1 mask 2 nth 2 forever"},
+        RuleCase{"YM1 6 #0 MD1 32", "type 5 every 1 day 1 month 6 forever"},
+        RuleCase{"YM1 6 #0 MP1 6+ WE", "type 6 every 1 mask 8 nth 1 month 6 forever"},
+        RuleCase{"YD1 366 #0", "type 5 every 1 day 1 month 12 forever"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    CountsBeyondThePattern, RuleToPattern,
+    testing::Values(
+        RuleCase{"D1 #2147483647", "type 0 every 1 until 99991231 times 2147483647"},
+        RuleCase{"D1 #2147483648", "type 0 every 1 until 99991231 times 2147483647"},
+        RuleCase{"D1 #99999999999999999999", "type 0 every 1 until 99991231 times 2147483647"},
+        RuleCase{"D1 #5 19000101T000000", "type 0 every 1 until 19000101 times 1"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    DaysFromTheEnd, RuleToPattern,
+    testing::Values(RuleCase{"MD1 LD #0", "type 2 every 1 day -1 forever"},
+                    RuleCase{"MD1 1- #0", "type 2 every 1 day -1 forever"},
+                    RuleCase{"MD2 10- #0", "type 2 every 2 day -10 forever"},
+                    RuleCase{"MD1 LD #3", "type 2 every 1 day -1 until 20060731 times 3"},
+                    RuleCase{"YM1 2 #0 MD1 LD", "type 5 every 1 day -1 month 2 forever"}));
+
+// 2008 is a leap year.
+TEST_F(PolPutRecurrence, TheDay60OfAYearIsThe1OfMarchInLeapYearsToo) {
+  auto item = Appointment({"DTSTART:20060301T090000", "DTEND:20060301T100000", "RRULE:YD1 60 #0"});
+  ASSERT_EQ(item->Save(), S_OK);
+  ComPtr<IAppointment> occurrence;
+  for (const char* day : {"20060301", "20070301", "20080301"}) {
+    EXPECT_EQ(PatternOf(*item)->GetOccurrence(At(day), occurrence.put()), S_OK) << day;
+  }
+  for (const char* day : {"20070228", "20080229"}) {
+    EXPECT_NE(PatternOf(*item)->GetOccurrence(At(day), occurrence.put()), S_OK) << day;
+  }
+}
 
 TEST_F(PolPutRecurrence, AnEndDateThatIsNoneLeavesTheCount) {
   EXPECT_EQ(PatternOfRule("D1 #5 20061399T000000"), "type 0 every 1 until 20060505 times 5");
@@ -181,7 +216,7 @@ TEST_F(PolPutRecurrence, WithoutARuleTheItemBecomesASingleOne) {
 
 TEST_F(PolPutRecurrence, OnlyTheFirstRuleCounts) {
   auto item = Appointment({"DTSTART:20060501T090000", "RRULE:D1 #0", "RRULE:W1 MO #0"});
-  EXPECT_EQ(Shown(*PatternOf(*item)), "type 0 every 1 forever");
+  EXPECT_EQ(ShownPattern(*PatternOf(*item)), "type 0 every 1 forever");
 }
 
 TEST_F(PolPutRecurrence, OfATaskBeginsAtItsStartElseWhenItIsDue) {
@@ -238,6 +273,22 @@ TEST_F(PolPutExceptions, WithoutATextSaveNothing) {
   auto item = Appointment({"DTSTART:20060501T090000", "RRULE:D1 #5", "EXDATE:"});
   EXPECT_EQ(NumberOf(*item, &IAppointment::get_Oid), 0);
   EXPECT_THAT(Trace(), IsEmpty());
+}
+
+// Some programs write all their exceptions into one line.
+TEST_F(PolPutExceptions, OfOneLineAreLostBehindTheFirst) {
+  auto item = Appointment({"DTSTART:20060501T090000", "RRULE:D1 #5",
+                           "EXDATE:20060502T090000;20060503T090000"});
+  EXPECT_THAT(ExceptionsOf(*item), ElementsAre("20060502T090000"));
+  EXPECT_THAT(Trace(), IsEmpty());
+}
+
+TEST_F(PolPutExceptions, ThatAreNoDatesAreTold) {
+  auto item = Appointment({"DTSTART:20060501T090000", "RRULE:D1 #5", "EXDATE:someday",
+                           "EXDATE:20060503T090000"});
+  EXPECT_THAT(ExceptionsOf(*item), ElementsAre("20060503T090000"));
+  EXPECT_THAT(Trace(), ElementsAre("OSIF:  Error in date 'someday' - cannot convert from 8601",
+                                   "OSIF:  Could not find Appointment for '' (Exception not made)"));
 }
 
 TEST_F(PolPutExceptions, OfATaskAreIgnored) {
@@ -422,6 +473,9 @@ TEST_F(PolGetRecurrence, GivesBackTheRulesThatWereReceived) {
       {"MP1 1- FR #0", "MP1 1- FR #0"},
       {"MP1 5+ FR #0", "MP1 1- FR #0"},
       {"MD1 15 #3", "MD1 15 #3 20060715T000000Z"},
+      {"MD1 LD #0", "MD1 1- #0"},
+      {"MD1 1- #0", "MD1 1- #0"},
+      {"MD1 31 #0", "MD1 31 #0"},
       {"YD1 60 #0", "YM1 3 #0 MD1 1"},
       {"YM1 6 #0 MD1 15", "YM1 6 #0 MD1 15"},
       {"YM2 6 #0 MD1 15", "YM1 6 #0 MD1 15"},
