@@ -108,8 +108,11 @@ uint32_t CountFolder(int folder_type) {
 
 // ---- Notes ------------------------------------------------------------------------------------------
 
+// A summary that decodes to nothing is no name: nobody would find the note again.
+bool HasName(OsifNote& note) { return pol_HasText(note.summary) && !pol_NoteName(note).empty(); }
+
 OsifResult AddNote(OsifNote& note, Subject& subject) {
-  if (!pol_HasText(note.summary)) return OSIF_ERR_MISSING_FIELD;
+  if (!HasName(note)) return OSIF_ERR_MISSING_FIELD;
   pol_PutNote(note);
   char id[OSIF_ID_SIZE] = "";
   pol_WriteNoteId(pol_NoteName(note), id);
@@ -118,7 +121,7 @@ OsifResult AddNote(OsifNote& note, Subject& subject) {
 }
 
 OsifResult ModifyNote(OsifNote& note, const Subject& subject) {
-  if (!pol_HasText(note.summary)) return OSIF_ERR_MISSING_FIELD;
+  if (!HasName(note)) return OSIF_ERR_MISSING_FIELD;
   pol_ReplaceNote(subject.id.c_str(), note);
   return OSIF_OK;
 }

@@ -1,4 +1,10 @@
-// A note is written beside its place and then moved there, so that a note is whole or the old one.
+// A note's new file is written beside its place, in three steps, so that a program that is killed leaves the
+// old note or the whole new one:
+//   NAME.pwi.tmp   while it is written: may be cut off
+//   NAME.pwi.new   once it is whole; the old file goes now
+//   NAME.pwi       in its place
+// A file cannot be moved onto another one, so for a moment there is NAME.pwi.new alone. Who looks for a note
+// puts such a file in its place first.
 #include "BtOsif_pol/pol_note.h"
 
 #include <algorithm>
@@ -15,7 +21,8 @@ namespace {
 constexpr size_t kNameLimit = 260;
 constexpr WideView kForbidden = u"\\/:*?<>|\"";
 constexpr WideView kExtension = u".pwi";
-constexpr WideView kUnfinished = u".new";
+constexpr WideView kUnfinished = u".tmp";
+constexpr WideView kReplacement = u".new";
 
 // ---- Names ------------------------------------------------------------------------------------------
 
@@ -122,17 +129,42 @@ bool WriteDocument(InkControl& control, const WideText& text, NewFile& file) {
   return is_taken && control.Stream(EM_STREAMOUT, SF_PWI, WriteBlock, file) && file.Close();
 }
 
-void TellNotCreated(const WideText& path) {
-  OSIF_Trace(0, "OSIF:  pol_PutNote Error - Unable to create file '%S'", path.c_str());
+// Brings to its end what a program that was killed had begun. Does nothing where the note has its file.
+void FinishReplacing(const WideText& path) {
+  MoveFileW((path + WideText(kReplacement)).c_str(), path.c_str());
 }
 
-// Puts the finished file in the note's place. `old_path` (may be empty) is the file that it replaces.
-void MoveIntoPlace(const WideText& unfinished, const WideText& path, const WideText& old_path) {
-  if (!old_path.empty() && old_path != path) DeleteFileW(old_path.c_str());
+// Takes a note away, also one that waits to be put in its place.
+void Remove(const WideText& path) {
+  DeleteFileW((path + WideText(kReplacement)).c_str());
   DeleteFileW(path.c_str());
-  if (!MoveFileW(unfinished.c_str(), path.c_str())) TellNotCreated(path);
 }
 
+// Puts a whole new file in the note's place.
+bool Replace(const WideText& unfinished, const WideText& path) {
+  FinishReplacing(path);
+  const WideText replacement = path + WideText(kReplacement);
+  DeleteFileW(replacement.c_str());
+  if (!MoveFileW(unfinished.c_str(), replacement.c_str())) return false;
+  DeleteFileW(path.c_str());
+  if (MoveFileW(replacement.c_str(), path.c_str())) return true;
+  if (GetLastError() == ERROR_ALREADY_EXISTS) DeleteFileW(replacement.c_str());  // the old one stayed
+  return false;
+}
+
+// Writes the note's file; false when it could not be created or filled.
+bool PutFile(InkControl& control, OsifNote& note, const WideText& path) {
+  const WideText text = DecodedText(note.body, 0);
+  const WideText unfinished = path + WideText(kUnfinished);
+  NewFile file(unfinished);
+  if (!file.is_open()) return false;
+  if (WriteDocument(control, text, file) && Replace(unfinished, path)) return true;
+  file.Close();
+  DeleteFileW(unfinished.c_str());
+  return false;
+}
+
+// `old_path` (may be empty) is the file that the note replaces.
 void Put(OsifNote& note, const WideText& old_path) {
   InkControl control;
   if (!control.is_made()) {
@@ -140,23 +172,11 @@ void Put(OsifNote& note, const WideText& old_path) {
     return;
   }
   const WideText path = pol_NotePath(pol_NoteName(note));
-  if (path.empty()) {
-    TellNotCreated(path);
+  if (path.empty() || !PutFile(control, note, path)) {
+    OSIF_Trace(0, "OSIF:  pol_PutNote Error - Unable to create file '%S'", path.c_str());
     return;
   }
-  const WideText unfinished = path + WideText(kUnfinished);
-  NewFile file(unfinished);
-  if (!file.is_open()) {
-    TellNotCreated(path);
-    return;
-  }
-  if (WriteDocument(control, DecodedText(note.body, 0), file)) {
-    MoveIntoPlace(unfinished, path, old_path);
-    return;
-  }
-  file.Close();
-  DeleteFileW(unfinished.c_str());
-  TellNotCreated(path);
+  if (!old_path.empty() && old_path != path) Remove(old_path);
 }
 
 }  // namespace
@@ -179,6 +199,7 @@ bool pol_HasNote(OsifNote& note) {
   const WideText name = pol_NoteName(note);
   const WideText path = name.empty() ? WideText() : pol_NotePath(name);
   if (path.empty()) return false;
+  FinishReplacing(path);
   const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                   FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return false;

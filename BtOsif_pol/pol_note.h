@@ -15,11 +15,12 @@ WideText pol_NoteName(OsifNote& note);
 // Writes the note's file, in the place of one of the same name. Failures are told in the trace only.
 void pol_PutNote(OsifNote& note);
 
-// The same, and removes the file of the note that `id` names when it is another one. The old file goes only
-// once the new text is safe on disk.
+// The same, and removes the file of the note that `id` names when it is another one. An old file goes only
+// once the new one is there.
 void pol_ReplaceNote(const char* id, OsifNote& note);
 
-// True when the note that the record names has a file.
+// True when the note that the record names has a file. A note that a killed program had written but not yet
+// put in its place is put there.
 bool pol_HasNote(OsifNote& note);
 
 // Writes a name as an id, in the system's code page, into a buffer of OSIF_ID_SIZE; null is left alone.

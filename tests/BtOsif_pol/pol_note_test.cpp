@@ -2,67 +2,22 @@
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
+#include <cstring>
 
-#include "BtOsif_pol/pol_dispatch.h"
-#include "BtOsif_pol/pol_search.h"
-#include "BtOsif_pol/pol_session.h"
-#include "btosif/osif_util/object_record.h"
-#include "btosif/osif_util/property_value.h"
-#include "btosif/osif_util/value_text.h"
-#include "platform/device/ink_reader.h"
+#include "platform/device/ink_writer.h"
 #include "platform/device/richink_control.h"
+#include "platform/posix/paths.h"
 #include "platform/utf8.h"
-#include "tests/support/change_logs.h"
-#include "tests/support/temp_device.h"
+#include "tests/support/notes.h"
 #include "tests/support/trace_receiver.h"
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
-// A note's record.
-class Note {
- public:
-  Note(WideView name, WideView body) : object_(OSIF_STORE_NOTE) {
-    PropertyValue_SetText(name, PropertyValue_Append(object_->note.summary), 0, 0);
-    PropertyValue_SetText(body, PropertyValue_Append(object_->note.body), 0, 0);
-  }
-  OsifObject* get() { return object_.get(); }
-
- private:
-  OwnedObject object_;
-};
-
-class PolNote : public TempDeviceTest {
- protected:
-  void SetUp() override { ASSERT_EQ(POL_Open(), OsifResult{OSIF_OK}); }
-  void TearDown() override { POL_Close(); }
-
-  std::filesystem::path Documents() const { return device_.Path("Documents"); }
-
-  std::vector<std::string> Files() const {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(Documents())) {
-      names.push_back(entry.path().filename().string());
-    }
-    return names;
-  }
-
-  std::string Add(WideView name, WideView body) {
-    Note note(name, body);
-    char id[OSIF_ID_SIZE] = "";
-    EXPECT_EQ(POL_AddObject(OSIF_STORE_NOTE, note.get(), id, nullptr), OsifResult{OSIF_OK});
-    return id;
-  }
-
-  std::u16string TextOf(const std::string& file) const {
-    return device::ReadInkDocument(support::BytesOf((Documents() / file).string())).value();
-  }
-};
+using support::Note;
+using PolNote = support::NoteTest;
 
 TEST_F(PolNote, IsAnInkDocumentUnderItsName) {
   EXPECT_EQ(Add(u"Shopping", u"Apples\r\nBread"), "Shopping");
@@ -73,10 +28,7 @@ TEST_F(PolNote, IsAnInkDocumentUnderItsName) {
 TEST_F(PolNote, KeepsItsWholeNameAsItsIdWhenTheFileNameLosesCharacters) {
   EXPECT_EQ(Add(u"a/b:c?", u"text"), "a/b:c?");
   EXPECT_THAT(Files(), ElementsAre("abc.pwi"));
-  Note same(u"a/b:c?", u"");
-  char id[OSIF_ID_SIZE] = "";
-  EXPECT_EQ(POL_FindObject(OSIF_STORE_NOTE, same.get(), id), 1);
-  EXPECT_STREQ(id, "a/b:c?");
+  EXPECT_EQ(Found(u"a/b:c?"), "a/b:c?");
 }
 
 TEST_F(PolNote, DropsEachOfTheNineForbiddenCharactersAndControlCharacters) {
@@ -84,26 +36,55 @@ TEST_F(PolNote, DropsEachOfTheNineForbiddenCharactersAndControlCharacters) {
   EXPECT_THAT(Files(), ElementsAre("1234567890..pwi"));
 }
 
-TEST_F(PolNote, HasTheFirst260CharactersOfItsNameInItsPath) {
+TEST_F(PolNote, HasTheFirst260CharactersOfANameOf300InItsPath) {
   const WideText name(300, u'n');
   EXPECT_THAT(ToUtf8(pol_NotePath(name)), testing::EndsWith("\\" + std::string(260, 'n') + ".pwi"));
   EXPECT_EQ(pol_NotePath(name), pol_NotePath(WideText(260, u'n')));
+  EXPECT_EQ(pol_NotePath(name), pol_NotePath(WideText(261, u'n')));
   EXPECT_NE(pol_NotePath(name), pol_NotePath(WideText(259, u'n')));
+}
+
+TEST_F(PolNote, CountsOnlyTheCharactersThatItsPathKeeps) {
+  const WideText dropped(300, u'?');
+  EXPECT_EQ(pol_NotePath(dropped + WideText(260, u'n')), pol_NotePath(WideText(260, u'n')));
+  EXPECT_EQ(pol_NotePath(u"\n" + WideText(100, u'n') + dropped + WideText(161, u'n')),
+            pol_NotePath(WideText(260, u'n')));
+}
+
+TEST_F(PolNote, HasItsFileInTheDocumentsFolder) {
+  EXPECT_EQ(pol_NotePath(u"List"), WidePath(device_.folder()) + WideText(u"\\Documents\\List.pwi"));
 }
 
 TEST_F(PolNote, StaysInTheDocumentsFolderWhateverItsName) {
   Add(u"../../outside", u"text");
   Add(u"..", u"text");
-  EXPECT_THAT(Files(), testing::UnorderedElementsAre("....outside.pwi", "...pwi"));
+  EXPECT_THAT(Files(), ElementsAre("....outside.pwi", "...pwi"));
 }
 
-TEST_F(PolNote, WithoutATextIsAnEmptyDocument) {
+TEST_F(PolNote, WithAnEmptyBodyIsAnEmptyDocument) {
   Add(u"Empty", u"");
   EXPECT_EQ(TextOf("Empty.pwi"), u"");
+  EXPECT_EQ(support::BytesOf(Documents() / "Empty.pwi"), device::WriteInkDocument(u""));
+}
+
+TEST_F(PolNote, WithoutABodyIsAnEmptyDocumentToo) {
+  OwnedObject note(OSIF_STORE_NOTE);
+  PropertyValue_SetText(u"Empty", PropertyValue_Append(note->note.summary), 0, 0);
+  Add(note.get());
+  EXPECT_EQ(support::BytesOf(Documents() / "Empty.pwi"), device::WriteInkDocument(u""));
+}
+
+TEST_F(PolNote, TakesTheFirstValueOfItsNameAndOfItsText) {
+  Note note(u"First", u"one");
+  PropertyValue_SetText(u"Second", PropertyValue_Append(note->note.summary), 0, 0);
+  PropertyValue_SetText(u"two", PropertyValue_Append(note->note.body), 0, 0);
+  EXPECT_EQ(Add(note.get()), "First");
+  EXPECT_THAT(Files(), ElementsAre("First.pwi"));
+  EXPECT_EQ(TextOf("First.pwi"), u"one");
 }
 
 TEST_F(PolNote, TakesThePlaceOfOneOfTheSameName) {
-  Add(u"List", u"old");
+  Add(u"List", u"an old text that is longer than the new one");
   Add(u"List", u"new");
   EXPECT_THAT(Files(), ElementsAre("List.pwi"));
   EXPECT_EQ(TextOf("List.pwi"), u"new");
@@ -111,9 +92,81 @@ TEST_F(PolNote, TakesThePlaceOfOneOfTheSameName) {
 
 TEST_F(PolNote, UnderANewNameLeavesNoFileOfTheOldOne) {
   Add(u"Old", u"text");
-  Note note(u"New", u"text 2");
-  EXPECT_EQ(POL_ModifyObject(OSIF_STORE_NOTE, "Old", note.get(), nullptr), OsifResult{OSIF_OK});
+  Modify("Old", u"New", u"text 2");
   EXPECT_THAT(Files(), ElementsAre("New.pwi"));
+  EXPECT_EQ(TextOf("New.pwi"), u"text 2");
+}
+
+TEST_F(PolNote, UnderTheNameOfAnotherOneTakesThePlaceOfBoth) {
+  Add(u"Old", u"text");
+  Add(u"Other", u"other");
+  Modify("Old", u"Other", u"new");
+  EXPECT_THAT(Files(), ElementsAre("Other.pwi"));
+  EXPECT_EQ(TextOf("Other.pwi"), u"new");
+}
+
+TEST_F(PolNote, IsWrittenAnewUnderAnIdThatNamesItsFileInOtherWords) {
+  Add(u"a/b", u"old");
+  Modify("ab?", u"a:b", u"new");
+  EXPECT_THAT(Files(), ElementsAre("ab.pwi"));
+  EXPECT_EQ(TextOf("ab.pwi"), u"new");
+}
+
+TEST_F(PolNote, IsWrittenWhenTheIdNamesNone) {
+  Modify("Nowhere", u"List", u"text");
+  EXPECT_THAT(Files(), ElementsAre("List.pwi"));
+}
+
+TEST_F(PolNote, IsKnownByAnIdInTheSystemsCodePage) {
+  const std::string id = Add(u"Gr\u00FC\u00DFe", u"old");
+  EXPECT_EQ(MultiByteToText(NativeCodePage(), id.c_str()), u"Gr\u00FC\u00DFe");
+  Modify(id, u"Hallo", u"new");
+  EXPECT_THAT(Files(), ElementsAre("Hallo.pwi"));
+}
+
+TEST_F(PolNote, AsksForNoSession) {
+  POL_Close();
+  EXPECT_EQ(Add(u"List", u"text"), "List");
+  EXPECT_EQ(Found(u"List"), "List");
+  EXPECT_EQ(TextOf("List.pwi"), u"text");
+}
+
+TEST_F(PolNote, IsAddedWithoutAPlaceForItsId) {
+  Note note(u"List", u"text");
+  EXPECT_EQ(POL_AddObject(OSIF_STORE_NOTE, note.get(), nullptr, nullptr), OsifResult{OSIF_OK});
+  EXPECT_THAT(Files(), ElementsAre("List.pwi"));
+  EXPECT_EQ(POL_FindObject(OSIF_STORE_NOTE, note.get(), nullptr), 1);
+}
+
+TEST_F(PolNote, IsThereAlthoughItsChangeLogIsClosed) {
+  Note note(u"List", u"text");
+  OsifAnchor anchor = {7, "20260101T000000Z"};
+  EXPECT_EQ(POL_AddObject(OSIF_STORE_NOTE, note.get(), nullptr, &anchor),
+            OsifResult{OSIF_ERR_CL_NOT_OPENED});
+  const OsifAnchor zeros{};
+  EXPECT_EQ(std::memcmp(&anchor, &zeros, sizeof anchor), 0);
+  EXPECT_EQ(TextOf("List.pwi"), u"text");
+}
+
+TEST_F(PolNote, NeedsAnIdToBeModified) {
+  Note note(u"List", u"text");
+  EXPECT_EQ(POL_ModifyObject(OSIF_STORE_NOTE, nullptr, note.get(), nullptr),
+            OsifResult{OSIF_ERR_INVALID_ID});
+  EXPECT_THAT(Files(), IsEmpty());
+}
+
+TEST_F(PolNote, WithANameThatDecodesToNothingMissesAField) {
+  for (const char* name : {"\\", "=00"}) {
+    Note note(u"x", u"text");
+    PropertyValue* summary = note.get()->note.summary;
+    PropertyValue_SetComponent(summary, CopyText(name), 0);
+    summary->flags |= OSIF_VALUE_QUOTED_PRINTABLE;
+    EXPECT_EQ(POL_AddObject(OSIF_STORE_NOTE, note.get(), nullptr, nullptr),
+              OsifResult{OSIF_ERR_MISSING_FIELD});
+    EXPECT_EQ(POL_ModifyObject(OSIF_STORE_NOTE, "x", note.get(), nullptr),
+              OsifResult{OSIF_ERR_MISSING_FIELD});
+  }
+  EXPECT_THAT(Files(), IsEmpty());
 }
 
 TEST_F(PolNote, WithoutANameMissesAField) {
@@ -125,9 +178,17 @@ TEST_F(PolNote, WithoutANameMissesAField) {
   EXPECT_THAT(Files(), IsEmpty());
 }
 
-TEST_F(PolNote, ThatNoFileHoldsIsNotFound) {
-  Note note(u"Nowhere", u"");
-  EXPECT_EQ(POL_FindObject(OSIF_STORE_NOTE, note.get(), nullptr), 0);
+TEST_F(PolNote, ThatNoFileHoldsIsNotFound) { EXPECT_EQ(Found(u"Nowhere"), "not found"); }
+
+TEST_F(PolNote, WithoutANameIsNotFound) {
+  OwnedObject note(OSIF_STORE_NOTE);
+  EXPECT_EQ(Found(note.get()), "not found");
+  EXPECT_EQ(Found(u""), "not found");
+}
+
+TEST_F(PolNote, WhoseInkFileExistsIsFoundWithItsNameAsItsId) {
+  support::PutBytes(Documents() / "List.pwi", "whatever it holds");
+  EXPECT_EQ(Found(u"List"), "List");
 }
 
 TEST_F(PolNote, CountGetAndDeleteAreNotImplemented) {
@@ -141,21 +202,15 @@ TEST_F(PolNote, CountGetAndDeleteAreNotImplemented) {
   EXPECT_EQ(POL_DeleteObject(OSIF_STORE_NOTE, "List", nullptr), not_implemented);
 }
 
-TEST_F(PolNote, IsNotWrittenWithoutTheDocumentsFolderAndTheAddStillSucceeds) {
-  support::TraceReceiver trace;
-  std::filesystem::remove_all(Documents());
-  EXPECT_EQ(Add(u"Lost", u"text"), "Lost");
-  EXPECT_THAT(trace.Lines(),
-              Contains(HasSubstr("OSIF:  pol_PutNote Error - Unable to create file '")));
-  EXPECT_FALSE(std::filesystem::exists(Documents()));
-}
-
 TEST_F(PolNote, IsNotWrittenWithoutTheControl) {
   support::TraceReceiver trace;
   device::SetRichInkClass(false);
   EXPECT_EQ(Add(u"Lost", u"text"), "Lost");
+  Modify("Lost", u"Lost 2", u"text");
   device::SetRichInkClass(true);
-  EXPECT_THAT(trace.Lines(), Contains("OSIF:  Unable to create RICHINK control"));
+  EXPECT_THAT(trace.Lines(),
+              ElementsAre("OSIF:  POL_AddObject()", "OSIF:  Unable to create RICHINK control",
+                          "OSIF:  POL_ModifyObject()", "OSIF:  Unable to create RICHINK control"));
   EXPECT_THAT(Files(), IsEmpty());
 }
 

@@ -1,12 +1,15 @@
 // Our documents in the eyes of an independent reader: the command wps2text of the Debian package
 // libwps-tools.
 #include <gtest/gtest.h>
+#include <rapidcheck.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <memory>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -86,6 +89,52 @@ TEST_F(OtherReader, ShowsTheLettersOfLatin1) {
   EXPECT_EQ(Shown(text), ToUtf8(text) + "\n");
   EXPECT_EQ(Shown(u"Gr\u00FC\u00DFe aus K\u00F6ln\n\u00BFQu\u00E9 tal?"),
             "Gr\u00FC\u00DFe aus K\u00F6ln\n\u00BFQu\u00E9 tal?\n");
+}
+
+// Everything that it can show: ASCII, tabs, Latin-1, line ends.
+TEST_F(OtherReader, ShowsAnyTextUpToLatin1ParagraphByParagraph) {
+  const auto unit = rc::gen::weightedOneOf<uint16_t>({
+      {6, rc::gen::inRange<uint16_t>(0x20, 0x7F)},
+      {3, rc::gen::inRange<uint16_t>(0xA0, 0x100)},
+      {1, rc::gen::element<uint16_t>('\t', '\n', ' ')},
+  });
+  EXPECT_TRUE(rc::check([&] {
+    const auto units = *rc::gen::container<std::vector<uint16_t>>(unit);
+    const std::u16string text(units.begin(), units.end());
+    RC_ASSERT(Shown(text) == ToUtf8(text) + "\n");
+  }));
+}
+
+TEST_F(OtherReader, ShowsANoteOfAMegabyteParagraphByParagraph) {
+  std::u16string text;
+  while (text.size() < 1 << 20) {
+    text += u"A line of a long note, Gr\u00FC\u00DFe\tund so weiter, und so fort.\n";
+  }
+  const std::string shown = Shown(text);
+  EXPECT_TRUE(shown == ToUtf8(text) + "\n") << shown.size();
+}
+
+// The second byte of such a character can look to it like the beginning of a code.
+TEST_F(OtherReader, IsMisledByNoCharacterBeyondTheEndOfItsParagraph) {
+  std::u16string text;
+  std::vector<std::string> markers;
+  for (char16_t c = 0x100; c < 0x4000; ++c) {
+    const std::string marker = "behind" + std::to_string(c);
+    markers.push_back(marker);
+    text +=
+        std::u16string(u"a") + c + u"b\n" + std::u16string(marker.begin(), marker.end()) + u"\n";
+    if (markers.size() < 5000 && c != 0x3FFF) continue;  // what paragraphs a document takes
+    std::istringstream shown(Shown(text));
+    for (const std::string& expected : markers) {
+      std::string paragraph;
+      std::getline(shown, paragraph);
+      EXPECT_EQ(paragraph.substr(0, 1), "a") << expected;
+      std::getline(shown, paragraph);
+      EXPECT_EQ(paragraph, expected);
+    }
+    text.clear();
+    markers.clear();
+  }
 }
 
 TEST_F(OtherReader, ShowsQuestionMarksForWhatTheFormatDoesNotHoldAndNothingOfTheWholeText) {

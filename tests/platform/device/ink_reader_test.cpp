@@ -187,6 +187,20 @@ INSTANTIATE_TEST_SUITE_P(InkDocument, ComesBack,
                                          Repeated(u"Sentence. ", 100000),
                                          Repeated(u"\u6F22\u5B57\r\n", 200000)));
 
+TEST(InkDocument, OfAllCharactersOfUnicodeComesBack) {
+  std::u16string text;
+  for (char32_t c = 1; c < 0x110000; ++c) {
+    if (c >= 0xD800 && c < 0xE000) continue;
+    if (c < 0x10000) {
+      text += static_cast<char16_t>(c);
+    } else {
+      text += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
+      text += static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
+    }
+  }
+  EXPECT_TRUE(ReadInkDocument(WriteInkDocument(text)) == device::WithInkLineEnds(text));
+}
+
 RC_GTEST_PROP(InkDocumentProperty, AnyTextComesBack, ()) {
   const auto unit = rc::gen::weightedOneOf<uint16_t>({
       {4, rc::gen::inRange<uint16_t>(0x20, 0x100)},
