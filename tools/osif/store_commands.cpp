@@ -1,5 +1,8 @@
 // osif list, count, delete and find: a look at the stores.
+#include <algorithm>
+#include <cctype>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "btosif/osif_util/value_text.h"
@@ -85,12 +88,22 @@ void Count(int32_t store_id, const Options& options, Reporter& reporter) {
 
 // ---- delete ---------------------------------------------------------------------------------------
 
+// An id of contacts or the calendar as the library writes it, so that the change log knows the object by one
+// name only. Other ids stay as they are.
+std::string FullId(int32_t store_id, std::string id) {
+  const bool is_number = id.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+  const bool is_in_pim = store_id == OSIF_STORE_PB || store_id == OSIF_STORE_CAL;
+  if (!is_in_pim || !is_number || id.empty() || id.size() > 8) return id;
+  std::ranges::transform(id, id.begin(), [](unsigned char c) { return std::tolower(c); });
+  return std::string(8 - id.size(), '0') + id;
+}
+
 void Delete(int32_t store_id, const std::vector<std::string>& ids, const Options& options,
             Reporter& reporter) {
   Session session(options, reporter);
   if (!session.is_open()) return;
   for (const std::string& argument : ids) {
-    const std::string id = IdFromArgument(argument);
+    const std::string id = FullId(store_id, IdFromArgument(argument));
     OsifAnchor* anchor = session.NewAnchor(store_id);
     if (TellDamage(reporter)) return;
     const OsifResult result = OSIF_DeleteObject(store_id, id.c_str(), anchor);
@@ -100,7 +113,7 @@ void Delete(int32_t store_id, const std::vector<std::string>& ids, const Options
     }
     reporter.Result({{"store", StoreName(store_id)},
                      {"action", "deleted"},
-                     {"id", argument},
+                     {"id", IdToOutput(id.c_str())},
                      {"anchor", AnchorJson(anchor)}},
                     "deleted " + IdInStore(store_id, id.c_str()) +
                         (anchor == nullptr ? "" : ", anchor " + AnchorText(store_id, *anchor)));

@@ -327,6 +327,18 @@ TEST_F(CommandCalendar, ExportWritesEveryItemAndReceiveReadsThemBack) {
 
 // ---- changes and anchors ------------------------------------------------------------------------------
 
+TEST_F(CommandCalendar, ADeletionByAShortIdTakesThePlaceOfTheEntryThatTheObjectHad) {
+  const std::string file = Write("one.vcs",
+                                 "BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VEVENT\r\nSUMMARY:a\r\n"
+                                 "DTSTART:20260313T100000\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n");
+  Osif({"receive", file});
+  EXPECT_EQ(Osif({"delete", "cal", "1"}).status, 0);
+  const std::vector<Json> lines = Osif({"changes", "cal", "--json"}).JsonLines();
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0]["kind"], "H");
+  EXPECT_EQ(lines[0]["id"], "00000001");
+}
+
 TEST_F(CommandCalendar, ChangesTellsEachItemOnceWithItsNameAndADeletedOneWithout) {
   Store(Calendar(kChoir + kBooks));
   Store(Calendar(kChoir));

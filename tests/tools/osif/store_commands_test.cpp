@@ -85,7 +85,7 @@ TEST_F(CommandStore, DeleteDeletesEachIdAndGoesOnBehindAnUnknownOne) {
   const Outcome outcome = Osif({"delete", "pb", "00000001", "000000ff", "zebra", "3"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.OutLines(), ElementsAre(MatchesRegex("deleted pb 00000001, anchor pb 4 .*Z"),
-                                              MatchesRegex("deleted pb 3, anchor pb 5 .*Z")));
+                                              MatchesRegex("deleted pb 00000003, anchor pb 5 .*Z")));
   EXPECT_THAT(outcome.ErrLines(),
               ElementsAre("osif: pb 000000ff: The object was not found (code 6)",
                           "osif: pb zebra: The object id is invalid (code 9)"));
