@@ -1,5 +1,6 @@
 #include "BtOsif_pol/pol_snapshot.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <optional>
@@ -130,6 +131,8 @@ bool CPoomEntries::getEntriesFromFolder(IPOutlookApp* application, int folder_ty
   }
   int count = 0;
   if (FAILED(items->get_Count(&count))) return false;
+  entries_.reserve(entries_.size() + static_cast<size_t>(std::max(count, 0)));
+  places_.reserve(entries_.capacity());
   for (int index = 1; index <= count; ++index) {
     ComPtr<IDispatch> item;
     if (FAILED(items->Item(index, item.put())) || !item) return false;
