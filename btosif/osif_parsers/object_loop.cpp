@@ -12,7 +12,9 @@ void ObjectDelivery::Deliver(OsifResult object_result) {
 }
 
 void ObjectDelivery::ClearFrame() {
-  std::memset(object_->xIrmcLuid, 0, sizeof object_->xIrmcLuid);
+  if (object_->xIrmcLuid[0] != '\0') {
+    std::memset(object_->xIrmcLuid, 0, sizeof object_->xIrmcLuid);
+  }
   std::memset(object_->version, 0, sizeof object_->version);
 }
 

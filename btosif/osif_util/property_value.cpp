@@ -76,8 +76,9 @@ bool PutText(const PropertyValue& value, OsifText*& node, OwnedText text) {
 
 // The length of the piece at the start of the text: up to the first ";" that no backslash protects.
 size_t PieceLength(std::string_view text) {
-  const std::string_view plain = text.substr(0, text.find(';'));
-  if (plain.find('\\') == std::string_view::npos) return plain.size();
+  const size_t separator = text.find(';');
+  if (separator == std::string_view::npos) return text.size();
+  if (text.substr(0, separator).find('\\') == std::string_view::npos) return separator;
   size_t i = 0;
   while (i < text.size() && text[i] != ';') {
     i += text[i] == '\\' && i + 1 < text.size() ? 2 : 1;
