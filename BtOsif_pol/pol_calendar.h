@@ -12,4 +12,3 @@ void pol_PutAppointment(OsifObject& object, IAppointment& appointment);
 // Fill a cleared record from an item.
 void pol_GetTask(ITask& task, OsifObject& object);
 void pol_GetAppointment(IAppointment& appointment, OsifObject& object);
-

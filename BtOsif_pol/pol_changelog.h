@@ -14,8 +14,8 @@ inline constexpr char kChangeDeleted = 'H';
 // A change that the library has made in a store.
 struct LibraryChange {
   char kind;
-  const char* id;                    // as the caller gave or gets it
-  uint32_t oid = 0;                  // of a PIM item
+  const char* id;                                // as the caller gave or gets it
+  uint32_t oid = 0;                              // of a PIM item
   std::optional<uint32_t> checksum = {};         // of a PIM item as it was saved
   std::optional<uint32_t> checksum_before = {};  // of a PIM item that was changed, as it was found
 };

@@ -67,11 +67,10 @@ inline constexpr Getter<IContact> kContactProperties[] = {
 // ---- Appointments -----------------------------------------------------------------------------------
 
 inline constexpr Getter<IAppointment> kAppointmentProperties[] = {
-    &IAppointment::get_Subject,     &IAppointment::get_Location,
-    &IAppointment::get_Categories,  &IAppointment::get_Start,
-    &IAppointment::get_Duration,    &IAppointment::get_End,
-    &IAppointment::get_AllDayEvent, &IAppointment::get_BusyStatus,
-    &IAppointment::get_Sensitivity, &IAppointment::get_Body,
+    &IAppointment::get_Subject,     &IAppointment::get_Location,   &IAppointment::get_Categories,
+    &IAppointment::get_Start,       &IAppointment::get_Duration,   &IAppointment::get_End,
+    &IAppointment::get_AllDayEvent, &IAppointment::get_BusyStatus, &IAppointment::get_Sensitivity,
+    &IAppointment::get_Body,
 };
 
 // Behind its recurrence, for each of its recipients.

@@ -62,8 +62,7 @@ PropertyValue* pol_AppendValue(PropertyValue*& list, const char* param) {
   return value;
 }
 
-void pol_AppendText(PropertyValue*& list, WideView text, const char* param,
-                    uint32_t encode_flags) {
+void pol_AppendText(PropertyValue*& list, WideView text, const char* param, uint32_t encode_flags) {
   PropertyValue_SetText(text, pol_AppendValue(list, param), encode_flags, 0);
 }
 

@@ -12,9 +12,9 @@
 
 // How a date goes out.
 enum class DateForm {
-  kDate,      // 19991231
-  kUtc,       // 19991231T235959Z
-  kLocal,     // 19991231T235959, for all-day events
+  kDate,   // 19991231
+  kUtc,    // 19991231T235959Z
+  kLocal,  // 19991231T235959, for all-day events
 };
 
 // ---- Record to item ---------------------------------------------------------------------------------

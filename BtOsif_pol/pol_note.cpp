@@ -29,7 +29,9 @@ constexpr WideView kReplacement = u".new";
 bool IsLead(WCHAR c) { return c >= 0xD800 && c <= 0xDBFF; }
 bool IsTrail(WCHAR c) { return c >= 0xDC00 && c <= 0xDFFF; }
 
-bool IsControl(WCHAR c) { return c < 0x20 || (c >= 0x7F && c <= 0x9F) || c == 0x2028 || c == 0x2029; }
+bool IsControl(WCHAR c) {
+  return c < 0x20 || (c >= 0x7F && c <= 0x9F) || c == 0x2028 || c == 0x2029;
+}
 
 // A character outside the first plane is two units; half of one is no character.
 size_t UnitsAt(WideView text, size_t index) {
@@ -42,7 +44,8 @@ WideText CleanName(WideView name) {
   for (size_t i = 0; i < name.size();) {
     const size_t units = UnitsAt(name, i);
     if (clean.size() + units > kNameLimit) break;
-    const bool is_kept = units > 0 && !IsControl(name[i]) && kForbidden.find(name[i]) == WideView::npos;
+    const bool is_kept =
+        units > 0 && !IsControl(name[i]) && kForbidden.find(name[i]) == WideView::npos;
     if (is_kept) clean.append(name.substr(i, units));
     i += std::max<size_t>(units, 1);
   }
@@ -55,8 +58,8 @@ WideText CleanName(WideView name) {
 class InkControl {
  public:
   InkControl()
-      : window_(CreateWindowW(RICHINK_CLASS, nullptr, 0, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT,
-                              CW_USEDEFAULT, nullptr, nullptr, nullptr, nullptr)) {}
+      : window_(CreateWindowW(RICHINK_CLASS, nullptr, 0, CW_USEDEFAULT, CW_USEDEFAULT,
+                              CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, nullptr, nullptr)) {}
   ~InkControl() {
     if (window_ != nullptr) DestroyWindow(window_);
   }
@@ -124,7 +127,8 @@ DWORD CALLBACK WriteBlock(DWORD_PTR cookie, LPBYTE buffer, LONG size, LONG* done
 
 // Writes the whole document; false when some of it could not be written.
 bool WriteDocument(InkControl& control, const WideText& text, NewFile& file) {
-  TextSource source = {reinterpret_cast<const BYTE*>(text.c_str()), (text.size() + 1) * sizeof(WCHAR)};
+  TextSource source = {reinterpret_cast<const BYTE*>(text.c_str()),
+                       (text.size() + 1) * sizeof(WCHAR)};
   const bool is_taken = control.Stream(EM_STREAMIN, SF_TEXT | SF_UNICODE, ReadBlock, source);
   return is_taken && control.Stream(EM_STREAMOUT, SF_PWI, WriteBlock, file) && file.Close();
 }
@@ -148,7 +152,8 @@ bool Replace(const WideText& unfinished, const WideText& path) {
   if (!MoveFileW(unfinished.c_str(), replacement.c_str())) return false;
   DeleteFileW(path.c_str());
   if (MoveFileW(replacement.c_str(), path.c_str())) return true;
-  if (GetLastError() == ERROR_ALREADY_EXISTS) DeleteFileW(replacement.c_str());  // the old one stayed
+  if (GetLastError() == ERROR_ALREADY_EXISTS)
+    DeleteFileW(replacement.c_str());  // the old one stayed
   return false;
 }
 
@@ -200,8 +205,8 @@ bool pol_HasNote(OsifNote& note) {
   const WideText path = name.empty() ? WideText() : pol_NotePath(name);
   if (path.empty()) return false;
   FinishReplacing(path);
-  const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return false;
   CloseHandle(file);
   return true;

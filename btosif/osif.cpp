@@ -134,8 +134,7 @@ OsifResult WriteStream(int32_t store_id, OsifStream& stream, OsifObject& object)
 
 OsifResult WriteFile(int32_t store_id, OsifObject* object, const WCHAR* file_name,
                      uint8_t truncate) {
-  OSIF_Trace(0,
-             "OSIF:  OSIF_WriteObject(store_id=%d, pObject=%p, pszFileName=%S, bTruncate=%s)",
+  OSIF_Trace(0, "OSIF:  OSIF_WriteObject(store_id=%d, pObject=%p, pszFileName=%S, bTruncate=%s)",
              store_id, static_cast<void*>(object), file_name, truncate != 0 ? "TRUE" : "FALSE");
   OsifStream stream;
   const WCHAR* mode = truncate != 0 ? u"w" : u"a+";

@@ -61,7 +61,8 @@ bool SecondsOf(const SYSTEMTIME& time, int64_t* seconds) {
   if (time.wMonth < 1 || time.wMonth > 12) return false;
   if (time.wDay < 1 || time.wDay > DaysInMonth(time.wYear, time.wMonth)) return false;
   const bool is_end_of_day = time.wHour == 24 && time.wMinute == 0 && time.wSecond == 0;
-  if (is_end_of_day && time.wYear == kLastYear && time.wMonth == 12 && time.wDay == 31) return false;
+  if (is_end_of_day && time.wYear == kLastYear && time.wMonth == 12 && time.wDay == 31)
+    return false;
   if (!is_end_of_day && (time.wHour > 23 || time.wMinute > 59 || time.wSecond > 59)) return false;
   *seconds = (DayNumber(time.wYear, time.wMonth, time.wDay) - kEpochDay) * kSecondsPerDay +
              time.wHour * 3600 + time.wMinute * 60 + time.wSecond;
@@ -111,9 +112,9 @@ bool SecondsOfDate(DATE date, int64_t* seconds) {
 
 // File times as seconds since 30 December 1899 and back; both in the same zone.
 int64_t SecondsOfFileTime(const FILETIME& time) {
-  const uint64_t ticks =
-      (static_cast<uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
-  return static_cast<int64_t>(ticks / kTicksPerSecond) - (kEpochDay - kFileTimeDay) * kSecondsPerDay;
+  const uint64_t ticks = (static_cast<uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
+  return static_cast<int64_t>(ticks / kTicksPerSecond) -
+         (kEpochDay - kFileTimeDay) * kSecondsPerDay;
 }
 
 bool FileTimeOfSeconds(int64_t seconds, FILETIME* time) {
@@ -238,8 +239,8 @@ int DateToIso8601(DATE date, char* text, size_t room, bool with_time, bool local
   const bool is_utc = with_time && !local;
   if (!(is_utc ? DateToUtcTime(date, &time) : DateToSystemTime(date, &time) != 0)) return 0;
   char formatted[64];
-  int length = std::snprintf(formatted, sizeof formatted, "%4d%02d%02d", time.wYear, time.wMonth,
-                             time.wDay);
+  int length =
+      std::snprintf(formatted, sizeof formatted, "%4d%02d%02d", time.wYear, time.wMonth, time.wDay);
   if (with_time) {
     length += std::snprintf(formatted + length, sizeof formatted - static_cast<size_t>(length),
                             is_utc ? "T%02d%02d%02dZ" : "T%02d%02d%02d", time.wHour, time.wMinute,
@@ -279,7 +280,8 @@ int LegacyDateToFileTime(const char* text, FILETIME* time) {
   }
   fields.month = MonthNumber(month);
   if (fields.month == 0) {
-    OSIF_Trace(0, "OSIF:  Error in date '%s' - Invalid Month part '%s' in legacy Date", text, month);
+    OSIF_Trace(0, "OSIF:  Error in date '%s' - Invalid Month part '%s' in legacy Date", text,
+               month);
     return 0;
   }
   SYSTEMTIME local;

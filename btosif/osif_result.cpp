@@ -38,8 +38,8 @@ const WCHAR* OSIF_CodeToString(OsifResult code) {
   static WCHAR unknown_text[kUnknownTextRoom];
   if (code < std::size(kTexts)) return reinterpret_cast<const WCHAR*>(kTexts[code]);
   char text[kUnknownTextRoom];
-  const int length = std::snprintf(text, sizeof text, "Unknown OSIF error, code=%d",
-                                   static_cast<int32_t>(code));
+  const int length =
+      std::snprintf(text, sizeof text, "Unknown OSIF error, code=%d", static_cast<int32_t>(code));
   for (int i = 0; i <= length; ++i) unknown_text[i] = static_cast<unsigned char>(text[i]);
   return unknown_text;
 }

@@ -197,8 +197,8 @@ typedef struct OsifNote {
 typedef struct MessagePart {
   char contentType[128];
   char contentTransferEncoding[50];
-  char* bodyText;              /* owned; null when there is none */
-  WCHAR attachmentFile[256];   /* temporary file with the content of a named part; else empty */
+  char* bodyText;               /* owned; null when there is none */
+  WCHAR attachmentFile[256];    /* temporary file with the content of a named part; else empty */
   struct MessagePart* nextPart; /* owned; null at the last part */
 } MessagePart;
 

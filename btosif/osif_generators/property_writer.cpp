@@ -105,8 +105,8 @@ int WritePropertyLine(OsifStream& stream, std::string_view name, std::string_vie
   return FILE_WriteLine(stream, line.line()) == 0 ? 0 : Report(messages.not_written);
 }
 
-int WritePropertyList(OsifStream& stream, std::string_view name, PropertyValue* list,
-                      bool required, const WriterMessages& messages) {
+int WritePropertyList(OsifStream& stream, std::string_view name, PropertyValue* list, bool required,
+                      const WriterMessages& messages) {
   if (list == nullptr) return required ? WritePropertyLine(stream, name, "", "", messages) : 0;
   int result = 0;
   for (const PropertyValue& value : Values(list)) {

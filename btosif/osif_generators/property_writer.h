@@ -23,8 +23,8 @@ int WritePropertyLine(OsifStream& stream, std::string_view name, std::string_vie
 
 // Writes each value of a list as one line, its trailing empty components dropped. An empty list writes
 // nothing, or the bare "NAME:" when the property is required. 1 after a failure.
-int WritePropertyList(OsifStream& stream, std::string_view name, PropertyValue* list,
-                      bool required, const WriterMessages& messages = kVCardMessages);
+int WritePropertyList(OsifStream& stream, std::string_view name, PropertyValue* list, bool required,
+                      const WriterMessages& messages = kVCardMessages);
 
 // Writes a line, broken with "=" behind each "=0A" that is not its end. 1 after a failure.
 int WriteSplitLine(OsifStream& stream, std::string_view line);

@@ -60,8 +60,7 @@ bool SendsVendorProperties() {
 }
 
 template <size_t kCount>
-void WriteLists(OsifStream& stream, const OsifContact& contact,
-                const PropertyRow (&rows)[kCount]) {
+void WriteLists(OsifStream& stream, const OsifContact& contact, const PropertyRow (&rows)[kCount]) {
   for (const PropertyRow& row : rows) {
     WritePropertyList(stream, row.name, contact.*row.list, row.required);
   }

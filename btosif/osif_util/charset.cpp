@@ -16,21 +16,51 @@ constexpr size_t kCharsetNameLimit = 260;
 
 // Some names stand twice: reading takes the first row of a name, writing the first row of a code page.
 constexpr CharsetRow kCharsets[] = {
-    {"UTF-8", 65001},        {"US-ASCII", 1252},      {"SHIFT-JIS", 932},
-    {"SJIS", 932},           {"BIG5", 950},           {"UTF-7", 65000},
-    {"DIN_66003", 20106},    {"NS_4551-1", 20108},    {"SEN_850200_B", 20107},
-    {"_AUTODETECT", 50932},  {"_AUTODETECT_KR", 50949}, {"CSISO2022JP", 50221},
-    {"EUC-KR", 51949},       {"GB2312", 936},         {"HZ-GB-2312", 52936},
-    {"IBM852", 852},         {"IBM866", 866},         {"IRV", 20105},
-    {"ISO-2022-JP", 50220},  {"ISO-2022-JP", 50222},  {"ISO-2022-KR", 50225},
-    {"ISO-8859-1", 1252},    {"ISO-8859-1", 28591},   {"ISO-8859-2", 28592},
-    {"ISO-8859-3", 28593},   {"ISO-8859-4", 28594},   {"ISO-8859-5", 28595},
-    {"ISO-8859-6", 28596},   {"ISO-8859-7", 28597},   {"ISO-8859-8", 28598},
-    {"ISO-8859-9", 28599},   {"ISO-8859-15", 28605},  {"KOI8-R", 20866},
-    {"KS_C_5601", 949},      {"WINDOWS-1250", 1250},  {"WINDOWS-1251", 1251},
-    {"WINDOWS-1252", 1252},  {"WINDOWS-1253", 1253},  {"WINDOWS-1254", 1254},
-    {"WINDOWS-1255", 1255},  {"WINDOWS-1256", 1256},  {"WINDOWS-1257", 1257},
-    {"WINDOWS-1258", 1258},  {"WINDOWS-874", 874},    {"X-EUC", 51932},
+    {"UTF-8", 65001},
+    {"US-ASCII", 1252},
+    {"SHIFT-JIS", 932},
+    {"SJIS", 932},
+    {"BIG5", 950},
+    {"UTF-7", 65000},
+    {"DIN_66003", 20106},
+    {"NS_4551-1", 20108},
+    {"SEN_850200_B", 20107},
+    {"_AUTODETECT", 50932},
+    {"_AUTODETECT_KR", 50949},
+    {"CSISO2022JP", 50221},
+    {"EUC-KR", 51949},
+    {"GB2312", 936},
+    {"HZ-GB-2312", 52936},
+    {"IBM852", 852},
+    {"IBM866", 866},
+    {"IRV", 20105},
+    {"ISO-2022-JP", 50220},
+    {"ISO-2022-JP", 50222},
+    {"ISO-2022-KR", 50225},
+    {"ISO-8859-1", 1252},
+    {"ISO-8859-1", 28591},
+    {"ISO-8859-2", 28592},
+    {"ISO-8859-3", 28593},
+    {"ISO-8859-4", 28594},
+    {"ISO-8859-5", 28595},
+    {"ISO-8859-6", 28596},
+    {"ISO-8859-7", 28597},
+    {"ISO-8859-8", 28598},
+    {"ISO-8859-9", 28599},
+    {"ISO-8859-15", 28605},
+    {"KOI8-R", 20866},
+    {"KS_C_5601", 949},
+    {"WINDOWS-1250", 1250},
+    {"WINDOWS-1251", 1251},
+    {"WINDOWS-1252", 1252},
+    {"WINDOWS-1253", 1253},
+    {"WINDOWS-1254", 1254},
+    {"WINDOWS-1255", 1255},
+    {"WINDOWS-1256", 1256},
+    {"WINDOWS-1257", 1257},
+    {"WINDOWS-1258", 1258},
+    {"WINDOWS-874", 874},
+    {"X-EUC", 51932},
     {"EUC-JP", 51932},
 };
 static_assert(std::size(kCharsets) == 46);
@@ -90,9 +120,9 @@ uint32_t InputCodePage() {
   if (!g_input_code_page) {
     BtConfigSettings settings;
     settings.read();
-    g_input_code_page = ConfiguredCodePage(
-        settings.defaultInputCharset, kLatin1CodePage,
-        "OSIF:  Registry input CHARSET '%s' not valid, using native codepage");
+    g_input_code_page =
+        ConfiguredCodePage(settings.defaultInputCharset, kLatin1CodePage,
+                           "OSIF:  Registry input CHARSET '%s' not valid, using native codepage");
   }
   return *g_input_code_page;
 }
@@ -101,9 +131,9 @@ uint32_t OutputCodePage() {
   if (!g_output_code_page) {
     BtConfigSettings settings;
     settings.read();
-    g_output_code_page = ConfiguredCodePage(
-        settings.defaultOutputCharset, kUtf8CodePage,
-        "OSIF:  Registry output CHARSET '%s' not valid, using native codepage");
+    g_output_code_page =
+        ConfiguredCodePage(settings.defaultOutputCharset, kUtf8CodePage,
+                           "OSIF:  Registry output CHARSET '%s' not valid, using native codepage");
   }
   return *g_output_code_page;
 }

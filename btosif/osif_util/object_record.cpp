@@ -11,11 +11,16 @@
 namespace {
 
 void FreeContact(const OsifContact& contact) {
-  for (PropertyValue* list :
-       {contact.n, contact.fn, contact.nickname, contact.adr, contact.org, contact.title,
-        contact.role, contact.tel, contact.url, contact.email, contact.note, contact.bday,
-        contact.xSpouse, contact.xAnniversary, contact.xChildren, contact.xAssistant,
-        contact.xCat, contact.xMicrosoftOfficeloc, contact.dept, contact.xMicrosoftAsstTel}) {
+  for (PropertyValue* list : {contact.n,         contact.fn,
+                              contact.nickname,  contact.adr,
+                              contact.org,       contact.title,
+                              contact.role,      contact.tel,
+                              contact.url,       contact.email,
+                              contact.note,      contact.bday,
+                              contact.xSpouse,   contact.xAnniversary,
+                              contact.xChildren, contact.xAssistant,
+                              contact.xCat,      contact.xMicrosoftOfficeloc,
+                              contact.dept,      contact.xMicrosoftAsstTel}) {
     PropertyValue_Free(list);
   }
 }
@@ -36,9 +41,8 @@ void FreeTodoTail(const OsifTodoTail& tail) {
 
 void FreeCalendar(const OsifCalendar& calendar, uint8_t kind) {
   for (PropertyValue* list :
-       {calendar.categories, calendar.completed, calendar.description, calendar.due,
-        calendar.dtEnd, calendar.priority, calendar.dtStart, calendar.status, calendar.summary,
-        calendar.class_}) {
+       {calendar.categories, calendar.completed, calendar.description, calendar.due, calendar.dtEnd,
+        calendar.priority, calendar.dtStart, calendar.status, calendar.summary, calendar.class_}) {
     PropertyValue_Free(list);
   }
   if (kind == OSIF_CALENDAR_EVENT) FreeEventTail(calendar.tail.event);

@@ -43,7 +43,8 @@ class Statement {
   int64_t Integer(int column) const;
   double Real(int column) const;
   std::u16string Text(int column) const;
-  std::string_view Bytes(int column) const;  // a text in UTF-8, or a blob; valid until the next step
+  std::string_view Bytes(
+      int column) const;  // a text in UTF-8, or a blob; valid until the next step
 
  private:
   sqlite3_stmt* statement_;

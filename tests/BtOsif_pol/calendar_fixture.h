@@ -27,7 +27,8 @@ using TraceTexts = std::vector<std::string>;
 // A local date from "20060501T090000" or "20060501".
 inline DATE At(const char* text) {
   int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
-  EXPECT_GE(std::sscanf(text, "%4d%2d%2dT%2d%2d%2d", &year, &month, &day, &hour, &minute, &second), 3);
+  EXPECT_GE(std::sscanf(text, "%4d%2d%2dT%2d%2d%2d", &year, &month, &day, &hour, &minute, &second),
+            3);
   SYSTEMTIME time{};
   time.wYear = static_cast<WORD>(year);
   time.wMonth = static_cast<WORD>(month);
@@ -98,7 +99,8 @@ inline std::vector<std::pair<std::string, std::string>> RecipientsOf(IAppointmen
   return pairs;
 }
 
-inline void AddRecipient(IAppointment& item, std::u16string_view name, std::u16string_view address) {
+inline void AddRecipient(IAppointment& item, std::u16string_view name,
+                         std::u16string_view address) {
   ComPtr<IRecipients> recipients;
   ASSERT_EQ(item.get_Recipients(recipients.put()), S_OK);
   ComPtr<IRecipient> recipient;
@@ -120,7 +122,8 @@ inline std::string ShownPattern(IRecurrencePattern& pattern) {
   auto number = [&](const char* name, HRESULT (IRecurrencePattern::*get)(LONG*)) {
     return std::string(" ") + name + " " + std::to_string(NumberOf(pattern, get));
   };
-  std::string text = "type " + std::to_string(type) + number("every", &IRecurrencePattern::get_Interval);
+  std::string text =
+      "type " + std::to_string(type) + number("every", &IRecurrencePattern::get_Interval);
   if (type == 1 || type == 3 || type == 6) {
     text += number("mask", &IRecurrencePattern::get_DayOfWeekMask);
   }
@@ -128,8 +131,7 @@ inline std::string ShownPattern(IRecurrencePattern& pattern) {
   if (type == 3 || type == 6) text += number("nth", &IRecurrencePattern::get_Instance);
   if (type == 5 || type == 6) text += number("month", &IRecurrencePattern::get_MonthOfYear);
   if (FlagOf(pattern, &IRecurrencePattern::get_NoEndDate)) return text + " forever";
-  return text + " until " +
-         DateOf(pattern, &IRecurrencePattern::get_PatternEndDate).substr(0, 8) +
+  return text + " until " + DateOf(pattern, &IRecurrencePattern::get_PatternEndDate).substr(0, 8) +
          number("times", &IRecurrencePattern::get_Occurrences);
 }
 
@@ -217,7 +219,8 @@ class CalendarTest : public TextTest {
   TraceTexts Trace() {
     TraceTexts lines;
     for (std::string& line : trace_.Lines()) {
-      if (line.rfind("MAPI:", 0) != 0 && line != kIncompleteRecord) lines.push_back(std::move(line));
+      if (line.rfind("MAPI:", 0) != 0 && line != kIncompleteRecord)
+        lines.push_back(std::move(line));
     }
     return lines;
   }

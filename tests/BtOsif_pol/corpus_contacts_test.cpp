@@ -132,9 +132,9 @@ TEST_F(CorpusContacts, OfAnAndroidPhone) {
 
 TEST_F(CorpusContacts, OfAWindowsPhone) {
   EXPECT_EQ(Receive("android-vcard__v21_winmo_65"), OSIF_PARSE_WARNING);
-  EXPECT_EQ(texts_, ContactTexts({{"LastName", u"Example"},
-                                  {"FileAs", u"Example"},
-                                  {"Anniversary", u"40096"}}));
+  EXPECT_EQ(
+      texts_,
+      ContactTexts({{"LastName", u"Example"}, {"FileAs", u"Example"}, {"Anniversary", u"40096"}}));
   EXPECT_EQ(sent_, SentLines({"N:Example", "FN:Example", "X-ANNIVERSARY:20091010",
                               "ANNIVERSARY:20091010"}));
 }
@@ -446,33 +446,34 @@ TEST_F(CorpusContacts, OfASecondLinuxPhoneWithEmptyValuesInFront) {
 // It encodes every blank; a no-break space in the address makes UTF-8 of it.
 TEST_F(CorpusContacts, OfASymbianPhoneThatEncodesEveryField) {
   EXPECT_EQ(Receive("symbian-appsupport__CONTACT.NNA3"), OSIF_PARSE_WARNING);
-  EXPECT_EQ(texts_,
-            ContactTexts(
-                {{"LastName", u"Jones"},
-                 {"FirstName", u"Tom"},
-                 {"Title", u"King of Cool"},
-                 {"CompanyName", u"Gut Records  inc."},
-                 {"JobTitle", u"Singer"},
-                 {"BusinessAddressStreet", u"PO\u00A0BOX 9214"},
-                 {"BusinessAddressCity", u"London"},
-                 {"BusinessTelephoneNumber", u"66335  209"},
-                 {"Email1Address", u"tom.jones@anonymous.com"},
-                 {"WebPage", u"www.tomjonesistheman.com"},
-                 {"Body",
-                  u"In his native Wales, he is known as \"Jones the Voice\". Today, he is one of the "
-                  u"enduring personalities in the music entertainment buisness, His unique vocal "
-                  u"power, ability, and charismatica persona make him one of the most respected, "
-                  u"admired and loved performers in modern music."}}));
-  EXPECT_EQ(sent_,
-            SentLines({"N:Jones;Tom;;King of Cool",
-                       "ADR;WORK;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:;;PO=C2=A0BOX 9214;London",
-                       "ORG:Gut Records  inc.", "TITLE:Singer", "TEL;WORK;VOICE:66335  209",
-                       "URL:www.tomjonesistheman.com",
-                       "EMAIL;INTERNET;PREF:tom.jones@anonymous.com",
-                       "NOTE:In his native Wales, he is known as \"Jones the Voice\". Today, he is "
-                       "one of the enduring personalities in the music entertainment buisness, His "
-                       "unique vocal power, ability, and charismatica persona make him one of the "
-                       "most respected, admired and loved performers in modern music."}));
+  EXPECT_EQ(
+      texts_,
+      ContactTexts(
+          {{"LastName", u"Jones"},
+           {"FirstName", u"Tom"},
+           {"Title", u"King of Cool"},
+           {"CompanyName", u"Gut Records  inc."},
+           {"JobTitle", u"Singer"},
+           {"BusinessAddressStreet", u"PO\u00A0BOX 9214"},
+           {"BusinessAddressCity", u"London"},
+           {"BusinessTelephoneNumber", u"66335  209"},
+           {"Email1Address", u"tom.jones@anonymous.com"},
+           {"WebPage", u"www.tomjonesistheman.com"},
+           {"Body",
+            u"In his native Wales, he is known as \"Jones the Voice\". Today, he is one of the "
+            u"enduring personalities in the music entertainment buisness, His unique vocal "
+            u"power, ability, and charismatica persona make him one of the most respected, "
+            u"admired and loved performers in modern music."}}));
+  EXPECT_EQ(
+      sent_,
+      SentLines({"N:Jones;Tom;;King of Cool",
+                 "ADR;WORK;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:;;PO=C2=A0BOX 9214;London",
+                 "ORG:Gut Records  inc.", "TITLE:Singer", "TEL;WORK;VOICE:66335  209",
+                 "URL:www.tomjonesistheman.com", "EMAIL;INTERNET;PREF:tom.jones@anonymous.com",
+                 "NOTE:In his native Wales, he is known as \"Jones the Voice\". Today, he is "
+                 "one of the enduring personalities in the music entertainment buisness, His "
+                 "unique vocal power, ability, and charismatica persona make him one of the "
+                 "most respected, admired and loved performers in modern music."}));
 }
 
 // It escapes as later versions do: a break is an "n" here, and the note ends at its bare semicolon.
@@ -578,9 +579,10 @@ TEST_F(CorpusContacts, OfAThirdDesktopAddressBook) {
 
 TEST_F(CorpusContacts, InCyrillicAreKeptAndSentInUtf8) {
   EXPECT_EQ(Receive("doublecontact__custom_nonlatin_a8"), OSIF_PARSE_WARNING);
-  EXPECT_EQ(texts_,
-            ContactTexts({{"LastName", u"\u041F\u0440\u0435\u043A\u0440\u0430\u0441\u043D\u0430\u044F"},
-                          {"FirstName", u"\u0412\u0430\u0441\u0438\u043B\u0438\u0441\u0430"}}));
+  EXPECT_EQ(
+      texts_,
+      ContactTexts({{"LastName", u"\u041F\u0440\u0435\u043A\u0440\u0430\u0441\u043D\u0430\u044F"},
+                    {"FirstName", u"\u0412\u0430\u0441\u0438\u043B\u0438\u0441\u0430"}}));
   EXPECT_EQ(sent_, SentLines({"N;CHARSET=UTF-8:\xD0\x9F\xD1\x80\xD0\xB5\xD0\xBA\xD1\x80\xD0\xB0\xD1"
                               "\x81\xD0\xBD\xD0\xB0\xD1\x8F;\xD0\x92\xD0\xB0\xD1\x81\xD0\xB8\xD0"
                               "\xBB\xD0\xB8\xD1\x81\xD0\xB0"}));

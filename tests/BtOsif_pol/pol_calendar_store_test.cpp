@@ -32,7 +32,9 @@ class CalendarStore : public CalendarTest {
   std::string AddEvent(const std::string& summary, const std::string& start = "20060501T090000") {
     return Add(EventRecord({"SUMMARY:" + summary, "DTSTART:" + start, "DTEND:" + start}));
   }
-  std::string AddTodo(const std::string& summary) { return Add(TodoRecord({"SUMMARY:" + summary})); }
+  std::string AddTodo(const std::string& summary) {
+    return Add(TodoRecord({"SUMMARY:" + summary}));
+  }
 
   int Modify(const std::string& id, CalendarRecord&& record) {
     return Code(POL_ModifyObject(OSIF_STORE_CAL, id.c_str(), record.get(), nullptr));
@@ -167,7 +169,8 @@ TEST_F(CalendarStore, DoesNotGiveOrDeleteAContact) {
   ComPtr<IContact> contact(static_cast<IContact*>(item));
   ASSERT_EQ(contact->Save(), S_OK);
   char id[20];
-  std::snprintf(id, sizeof id, "%08x", static_cast<unsigned>(NumberOf(*contact, &IContact::get_Oid)));
+  std::snprintf(id, sizeof id, "%08x",
+                static_cast<unsigned>(NumberOf(*contact, &IContact::get_Oid)));
   Get(id, OSIF_ERR_NOT_FOUND);
   EXPECT_EQ(Delete(id), OSIF_ERR_NOT_FOUND);
   EXPECT_EQ(Stored<IContact>(id)->Save(), S_OK) << "it is still there";
@@ -176,8 +179,8 @@ TEST_F(CalendarStore, DoesNotGiveOrDeleteAContact) {
 // ---- Changing ---------------------------------------------------------------------------------------
 
 TEST_F(CalendarStore, ModifiesWhatTheRecordHolds) {
-  const std::string event = Add(EventRecord({"SUMMARY:Tea", "LOCATION:Room", "DTSTART:20060501T090000",
-                                             "DTEND:20060501T100000"}));
+  const std::string event = Add(EventRecord(
+      {"SUMMARY:Tea", "LOCATION:Room", "DTSTART:20060501T090000", "DTEND:20060501T100000"}));
   const std::string todo = Add(TodoRecord({"SUMMARY:Pay", "DUE:20060501", "DESCRIPTION:d"}));
   Trace();
   EXPECT_EQ(Modify(event, EventRecord({"SUMMARY:Coffee"})), OSIF_OK);
@@ -205,9 +208,9 @@ TEST_F(CalendarStore, DoesNotModifyWhatIsNotThere) {
 }
 
 TEST_F(CalendarStore, KeepsTheRecurrenceAndTheExceptionsOfAnEvent) {
-  const std::string id = Add(EventRecord({"SUMMARY:s", "DTSTART:20060501T090000", "RRULE:D1 #5",
-                                          "EXDATE:20060502T090000Z", "ATTENDEE:Ann <a@x.org>",
-                                          "DALARM:20060501T080000", "DTEND:20060501T100000"}));
+  const std::string id = Add(
+      EventRecord({"SUMMARY:s", "DTSTART:20060501T090000", "RRULE:D1 #5", "EXDATE:20060502T090000Z",
+                   "ATTENDEE:Ann <a@x.org>", "DALARM:20060501T080000", "DTEND:20060501T100000"}));
   ReadItem item = Get(id);
   EXPECT_EQ(item.Only("rRule"), "D1 #5 20060505T000000Z");
   EXPECT_EQ(item.Only("exDate"), "20060502T090000Z");
@@ -261,8 +264,8 @@ TEST_F(RefusingCalendar, FailsToModifyAndTellsTheKindAndTheCode) {
   EXPECT_THAT(Trace(), ElementsAre("OSIF:  POL_ModifyObject()",
                                    "       Error saving appointment - 0x80004005"));
   EXPECT_EQ(Modify(todo, TodoRecord({"SUMMARY:x"})), OSIF_ERR_PIM);
-  EXPECT_THAT(Trace(), ElementsAre("OSIF:  POL_ModifyObject()",
-                                   "       Error saving task - 0x80004005"));
+  EXPECT_THAT(Trace(),
+              ElementsAre("OSIF:  POL_ModifyObject()", "       Error saving task - 0x80004005"));
   EXPECT_EQ(Get(event).Only("summary"), "Tea");
   EXPECT_EQ(Get(todo).Only("summary"), "Pay");
 }
@@ -345,7 +348,8 @@ TEST_F(CalendarStore, NeverFindsATodoWithoutSummary) {
 }
 
 TEST_F(CalendarStore, FindsHardTexts) {
-  for (const char* text : {"a\"b", "a\" AND [x", "caf\xE9", "100%", "it's", "[x]=\"y\"", "CAF\xC9"}) {
+  for (const char* text :
+       {"a\"b", "a\" AND [x", "caf\xE9", "100%", "it's", "[x]=\"y\"", "CAF\xC9"}) {
     const std::string event = AddEvent(text);
     const std::string todo = AddTodo(text);
     EXPECT_EQ(Find(EventRecord({"SUMMARY:" + std::string(text), "DTSTART:20060501T090000"})), event)
@@ -383,7 +387,8 @@ TEST_F(CalendarStore, WithoutASessionOffersNothing) {
   EventRecord record({"SUMMARY:Tea", "DTSTART:20060501T090000"});
   EXPECT_EQ(Code(POL_GetObjectCount(OSIF_STORE_CAL, &count)), OSIF_ERR_PIM_NOT_OPENED);
   EXPECT_EQ(count, 0u);
-  EXPECT_EQ(Code(POL_AddObject(OSIF_STORE_CAL, record.get(), buffer, nullptr)), OSIF_ERR_PIM_NOT_OPENED);
+  EXPECT_EQ(Code(POL_AddObject(OSIF_STORE_CAL, record.get(), buffer, nullptr)),
+            OSIF_ERR_PIM_NOT_OPENED);
   EXPECT_EQ(Modify(id, EventRecord({"SUMMARY:x"})), OSIF_ERR_PIM_NOT_OPENED);
   EXPECT_EQ(Delete(id), OSIF_ERR_PIM_NOT_OPENED);
   Get(id, OSIF_ERR_PIM_NOT_OPENED);
@@ -431,7 +436,8 @@ class CalendarChanges : public CalendarStore {
     CloseLog();
     std::vector<std::string> entries = Entries();
     entries.erase(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(before));
-    for (std::string& entry : entries) entry = entry.substr(0, 2) + entry.substr(entry.rfind(' ') + 1);
+    for (std::string& entry : entries)
+      entry = entry.substr(0, 2) + entry.substr(entry.rfind(' ') + 1);
     return entries;
   }
 };
@@ -456,7 +462,8 @@ TEST_F(CalendarChanges, OfTheLibraryAreLoggedWithItsAnchors) {
 TEST_F(CalendarChanges, WithoutAnOpenLogZeroTheAnchorAndAreMade) {
   OsifAnchor anchor = MakeAnchor(7, "20060501T000000Z");
   TodoRecord pay({"SUMMARY:Pay"});
-  EXPECT_EQ(Code(POL_AddObject(OSIF_STORE_CAL, pay.get(), nullptr, &anchor)), OSIF_ERR_CL_NOT_OPENED);
+  EXPECT_EQ(Code(POL_AddObject(OSIF_STORE_CAL, pay.get(), nullptr, &anchor)),
+            OSIF_ERR_CL_NOT_OPENED);
   EXPECT_EQ(anchor.cc, 0u);
   EXPECT_STREQ(anchor.ts, "");
   EXPECT_EQ(Count(), 1u);
@@ -496,9 +503,9 @@ class AppointmentChanged : public CalendarChanges,
                            public testing::WithParamInterface<AppointmentChange> {};
 
 TEST_P(AppointmentChanged, IsSeenAtTheNextOpen) {
-  const std::string id =
-      Add(EventRecord({"SUMMARY:s", "DTSTART:20060501T090000", "DTEND:20060501T100000", "RRULE:D1 #5",
-                       "EXDATE:20060502T090000Z", "ATTENDEE:Ann <a@x.org>", "DALARM:20060501T080000"}));
+  const std::string id = Add(
+      EventRecord({"SUMMARY:s", "DTSTART:20060501T090000", "DTEND:20060501T100000", "RRULE:D1 #5",
+                   "EXDATE:20060502T090000Z", "ATTENDEE:Ann <a@x.org>", "DALARM:20060501T080000"}));
   EXPECT_THAT(EntriesOfChange([&] {
                 auto item = Stored<IAppointment>(id);
                 GetParam().make(*item);
@@ -516,12 +523,14 @@ void DeleteOccurrence(IAppointment& item, const char* day) {
 INSTANTIATE_TEST_SUITE_P(
     Properties, AppointmentChanged,
     testing::Values(
-        AppointmentChange{"Subject", [](IAppointment& i) { PutText(i, &IAppointment::put_Subject, u"t"); }},
+        AppointmentChange{"Subject",
+                          [](IAppointment& i) { PutText(i, &IAppointment::put_Subject, u"t"); }},
         AppointmentChange{"Location",
                           [](IAppointment& i) { PutText(i, &IAppointment::put_Location, u"t"); }},
         AppointmentChange{"Categories",
                           [](IAppointment& i) { PutText(i, &IAppointment::put_Categories, u"t"); }},
-        AppointmentChange{"Body", [](IAppointment& i) { PutText(i, &IAppointment::put_Body, u"t"); }},
+        AppointmentChange{"Body",
+                          [](IAppointment& i) { PutText(i, &IAppointment::put_Body, u"t"); }},
         AppointmentChange{"Start", [](IAppointment& i) { i.put_Start(At("20060501T091500")); }},
         AppointmentChange{"End", [](IAppointment& i) { i.put_End(At("20060501T101500")); }},
         AppointmentChange{"AllDayEvent", [](IAppointment& i) { i.put_AllDayEvent(-1); }},
@@ -530,10 +539,12 @@ INSTANTIATE_TEST_SUITE_P(
         AppointmentChange{"NoReminder", [](IAppointment& i) { i.put_ReminderSet(0); }},
         AppointmentChange{"ReminderMinutes",
                           [](IAppointment& i) { i.put_ReminderMinutesBeforeStart(59); }},
-        AppointmentChange{"ReminderOptions", [](IAppointment& i) { i.put_ReminderOptions(olSound); }},
+        AppointmentChange{"ReminderOptions",
+                          [](IAppointment& i) { i.put_ReminderOptions(olSound); }},
         AppointmentChange{"NoRecurrence", [](IAppointment& i) { i.ClearRecurrencePattern(); }},
-        AppointmentChange{"RecurrenceType",
-                          [](IAppointment& i) { PatternOf(i)->put_RecurrenceType(olRecursMonthly); }},
+        AppointmentChange{
+            "RecurrenceType",
+            [](IAppointment& i) { PatternOf(i)->put_RecurrenceType(olRecursMonthly); }},
         AppointmentChange{"Interval", [](IAppointment& i) { PatternOf(i)->put_Interval(2); }},
         AppointmentChange{"Occurrences", [](IAppointment& i) { PatternOf(i)->put_Occurrences(6); }},
         AppointmentChange{"NoEnd", [](IAppointment& i) { PatternOf(i)->put_NoEndDate(-1); }},
@@ -564,8 +575,8 @@ void PrintTo(const TaskChange& change, std::ostream* out) { *out << change.name;
 class TaskChanged : public CalendarChanges, public testing::WithParamInterface<TaskChange> {};
 
 TEST_P(TaskChanged, IsSeenAtTheNextOpen) {
-  const std::string id = Add(TodoRecord({"SUMMARY:s", "DTSTART:20060501", "DUE:20060502", "RRULE:D1 #5",
-                                         "DALARM:20060501T080000"}));
+  const std::string id = Add(TodoRecord(
+      {"SUMMARY:s", "DTSTART:20060501", "DUE:20060502", "RRULE:D1 #5", "DALARM:20060501T080000"}));
   EXPECT_THAT(EntriesOfChange([&] {
                 auto item = Stored<ITask>(id);
                 GetParam().make(*item);
@@ -595,9 +606,11 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(CalendarChanges, OfOneKindDoNotTouchTheOther) {
   const std::string event = AddEvent("Tea");
   const std::string todo = AddTodo("Tea");
-  EXPECT_THAT(EntriesOfChange([&] { EXPECT_EQ(Modify(todo, TodoRecord({"DUE:20060501"})), OSIF_OK); }),
-              ElementsAre("M " + todo));
-  EXPECT_THAT(EntriesOfChange([&] { EXPECT_EQ(Delete(event), OSIF_OK); }), ElementsAre("H " + event));
+  EXPECT_THAT(
+      EntriesOfChange([&] { EXPECT_EQ(Modify(todo, TodoRecord({"DUE:20060501"})), OSIF_OK); }),
+      ElementsAre("M " + todo));
+  EXPECT_THAT(EntriesOfChange([&] { EXPECT_EQ(Delete(event), OSIF_OK); }),
+              ElementsAre("H " + event));
 }
 
 }  // namespace

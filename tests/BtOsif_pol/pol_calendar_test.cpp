@@ -208,20 +208,18 @@ using LineList = std::vector<std::string_view>;
 
 INSTANTIATE_TEST_SUITE_P(
     Records, ItemBody,
-    testing::Values(BodyCase{LineList{"DESCRIPTION:d"}, "d"},
-                    BodyCase{LineList{"DESCRIPTION:s", "SUMMARY:s", "ATTACH:a"}, "a"},
-                    BodyCase{LineList{"DESCRIPTION:=73;x", "SUMMARY;QUOTED-PRINTABLE:=73",
-                                      "ATTACH:a"},
-                             "=73"},
-                    BodyCase{LineList{"DESCRIPTION;QUOTED-PRINTABLE:=73", "SUMMARY:s", "ATTACH:a"},
-                             "a"},
-                    BodyCase{LineList{"DESCRIPTION:d", "SUMMARY:s", "ATTACH:a"}, "d"},
-                    BodyCase{LineList{"DESCRIPTION:S", "SUMMARY:s", "ATTACH:a"}, "S"},
-                    BodyCase{LineList{"DESCRIPTION:s", "SUMMARY:s"}, "s"},
-                    BodyCase{LineList{"DESCRIPTION:s", "SUMMARY:s", "ATTACH:"}, "s"},
-                    BodyCase{LineList{"DESCRIPTION:s", "ATTACH:a"}, "s"},
-                    BodyCase{LineList{"SUMMARY:s", "ATTACH:a"}, "before"},
-                    BodyCase{LineList{"DESCRIPTION:", "SUMMARY:", "ATTACH:a"}, "before"}));
+    testing::Values(
+        BodyCase{LineList{"DESCRIPTION:d"}, "d"},
+        BodyCase{LineList{"DESCRIPTION:s", "SUMMARY:s", "ATTACH:a"}, "a"},
+        BodyCase{LineList{"DESCRIPTION:=73;x", "SUMMARY;QUOTED-PRINTABLE:=73", "ATTACH:a"}, "=73"},
+        BodyCase{LineList{"DESCRIPTION;QUOTED-PRINTABLE:=73", "SUMMARY:s", "ATTACH:a"}, "a"},
+        BodyCase{LineList{"DESCRIPTION:d", "SUMMARY:s", "ATTACH:a"}, "d"},
+        BodyCase{LineList{"DESCRIPTION:S", "SUMMARY:s", "ATTACH:a"}, "S"},
+        BodyCase{LineList{"DESCRIPTION:s", "SUMMARY:s"}, "s"},
+        BodyCase{LineList{"DESCRIPTION:s", "SUMMARY:s", "ATTACH:"}, "s"},
+        BodyCase{LineList{"DESCRIPTION:s", "ATTACH:a"}, "s"},
+        BodyCase{LineList{"SUMMARY:s", "ATTACH:a"}, "before"},
+        BodyCase{LineList{"DESCRIPTION:", "SUMMARY:", "ATTACH:a"}, "before"}));
 
 // ---- Record to appointment --------------------------------------------------------------------------
 
@@ -301,7 +299,8 @@ TEST_F(PolPutAppointment, IsAllDayByItsMarkOrByTwoDatesWithoutTime) {
       {{"X-BLUETOOTH-ALLDAYEVENT:TRUE", "DTSTART:20060501T000000", "DTEND:20060501T235959"}, true},
       {{"X-BLUETOOTH-ALLDAYEVENT:TRUE"}, true},
       {{"DTSTART;VALUE=DATE:20060501", "DTEND;VALUE=DATE:20060502"}, true},
-      {{"DTSTART;VALUE=DATE:20060501", "DTEND;VALUE=DATE:20060502", "X-BLUETOOTH-ALLDAYEVENT:FALSE"},
+      {{"DTSTART;VALUE=DATE:20060501", "DTEND;VALUE=DATE:20060502",
+        "X-BLUETOOTH-ALLDAYEVENT:FALSE"},
        true},
       {{"DTSTART;VALUE=DATE:20060501", "DTEND:20060502"}, false},
       {{"DTSTART:20060501", "DTEND;VALUE=DATE:20060502"}, false},
@@ -371,8 +370,7 @@ INSTANTIATE_TEST_SUITE_P(
                     AttendeeCase{"Ann Lee<a@x.org", "Ann Lee", "a@x.org"},
                     AttendeeCase{"  Ann   < a@x.org > >> ", "  Ann", " a@x.org"},
                     AttendeeCase{"<a@x.org>", "", "a@x.org"}, AttendeeCase{"Ann <", "Ann", ""},
-                    AttendeeCase{"Ann <>", "Ann", ""},
-                    AttendeeCase{"Ann <<a>b>", "Ann", "<a>b"}));
+                    AttendeeCase{"Ann <>", "Ann", ""}, AttendeeCase{"Ann <<a>b>", "Ann", "<a>b"}));
 
 // ---- Task to record ---------------------------------------------------------------------------------
 
@@ -540,8 +538,10 @@ TEST_F(PolGetAppointment, GivesItsRecipientsAsAttendees) {
 }
 
 TEST_F(PolGetAppointment, OfAttendeesThatWereReceivedGivesThemBack) {
-  auto appointment = Appointment({"ATTENDEE:Ann Lee <a@x.org>", "ATTENDEE:b@x.org", "ATTENDEE:Cid <>"});
-  EXPECT_THAT(Got(*appointment).All("attendee"), ElementsAre("Ann Lee <a@x.org>", "b@x.org", "Cid <>"));
+  auto appointment =
+      Appointment({"ATTENDEE:Ann Lee <a@x.org>", "ATTENDEE:b@x.org", "ATTENDEE:Cid <>"});
+  EXPECT_THAT(Got(*appointment).All("attendee"),
+              ElementsAre("Ann Lee <a@x.org>", "b@x.org", "Cid <>"));
 }
 
 // ---- Time zones -------------------------------------------------------------------------------------

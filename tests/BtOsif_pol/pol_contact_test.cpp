@@ -181,9 +181,9 @@ TEST_F(PolPutContact, ClearsADateWithWhatIsNone) {
 // The file time of zero, the automation date of zero, and a day that one of the zones has never had.
 TEST_F(PolPutContact, KeepsADayInEveryTimeZone) {
   constexpr std::pair<const char*, DATE> kDays[] = {
-      {"01000101", -657434.0}, {"16001231", -109206.0}, {"16010101", -109205.0},
-      {"16010102", -109204.0}, {"18991229", -1.0},      {"18991230", 0.0},
-      {"18991231", 1.0},       {"19000101", 2.0},       {"20111230", 40907.0},
+      {"01000101", -657434.0},   {"16001231", -109206.0}, {"16010101", -109205.0},
+      {"16010102", -109204.0},   {"18991229", -1.0},      {"18991230", 0.0},
+      {"18991231", 1.0},         {"19000101", 2.0},       {"20111230", 40907.0},
       {"1601-01-01", -109205.0}, {"99991231", 2958465.0}};
   constexpr const char* kZones[] = {"UTC", "Europe/Berlin", "Asia/Tokyo", "America/New_York",
                                     "Pacific/Apia"};

@@ -25,8 +25,8 @@ INSTANTIATE_TEST_SUITE_P(WithTheDigitsInEitherCase, ReadId,
                                          IdCase{"7fffffff", 0x7fffffff}));
 
 INSTANTIATE_TEST_SUITE_P(WithLeadingBlanksAndZeros, ReadId,
-                         testing::Values(IdCase{"  2a", 42}, IdCase{"\t2a", 42},
-                                         IdCase{"0x2a", 42}, IdCase{" 0X2A", 42},
+                         testing::Values(IdCase{"  2a", 42}, IdCase{"\t2a", 42}, IdCase{"0x2a", 42},
+                                         IdCase{" 0X2A", 42},
                                          IdCase{"00000000000000000000000000000000002a", 42}));
 
 INSTANTIATE_TEST_SUITE_P(UpToTheFirstOtherCharacter, ReadId,

@@ -547,8 +547,9 @@ TEST_F(PolFindOnDevice, TellsCaseApart) {
 }
 
 TEST_F(PolFindOnDevice, FindsNamesWithQuotationMarksAndBrackets) {
-  const char* names[] = {"N:Lee;Bob \"the\" Kid",  "N:\"Lee\"", "N:O'Neil;[Ann]", "N:Lee AND Ray",
-                         "N:Lee;\"x\" AND [y",      "N:a\" OR [b] c", "N:\"x\" AND [y"};
+  const char* names[] = {"N:Lee;Bob \"the\" Kid", "N:\"Lee\"",          "N:O'Neil;[Ann]",
+                         "N:Lee AND Ray",         "N:Lee;\"x\" AND [y", "N:a\" OR [b] c",
+                         "N:\"x\" AND [y"};
   for (const char* name : names) {
     const std::string id = Add(ContactRecord{name});
     EXPECT_EQ(Find(ContactRecord{name}), id) << name;

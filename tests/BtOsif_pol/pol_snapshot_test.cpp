@@ -465,10 +465,9 @@ TEST_F(ObjectLog, HasALineWithoutAnIdSkipped) {
 }
 
 TEST_F(ObjectLog, TakesIdsInEitherCaseAndOfFewerDigits) {
-  EXPECT_THAT(
-      Read("0001A2F4:1\n2a:2\nFFFFFFFF:3\n 0x2b:4\n"),
-      ElementsAre(std::pair(0x1a2f4u, 1u), std::pair(0x2au, 2u), std::pair(0xFFFFFFFFu, 3u),
-                  std::pair(0x2bu, 4u)));
+  EXPECT_THAT(Read("0001A2F4:1\n2a:2\nFFFFFFFF:3\n 0x2b:4\n"),
+              ElementsAre(std::pair(0x1a2f4u, 1u), std::pair(0x2au, 2u), std::pair(0xFFFFFFFFu, 3u),
+                          std::pair(0x2bu, 4u)));
 }
 
 TEST_F(ObjectLog, TakesCrLfAndALastLineWithoutALineEnd) {

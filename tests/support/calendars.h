@@ -37,11 +37,16 @@ using NamedLists = std::vector<std::pair<const char*, PropertyValue**>>;
 // Every list of a calendar record of its kind; those of both kinds only when the kind is unknown.
 inline NamedLists CalendarLists(OsifObject& object) {
   OsifCalendar& c = object.calendar;
-  NamedLists lists = {{"categories", &c.categories}, {"completed", &c.completed},
-                      {"description", &c.description}, {"due", &c.due},
-                      {"dtEnd", &c.dtEnd},           {"priority", &c.priority},
-                      {"dtStart", &c.dtStart},       {"status", &c.status},
-                      {"summary", &c.summary},       {"class", &c.class_}};
+  NamedLists lists = {{"categories", &c.categories},
+                      {"completed", &c.completed},
+                      {"description", &c.description},
+                      {"due", &c.due},
+                      {"dtEnd", &c.dtEnd},
+                      {"priority", &c.priority},
+                      {"dtStart", &c.dtStart},
+                      {"status", &c.status},
+                      {"summary", &c.summary},
+                      {"class", &c.class_}};
   if (object.calendarKind == OSIF_CALENDAR_EVENT) {
     OsifEventTail& tail = c.tail.event;
     lists.insert(lists.end(), {{"location", &tail.location},

@@ -25,7 +25,7 @@ enum class Truncate : uint8_t { kNo, kYes };
 // The file that an argument names; nothing, and a message, when it must not be written.
 std::optional<std::string> OutputName(const std::string& argument, Reporter& reporter) {
   const std::optional<std::string> file = FileName(argument);
-  const std::string why = !file            ? "the name is not UTF-8"
+  const std::string why = !file           ? "the name is not UTF-8"
                           : file->empty() ? std::string()
                                           : WhyNoObjectFile(*file);
   if (why.empty()) return file;

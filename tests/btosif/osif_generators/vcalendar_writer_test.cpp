@@ -57,17 +57,16 @@ class VCalendarWriter : public support::TextTest {
 
 TEST_F(VCalendarWriter, AnEmptyEventWritesItsRequiredPropertiesBare) {
   MakeKind(OSIF_CALENDAR_EVENT);
-  EXPECT_EQ(Written(), Lines({"BEGIN:VCALENDAR", "VERSION:1.0", "BEGIN:VEVENT", "SUMMARY:",
-                              "DESCRIPTION:", "DTSTART:", "DTEND:", "PRIORITY:",
+  EXPECT_EQ(Written(), Lines({"BEGIN:VCALENDAR", "VERSION:1.0", "BEGIN:VEVENT",
+                              "SUMMARY:", "DESCRIPTION:", "DTSTART:", "DTEND:", "PRIORITY:",
                               "X-BLUETOOTH-ALLDAYEVENT:FALSE", "END:VEVENT", "END:VCALENDAR"}));
 }
 
 TEST_F(VCalendarWriter, AnEmptyTodoWritesItsRequiredPropertiesBare) {
   MakeKind(OSIF_CALENDAR_TODO);
-  EXPECT_EQ(Written(),
-            Lines({"BEGIN:VCALENDAR", "VERSION:1.0", "BEGIN:VTODO", "CATEGORIES:", "COMPLETED:",
-                   "DESCRIPTION:", "DUE:", "PRIORITY:", "STATUS:", "SUMMARY:", "END:VTODO",
-                   "END:VCALENDAR"}));
+  EXPECT_EQ(Written(), Lines({"BEGIN:VCALENDAR", "VERSION:1.0", "BEGIN:VTODO",
+                              "CATEGORIES:", "COMPLETED:", "DESCRIPTION:", "DUE:", "PRIORITY:",
+                              "STATUS:", "SUMMARY:", "END:VTODO", "END:VCALENDAR"}));
 }
 
 TEST_F(VCalendarWriter, AnItemOfAnotherKindWritesNoComponent) {
@@ -81,25 +80,52 @@ TEST_F(VCalendarWriter, EveryFieldOfAnEventIsWrittenInItsOrder) {
   FillEveryField(OSIF_CALENDAR_EVENT);
   std::strcpy(object().xIrmcLuid, "0000002a");
   event().allDayEvent = 1;
-  EXPECT_EQ(Written(), Lines({"BEGIN:VCALENDAR", "VERSION:1.0", "BEGIN:VEVENT", "SUMMARY:summary",
-                              "DESCRIPTION:description", "DTSTART:dtStart", "DTEND:dtEnd",
-                              "CLASS:class", "PRIORITY:priority", "STATUS:status",
-                              "LOCATION:location", "CATEGORIES:categories", "DALARM:dAlarm",
-                              "AALARM:aAlarm", "RRULE:rRule", "EXDATE:exDate", "ATTENDEE:attendee",
-                              "X-IRMC-LUID:0000002a", "X-BLUETOOTH-ALLDAYEVENT:TRUE", "END:VEVENT",
+  EXPECT_EQ(Written(), Lines({"BEGIN:VCALENDAR",
+                              "VERSION:1.0",
+                              "BEGIN:VEVENT",
+                              "SUMMARY:summary",
+                              "DESCRIPTION:description",
+                              "DTSTART:dtStart",
+                              "DTEND:dtEnd",
+                              "CLASS:class",
+                              "PRIORITY:priority",
+                              "STATUS:status",
+                              "LOCATION:location",
+                              "CATEGORIES:categories",
+                              "DALARM:dAlarm",
+                              "AALARM:aAlarm",
+                              "RRULE:rRule",
+                              "EXDATE:exDate",
+                              "ATTENDEE:attendee",
+                              "X-IRMC-LUID:0000002a",
+                              "X-BLUETOOTH-ALLDAYEVENT:TRUE",
+                              "END:VEVENT",
                               "END:VCALENDAR"}));
 }
 
 TEST_F(VCalendarWriter, EveryFieldOfATodoIsWrittenInItsOrder) {
   FillEveryField(OSIF_CALENDAR_TODO);
   std::strcpy(object().xIrmcLuid, "0000002a");
-  EXPECT_EQ(Written(),
-            Lines({"BEGIN:VCALENDAR", "VERSION:1.0", "BEGIN:VTODO", "CATEGORIES:categories",
-                   "CLASS:class", "COMPLETED:completed", "DESCRIPTION:description",
-                   "DTSTART:dtStart", "DUE:due", "PRIORITY:priority", "STATUS:status",
-                   "SUMMARY:summary", "DALARM:dAlarm", "AALARM:aAlarm", "RRULE:rRule",
-                   "EXDATE:exDate", "ATTENDEE:attendee", "X-IRMC-LUID:0000002a", "END:VTODO",
-                   "END:VCALENDAR"}));
+  EXPECT_EQ(Written(), Lines({"BEGIN:VCALENDAR",
+                              "VERSION:1.0",
+                              "BEGIN:VTODO",
+                              "CATEGORIES:categories",
+                              "CLASS:class",
+                              "COMPLETED:completed",
+                              "DESCRIPTION:description",
+                              "DTSTART:dtStart",
+                              "DUE:due",
+                              "PRIORITY:priority",
+                              "STATUS:status",
+                              "SUMMARY:summary",
+                              "DALARM:dAlarm",
+                              "AALARM:aAlarm",
+                              "RRULE:rRule",
+                              "EXDATE:exDate",
+                              "ATTENDEE:attendee",
+                              "X-IRMC-LUID:0000002a",
+                              "END:VTODO",
+                              "END:VCALENDAR"}));
 }
 
 TEST_F(VCalendarWriter, TheIdIsWrittenWhenItIsAskedForAndThere) {
@@ -183,7 +209,8 @@ TEST_F(VCalendarWriter, MemoryShortageIsToldInTheTraceOnlyAndTheOtherLinesAreWri
     EXPECT_EQ(VCalendar_Write(stream, object(), 1), 0u);
     FailAllocation(0);
   }
-  EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  Insufficient memory to generate vCalendar string"));
+  EXPECT_THAT(trace.Lines(),
+              ElementsAre("OSIF:  Insufficient memory to generate vCalendar string"));
   EXPECT_THAT(file.Bytes(), testing::EndsWith("END:VEVENT\r\nEND:VCALENDAR\r\n"));
 }
 

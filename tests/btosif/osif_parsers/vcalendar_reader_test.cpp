@@ -103,9 +103,9 @@ INSTANTIATE_TEST_SUITE_P(
                     NameCase{"RRULE", 16}, NameCase{"EXDATE", 20},
                     NameCase{"X-BLUETOOTH-ALLDAYEVENT", 17}, NameCase{"ATTENDEE", 18},
                     NameCase{"DALARM", 19}, NameCase{"AALARM", 21}, NameCase{"ATTACH", 22},
-                    NameCase{"END", 12}, NameCase{"", 0}, NameCase{"UID", 0},
-                    NameCase{"PRODID", 0}, NameCase{"DTSTAR", 0}, NameCase{"DTSTARTS", 0},
-                    NameCase{"MALARM", 0}, NameCase{"X-BLUETOOTH", 0}));
+                    NameCase{"END", 12}, NameCase{"", 0}, NameCase{"UID", 0}, NameCase{"PRODID", 0},
+                    NameCase{"DTSTAR", 0}, NameCase{"DTSTARTS", 0}, NameCase{"MALARM", 0},
+                    NameCase{"X-BLUETOOTH", 0}));
 
 struct FieldCase {
   const char* line;
@@ -163,7 +163,8 @@ INSTANTIATE_TEST_SUITE_P(
         FieldCase{"AALARM:20060101T080000;;3", "aAlarm", Texts{"20060101T080000", "", "3"}}));
 
 TEST_F(VCalendarReader, EveryOccurrenceIsAValueInTheOrderReceived) {
-  ReadItem item = ReadOnly(WholeEvent({"EXDATE:1", "DALARM:a;b", "EXDATE:2", "DALARM:c", "EXDATE:1"}));
+  ReadItem item =
+      ReadOnly(WholeEvent({"EXDATE:1", "DALARM:a;b", "EXDATE:2", "DALARM:c", "EXDATE:1"}));
   EXPECT_THAT(item.All("exDate"), ElementsAre("1", "2", "1"));
   EXPECT_THAT(item.All("dAlarm"), ElementsAre("a", "c"));
 }
@@ -241,7 +242,7 @@ TEST_F(VCalendarReader, TheAllDayMarkDoesNotPassToTheNextEvent) {
 
 // ---- Mandatory properties ----
 
-constexpr const char* kTodoMandatory[] = {"CATEGORIES:c", "COMPLETED:",  "DESCRIPTION:d",
+constexpr const char* kTodoMandatory[] = {"CATEGORIES:c", "COMPLETED:", "DESCRIPTION:d",
                                           "DUE:20060102", "PRIORITY:2", "STATUS:x",
                                           "SUMMARY:s"};
 constexpr const char* kEventMandatory[] = {"DESCRIPTION:d", "DTSTART:20060101"};
@@ -297,7 +298,8 @@ struct VersionCase {
 };
 void PrintTo(const VersionCase& version, std::ostream* out) { *out << version.text; }
 
-class CalendarVersion : public support::TextTest, public testing::WithParamInterface<VersionCase> {};
+class CalendarVersion : public support::TextTest,
+                        public testing::WithParamInterface<VersionCase> {};
 
 TEST_P(CalendarVersion, IsANumberUpToOne) {
   TraceReceiver trace;
@@ -375,9 +377,9 @@ TEST_F(VCalendarReader, ALongIdIsCutToItsField) {
 }
 
 TEST_F(VCalendarReader, BetweenTwoItemsTheRecordIsClearedSaveForTheVersionOfTheirCalendar) {
-  ReadCalendarOutcome outcome = ReadCalendars(
-      CalendarText(WholeEvent({"X-IRMC-LUID:1", "SUMMARY:a", "RRULE:D1"}) + WholeTodo({}) +
-                   WholeEvent({"SUMMARY:c"})));
+  ReadCalendarOutcome outcome =
+      ReadCalendars(CalendarText(WholeEvent({"X-IRMC-LUID:1", "SUMMARY:a", "RRULE:D1"}) +
+                                 WholeTodo({}) + WholeEvent({"SUMMARY:c"})));
   ASSERT_THAT(outcome.items, SizeIs(3));
   EXPECT_EQ(outcome.items[1].luid, "");
   EXPECT_EQ(outcome.items[1].version, "1.0");
@@ -387,8 +389,8 @@ TEST_F(VCalendarReader, BetweenTwoItemsTheRecordIsClearedSaveForTheVersionOfThei
 }
 
 TEST_F(VCalendarReader, EachCalendarHasItsOwnVersion) {
-  ReadCalendarOutcome outcome =
-      ReadCalendars(CalendarText(WholeEvent({}), "VERSION:0.5\r\n") + CalendarText(WholeEvent({}), ""));
+  ReadCalendarOutcome outcome = ReadCalendars(CalendarText(WholeEvent({}), "VERSION:0.5\r\n") +
+                                              CalendarText(WholeEvent({}), ""));
   ASSERT_THAT(outcome.items, SizeIs(2));
   EXPECT_EQ(outcome.items[0].version, "0.5");
   EXPECT_EQ(outcome.items[1].version, "1.0");
@@ -447,9 +449,9 @@ TEST_F(VCalendarReader, ALineWithoutADelimiterIsAnUnknownProperty) {
 
 TEST_F(VCalendarReader, ANestedObjectIsSkippedWithAllItsLines) {
   TraceReceiver trace;
-  ReadItem item = ReadOnly(WholeEvent({"BEGIN:VALARM", "SUMMARY:no", "BEGIN:VEVENT", "DTSTART:no",
-                                       "END:VEVENT", "RRULE:no", "WHATEVER:x", "END:VALARM",
-                                       "SUMMARY:yes"}));
+  ReadItem item =
+      ReadOnly(WholeEvent({"BEGIN:VALARM", "SUMMARY:no", "BEGIN:VEVENT", "DTSTART:no", "END:VEVENT",
+                           "RRULE:no", "WHATEVER:x", "END:VALARM", "SUMMARY:yes"}));
   EXPECT_EQ(item.Only("summary"), "yes");
   EXPECT_EQ(item.Only("dtStart"), "20060101T090000");
   EXPECT_THAT(item.fields, SizeIs(3));
@@ -523,7 +525,8 @@ TEST_F(VCalendarReader, ANestedObjectWithoutItsEndTakesTheComponentsAndThatTheCa
 }
 
 TEST_F(VCalendarReader, AFileThatDoesNotBeginACalendarIsAnError) {
-  for (const char* bytes : {"VERSION:1.0\r\n", "BEGIN:VCARD\r\nEND:VCARD\r\n", "\r\n", "BEGIN:\r\n"}) {
+  for (const char* bytes :
+       {"VERSION:1.0\r\n", "BEGIN:VCARD\r\nEND:VCARD\r\n", "\r\n", "BEGIN:\r\n"}) {
     TraceReceiver trace;
     EXPECT_EQ(ReadCalendars(bytes).result, kError) << bytes;
     EXPECT_THAT(trace.Lines(), ElementsAre(kNoBegin)) << bytes;
@@ -554,16 +557,16 @@ TEST_F(VCalendarReader, TheItemsOfEveryCalendarAreDelivered) {
 }
 
 TEST_F(VCalendarReader, AWarningStaysForTheRestOfTheFile) {
-  ReadCalendarOutcome outcome = ReadCalendars(CalendarText(WholeEvent({})) +
-                                              CalendarText(WholeEvent({"UID:x"})) +
-                                              CalendarText(WholeEvent({})));
+  ReadCalendarOutcome outcome =
+      ReadCalendars(CalendarText(WholeEvent({})) + CalendarText(WholeEvent({"UID:x"})) +
+                    CalendarText(WholeEvent({})));
   EXPECT_EQ(outcome.result, kWarning);
   EXPECT_THAT(ResultsOf(outcome), ElementsAre(kOk, kWarning, kWarning));
 }
 
 TEST_F(VCalendarReader, AnErrorEndsTheFileAndTheItemsBeforeItStayDelivered) {
-  ReadCalendarOutcome outcome = ReadCalendars(
-      CalendarText(WholeEvent({})) + CalendarText("") + CalendarText(WholeEvent({})));
+  ReadCalendarOutcome outcome =
+      ReadCalendars(CalendarText(WholeEvent({})) + CalendarText("") + CalendarText(WholeEvent({})));
   EXPECT_EQ(outcome.result, kError);
   EXPECT_THAT(outcome.items, SizeIs(1));
 }
@@ -571,8 +574,8 @@ TEST_F(VCalendarReader, AnErrorEndsTheFileAndTheItemsBeforeItStayDelivered) {
 TEST_F(VCalendarReader, AnyOtherLineBetweenCalendarsEndsTheReadingWithoutAWord) {
   for (const char* line : {"\r\n", "X:y\r\n", "BEGIN:VCARD\r\n"}) {
     TraceReceiver trace;
-    ReadCalendarOutcome outcome = ReadCalendars(CalendarText(WholeEvent({})) + line +
-                                                CalendarText(WholeEvent({})));
+    ReadCalendarOutcome outcome =
+        ReadCalendars(CalendarText(WholeEvent({})) + line + CalendarText(WholeEvent({})));
     EXPECT_EQ(outcome.result, kOk);
     EXPECT_THAT(outcome.items, SizeIs(1));
     EXPECT_THAT(trace.Lines(), IsEmpty());
@@ -602,9 +605,9 @@ TEST_F(VCalendarReader, ACalendarOfThousandsOfEventsIsDeliveredWhole) {
 
 TEST_F(VCalendarReader, AHundredThousandExceptionsAreReadInSeconds) {
   constexpr size_t kDates = 100000;
-  const std::string text = CalendarText("BEGIN:VEVENT\r\nDESCRIPTION:d\r\nDTSTART:x\r\n" +
-                                        Repeated("EXDATE:20060101T090000\r\n", kDates) +
-                                        "END:VEVENT\r\n");
+  const std::string text =
+      CalendarText("BEGIN:VEVENT\r\nDESCRIPTION:d\r\nDTSTART:x\r\n" +
+                   Repeated("EXDATE:20060101T090000\r\n", kDates) + "END:VEVENT\r\n");
   OsifStream stream = OpenBytes(text);
   auto count = [](int32_t, OsifObject* object, OsifResult, void* context) -> int32_t {
     for (const PropertyValue& value : Values(object->calendar.tail.event.exDate)) {
@@ -621,9 +624,9 @@ TEST_F(VCalendarReader, AHundredThousandExceptionsAreReadInSeconds) {
 
 TEST_F(VCalendarReader, AHundredThousandNestedObjectsAreSkipped) {
   constexpr size_t kDepth = 100000;
-  ReadCalendarOutcome outcome = ReadCalendars(
-      CalendarText("BEGIN:VEVENT\r\nDESCRIPTION:d\r\nDTSTART:x\r\n" + Repeated("BEGIN:X\r\n", kDepth) +
-                   "SUMMARY:no\r\n" + Repeated("END:X\r\n", kDepth) + "LOCATION:yes\r\nEND:VEVENT\r\n"));
+  ReadCalendarOutcome outcome = ReadCalendars(CalendarText(
+      "BEGIN:VEVENT\r\nDESCRIPTION:d\r\nDTSTART:x\r\n" + Repeated("BEGIN:X\r\n", kDepth) +
+      "SUMMARY:no\r\n" + Repeated("END:X\r\n", kDepth) + "LOCATION:yes\r\nEND:VEVENT\r\n"));
   EXPECT_EQ(outcome.result, kOk);
   ASSERT_THAT(outcome.items, SizeIs(1));
   EXPECT_EQ(outcome.items[0].Only("location"), "yes");
@@ -631,8 +634,8 @@ TEST_F(VCalendarReader, AHundredThousandNestedObjectsAreSkipped) {
 }
 
 TEST_F(VCalendarReader, MemoryShortageAtAnyPointIsReportedOrLeavesAnOrderlyRecord) {
-  const std::string bytes =
-      CalendarText(WholeEvent({"DALARM:a;b;c;d", "RRULE:D1", "EXDATE;VALUE=DATE:x"}) + WholeTodo({}));
+  const std::string bytes = CalendarText(
+      WholeEvent({"DALARM:a;b;c;d", "RRULE:D1", "EXDATE;VALUE=DATE:x"}) + WholeTodo({}));
   TraceReceiver trace;
   for (int nth = 1; nth <= 120; ++nth) {
     FailAllocation(nth);

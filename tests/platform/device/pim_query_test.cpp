@@ -58,8 +58,7 @@ TEST_F(PimFind, GivesThoseFirstWhoHaveNoOtherPartOfAName) {
   SaveContact({{kLast, u"Ray"}});
   EXPECT_EQ(FindAll(u"[LastName]=\"Lee\""), (Oids{lee, other_lee, zoe, junior}));
   EXPECT_EQ(FindAll(u"[Suffix]=\"Jr\""), Oids{junior});
-  EXPECT_EQ(FindAll(u"[LastName]=\"Lee\" OR [Suffix]=\"Jr\""),
-            (Oids{lee, junior, other_lee, zoe}));
+  EXPECT_EQ(FindAll(u"[LastName]=\"Lee\" OR [Suffix]=\"Jr\""), (Oids{lee, junior, other_lee, zoe}));
   EXPECT_EQ(FindAll(u"[Oid]>0 AND [LastName]=\"Lee\""), (Oids{lee, other_lee, zoe, junior}));
 }
 
@@ -321,8 +320,9 @@ TEST_F(PimFind, LooksUpTheWholeNameFirstForEveryCombinationOfNameParts) {
     const auto exact = device::MakeExactNameCondition(table, *condition);
     ASSERT_TRUE(exact);
     const std::string plan = PlanOf(*exact, *device::OpenDatabase());
-    EXPECT_NE(plan.find("(last_name=? AND first_name=? AND middle_name=? AND title=? AND suffix=?)"),
-              std::string::npos)
+    EXPECT_NE(
+        plan.find("(last_name=? AND first_name=? AND middle_name=? AND title=? AND suffix=?)"),
+        std::string::npos)
         << plan;
   }
 }

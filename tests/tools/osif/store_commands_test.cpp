@@ -84,8 +84,9 @@ TEST_F(CommandStore, DeleteDeletesEachIdAndGoesOnBehindAnUnknownOne) {
   Receive(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}) + Card({"N:Cruz;Eva"}));
   const Outcome outcome = Osif({"delete", "pb", "00000001", "000000ff", "zebra", "3"});
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.OutLines(), ElementsAre(MatchesRegex("deleted pb 00000001, anchor pb 4 .*Z"),
-                                              MatchesRegex("deleted pb 00000003, anchor pb 5 .*Z")));
+  EXPECT_THAT(outcome.OutLines(),
+              ElementsAre(MatchesRegex("deleted pb 00000001, anchor pb 4 .*Z"),
+                          MatchesRegex("deleted pb 00000003, anchor pb 5 .*Z")));
   EXPECT_THAT(outcome.ErrLines(),
               ElementsAre("osif: pb 000000ff: The object was not found (code 6)",
                           "osif: pb zebra: The object id is invalid (code 9)"));
@@ -344,8 +345,9 @@ TEST_F(CommandStore, ChangesTellsOfAGapInWords) {
   std::ofstream(log, std::ios::binary) << text.substr(text.find('\n') + 1);
   const Outcome outcome = Osif({"changes", "pb"});
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_THAT(outcome.OutLines(), ElementsAre("gap between requested anchor and first entry",
-                                              MatchesRegex("M  2  [0-9]+T[0-9]+Z  00000001  Ann Lee")));
+  EXPECT_THAT(outcome.OutLines(),
+              ElementsAre("gap between requested anchor and first entry",
+                          MatchesRegex("M  2  [0-9]+T[0-9]+Z  00000001  Ann Lee")));
 }
 
 TEST_F(CommandStore, ChangesWithNothingChangedIsEmptyAndNoFailure) {
