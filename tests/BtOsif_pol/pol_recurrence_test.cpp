@@ -16,8 +16,8 @@ class PolPutRecurrence : public CalendarTest {
  protected:
   // The pattern of an appointment on Monday, 1 May 2006 that a rule gives.
   std::string PatternOfRule(const std::string& rule) {
-    return ShownPattern(*PatternOf(*Appointment(
-        {"DTSTART:20060501T090000", "DTEND:20060501T100000", "RRULE:" + rule})));
+    return ShownPattern(*PatternOf(
+        *Appointment({"DTSTART:20060501T090000", "DTEND:20060501T100000", "RRULE:" + rule})));
   }
 };
 class PolPutExceptions : public CalendarTest {};
@@ -46,81 +46,82 @@ TEST_P(RuleToPattern, OfATask) {
 
 INSTANTIATE_TEST_SUITE_P(
     Kinds, RuleToPattern,
-    testing::Values(
-        RuleCase{"D1 #0", "type 0 every 1 forever"}, RuleCase{"D3 #0", "type 0 every 3 forever"},
-        RuleCase{"D1 0900 1200 #0", "type 0 every 1 forever"},
-        RuleCase{"W2 MO WE #4", "type 1 every 2 mask 10 until 20060517 times 4"},
-        RuleCase{"W1 SU MO TU WE TH FR SA #0", "type 1 every 1 mask 127 forever"},
-        RuleCase{"W1 SA #0", "type 1 every 1 mask 64 forever"},
-        RuleCase{"W1 FR 0900 FR$ #0", "type 1 every 1 mask 32 forever"},
-        RuleCase{"MP1 1- FR #0", "type 3 every 1 mask 32 nth 5 forever"},
-        RuleCase{"MP2 1+ MO #0", "type 3 every 2 mask 2 nth 1 forever"},
-        RuleCase{"MP1 4+ TU TH #0", "type 3 every 1 mask 20 nth 4 forever"},
-        RuleCase{"MP1 5+ MO #0", "type 3 every 1 mask 2 nth 5 forever"},
-        RuleCase{"MP1 2- MO #0", "type 3 every 1 mask 2 nth 4 forever"},
-        RuleCase{"MP1 5- MO #0", "type 3 every 1 mask 2 nth 1 forever"},
-        RuleCase{"MP1 2+ MO 3+ TU #0", "type 3 every 1 mask 2 nth 2 forever"},
-        RuleCase{"MP1 2+ 3+ MO #0", "type 3 every 1 mask 2 nth 2 forever"},
-        RuleCase{"MD1 15 #0", "type 2 every 1 day 15 forever"},
-        RuleCase{"MD6 31 1 #0", "type 2 every 6 day 31 forever"},
-        RuleCase{"YM1 6 #0 MP1 1+ MO", "type 6 every 1 mask 2 nth 1 month 6 forever"},
-        RuleCase{"YM1 6 7 #0 MP1 1- SA SU", "type 6 every 1 mask 65 nth 5 month 6 forever"},
-        RuleCase{"YM1 12 #0 MD1 24", "type 5 every 1 day 24 month 12 forever"},
-        RuleCase{"YD1 1 #0", "type 5 every 1 day 1 month 1 forever"},
-        RuleCase{"YD1 31 #0", "type 5 every 1 day 31 month 1 forever"},
-        RuleCase{"YD1 32 #0", "type 5 every 1 day 1 month 2 forever"},
-        RuleCase{"YD1 59 #0", "type 5 every 1 day 28 month 2 forever"},
-        RuleCase{"YD1 60 #0", "type 5 every 1 day 1 month 3 forever"},
-        RuleCase{"YD1 334 #0", "type 5 every 1 day 30 month 11 forever"},
-        RuleCase{"YD1 335 #0", "type 5 every 1 day 1 month 12 forever"},
-        RuleCase{"YD1 365 #0", "type 5 every 1 day 31 month 12 forever"}));
+    testing::Values(RuleCase{"D1 #0", "type 0 every 1 forever"},
+                    RuleCase{"D3 #0", "type 0 every 3 forever"},
+                    RuleCase{"D1 0900 1200 #0", "type 0 every 1 forever"},
+                    RuleCase{"W2 MO WE #4", "type 1 every 2 mask 10 until 20060517 times 4"},
+                    RuleCase{"W1 SU MO TU WE TH FR SA #0", "type 1 every 1 mask 127 forever"},
+                    RuleCase{"W1 SA #0", "type 1 every 1 mask 64 forever"},
+                    RuleCase{"W1 FR 0900 FR$ #0", "type 1 every 1 mask 32 forever"},
+                    RuleCase{"MP1 1- FR #0", "type 3 every 1 mask 32 nth 5 forever"},
+                    RuleCase{"MP2 1+ MO #0", "type 3 every 2 mask 2 nth 1 forever"},
+                    RuleCase{"MP1 4+ TU TH #0", "type 3 every 1 mask 20 nth 4 forever"},
+                    RuleCase{"MP1 5+ MO #0", "type 3 every 1 mask 2 nth 5 forever"},
+                    RuleCase{"MP1 2- MO #0", "type 3 every 1 mask 2 nth 4 forever"},
+                    RuleCase{"MP1 5- MO #0", "type 3 every 1 mask 2 nth 1 forever"},
+                    RuleCase{"MP1 2+ MO 3+ TU #0", "type 3 every 1 mask 2 nth 2 forever"},
+                    RuleCase{"MP1 2+ 3+ MO #0", "type 3 every 1 mask 2 nth 2 forever"},
+                    RuleCase{"MD1 15 #0", "type 2 every 1 day 15 forever"},
+                    RuleCase{"MD6 31 1 #0", "type 2 every 6 day 31 forever"},
+                    RuleCase{"YM1 6 #0 MP1 1+ MO", "type 6 every 1 mask 2 nth 1 month 6 forever"},
+                    RuleCase{"YM1 6 7 #0 MP1 1- SA SU",
+                             "type 6 every 1 mask 65 nth 5 month 6 forever"},
+                    RuleCase{"YM1 12 #0 MD1 24", "type 5 every 1 day 24 month 12 forever"},
+                    RuleCase{"YD1 1 #0", "type 5 every 1 day 1 month 1 forever"},
+                    RuleCase{"YD1 31 #0", "type 5 every 1 day 31 month 1 forever"},
+                    RuleCase{"YD1 32 #0", "type 5 every 1 day 1 month 2 forever"},
+                    RuleCase{"YD1 59 #0", "type 5 every 1 day 28 month 2 forever"},
+                    RuleCase{"YD1 60 #0", "type 5 every 1 day 1 month 3 forever"},
+                    RuleCase{"YD1 334 #0", "type 5 every 1 day 30 month 11 forever"},
+                    RuleCase{"YD1 335 #0", "type 5 every 1 day 1 month 12 forever"},
+                    RuleCase{"YD1 365 #0", "type 5 every 1 day 31 month 12 forever"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Ends, RuleToPattern,
-    testing::Values(
-        RuleCase{"D1 #5", "type 0 every 1 until 20060505 times 5"},
-        RuleCase{"D1", "type 0 every 1 until 20060502 times 2"},
-        RuleCase{"D1 #1", "type 0 every 1 until 20060501 times 1"},
-        RuleCase{"D1 20060510T000000", "type 0 every 1 until 20060510 times 10"},
-        RuleCase{"D1 #5 20060510T000000", "type 0 every 1 until 20060510 times 10"},
-        RuleCase{"D1 20060510T235959Z", "type 0 every 1 until 20060510 times 10"},
-        RuleCase{"D1 #0 20060510T000000", "type 0 every 1 forever"},
-        RuleCase{"YM1 6 MD1 15 20080630T000000",
-                 "type 5 every 1 day 15 month 6 until 20080630 times 3"}));
+    testing::Values(RuleCase{"D1 #5", "type 0 every 1 until 20060505 times 5"},
+                    RuleCase{"D1", "type 0 every 1 until 20060502 times 2"},
+                    RuleCase{"D1 #1", "type 0 every 1 until 20060501 times 1"},
+                    RuleCase{"D1 20060510T000000", "type 0 every 1 until 20060510 times 10"},
+                    RuleCase{"D1 #5 20060510T000000", "type 0 every 1 until 20060510 times 10"},
+                    RuleCase{"D1 20060510T235959Z", "type 0 every 1 until 20060510 times 10"},
+                    RuleCase{"D1 #0 20060510T000000", "type 0 every 1 forever"},
+                    RuleCase{"YM1 6 MD1 15 20080630T000000",
+                             "type 5 every 1 day 15 month 6 until 20080630 times 3"}));
 
 // What a pattern does not take leaves what its type gives it: every day, week or month, and the weekday, the
 // week and the day of the start, 1 May 2006, the first Monday of its month.
 INSTANTIATE_TEST_SUITE_P(
     NumbersBeyondThePattern, RuleToPattern,
-    testing::Values(
-        RuleCase{"D999 #0", "type 0 every 999 forever"}, RuleCase{"D1000 #0", "type 0 every 1 forever"},
-        RuleCase{"D0 #0", "type 0 every 1 forever"}, RuleCase{"D #0", "type 0 every 1 forever"},
-        RuleCase{"D2147483647 #0", "type 0 every 1 forever"},
-        RuleCase{"D99999999999999999999 #0", "type 0 every 1 forever"},
-        RuleCase{"W1000 WE #0", "type 1 every 1 mask 8 forever"},
-        RuleCase{"MD1 30 #0", "type 2 every 1 day 30 forever"},
-        RuleCase{"MD1 31 #0", "type 2 every 1 day 31 forever"},
-        RuleCase{"MD1 32 #0", "type 2 every 1 day 1 forever"},
-        RuleCase{"MD1 400 #0", "type 2 every 1 day 1 forever"},
-        RuleCase{"MD1 0 #0", "type 2 every 1 day 1 forever"},
-        RuleCase{"MD1 31- #0", "type 2 every 1 day -31 forever"},
-        RuleCase{"MD1 32- #0", "type 2 every 1 day 1 forever"},
-        RuleCase{"MP1 5+ WE #0", "type 3 every 1 mask 8 nth 5 forever"},
-        RuleCase{"MP1 6+ WE #0", "type 3 every 1 mask 8 nth 1 forever"},
-        RuleCase{"MP1 0+ WE #0", "type 3 every 1 mask 8 nth 1 forever"},
-        RuleCase{"MP1 6- WE #0", "type 3 every 1 mask 8 nth 1 forever"},
-        RuleCase{"MP1 2+ #0", "type 3 every 1 mask 2 nth 2 forever"},
-        RuleCase{"YM1 6 #0 MD1 32", "type 5 every 1 day 1 month 6 forever"},
-        RuleCase{"YM1 6 #0 MP1 6+ WE", "type 6 every 1 mask 8 nth 1 month 6 forever"},
-        RuleCase{"YD1 366 #0", "type 5 every 1 day 1 month 12 forever"}));
+    testing::Values(RuleCase{"D999 #0", "type 0 every 999 forever"},
+                    RuleCase{"D1000 #0", "type 0 every 1 forever"},
+                    RuleCase{"D0 #0", "type 0 every 1 forever"},
+                    RuleCase{"D #0", "type 0 every 1 forever"},
+                    RuleCase{"D2147483647 #0", "type 0 every 1 forever"},
+                    RuleCase{"D99999999999999999999 #0", "type 0 every 1 forever"},
+                    RuleCase{"W1000 WE #0", "type 1 every 1 mask 8 forever"},
+                    RuleCase{"MD1 30 #0", "type 2 every 1 day 30 forever"},
+                    RuleCase{"MD1 31 #0", "type 2 every 1 day 31 forever"},
+                    RuleCase{"MD1 32 #0", "type 2 every 1 day 1 forever"},
+                    RuleCase{"MD1 400 #0", "type 2 every 1 day 1 forever"},
+                    RuleCase{"MD1 0 #0", "type 2 every 1 day 1 forever"},
+                    RuleCase{"MD1 31- #0", "type 2 every 1 day -31 forever"},
+                    RuleCase{"MD1 32- #0", "type 2 every 1 day 1 forever"},
+                    RuleCase{"MP1 5+ WE #0", "type 3 every 1 mask 8 nth 5 forever"},
+                    RuleCase{"MP1 6+ WE #0", "type 3 every 1 mask 8 nth 1 forever"},
+                    RuleCase{"MP1 0+ WE #0", "type 3 every 1 mask 8 nth 1 forever"},
+                    RuleCase{"MP1 6- WE #0", "type 3 every 1 mask 8 nth 1 forever"},
+                    RuleCase{"MP1 2+ #0", "type 3 every 1 mask 2 nth 2 forever"},
+                    RuleCase{"YM1 6 #0 MD1 32", "type 5 every 1 day 1 month 6 forever"},
+                    RuleCase{"YM1 6 #0 MP1 6+ WE", "type 6 every 1 mask 8 nth 1 month 6 forever"},
+                    RuleCase{"YD1 366 #0", "type 5 every 1 day 1 month 12 forever"}));
 
 INSTANTIATE_TEST_SUITE_P(
     CountsBeyondThePattern, RuleToPattern,
-    testing::Values(
-        RuleCase{"D1 #2147483647", "type 0 every 1 until 99991231 times 2147483647"},
-        RuleCase{"D1 #2147483648", "type 0 every 1 until 99991231 times 2147483647"},
-        RuleCase{"D1 #99999999999999999999", "type 0 every 1 until 99991231 times 2147483647"},
-        RuleCase{"D1 #5 19000101T000000", "type 0 every 1 until 19000101 times 1"}));
+    testing::Values(RuleCase{"D1 #2147483647", "type 0 every 1 until 99991231 times 2147483647"},
+                    RuleCase{"D1 #2147483648", "type 0 every 1 until 99991231 times 2147483647"},
+                    RuleCase{"D1 #99999999999999999999",
+                             "type 0 every 1 until 99991231 times 2147483647"},
+                    RuleCase{"D1 #5 19000101T000000", "type 0 every 1 until 19000101 times 1"}));
 
 INSTANTIATE_TEST_SUITE_P(
     DaysFromTheEnd, RuleToPattern,
@@ -163,7 +164,8 @@ TEST_F(PolPutRecurrence, AnEndDateInUtcIsTheLocalDay) {
   }
 }
 
-class UntranslatableRule : public PolPutRecurrence, public testing::WithParamInterface<const char*> {};
+class UntranslatableRule : public PolPutRecurrence,
+                           public testing::WithParamInterface<const char*> {};
 
 TEST_P(UntranslatableRule, MakesTheItemASingleOneAndIsTold) {
   const std::string line = "RRULE:" + std::string(GetParam());
@@ -183,8 +185,8 @@ INSTANTIATE_TEST_SUITE_P(Rules, UntranslatableRule,
                          testing::Values("W1", "W1 #0", "W2 0900", "MP1", "MP1 MO #0", "MD1 #0",
                                          "MD1 x", "YM1 6", "YM1 6 #0", "YM1 6 D1", "YM1 6 W1 MO",
                                          "YM1 6 MP1", "YM1 6 MP1 MO",
-                                         "YM1 6 20080630T000000 MD1 15", "YM1 MP1 1+ MO", "YM1 6 MD1",
-                                         "YM1 MD1 15", "YD1", "YD1 #0", "YD1 367",
+                                         "YM1 6 20080630T000000 MD1 15", "YM1 MP1 1+ MO",
+                                         "YM1 6 MD1", "YM1 MD1 15", "YD1", "YD1 #0", "YD1 367",
                                          "M5", "M5 #3"));
 
 TEST_F(PolPutRecurrence, ARuleThatCannotBeReadLeavesTheRecurrence) {
@@ -221,14 +223,16 @@ TEST_F(PolPutRecurrence, OnlyTheFirstRuleCounts) {
 
 TEST_F(PolPutRecurrence, OfATaskBeginsAtItsStartElseWhenItIsDue) {
   auto start = Task({"DTSTART:20060501", "DUE:20060510", "RRULE:D1 #0"});
-  EXPECT_EQ(DateOf(*PatternOf(*start), &IRecurrencePattern::get_PatternStartDate), "20060501T000000");
+  EXPECT_EQ(DateOf(*PatternOf(*start), &IRecurrencePattern::get_PatternStartDate),
+            "20060501T000000");
   auto due = Task({"DUE:20060510", "RRULE:D1 #0"});
   EXPECT_EQ(DateOf(*PatternOf(*due), &IRecurrencePattern::get_PatternStartDate), "20060510T000000");
 }
 
 TEST_F(PolPutRecurrence, NumbersBeyondEveryBoundDoNoHarm) {
-  for (const char* rule : {"D99999999999", "D1 #99999999999", "D0 #0", "D1000 #0", "MD1 400", "MD1 1234",
-                           "MP1 9+ MO", "MP1 0+ MO", "YD1 366", "W99999 MO #2147483647"}) {
+  for (const char* rule :
+       {"D99999999999", "D1 #99999999999", "D0 #0", "D1000 #0", "MD1 400", "MD1 1234", "MP1 9+ MO",
+        "MP1 0+ MO", "YD1 366", "W99999 MO #2147483647"}) {
     auto item = Appointment({"DTSTART:20060501T090000", "RRULE:" + std::string(rule)});
     EXPECT_EQ(item->Save(), S_OK) << rule;
     Got(*item);
@@ -250,15 +254,14 @@ TEST_F(PolPutExceptions, AreDeletedOccurrencesOfTheSavedAppointment) {
 
 TEST_F(PolPutExceptions, OfDaysWithoutAnOccurrenceAreTold) {
   TimeZone zone("Europe/Berlin");
-  auto item = Appointment({"DTSTART:20060501T090000", "DTEND:20060501T100000", "RRULE:W1 MO #5",
-                           "EXDATE:20060502T090000", "EXDATE:20060508T090000",
-                           "EXDATE:20060508T090000"});
+  auto item =
+      Appointment({"DTSTART:20060501T090000", "DTEND:20060501T100000", "RRULE:W1 MO #5",
+                   "EXDATE:20060502T090000", "EXDATE:20060508T090000", "EXDATE:20060508T090000"});
   EXPECT_THAT(ExceptionsOf(*item), ElementsAre("20060508T090000"));
   EXPECT_THAT(
       Trace(),
-      ElementsAre(
-          "OSIF:  Could not find Appointment for '20060502T070000Z' (Exception not made)",
-          "OSIF:  Could not find Appointment for '20060508T070000Z' (Exception not made)"));
+      ElementsAre("OSIF:  Could not find Appointment for '20060502T070000Z' (Exception not made)",
+                  "OSIF:  Could not find Appointment for '20060508T070000Z' (Exception not made)"));
 }
 
 TEST_F(PolPutExceptions, OfARuleThatWasNotSetAreNotMade) {
@@ -277,18 +280,19 @@ TEST_F(PolPutExceptions, WithoutATextSaveNothing) {
 
 // Some programs write all their exceptions into one line.
 TEST_F(PolPutExceptions, OfOneLineAreLostBehindTheFirst) {
-  auto item = Appointment({"DTSTART:20060501T090000", "RRULE:D1 #5",
-                           "EXDATE:20060502T090000;20060503T090000"});
+  auto item = Appointment(
+      {"DTSTART:20060501T090000", "RRULE:D1 #5", "EXDATE:20060502T090000;20060503T090000"});
   EXPECT_THAT(ExceptionsOf(*item), ElementsAre("20060502T090000"));
   EXPECT_THAT(Trace(), IsEmpty());
 }
 
 TEST_F(PolPutExceptions, ThatAreNoDatesAreTold) {
-  auto item = Appointment({"DTSTART:20060501T090000", "RRULE:D1 #5", "EXDATE:someday",
-                           "EXDATE:20060503T090000"});
+  auto item = Appointment(
+      {"DTSTART:20060501T090000", "RRULE:D1 #5", "EXDATE:someday", "EXDATE:20060503T090000"});
   EXPECT_THAT(ExceptionsOf(*item), ElementsAre("20060503T090000"));
-  EXPECT_THAT(Trace(), ElementsAre("OSIF:  Error in date 'someday' - cannot convert from 8601",
-                                   "OSIF:  Could not find Appointment for '' (Exception not made)"));
+  EXPECT_THAT(Trace(),
+              ElementsAre("OSIF:  Error in date 'someday' - cannot convert from 8601",
+                          "OSIF:  Could not find Appointment for '' (Exception not made)"));
 }
 
 TEST_F(PolPutExceptions, OfATaskAreIgnored) {
@@ -299,8 +303,8 @@ TEST_F(PolPutExceptions, OfATaskAreIgnored) {
 }
 
 TEST_F(PolPutExceptions, HoldForAWholeDayEventToo) {
-  auto item = Appointment({"DTSTART;VALUE=DATE:20060501", "DTEND;VALUE=DATE:20060502", "RRULE:D1 #5",
-                           "EXDATE:20060503"});
+  auto item = Appointment({"DTSTART;VALUE=DATE:20060501", "DTEND;VALUE=DATE:20060502",
+                           "RRULE:D1 #5", "EXDATE:20060503"});
   EXPECT_THAT(ExceptionsOf(*item), ElementsAre("20060503T000000"));
   EXPECT_EQ(item->Save(), S_OK);
   EXPECT_THAT(ExceptionsOf(*item), ElementsAre("20060503T000000"));
@@ -482,8 +486,8 @@ TEST_F(PolGetRecurrence, GivesBackTheRulesThatWereReceived) {
       {"YM1 6 #0 MP1 2+ TU", "YM1 6 #0 MP1 2+ TU"},
       {"D1 0900 #0 M15 #3", "D1 #0"}};
   for (const auto& [received, given] : rules) {
-    auto item = Appointment({"DTSTART:20060501T090000", "DTEND:20060501T100000",
-                             "RRULE:" + std::string(received)});
+    auto item = Appointment(
+        {"DTSTART:20060501T090000", "DTEND:20060501T100000", "RRULE:" + std::string(received)});
     EXPECT_EQ(Got(*item).Only("rRule"), given) << received;
   }
 }

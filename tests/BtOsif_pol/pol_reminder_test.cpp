@@ -31,8 +31,8 @@ class AppointmentReminder : public CalendarTest {
   }
   // The minutes that an alarm gives an appointment on 1 June 2006 at noon.
   LONG MinutesOf(const std::string& alarm) {
-    return Minutes(*Appointment(
-        {"DTSTART:20060601T120000", "DTEND:20060601T130000", "DALARM:" + alarm}));
+    return Minutes(
+        *Appointment({"DTSTART:20060601T120000", "DTEND:20060601T130000", "DALARM:" + alarm}));
   }
 };
 
@@ -148,27 +148,25 @@ struct MinutesCase {
 };
 void PrintTo(const MinutesCase& alarm, std::ostream* out) { *out << alarm.alarm; }
 
-class AppointmentAlarm : public AppointmentReminder, public testing::WithParamInterface<MinutesCase> {};
+class AppointmentAlarm : public AppointmentReminder,
+                         public testing::WithParamInterface<MinutesCase> {};
 
 TEST_P(AppointmentAlarm, BecomesMinutesWithoutItsSeconds) {
   EXPECT_EQ(MinutesOf(GetParam().alarm), GetParam().minutes);
   EXPECT_THAT(Trace(), IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Alarms, AppointmentAlarm,
-                         testing::Values(MinutesCase{"20060601T120000", 0},
-                                         MinutesCase{"20060601T115959", 0},
-                                         MinutesCase{"20060601T115900", 1},
-                                         MinutesCase{"20060601T110030", 59},
-                                         MinutesCase{"20060531T120000", 1440},
-                                         MinutesCase{"20060530T103000", 2970},
-                                         MinutesCase{"20060417T120001", 64799},
-                                         MinutesCase{"20060417T120000", 64800},
-                                         MinutesCase{"20060417T115901", 64800}));
+INSTANTIATE_TEST_SUITE_P(
+    Alarms, AppointmentAlarm,
+    testing::Values(MinutesCase{"20060601T120000", 0}, MinutesCase{"20060601T115959", 0},
+                    MinutesCase{"20060601T115900", 1}, MinutesCase{"20060601T110030", 59},
+                    MinutesCase{"20060531T120000", 1440}, MinutesCase{"20060530T103000", 2970},
+                    MinutesCase{"20060417T120001", 64799}, MinutesCase{"20060417T120000", 64800},
+                    MinutesCase{"20060417T115901", 64800}));
 
 TEST_F(AppointmentReminder, MoreThan45DaysBeforeTheStartIsToldAndNotSet) {
-  for (const char* alarm : {"20060417T115900", "20060417T110000", "20060416T120000", "20060401T120000",
-                            "19900101T000000"}) {
+  for (const char* alarm : {"20060417T115900", "20060417T110000", "20060416T120000",
+                            "20060401T120000", "19900101T000000"}) {
     EXPECT_EQ(MinutesOf(alarm), -1) << alarm;
     EXPECT_THAT(Trace(), ElementsAre(kTooEarly));
   }
@@ -204,7 +202,8 @@ TEST_F(AppointmentReminder, WithoutAnAlarmIsSwitchedOff) {
 
 TEST_F(AppointmentReminder, IsTheDisplayAlarmsElseTheAudioAlarms) {
   constexpr const char* kStart = "DTSTART:20060601T120000";
-  EXPECT_EQ(Minutes(*Appointment({kStart, "AALARM:20060601T115000", "DALARM:20060601T113000"})), 30);
+  EXPECT_EQ(Minutes(*Appointment({kStart, "AALARM:20060601T115000", "DALARM:20060601T113000"})),
+            30);
   EXPECT_EQ(Minutes(*Appointment({kStart, "AALARM:20060601T115000"})), 10);
   EXPECT_EQ(Minutes(*Appointment({kStart, "AALARM:20060601T115000", "DALARM:;;3"})), 10);
 }
@@ -217,8 +216,8 @@ TEST_F(AppointmentReminder, AddsTheDialogToItsOptions) {
 }
 
 TEST_F(AppointmentReminder, IsCountedFromTheMidnightOfAWholeDay) {
-  auto item = Appointment({"DTSTART;VALUE=DATE:20060601", "DTEND;VALUE=DATE:20060602",
-                           "DALARM:20060531T180000"});
+  auto item = Appointment(
+      {"DTSTART;VALUE=DATE:20060601", "DTEND;VALUE=DATE:20060602", "DALARM:20060531T180000"});
   EXPECT_EQ(Minutes(*item), 360);
 }
 
@@ -263,7 +262,9 @@ struct AlarmCase {
   const char* alarm;  // in UTC
   LONG minutes;       // as the local clocks show them
 };
-void PrintTo(const AlarmCase& alarm, std::ostream* out) { *out << alarm.zone << " " << alarm.alarm; }
+void PrintTo(const AlarmCase& alarm, std::ostream* out) {
+  *out << alarm.zone << " " << alarm.alarm;
+}
 
 class AlarmOverAChangeOfTheClocks : public AppointmentReminder,
                                     public testing::WithParamInterface<AlarmCase> {};
@@ -279,15 +280,14 @@ TEST_P(AlarmOverAChangeOfTheClocks, IsCountedOnTheLocalClocks) {
 
 INSTANTIATE_TEST_SUITE_P(
     Zones, AlarmOverAChangeOfTheClocks,
-    testing::Values(
-        AlarmCase{"UTC", "20060326T120000", "20060325T120000Z", 1440},
-        AlarmCase{"Europe/Berlin", "20060326T120000", "20060325T110000Z", 1440},
-        AlarmCase{"Europe/Berlin", "20060326T033000", "20060326T003000Z", 120},
-        AlarmCase{"Europe/Berlin", "20061029T120000", "20061028T100000Z", 1440},
-        AlarmCase{"America/New_York", "20060402T120000", "20060401T170000Z", 1440},
-        AlarmCase{"America/New_York", "20061029T120000", "20061028T160000Z", 1440},
-        AlarmCase{"Asia/Kolkata", "20060326T120000", "20060325T063000Z", 1440},
-        AlarmCase{"Australia/Lord_Howe", "20060402T120000", "20060401T010000Z", 1440},
-        AlarmCase{"Australia/Lord_Howe", "20061029T120000", "20061028T013000Z", 1440}));
+    testing::Values(AlarmCase{"UTC", "20060326T120000", "20060325T120000Z", 1440},
+                    AlarmCase{"Europe/Berlin", "20060326T120000", "20060325T110000Z", 1440},
+                    AlarmCase{"Europe/Berlin", "20060326T033000", "20060326T003000Z", 120},
+                    AlarmCase{"Europe/Berlin", "20061029T120000", "20061028T100000Z", 1440},
+                    AlarmCase{"America/New_York", "20060402T120000", "20060401T170000Z", 1440},
+                    AlarmCase{"America/New_York", "20061029T120000", "20061028T160000Z", 1440},
+                    AlarmCase{"Asia/Kolkata", "20060326T120000", "20060325T063000Z", 1440},
+                    AlarmCase{"Australia/Lord_Howe", "20060402T120000", "20060401T010000Z", 1440},
+                    AlarmCase{"Australia/Lord_Howe", "20061029T120000", "20061028T013000Z", 1440}));
 
 }  // namespace
