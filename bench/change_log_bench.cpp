@@ -71,6 +71,22 @@ void OpenUnchangedAndScan(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+// The same for the calendar, whose events have more to compare than a row.
+void OpenUnchangedCalendar(benchmark::State& state) {
+  const FilledDevice& device = bench::DeviceOf(bench::ItemKind::kEvent, state.range(0));
+  const bench::OpenLibrary library(device);
+  const std::u16string folder = bench::Wide(device.sync_folder());
+  OSIF_CL_Open(OSIF_STORE_CAL, folder.c_str());
+  OSIF_CL_Close(OSIF_STORE_CAL);
+  for (auto _ : state) {
+    bench::Require(OSIF_CL_Open(OSIF_STORE_CAL, folder.c_str()) == OSIF_OK,
+                   "the log was not opened");
+  }
+  OSIF_CL_Close(OSIF_STORE_CAL);
+  RemoveLogs(device.sync_folder());
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 // ---- What the database takes -------------------------------------------------------------------------
 
 // A statement of a connection of its own.
@@ -152,5 +168,6 @@ BENCHMARK(FetchRowsById)->Apply(Sizes);
 BENCHMARK(FetchRowsAtOnce)->Apply(Sizes);
 BENCHMARK(OpenUnchangedAndScan)->Apply(Sizes);
 BENCHMARK(OpenFirstAndScan)->Apply(Sizes);
+BENCHMARK(OpenUnchangedCalendar)->Apply(Sizes);
 
 }  // namespace
