@@ -84,8 +84,8 @@ enum {
 /*
  * The room that every buffer for an object id must have, terminator included. Contacts, appointments
  * and tasks have ids of eight lower-case hexadecimal digits; a note's id is its name in the system's
- * code page; a message's id is the message store's entry id in upper-case hexadecimal digits. An id
- * that would be longer is cut.
+ * code page; a message's id is the message store's entry id in upper-case hexadecimal digits. A note's
+ * id that would be longer is cut; a message whose id would be is not handed out.
  */
 #define OSIF_ID_SIZE 513
 

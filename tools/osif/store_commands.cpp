@@ -66,8 +66,13 @@ void ListObject(int32_t store_id, const char* id, Reporter& reporter) {
 void List(int32_t store_id, const Options& options, Reporter& reporter) {
   Session session(options, reporter);
   if (!session.is_open()) return;
-  const OsifResult result =
-      ForEachId(store_id, [&](const char* id) { ListObject(store_id, id, reporter); });
+  uint32_t total = 0;
+  OSIF_GetObjectCount(store_id, &total);
+  size_t listed = 0;
+  const OsifResult result = ForEachId(store_id, [&](const char* id) {
+    ListObject(store_id, id, reporter);
+    reporter.Progress(StoreName(store_id) + ": object", ++listed, total);
+  });
   if (result != OSIF_OK) reporter.Fail(StoreName(store_id), result);
 }
 

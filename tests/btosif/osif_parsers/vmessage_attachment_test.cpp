@@ -11,6 +11,7 @@
 
 #include "btosif/osif_parsers/vmessage_content.h"
 #include "btosif/osif_util/object_record.h"
+#include "tests/support/full_disk.h"
 #include "tests/support/messages.h"
 #include "tests/support/trace_receiver.h"
 
@@ -288,34 +289,13 @@ TEST_F(VMessageAttachment, APathOfMoreThan255CharactersIsOneThatCouldNotBeMade) 
   EXPECT_TRUE(fs::is_empty(folder + "/Temp"));
 }
 
-// No file grows beyond a size while it lives: to the writer this is a full disk.
-class FullDisk {
- public:
-  explicit FullDisk(rlim_t size) {
-    former_action_ = std::signal(SIGXFSZ, SIG_IGN);
-    getrlimit(RLIMIT_FSIZE, &former_);
-    const rlimit limit{size, former_.rlim_max};
-    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-  }
-  ~FullDisk() {
-    setrlimit(RLIMIT_FSIZE, &former_);
-    std::signal(SIGXFSZ, former_action_);
-  }
-  FullDisk(const FullDisk&) = delete;
-  FullDisk& operator=(const FullDisk&) = delete;
-
- private:
-  rlimit former_{};
-  void (*former_action_)(int);
-};
-
 TEST_F(VMessageAttachment, WithAFullFolderForTemporaryFilesTheMessageIsRefusedAndNoFileIsLeft) {
   for (const size_t lines : {size_t{1}, size_t{100'000}}) {
     OsifStream stream =
         support::OpenBytes(Named("a.gif", Repeated("line\r\n", lines)) + Named("b.gif"));
     ReadMessageOutcome outcome;
     {
-      const FullDisk full(0);
+      const support::FullDisk full(0);
       outcome.result = VMessage_ReadFile(stream, support::KeepMessage, &outcome);
     }
     EXPECT_EQ(outcome.result, OsifResult{OSIF_ERR_FILE_OPEN}) << lines;

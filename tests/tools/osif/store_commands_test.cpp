@@ -1,6 +1,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include "tests/support/full_disk.h"
 #include "tests/tools/osif/command_fixture.h"
 
 namespace command_test {
@@ -182,28 +183,6 @@ TEST_F(CommandStore, WhatIsNoFileOfObjectsIsNotWritten) {
             "osif: " + folder_ + ": is a directory: Could not open the file (code 7)\n");
 }
 
-// No file grows beyond a size while it lives, neither here nor in a program that is started meanwhile: to
-// the writer this is a full disk.
-class FullDisk {
- public:
-  explicit FullDisk(rlim_t size) {
-    former_action_ = std::signal(SIGXFSZ, SIG_IGN);
-    getrlimit(RLIMIT_FSIZE, &former_);
-    const rlimit limit{size, former_.rlim_max};
-    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-  }
-  ~FullDisk() {
-    setrlimit(RLIMIT_FSIZE, &former_);
-    std::signal(SIGXFSZ, former_action_);
-  }
-  FullDisk(const FullDisk&) = delete;
-  FullDisk& operator=(const FullDisk&) = delete;
-
- private:
-  rlimit former_{};
-  void (*former_action_)(int);
-};
-
 // Two cards whose texts are longer than any other file that the command writes meanwhile.
 class CommandFullDisk : public CommandStore {
  protected:
@@ -214,7 +193,7 @@ class CommandFullDisk : public CommandStore {
   }
 
   void ExpectCut(const std::vector<std::string>& arguments, size_t room, const char* id) const {
-    const FullDisk full(room);
+    const support::FullDisk full(room);
     const Outcome outcome = Osif(arguments);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err, "osif: " + arguments.back() + ": pb " + id +
@@ -238,7 +217,7 @@ TEST_F(CommandFullDisk, ExportNoticesAnObjectOfWhichNothingWasWritten) {
 }
 
 TEST_F(CommandFullDisk, ADiskWithRoomForAllIsNoHindrance) {
-  const FullDisk almost_full(2 * size_of_one_ + 100);
+  const support::FullDisk almost_full(2 * size_of_one_ + 100);
   EXPECT_EQ(Osif({"export", "pb", "-o", Path("all.vcf")}).status, 0);
 }
 
