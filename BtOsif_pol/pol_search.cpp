@@ -15,6 +15,7 @@
 #include "config/trace.h"
 #include "mapi/mapi_mail.h"
 #include "mapi/mapi_session.h"
+#include "platform/api/system_time.h"
 
 namespace {
 
@@ -140,13 +141,17 @@ NameParts NameOf(PropertyValue* name) {
   return parts;
 }
 
+WideText Comparison(WideView property, WideView value) {
+  return WideText(property).append(u"=\"").append(value).append(u"\"");
+}
+
 WideText NameRestriction(const NameParts& name) {
   WideText restriction;
   for (const NameTerm& term : kNameTerms) {
     const WideText& part = name[term.component];
     if (part.empty()) continue;
     if (!restriction.empty()) restriction += u" AND ";
-    restriction.append(term.property).append(u"=\"").append(part).append(u"\"");
+    restriction.append(Comparison(term.property, part));
   }
   return restriction;
 }
@@ -213,39 +218,61 @@ bool FitsRestriction(const WideText& text) {
   return true;
 }
 
-// The answer that visiting the items in order gives, by way of the store's index of subjects.
-template <typename Item, typename IsMatch>
-std::optional<LONG> FindBySubject(IPOutlookItemCollection& items, const WideText& subject,
-                                  IsMatch is_match) {
-  const auto is_exact_match = [&](Item& item) {
-    return pol_GetText(item, &Item::get_Subject).view() == subject && is_match(item);
+// A date as the store reads it in a restriction; empty when it cannot be written.
+WideText DateForRestriction(DATE date) {
+  constexpr int kRoom = 80;
+  SYSTEMTIME time = {};
+  WCHAR day[kRoom] = u"";
+  WCHAR time_of_day[kRoom] = u"";
+  if (!DateToSystemTime(date, &time) ||
+      GetDateFormatW(LOCALE_USER_DEFAULT, DATE_SHORTDATE, &time, nullptr, day, kRoom) == 0 ||
+      GetTimeFormatW(LOCALE_USER_DEFAULT, TIME_FORCE24HOURFORMAT, &time, nullptr, time_of_day,
+                     kRoom) == 0) {
+    return {};
+  }
+  return WideText(day).append(u" ").append(time_of_day);
+}
+
+// The answers of the next two are those that visiting the items in order gives. The store's indexes spare the
+// visits: a calendar can have thousands of items of one subject, and as many at one time.
+
+// By the start and a text that is compared exactly; the text is no part of the search where it has none.
+std::optional<LONG> FindByStartAndText(IPOutlookItemCollection& items, DATE start,
+                                       WideView property, HRESULT (IAppointment::*get_text)(BSTR*),
+                                       const WideText& text) {
+  const auto is_match = [&](IAppointment& appointment) {
+    return pol_Get(appointment, &IAppointment::get_Start, kNoDate) == start &&
+           pol_GetText(appointment, get_text).view() == text;
   };
-  if (!FitsRestriction(subject)) return VisitAll<Item>(items, is_exact_match);
-  return FindFirst<Item>(items, u"[Subject]=\"" + subject + u"\"", is_exact_match);
+  const WideText date = DateForRestriction(start);
+  if (date.empty()) return VisitAll<IAppointment>(items, is_match);
+  WideText restriction = Comparison(u"[Start]", date);
+  if (!text.empty() && FitsRestriction(text)) {
+    restriction.append(u" AND ").append(Comparison(property, text));
+  }
+  return FindFirst<IAppointment>(items, restriction, is_match);
 }
 
 std::optional<LONG> FindEvent(OsifCalendar& record) {
   const auto items = pol_ItemsOf(*pol_Application(), olFolderCalendar);
   if (!items) return std::nullopt;
   const DATE start = pol_DateOf(record.dtStart);
-  const auto starts_then = [&](IAppointment& appointment) {
-    return pol_Get(appointment, &IAppointment::get_Start, kNoDate) == start;
-  };
   if (const WideText summary = DecodedText(record.summary, 0); !summary.empty()) {
-    return FindBySubject<IAppointment>(*items, summary, starts_then);
+    return FindByStartAndText(*items, start, u"[Subject]", &IAppointment::get_Subject, summary);
   }
-  const WideText body = DecodedText(record.description, 0);
-  return VisitAll<IAppointment>(*items, [&](IAppointment& appointment) {
-    return starts_then(appointment) &&
-           pol_GetText(appointment, &IAppointment::get_Body).view() == body;
-  });
+  return FindByStartAndText(*items, start, u"[Body]", &IAppointment::get_Body,
+                            DecodedText(record.description, 0));
 }
 
 std::optional<LONG> FindTask(OsifCalendar& record) {
   const auto items = pol_ItemsOf(*pol_Application(), olFolderTasks);
   const WideText summary = DecodedText(record.summary, 0);
   if (!items || summary.empty()) return std::nullopt;
-  return FindBySubject<ITask>(*items, summary, [](ITask&) { return true; });
+  const auto is_match = [&](ITask& task) {
+    return pol_GetText(task, &ITask::get_Subject).view() == summary;
+  };
+  if (!FitsRestriction(summary)) return VisitAll<ITask>(*items, is_match);
+  return FindFirst<ITask>(*items, Comparison(u"[Subject]", summary), is_match);
 }
 
 // ---- By store ---------------------------------------------------------------------------------------

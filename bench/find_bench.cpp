@@ -98,6 +98,12 @@ void Receive(benchmark::State& state, ItemKind kind) {
 
 void ReceiveContacts(benchmark::State& state) { Receive(state, ItemKind::kContact); }
 void ReceiveEvents(benchmark::State& state) { Receive(state, ItemKind::kEvent); }
+void ReceiveEventsOfOneSubject(benchmark::State& state) {
+  Receive(state, ItemKind::kEventOfOneSubject);
+}
+void ReceiveEventsWithoutSubject(benchmark::State& state) {
+  Receive(state, ItemKind::kEventWithoutSubject);
+}
 void ReceiveMessages(benchmark::State& state) { Receive(state, ItemKind::kMessage); }
 
 void Sizes(benchmark::internal::Benchmark* bench) {
@@ -114,6 +120,8 @@ BENCHMARK(FindMessageByTimeAndSubject)->Apply(Sizes);
 BENCHMARK(FindUnknownMessage)->Apply(Sizes);
 BENCHMARK(ReceiveContacts)->Arg(50)->Arg(500)->Arg(5000)->Unit(benchmark::kMillisecond);
 BENCHMARK(ReceiveEvents)->Arg(50)->Arg(500)->Arg(5000)->Unit(benchmark::kMillisecond);
+BENCHMARK(ReceiveEventsOfOneSubject)->Arg(50)->Arg(500)->Arg(5000)->Unit(benchmark::kMillisecond);
+BENCHMARK(ReceiveEventsWithoutSubject)->Arg(50)->Arg(500)->Arg(5000)->Unit(benchmark::kMillisecond);
 BENCHMARK(ReceiveMessages)->Arg(50)->Arg(500)->Arg(5000)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -15,7 +15,7 @@
 
 namespace bench {
 
-enum class ItemKind { kContact, kEvent, kTask, kMessage };
+enum class ItemKind { kContact, kEvent, kEventOfOneSubject, kEventWithoutSubject, kTask, kMessage };
 
 inline int32_t StoreOf(ItemKind kind) {
   switch (kind) {
@@ -34,6 +34,10 @@ inline std::string ItemText(ItemKind kind, int number, int count) {
       return Card(number, count);
     case ItemKind::kEvent:
       return Event(number);
+    case ItemKind::kEventOfOneSubject:
+      return EventOfOneSubject(number);
+    case ItemKind::kEventWithoutSubject:
+      return EventWithoutSubject(number);
     case ItemKind::kTask:
       return Task(number);
     case ItemKind::kMessage:

@@ -51,16 +51,26 @@ inline std::string StartOf(int number) {
   return text;
 }
 
-inline std::string Event(int number) {
+// `summary` is the whole line.
+inline std::string EventOf(std::string_view summary, int number) {
   const std::string start = StartOf(number);
-  return Joined({"BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VEVENT\r\n",
-                 Numbered("SUMMARY:Watch %d\r\n", number), "DTSTART:", start,
+  return Joined({"BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VEVENT\r\n", summary, "DTSTART:", start,
                  "\r\nDTEND:", std::string_view(start).substr(0, 11), "4500\r\n",
                  "LOCATION:Pilot station\r\nCATEGORIES:MEETING\r\n"
                  "DESCRIPTION;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:=C3=9Cbergabe=0D=0A=\r\n"
                  "an die Nacht\r\nPRIORITY:1\r\nCLASS:PUBLIC\r\nDALARM:",
                  start, ";;;Soon\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n"});
 }
+
+inline std::string Event(int number) {
+  return EventOf(Numbered("SUMMARY:Watch %d\r\n", number), number);
+}
+
+// Events that a search by their subject does not tell apart.
+inline std::string EventOfOneSubject(int number) { return EventOf("SUMMARY:Watch\r\n", number); }
+
+// Events that have no subject at all.
+inline std::string EventWithoutSubject(int number) { return EventOf("", number); }
 
 inline std::string Task(int number) {
   return Joined({"BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VTODO\r\n",

@@ -29,4 +29,17 @@ BOOL LocalFileTimeToFileTime(const FILETIME* local, FILETIME* utc);
 // -1, 0 or 1: the first time is earlier, the same, later.
 LONG CompareFileTime(const FILETIME* first, const FILETIME* second);
 
+inline constexpr LCID LOCALE_USER_DEFAULT = 0x0400;
+inline constexpr DWORD DATE_SHORTDATE = 1;
+inline constexpr DWORD TIME_FORCE24HOURFORMAT = 8;
+
+// A date and a time of day as the user's locale writes them: the text that the PIM store understands in the
+// restriction of a search. The posix system has one locale, "05/10/1961" and "20:30:00". With those flags and
+// no format only. Return the length, terminator included; with a `room` of 0 nothing is written. 0 is failure:
+// ERROR_INVALID_FLAGS, ERROR_INVALID_PARAMETER, ERROR_INSUFFICIENT_BUFFER.
+int GetDateFormatW(LCID locale, DWORD flags, const SYSTEMTIME* date, LPCWSTR format, LPWSTR text,
+                   int room);
+int GetTimeFormatW(LCID locale, DWORD flags, const SYSTEMTIME* time, LPCWSTR format, LPWSTR text,
+                   int room);
+
 #endif

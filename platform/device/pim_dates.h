@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <optional>
+#include <string_view>
 
 #include "platform/api/win_types.h"
 
@@ -46,5 +48,9 @@ inline DATE SameTimeOn(int32_t day, DATE date) {
 
 // The present local time.
 DATE LocalNow();
+
+// A date as the locale writes it, month first, with or without a time of day of 24 hours: "05/10/1961",
+// "05/10/1961 20:30", "05/10/1961 20:30:15". Nothing when it is anything else or no date that there is.
+std::optional<DATE> ReadDateText(std::u16string_view text);
 
 }  // namespace device

@@ -65,6 +65,7 @@ class ConditionWriter {
       case PimPropertyKind::kCategories:
         return WriteMembership(row->column, comparison.comparison_operator, *text);
       case PimPropertyKind::kDate:
+        return WriteDate(row->column, comparison.comparison_operator, *text);
       case PimPropertyKind::kNumber:
       case PimPropertyKind::kFlag:
         break;
@@ -75,6 +76,12 @@ class ConditionWriter {
   bool WriteNumber(std::string_view column, const Comparison& comparison) {
     const std::optional<int64_t> number = NumberIn(comparison.value);
     return number && WriteOperator(column, comparison.comparison_operator, "?", *number);
+  }
+
+  bool WriteDate(std::string_view column, ComparisonOperator comparison_operator,
+                 std::u16string_view text) {
+    const std::optional<DATE> date = ReadDateText(text);
+    return date && WriteOperator(column, comparison_operator, "?", *date);
   }
 
   template <typename Value>
@@ -112,15 +119,18 @@ struct FinalizeStatement {
   void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
 };
 
+template <typename Number>
+void BindValue(Statement& statement, int index, Number value) {
+  statement.Bind(index, value);
+}
+void BindValue(Statement& statement, int index, const std::u16string& value) {
+  statement.Bind(index, std::u16string_view(value));
+}
+
 void BindValues(Statement& statement, const PimCondition& condition) {
   for (size_t i = 0; i < condition.values.size(); ++i) {
     const int index = static_cast<int>(i) + 1;
-    const auto& value = condition.values[i];
-    if (const auto* number = std::get_if<int64_t>(&value)) {
-      statement.Bind(index, *number);
-    } else {
-      statement.Bind(index, std::u16string_view(std::get<std::u16string>(value)));
-    }
+    std::visit([&](const auto& value) { BindValue(statement, index, value); }, condition.values[i]);
   }
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/device/database.h"
+#include "platform/device/pim_dates.h"
 #include "platform/device/pim_restriction.h"
 #include "platform/device/pim_table.h"
 
@@ -17,14 +18,14 @@ namespace device {
 // A restriction as an SQL condition; every value is a parameter, numbered from 1 in order.
 struct PimCondition {
   std::string sql;
-  std::vector<std::variant<int64_t, std::u16string>> values;
+  std::vector<std::variant<int64_t, DATE, std::u16string>> values;
   std::vector<std::string_view> columns;  // those that are compared, in order
 };
 
 // Nothing when the restriction names a property that the table has not, or compares one with a
 // value or by an operator that it does not take: texts take texts and every operator, categories
-// "=" and "<>", numbers and "Oid" numbers (also in quotation marks); dates and flags cannot be
-// searched for.
+// "=" and "<>", numbers and "Oid" numbers (also in quotation marks), dates texts that ReadDateText
+// understands; flags cannot be searched for.
 std::optional<PimCondition> MakeCondition(const PimTable& table, const Restriction& restriction);
 
 // The condition with another one: that an item has no value in those of the table's name columns that

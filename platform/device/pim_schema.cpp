@@ -44,8 +44,12 @@ INSERT INTO sqlite_stat1(tbl, idx, stat) VALUES
 ANALYZE sqlite_schema;
 )";
 
+// Appointments are searched for by their start and their subject, or, without one, their body. Of one
+// subject, or at one time, there can be any number.
 constexpr char kCalendarIndexes[] = R"(
-CREATE INDEX pim_appointments_by_subject ON pim_appointments(subject) WHERE subject IS NOT NULL;
+CREATE INDEX pim_appointments_by_subject ON pim_appointments(subject, start_date)
+  WHERE subject IS NOT NULL;
+CREATE INDEX pim_appointments_by_start ON pim_appointments(start_date, body);
 CREATE INDEX pim_tasks_by_subject ON pim_tasks(subject) WHERE subject IS NOT NULL;
 )";
 

@@ -5,8 +5,12 @@
 
 #include <time.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
+#include <cstdio>
 #include <optional>
+#include <string_view>
 
 namespace {
 
@@ -20,9 +24,25 @@ constexpr sys_days kEpoch{std::chrono::year{1601} / 1 / 1};
 constexpr int64_t kUnixEpoch = (sys_days{} - kEpoch).count() * kSecondsPerDay;  // 1970, from 1601
 constexpr uint64_t kLastTick = 0x7FFFFFFFFFFFFFFFu;
 
-BOOL Refuse() {
-  SetLastError(static_cast<DWORD>(ERROR_INVALID_PARAMETER));
-  return FALSE;
+int RefuseWith(DWORD error) {
+  SetLastError(error);
+  return 0;
+}
+
+BOOL Refuse() { return RefuseWith(static_cast<DWORD>(ERROR_INVALID_PARAMETER)); }
+
+std::chrono::year_month_day DateOf(const SYSTEMTIME& calendar) {
+  return {std::chrono::year{calendar.wYear}, std::chrono::month{calendar.wMonth},
+          std::chrono::day{calendar.wDay}};
+}
+
+bool IsCalendarDate(const SYSTEMTIME& calendar) {
+  return calendar.wYear <= 30827 && DateOf(calendar).ok();
+}
+
+bool IsTimeOfDay(const SYSTEMTIME& calendar) {
+  return calendar.wHour < 24 && calendar.wMinute < 60 && calendar.wSecond < 60 &&
+         calendar.wMilliseconds < 1000;
 }
 
 uint64_t Ticks(const FILETIME& time) {
@@ -69,6 +89,31 @@ std::optional<int64_t> OffsetOfLocal(int64_t local_seconds) {
   return before;
 }
 
+int GiveText(std::string_view ascii, LPWSTR text, int room) {
+  const int length = static_cast<int>(ascii.size()) + 1;
+  if (room == 0) return length;
+  if (room < length) return RefuseWith(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
+  *std::copy(ascii.begin(), ascii.end(), text) = u'\0';
+  return length;
+}
+
+// The three numbers of a date or a time, two digits each and the last as many as `format` says.
+int FormatNumbers(const char* format, const std::array<WORD, 3>& numbers, LPWSTR text, int room) {
+  char formatted[32];
+  const int length = std::snprintf(formatted, sizeof formatted, format, unsigned{numbers[0]},
+                                   unsigned{numbers[1]}, unsigned{numbers[2]});
+  return GiveText({formatted, static_cast<size_t>(length)}, text, room);
+}
+
+// What GetDateFormatW and GetTimeFormatW have in common to refuse. 0 when there is nothing.
+DWORD FormatError(LCID locale, bool is_flag_known, const SYSTEMTIME* time, LPCWSTR format,
+                  LPCWSTR text, int room) {
+  if (!is_flag_known) return static_cast<DWORD>(ERROR_INVALID_FLAGS);
+  const bool has_place = room == 0 || (room > 0 && text != nullptr);
+  if (locale == LOCALE_USER_DEFAULT && time != nullptr && format == nullptr && has_place) return 0;
+  return static_cast<DWORD>(ERROR_INVALID_PARAMETER);
+}
+
 int64_t UnixSeconds(uint64_t ticks) {
   return static_cast<int64_t>(ticks) / kTicksPerSecond - kUnixEpoch;
 }
@@ -89,14 +134,9 @@ void GetSystemTime(SYSTEMTIME* time) {
 
 BOOL SystemTimeToFileTime(const SYSTEMTIME* calendar, FILETIME* time) {
   if (calendar == nullptr || time == nullptr) return Refuse();
-  const std::chrono::year_month_day date{std::chrono::year{calendar->wYear},
-                                         std::chrono::month{calendar->wMonth},
-                                         std::chrono::day{calendar->wDay}};
-  const bool is_date = calendar->wYear >= 1601 && calendar->wYear <= 30827 && date.ok();
-  const bool is_time = calendar->wHour < 24 && calendar->wMinute < 60 && calendar->wSecond < 60 &&
-                       calendar->wMilliseconds < 1000;
-  if (!is_date || !is_time) return Refuse();
-  const int64_t seconds = (sys_days{date} - kEpoch).count() * kSecondsPerDay +
+  const bool is_date = calendar->wYear >= 1601 && IsCalendarDate(*calendar);
+  if (!is_date || !IsTimeOfDay(*calendar)) return Refuse();
+  const int64_t seconds = (sys_days{DateOf(*calendar)} - kEpoch).count() * kSecondsPerDay +
                           calendar->wHour * 3600 + calendar->wMinute * 60 + calendar->wSecond;
   return Store(seconds * kTicksPerSecond + calendar->wMilliseconds * kTicksPerMillisecond, time)
              ? TRUE
@@ -151,4 +191,20 @@ LONG CompareFileTime(const FILETIME* first, const FILETIME* second) {
   const uint64_t left = Ticks(*first);
   const uint64_t right = Ticks(*second);
   return left < right ? -1 : left > right ? 1 : 0;
+}
+
+int GetDateFormatW(LCID locale, DWORD flags, const SYSTEMTIME* date, LPCWSTR format, LPWSTR text,
+                   int room) {
+  DWORD error = FormatError(locale, flags == DATE_SHORTDATE, date, format, text, room);
+  if (error == 0 && !IsCalendarDate(*date)) error = static_cast<DWORD>(ERROR_INVALID_PARAMETER);
+  if (error != 0) return RefuseWith(error);
+  return FormatNumbers("%02u/%02u/%04u", {date->wMonth, date->wDay, date->wYear}, text, room);
+}
+
+int GetTimeFormatW(LCID locale, DWORD flags, const SYSTEMTIME* time, LPCWSTR format, LPWSTR text,
+                   int room) {
+  DWORD error = FormatError(locale, flags == TIME_FORCE24HOURFORMAT, time, format, text, room);
+  if (error == 0 && !IsTimeOfDay(*time)) error = static_cast<DWORD>(ERROR_INVALID_PARAMETER);
+  if (error != 0) return RefuseWith(error);
+  return FormatNumbers("%02u:%02u:%02u", {time->wHour, time->wMinute, time->wSecond}, text, room);
 }

@@ -634,6 +634,51 @@ TEST_F(PolFindItem, GoesByTheDescriptionOfAnEventWhoseSummaryDecodesToNothing) {
             event);
 }
 
+TEST_F(PolFindItem, TellsEventsOfOneSubjectApartByTheirStart) {
+  const std::string nine = AddItem(EventRecord({"SUMMARY:Tea", "DTSTART:20060501T090000"}));
+  const std::string ten = AddItem(EventRecord({"SUMMARY:Tea", "DTSTART:20060501T100000"}));
+  AddItem(EventRecord({"SUMMARY:TEA", "DTSTART:20060501T110000"}));
+  const std::string eleven = AddItem(EventRecord({"SUMMARY:Tea", "DTSTART:20060501T110000"}));
+  AddItem(EventRecord({"SUMMARY:Tea", "DTSTART:20060501T110000"}));
+  EXPECT_EQ(FindItem(EventRecord({"SUMMARY:Tea", "DTSTART:20060501T100000"})), ten);
+  EXPECT_EQ(FindItem(EventRecord({"SUMMARY:Tea", "DTSTART:20060501T090000"})), nine);
+  EXPECT_EQ(FindItem(EventRecord({"SUMMARY:Tea", "DTSTART:20060501T110000"})), eleven);
+  EXPECT_EQ(FindItem(EventRecord({"SUMMARY:Tea", "DTSTART:20060501T100001"})), "");
+  EXPECT_EQ(FindItem(EventRecord({"SUMMARY:tea", "DTSTART:20060501T100000"})), "");
+}
+
+TEST_F(PolFindItem, FindsAnEventWhoseSummaryReadsAsMoreOfTheQuestion) {
+  const char* summary = "SUMMARY:Tea\" AND [Location]=\"Hall";
+  AddItem(EventRecord({"SUMMARY:Tea", "DTSTART:20060501T090000"}));
+  const std::string id = AddItem(EventRecord({summary, "DTSTART:20060501T090000"}));
+  EXPECT_EQ(FindItem(EventRecord({summary, "DTSTART:20060501T090000"})), id);
+  EXPECT_EQ(FindItem(EventRecord({summary, "DTSTART:20060501T093000"})), "");
+}
+
+TEST_F(PolFindItem, FindsAnEventWithoutASummaryByItsDescription) {
+  const std::string one = AddItem(EventRecord({"DESCRIPTION:one", "DTSTART:20060501T090000"}));
+  const std::string two = AddItem(EventRecord({"DESCRIPTION:two", "DTSTART:20060501T090000"}));
+  const std::string none = AddItem(EventRecord({"LOCATION:Hall", "DTSTART:20060501T090000"}));
+  EXPECT_EQ(FindItem(EventRecord({"DESCRIPTION:one", "DTSTART:20060501T090000"})), one);
+  EXPECT_EQ(FindItem(EventRecord({"DESCRIPTION:two", "DTSTART:20060501T090000"})), two);
+  EXPECT_EQ(FindItem(EventRecord({"DTSTART:20060501T090000"})), none);
+  EXPECT_EQ(FindItem(EventRecord({"DESCRIPTION:Two", "DTSTART:20060501T090000"})), "");
+  EXPECT_EQ(FindItem(EventRecord({"DESCRIPTION:two", "DTSTART:20060501T100000"})), "");
+}
+
+TEST_F(PolFindItem, FindsAllDayEventsByTheirDay) {
+  const std::string day =
+      AddItem(EventRecord({"SUMMARY:Fair", "DTSTART:20060501T000000", "DTEND:20060501T235959"}));
+  EXPECT_EQ(FindItem(EventRecord({"SUMMARY:Fair", "DTSTART:20060501T000000"})), day);
+  EXPECT_EQ(FindItem(EventRecord({"SUMMARY:Fair", "DTSTART:20060502T000000"})), "");
+}
+
+TEST_F(PolFindItem, FindsNoEventForAStartThatIsNoDate) {
+  AddItem(EventRecord({"SUMMARY:Tea", "DTSTART:20060501T090000"}));
+  EXPECT_EQ(FindItem(EventRecord({"SUMMARY:Tea", "DTSTART:soon"})), "");
+  EXPECT_EQ(FindItem(EventRecord({"SUMMARY:Tea"})), "");
+}
+
 TEST_F(PolFindItem, NeverFindsATodoWhoseSummaryDecodesToNothing) {
   AddItem(TodoRecord({"SUMMARY:Pay"}));
   AddItem(TodoRecord({"DESCRIPTION:d"}));

@@ -164,6 +164,12 @@ class PimCalendarItems : public PimCalendarTest {
     EXPECT_EQ(appointment->Save(), S_OK);
     return Oid(*appointment);
   }
+  LONG SaveAppointment(std::u16string_view subject, DATE start) {
+    ComPtr<IAppointment> appointment = NewAppointment(start, start);
+    EXPECT_EQ(Put(*appointment, &IAppointment::put_Subject, subject), S_OK);
+    EXPECT_EQ(appointment->Save(), S_OK);
+    return Oid(*appointment);
+  }
   LONG SaveTask(std::u16string_view subject, LONG importance = olImportanceNormal) {
     ComPtr<ITask> task = NewTask();
     EXPECT_EQ(Put(*task, &ITask::put_Subject, subject), S_OK);
@@ -226,24 +232,114 @@ TEST_F(PimCalendarItems, AreFoundByTheirNumbers) {
   EXPECT_EQ(FindTasks(u"[Importance] > 2"), Oids{});
 }
 
-TEST_F(PimCalendarItems, AreNotFoundByDatesAndFlags) {
+TEST_F(PimCalendarItems, AreNotFoundByFlags) {
   IDispatch* item = nullptr;
   for (const char16_t* restriction :
-       {u"[StartDate] = \"2026-05-01\"", u"[StartDate] = 1", u"[Complete] = 1",
-        u"[Importance] = \"high\"", u"[LastName] = \"Lee\""}) {
+       {u"[Complete] = 1", u"[Importance] = \"high\"", u"[LastName] = \"Lee\""}) {
     EXPECT_EQ(Items(olFolderTasks)->Find(Bstr(restriction).get(), &item), E_INVALIDARG);
   }
+}
+
+TEST_F(PimCalendarItems, AreFoundByTheirDatesToTheSecond) {
+  const LONG before = SaveAppointment(u"a", Time(1899, 12, 29, 6, 0));
+  const LONG day = SaveAppointment(u"b", Day(1961, 5, 10));
+  const LONG evening = SaveAppointment(u"c", Time(1961, 5, 10, 20, 30));
+  const LONG later = SaveAppointment(u"d", Time(1961, 5, 10, 20, 30, 15));
+  const auto find = [this](std::u16string_view restriction) {
+    return FindAll<IAppointment>(*Items(olFolderCalendar), restriction);
+  };
+  EXPECT_EQ(find(u"[Start] = \"12/29/1899 06:00\""), Oids{before});
+  EXPECT_EQ(find(u"[Start] = \"05/10/1961\""), Oids{day});
+  EXPECT_EQ(find(u"[Start] = \"05/10/1961 00:00:00\""), Oids{day});
+  EXPECT_EQ(find(u"[Start] = \"05/10/1961 20:30\""), Oids{evening});
+  EXPECT_EQ(find(u"[Start] = \"05/10/1961 20:30:15\""), Oids{later});
+  EXPECT_EQ(find(u"[Start] <> \"05/10/1961 20:30:15\""), (Oids{before, day, evening}));
+  EXPECT_EQ(find(u"[Start] < \"05/10/1961 20:30\""), (Oids{before, day}));
+  EXPECT_EQ(find(u"[Start] >= \"05/10/1961 20:30\" AND [Subject] = \"D\""), Oids{later});
+  EXPECT_EQ(find(u"[Start] > \"12/31/9999 23:59:59\""), Oids{});
+}
+
+TEST_F(PimCalendarItems, AreFoundByEverySecondOfADay) {
+  const auto items = [this] { return Items(olFolderCalendar); };
+  for (int second = 0; second < 86400; second += 617) {
+    for (const int day : {-1, 0, 38717}) {
+      const DATE time = second / 86400.0;
+      const LONG oid = SaveAppointment(u"x", day < 0 ? day - time : day + time);
+      char text[64];
+      std::snprintf(text, sizeof text, "[Start] = \"%s %02d:%02d:%02d\"",
+                    day == -1  ? "12/29/1899"
+                    : day == 0 ? "12/30/1899"
+                               : "12/31/2005",
+                    second / 3600, second / 60 % 60, second % 60);
+      const std::string_view restriction(text);
+      EXPECT_EQ(
+          FindAll<IAppointment>(*items(), std::u16string(restriction.begin(), restriction.end())),
+          Oids{oid})
+          << restriction;
+    }
+  }
+}
+
+TEST_F(PimCalendarItems, HaveDatesOfTheStoresOwnFormOnly) {
+  SaveTask(u"Pay");
+  IDispatch* item = nullptr;
+  for (const char16_t* date : {u"\"2026-05-01\"",
+                               u"1",
+                               u"\"\"",
+                               u"\"5/1/2026\"",
+                               u"\"05/01/26\"",
+                               u"\"05-01-2026\"",
+                               u"\"05/01/2026 \"",
+                               u"\"05/01/2026 9:00\"",
+                               u"\"05/01/2026 09\"",
+                               u"\"05/01/2026 09:\"",
+                               u"\"05/01/2026 09:00:\"",
+                               u"\"05/01/2026 09:00:00x\"",
+                               u"\"05/01/2026T09:00\"",
+                               u"\"05/01/2026 24:00\"",
+                               u"\"05/01/2026 23:60\"",
+                               u"\"05/01/2026 23:59:60\"",
+                               u"\"05/01/2026 -1:00\"",
+                               u"\"13/01/2026\"",
+                               u"\"00/01/2026\"",
+                               u"\"02/29/2026\"",
+                               u"\"05/00/2026\"",
+                               u"\"05/32/2026\"",
+                               u"\"12/31/0099\"",
+                               u"\"05/01/-026\"",
+                               u"\"05/01/20260\""}) {
+    const std::u16string restriction = std::u16string(u"[StartDate] = ").append(date);
+    EXPECT_EQ(Items(olFolderTasks)->Find(Bstr(restriction).get(), &item), E_INVALIDARG)
+        << std::string(restriction.begin(), restriction.end());
+  }
+  EXPECT_EQ(FindTasks(u"[StartDate] = \"01/01/0100\""), Oids{}) << "the first day that there is";
+  EXPECT_EQ(FindTasks(u"[StartDate] = \"02/29/2028 23:59:59\""), Oids{});
+}
+
+std::string PlanOf(const char* table, const char* condition) {
+  auto plan = device::OpenDatabase()->Prepare(std::string("EXPLAIN QUERY PLAN SELECT oid FROM ")
+                                                  .append(table)
+                                                  .append(" WHERE ")
+                                                  .append(condition));
+  return plan.Step() == SQLITE_ROW ? std::string(plan.Bytes(3)) : std::string();
+}
+
+TEST_F(PimCalendarItems, AreFoundByAnIndexOfTheStartWithTheSubjectOrTheBody) {
+  application();
+  EXPECT_NE(PlanOf("pim_appointments", "(start_date = ? AND subject = ?)")
+                .find("(subject=? AND start_date=?)"),
+            std::string::npos);
+  EXPECT_NE(
+      PlanOf("pim_appointments", "(start_date = ? AND body = ?)").find("(start_date=? AND body=?)"),
+      std::string::npos);
+  EXPECT_NE(PlanOf("pim_appointments", "start_date = ?").find("(start_date=?)"), std::string::npos);
 }
 
 TEST_F(PimCalendarItems, AreFoundByAnIndexOfTheSubject) {
   application();
   for (const char* table : {"pim_appointments", "pim_tasks"}) {
-    const std::string query =
-        "EXPLAIN QUERY PLAN SELECT oid FROM " + std::string(table) + " WHERE subject = ?";
-    auto plan = device::OpenDatabase()->Prepare(query);
-    ASSERT_EQ(plan.Step(), SQLITE_ROW);
-    EXPECT_NE(plan.Bytes(3).find(std::string(table) + "_by_subject"), std::string_view::npos)
-        << plan.Bytes(3);
+    const std::string plan = PlanOf(table, "subject = ?");
+    EXPECT_NE(plan.find(std::string(table) + "_by_subject"), std::string::npos) << plan;
   }
 }
 

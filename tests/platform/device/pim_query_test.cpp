@@ -208,7 +208,7 @@ TEST_F(PimFind, NeverRunsTextAsSql) {
 TEST_F(PimFind, RefusesPropertiesAndValuesThatDoNotFit) {
   for (std::u16string_view restriction :
        {u"[Nothing]=\"x\"", u"[last_name]=\"x\"", u"[LastName =\"x\"", u"[LastName]=5",
-        u"[Oid]=\"x\"", u"[Oid]=\"1 OR 1=1\"", u"[Birthday]=\"01/01/1980\"", u"[Birthday]=29221",
+        u"[Oid]=\"x\"", u"[Oid]=\"1 OR 1=1\"", u"[Birthday]=\"1 Jan 1980\"", u"[Birthday]=29221",
         u"[Categories]<\"x\"", u"[LastName]=\"x\" AND [Nothing]=\"x\"",
         u"[LastName) OR 1=1 --]=\"x\"", u""}) {
     ExpectRefused(restriction);

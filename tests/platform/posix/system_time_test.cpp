@@ -5,6 +5,8 @@
 #include <ctime>
 #include <ostream>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "tests/support/temp_device.h"
 
@@ -266,6 +268,76 @@ TEST(LocalTimes, EveryQuarterOfAnHourOfAYearLeadsBack) {
     }
     EXPECT_EQ(differing, zone.second_readings) << zone.name;
   }
+}
+
+// ---- Dates and times as text ------------------------------------------------------------------------
+
+using Format = int (*)(LCID, DWORD, const SYSTEMTIME*, LPCWSTR, LPWSTR, int);
+
+std::u16string Formatted(Format format, DWORD flags, const SYSTEMTIME& time) {
+  WCHAR text[32] = u"?";
+  const int length = format(LOCALE_USER_DEFAULT, flags, &time, nullptr, text, 32);
+  EXPECT_EQ(length, static_cast<int>(std::u16string_view(text).size()) + 1);
+  return text;
+}
+std::u16string DateText(const std::string& calendar) {
+  return Formatted(GetDateFormatW, DATE_SHORTDATE, Calendar(calendar));
+}
+std::u16string TimeText(const std::string& calendar) {
+  return Formatted(GetTimeFormatW, TIME_FORCE24HOURFORMAT, Calendar(calendar));
+}
+
+TEST(DateText, HasTheMonthFirst) {
+  EXPECT_EQ(DateText("1961-05-10T20:30:05"), u"05/10/1961");
+  EXPECT_EQ(DateText("9999-12-31T00:00:00"), u"12/31/9999");
+  EXPECT_EQ(DateText("0100-01-01T00:00:00"), u"01/01/0100");
+}
+
+TEST(DateText, HasTwentyFourHoursAndSeconds) {
+  EXPECT_EQ(TimeText("1961-05-10T20:30:05"), u"20:30:05");
+  EXPECT_EQ(TimeText("1961-05-10T00:00:00"), u"00:00:00");
+  EXPECT_EQ(TimeText("1961-05-10T23:59:59"), u"23:59:59");
+}
+
+TEST(DateText, TellsTheRoomThatItNeedsAndKeepsToWhatIsThere) {
+  const SYSTEMTIME time = Calendar("1961-05-10T20:30:05");
+  WCHAR text[12] = u"###########";
+  const auto date = [&](int room) {
+    return GetDateFormatW(LOCALE_USER_DEFAULT, DATE_SHORTDATE, &time, nullptr, text, room);
+  };
+  EXPECT_EQ(GetDateFormatW(LOCALE_USER_DEFAULT, DATE_SHORTDATE, &time, nullptr, nullptr, 0), 11);
+  EXPECT_EQ(date(10), 0);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
+  EXPECT_EQ(std::u16string(text), u"###########");
+  EXPECT_EQ(date(11), 11);
+  EXPECT_EQ(std::u16string(text), u"05/10/1961");
+}
+
+TEST(DateText, RefusesWhatItDoesNotKnow) {
+  const SYSTEMTIME time = Calendar("1961-05-10T20:30:05");
+  WCHAR text[32];
+  const auto error = [&](Format format, LCID locale, DWORD flags, const SYSTEMTIME* calendar,
+                         LPCWSTR pattern, LPWSTR out, int room) {
+    SetLastError(0);
+    EXPECT_EQ(format(locale, flags, calendar, pattern, out, room), 0);
+    return static_cast<LONG>(GetLastError());
+  };
+  constexpr LCID kUser = LOCALE_USER_DEFAULT;
+  for (const auto& [format, flag] : {std::pair{&GetDateFormatW, DATE_SHORTDATE},
+                                     std::pair{&GetTimeFormatW, TIME_FORCE24HOURFORMAT}}) {
+    EXPECT_EQ(error(format, kUser, 2, &time, nullptr, text, 32), ERROR_INVALID_FLAGS);
+    EXPECT_EQ(error(format, 0x0407, flag, &time, nullptr, text, 32), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(error(format, kUser, flag, nullptr, nullptr, text, 32), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(error(format, kUser, flag, &time, u"yyyy", text, 32), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(error(format, kUser, flag, &time, nullptr, nullptr, 32), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(error(format, kUser, flag, &time, nullptr, text, -1), ERROR_INVALID_PARAMETER);
+  }
+  const SYSTEMTIME no_day = Calendar("2026-02-29T00:00:00");
+  const SYSTEMTIME no_time = Calendar("2026-02-28T24:00:00");
+  EXPECT_EQ(error(GetDateFormatW, kUser, DATE_SHORTDATE, &no_day, nullptr, text, 32),
+            ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(error(GetTimeFormatW, kUser, TIME_FORCE24HOURFORMAT, &no_time, nullptr, text, 32),
+            ERROR_INVALID_PARAMETER);
 }
 
 }  // namespace
