@@ -1,5 +1,7 @@
 #include "platform/device/database.h"
 
+#include <cstring>
+
 #include "platform/utf8.h"
 
 namespace device {
@@ -9,6 +11,8 @@ constexpr int kBusyTimeoutMilliseconds = 10000;
 
 // Without SQLite's own locks: a connection is used by one thread at a time.
 constexpr int kOpenFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+
+constexpr int kSharedRegionSize = 32768;  // of the log's index, as SQLite maps it
 
 }  // namespace
 
@@ -71,7 +75,31 @@ std::unique_ptr<Database> Database::Open(const std::string& path, int* error) {
   *error = database->Execute(
       "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON;");
   if (*error != SQLITE_OK) return nullptr;
+  database->uses_log_ = database->UsesLog();
   return database;
+}
+
+bool Database::UsesLog() {
+  Statement mode = Prepare("PRAGMA journal_mode");
+  return mode.Step() == SQLITE_ROW && mode.Bytes(0) == "wal";
+}
+
+// The index of the write-ahead log lies in memory that all connections share. It begins with a header that a
+// commit writes anew, with a count of the commits and a checksum (SQLite's WAL-mode file format, section 2.1).
+std::optional<CommitMark> Database::Mark() {
+  if (!uses_log_ || sqlite3_get_autocommit(handle_) == 0) return std::nullopt;
+  sqlite3_file* file = nullptr;
+  sqlite3_file_control(handle_, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+  if (file == nullptr || file->pMethods == nullptr || file->pMethods->iVersion < 2 ||
+      file->pMethods->xShmMap == nullptr) {
+    return std::nullopt;
+  }
+  void volatile* index = nullptr;
+  const int code = file->pMethods->xShmMap(file, 0, kSharedRegionSize, 0, &index);
+  if (code != SQLITE_OK || index == nullptr) return std::nullopt;
+  CommitMark mark;
+  std::memcpy(mark.data(), const_cast<const void*>(index), mark.size());
+  return mark;
 }
 
 Database::~Database() {

@@ -3,9 +3,11 @@
 
 #include <sqlite3.h>
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -50,6 +52,10 @@ class Statement {
   sqlite3_stmt* statement_;
 };
 
+// A mark of a database's content: every commit changes it, whichever program's it is. What was read after a
+// mark was taken holds as long as the mark is the same.
+using CommitMark = std::array<char, 48>;
+
 // One connection to a database file. Not for use by two threads at once.
 class Database {
  public:
@@ -74,6 +80,10 @@ class Database {
   // Whether a row was added, changed or deleted through this connection.
   bool HasWritten() const { return sqlite3_total_changes(handle_) > 0; }
 
+  // The present mark, which costs no system call; nothing while this connection has a transaction open, and
+  // where the file system allows no write-ahead log.
+  std::optional<CommitMark> Mark();
+
   // Writes everything into the main file, so that a power cut loses nothing. Waits for another program's
   // transaction, as long as the busy timeout allows.
   void Checkpoint();
@@ -83,7 +93,10 @@ class Database {
  private:
   Database() = default;
 
+  bool UsesLog();
+
   sqlite3* handle_ = nullptr;
+  bool uses_log_ = false;
   std::map<std::string, sqlite3_stmt*, std::less<>> statements_;
 };
 

@@ -25,12 +25,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* kFolderVariable = "OSIF_DEVICE";
 constexpr std::string_view kDatabaseName = "/device.db";
 constexpr std::string_view kNewDatabaseName = "/device.db.new";
 constexpr uintmax_t kWholeCheckLimit = 4u
                                        << 20;  // bytes; larger files are checked at their head only
 
 struct Device {
+  std::string named;  // the environment's name of the folder, where that alone tells which it is
   std::string folder;
   std::shared_ptr<Database> database;
   OpenError error = OpenError::kNone;
@@ -79,7 +81,7 @@ std::string HomeFolder() {
 }
 
 fs::path ChosenFolder() {
-  const char* chosen = std::getenv("OSIF_DEVICE");
+  const char* chosen = std::getenv(kFolderVariable);
   if (chosen != nullptr && *chosen != '\0') return chosen;
   const char* data = std::getenv("XDG_DATA_HOME");
   if (data != nullptr && *data == '/') return fs::path(data) / "osif";
@@ -302,10 +304,16 @@ std::string Folder() {
   return folder;
 }
 
+// It is asked for with every object, so no path is taken apart for an absolute name that is the same as before.
 std::shared_ptr<Database> OpenDatabase() {
   Device& device = State();
+  const bool is_open = device.database != nullptr;
+  const char* named = std::getenv(kFolderVariable);
+  const bool is_absolute = named != nullptr && *named == '/';
+  if (is_open && is_absolute && device.named == named) return device.database;
   std::string folder = Folder();
-  if (device.database != nullptr && device.folder == folder) return device.database;
+  device.named = is_absolute ? named : "";
+  if (is_open && device.folder == folder) return device.database;
 
   CloseDatabase();
   device.folder = std::move(folder);

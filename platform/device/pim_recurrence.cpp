@@ -30,9 +30,10 @@ constexpr int64_t kMonthsPerYear = 12;
 constexpr int64_t kLastMonth = 9999 * kMonthsPerYear + 11;
 constexpr LONG kShortestMonth = 28;
 
-// libical knows no year after 2582, but the calendar repeats: 400 years are whole weeks.
+// libical knows no year after 2582, nor after 2037 where its times have 32 bits, but the calendar repeats: 400
+// years are whole weeks. Every period is reckoned in one that begins between 1600 and 1999.
 constexpr int64_t kDaysOf400Years = 146097;
-constexpr int64_t kFirstDayOf2000 = 36526;
+constexpr int64_t kFirstDayOf1600 = -109571;
 
 int64_t FloorDivide(int64_t number, int64_t by) { return number / by - (number % by < 0 ? 1 : 0); }
 
@@ -84,7 +85,7 @@ struct FreeIterator {
 
 // The first `rule.count` days that a rule gives from a day on.
 std::vector<int64_t> Iterate(const icalrecurrencetype& rule, int64_t first) {
-  const int64_t shift = FloorDivide(first - kFirstDayOf2000, kDaysOf400Years) * kDaysOf400Years;
+  const int64_t shift = FloorDivide(first - kFirstDayOf1600, kDaysOf400Years) * kDaysOf400Years;
   const year_month_day date = Calendar(first - shift);
   icaltimetype from = icaltime_null_time();
   from.year = int{date.year()};

@@ -1,5 +1,6 @@
 // Converters are opened once for each thread and kept; texts pass through buffers on the stack, so
-// that a conversion allocates nothing.
+// that a conversion allocates nothing. Most texts are ASCII, in a page of single bytes or in UTF-8: those are
+// read without a converter.
 
 #include "platform/posix/code_page_converter.h"
 
@@ -7,11 +8,15 @@
 #include <unicode/ucnv_cb.h>
 #include <unicode/ucnv_err.h>
 #include <unicode/ucsdet.h>
+#include <unicode/ustring.h>
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <memory>
 #include <string>
+
+#include "platform/api/codepage.h"
 
 namespace {
 
@@ -70,6 +75,12 @@ void ReplaceBytes(const void* context, UConverterToUnicodeArgs* arguments, const
   if (!is_plain) replacing.report.has_replaced = true;
   *error = U_ZERO_ERROR;
   ucnv_cbToUWriteUChars(arguments, &unit, 1, 0, error);
+}
+
+// The converter keeps the address.
+void ReplaceWith(UConverter* converter, const Replacing& replacing) {
+  UErrorCode error = U_ZERO_ERROR;
+  ucnv_setToUCallBack(converter, ReplaceBytes, &replacing, nullptr, nullptr, &error);
 }
 
 // U+FF61 to U+FF9F in full width.
@@ -180,6 +191,61 @@ void EncodeWith(UConverter* converter, const CodePage& page, std::u16string_view
   }
 }
 
+// ---- Pages of single bytes, and UTF-8 ----------------------------------------------------------
+
+// What each byte stands for.
+using ByteTable = std::array<char16_t, 256>;
+
+bool HasSingleBytes(const UConverter* converter) {
+  const UConverterType type = ucnv_getType(converter);
+  return type == UCNV_SBCS || type == UCNV_LATIN_1 || type == UCNV_US_ASCII;
+}
+
+// Null for a page of longer characters, and one that ICU lacks.
+std::unique_ptr<ByteTable> MakeByteTable(const CodePage& page) {
+  UConverter* converter = ConverterNamed(page.reader);
+  if (converter == nullptr || !HasSingleBytes(converter)) return nullptr;
+  ConversionReport ignored;
+  const Replacing replacing{page, ignored};
+  ReplaceWith(converter, replacing);
+  auto table = std::make_unique<ByteTable>();
+  for (size_t byte = 0; byte < table->size(); ++byte) {
+    const char text = static_cast<char>(byte);
+    ConversionOutput<char16_t> output(&(*table)[byte], 1);
+    DecodeWith(converter, page, {&text, 1}, output);
+  }
+  return table;
+}
+
+// The table of a page, made when it is first asked for.
+const ByteTable* ByteTableOf(const CodePage& page) {
+  thread_local std::map<const CodePage*, std::unique_ptr<ByteTable>> tables;
+  const auto [entry, is_new] = tables.try_emplace(&page);
+  if (is_new) entry->second = MakeByteTable(page);
+  return entry->second.get();
+}
+
+void DecodeBytes(const ByteTable& table, std::string_view text, ConversionOutput<char16_t>& output,
+                 ConversionReport& report) {
+  for (const char byte : text) {
+    const char16_t unit = table[static_cast<unsigned char>(byte)];
+    report.has_replaced |= unit == kReplacement;
+    output.Put(unit);
+  }
+}
+
+void DecodeUtf8(std::string_view text, ConversionOutput<char16_t>& output,
+                ConversionReport& report) {
+  int32_t length = 0;
+  int32_t replaced = 0;
+  UErrorCode error = U_ZERO_ERROR;
+  u_strFromUTF8WithSub(output.rest(), static_cast<int32_t>(output.room_left()), &length,
+                       text.data(), static_cast<int32_t>(text.size()), kReplacement, &replaced,
+                       &error);
+  output.Skip(static_cast<size_t>(length));
+  report.has_replaced |= replaced > 0;
+}
+
 // ---- National sets -----------------------------------------------------------------------------
 
 constexpr std::string_view kPlaces = kNationalPlaces;
@@ -245,14 +311,22 @@ const CodePage& DetectCodePage(const CodePage& page, std::string_view text) {
   return *FindCodePage(page.detected.back().code_page);
 }
 
+// One look at every unit, without a branch for each.
+template <typename Unit>
+bool IsAscii(std::basic_string_view<Unit> text) {
+  char16_t bits = 0;
+  for (const Unit unit : text) bits |= static_cast<std::make_unsigned_t<Unit>>(unit);
+  return bits < 0x80;
+}
+
 // How many units at the beginning stand for themselves without a converter.
 template <typename Unit>
 size_t PlainPrefix(const CodePage& page, std::basic_string_view<Unit> text) {
   if (!page.extends_ascii) return 0;
-  const size_t escape =
-      page.escape == '\0' ? text.size() : std::min(text.find(Unit(page.escape)), text.size());
-  const auto end = std::find_if(text.begin(), text.begin() + static_cast<ptrdiff_t>(escape),
-                                [](Unit unit) { return (unit & ~0x7F) != 0; });
+  if (page.escape != '\0') text = text.substr(0, text.find(Unit(page.escape)));
+  if (IsAscii(text)) return text.size();
+  const auto end =
+      std::find_if(text.begin(), text.end(), [](Unit unit) { return (unit & ~0x7F) != 0; });
   return static_cast<size_t>(end - text.begin());
 }
 
@@ -267,12 +341,18 @@ ConversionReport DecodeText(const CodePage& page, std::string_view text,
   const size_t plain = PlainPrefix(page, text);
   output.PutAscii(text.data(), plain);
   if (plain == text.size()) return report;
-  UConverter* converter = ConverterNamed(page.reader);
-  if (converter == nullptr) return {.is_available = false};
-  const Replacing replacing{page, report};
-  UErrorCode error = U_ZERO_ERROR;
-  ucnv_setToUCallBack(converter, ReplaceBytes, &replacing, nullptr, nullptr, &error);
-  DecodeWith(converter, page, text.substr(plain), output);
+  text.remove_prefix(plain);
+  if (page.number == CP_UTF8) {
+    DecodeUtf8(text, output, report);
+  } else if (const ByteTable* table = ByteTableOf(page)) {
+    DecodeBytes(*table, text, output, report);
+  } else {
+    UConverter* converter = ConverterNamed(page.reader);
+    if (converter == nullptr) return {.is_available = false};
+    const Replacing replacing{page, report};
+    ReplaceWith(converter, replacing);
+    DecodeWith(converter, page, text, output);
+  }
   return report;
 }
 

@@ -29,6 +29,12 @@ class ConversionOutput {
     length_ += count;
   }
 
+  // For who writes by themselves: the place behind what was put, its room, and how much would have been
+  // written there.
+  Unit* rest() const { return buffer_ == nullptr ? nullptr : buffer_ + std::min(length_, room_); }
+  size_t room_left() const { return room_ - std::min(length_, room_); }
+  void Skip(size_t count) { length_ += count; }
+
   // How long the whole result is, in units.
   size_t length() const { return length_; }
 

@@ -1,6 +1,7 @@
 // The registry lives in the device's database. A key handle is a path that has been opened before:
 // paths are kept for good, so that one that is opened again and again, and perhaps never closed,
-// costs nothing.
+// costs nothing. Answers are remembered for as long as nothing was written to the database: some settings are
+// asked for with every object.
 
 #include "platform/api/registry.h"
 
@@ -9,6 +10,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -22,6 +25,7 @@ namespace {
 constexpr size_t kLongestName = 255;  // characters of one part of a path
 constexpr size_t kLongestValueName = 16383;
 constexpr DWORD kLargestValue = 1 << 20;  // bytes
+constexpr size_t kLongestKept = 1024;     // bytes of an answer that is remembered
 constexpr std::u16string_view kRoot = u"HKEY_LOCAL_MACHINE";
 
 using device::Database;
@@ -79,6 +83,40 @@ LONG LastErrorOf(Database& database) {
   return error == ERROR_SUCCESS ? ERROR_GEN_FAILURE : error;
 }
 
+// A value, or that there is none.
+struct ValueAnswer {
+  bool exists = false;
+  DWORD type = 0;
+  std::string data;
+};
+
+// What the database last answered, by the texts of the questions.
+class Answers {
+ public:
+  // Those that still hold for a database, and room for new ones.
+  static Answers& Of(const std::shared_ptr<Database>& database) {
+    static Answers answers;
+    const std::optional<device::CommitMark> mark = database->Mark();
+    const bool hold = mark && mark == answers.mark_ && answers.database_.lock() == database;
+    if (!hold || answers.values.size() + answers.keys.size() >= kMost) {
+      answers.keys.clear();
+      answers.values.clear();
+      answers.database_ = database;
+      answers.mark_ = mark;
+    }
+    return answers;
+  }
+
+  std::map<std::u16string, bool, std::less<>> keys;  // whether a path exists
+  std::map<std::u16string, ValueAnswer, std::less<>> values;
+
+ private:
+  static constexpr size_t kMost = 256;
+
+  std::weak_ptr<Database> database_;
+  std::optional<device::CommitMark> mark_;
+};
+
 // The row number of a key; 0 when there is none, with `error` telling whether that is all.
 int64_t FindKey(Database& database, std::u16string_view path, LONG* error) {
   Statement find = database.Prepare("SELECT id FROM registry_keys WHERE folded_path=?1");
@@ -87,9 +125,14 @@ int64_t FindKey(Database& database, std::u16string_view path, LONG* error) {
   return step == SQLITE_ROW ? find.Integer(0) : 0;
 }
 
-bool KeyExists(Database& database, std::u16string_view path, LONG* error) {
+bool KeyExists(const std::shared_ptr<Database>& database, std::u16string_view path, LONG* error) {
   *error = ERROR_SUCCESS;
-  return path == kRoot || FindKey(database, path, error) != 0;
+  if (path == kRoot) return true;
+  auto& known = Answers::Of(database).keys;
+  if (const auto answer = known.find(path); answer != known.end()) return answer->second;
+  const bool exists = FindKey(*database, path, error) != 0;
+  if (*error == ERROR_SUCCESS) known.emplace(path, exists);
+  return exists;
 }
 
 // True when the key was not there before.
@@ -143,8 +186,24 @@ LONG CompletePath(HKEY key, LPCWSTR subkey, HKEY* result, std::u16string& path) 
   *result = nullptr;
   const std::optional<std::u16string> parent = PathOf(key);
   if (!parent) return ERROR_INVALID_HANDLE;
+  path.reserve(parent->size() + View(subkey).size() + 1);
   path = *parent;
   return AppendParts(View(subkey), path) ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
+}
+
+// Fills in what is stored under a name. A missing key has no values.
+LONG FindValue(Database& database, std::u16string_view path, std::u16string_view name,
+               ValueAnswer& answer) {
+  LONG error = ERROR_SUCCESS;
+  const int64_t row = FindKey(database, path, &error);
+  if (error != ERROR_SUCCESS || row == 0) return error;
+  Statement find =
+      database.Prepare("SELECT type, data FROM registry_values WHERE key=?1 AND folded_name=?2");
+  const int step = find.Bind(1, row).Bind(2, Folded(name)).Step();
+  if (step == SQLITE_DONE) return ERROR_SUCCESS;
+  if (step != SQLITE_ROW) return LastErrorOf(database);
+  answer = {true, static_cast<DWORD>(find.Integer(0)), std::string(find.Bytes(1))};
+  return ERROR_SUCCESS;
 }
 
 // Hands a stored value out by the rules of RegQueryValueExW.
@@ -157,6 +216,12 @@ LONG CopyValue(std::string_view value, BYTE* data, DWORD* size) {
   return ERROR_SUCCESS;
 }
 
+LONG GiveValue(const ValueAnswer& answer, DWORD* type, BYTE* data, DWORD* size) {
+  if (!answer.exists) return ERROR_FILE_NOT_FOUND;
+  if (type != nullptr) *type = answer.type;
+  return CopyValue(answer.data, data, size);
+}
+
 }  // namespace
 
 LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subkey, DWORD /*options*/, REGSAM /*access*/,
@@ -166,7 +231,7 @@ LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subkey, DWORD /*options*/, REGSAM /*acce
   if (error != ERROR_SUCCESS) return error;
   const std::shared_ptr<Database> database = device::OpenDatabase();
   if (database == nullptr) return ErrorOfDevice();
-  if (!KeyExists(*database, path, &error)) {
+  if (!KeyExists(database, path, &error)) {
     return error == ERROR_SUCCESS ? ERROR_FILE_NOT_FOUND : error;
   }
   *result = path == kRoot ? HKEY_LOCAL_MACHINE : HandleOf(path);
@@ -191,15 +256,23 @@ LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR subkey, DWORD /*reserved*/, LPWSTR /*c
 LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, DWORD* reserved, DWORD* type, BYTE* data,
                          DWORD* size) {
   if (reserved != nullptr || (data != nullptr && size == nullptr)) return ERROR_INVALID_PARAMETER;
-  OpenedKey opened;
-  if (const LONG error = Resolve(key, opened); error != ERROR_SUCCESS) return error;
-  Statement find = opened.database->Prepare(
-      "SELECT type, data FROM registry_values WHERE key=?1 AND folded_name=?2");
-  const int step = find.Bind(1, opened.row).Bind(2, Folded(View(name))).Step();
-  if (step == SQLITE_DONE) return ERROR_FILE_NOT_FOUND;
-  if (step != SQLITE_ROW) return LastErrorOf(*opened.database);
-  if (type != nullptr) *type = static_cast<DWORD>(find.Integer(0));
-  return CopyValue(find.Bytes(1), data, size);
+  const std::optional<std::u16string> path = PathOf(key);
+  if (!path) return ERROR_INVALID_HANDLE;
+  const std::shared_ptr<Database> database = device::OpenDatabase();
+  if (database == nullptr) return ErrorOfDevice();
+
+  auto& known = Answers::Of(database).values;
+  std::u16string question = *path;
+  question.append(1, u'\0').append(View(name));
+  if (const auto answer = known.find(question); answer != known.end()) {
+    return GiveValue(answer->second, type, data, size);
+  }
+  ValueAnswer answer;
+  const LONG error = FindValue(*database, *path, View(name), answer);
+  if (error != ERROR_SUCCESS) return error;
+  const LONG result = GiveValue(answer, type, data, size);
+  if (answer.data.size() <= kLongestKept) known.emplace(std::move(question), std::move(answer));
+  return result;
 }
 
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data,

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -408,6 +409,36 @@ TEST_F(Device, OpeningAgainKeepsTheLocksOfAConnectionThatIsStillInUse) {
   ASSERT_TRUE(IsLockedByUs(DatabasePath()));
   ASSERT_NE(device::OpenDatabase(), nullptr);
   EXPECT_TRUE(IsLockedByUs(DatabasePath()));
+}
+
+TEST_F(Device, TheMarkOfAContentChangesWithEveryCommitOfAnyConnection) {
+  const auto database = device::OpenDatabase();
+  int code = SQLITE_OK;
+  const auto other = device::Database::Open(device_.Path("device.db"), &code);
+  ASSERT_NE(other, nullptr);
+  ASSERT_EQ(database->Execute("CREATE TABLE marked(number)"), SQLITE_OK);
+  std::set<device::CommitMark> marks;
+  for (int i = 0; i < 50; ++i) {
+    auto& writer = i % 2 == 0 ? *database : *other;
+    ASSERT_EQ(writer.Execute("DELETE FROM marked; INSERT INTO marked VALUES(1)"), SQLITE_OK);
+    if (i % 10 == 9) writer.Checkpoint();
+    const auto mark = database->Mark();
+    ASSERT_TRUE(mark);
+    EXPECT_TRUE(marks.insert(*mark).second) << i;
+    EXPECT_EQ(database->Prepare("SELECT count(*) FROM marked").Step(), SQLITE_ROW);
+    EXPECT_EQ(database->Mark(), mark) << "reading changes nothing";
+  }
+}
+
+TEST_F(Device, AContentHasNoMarkInATransactionOrWithoutALog) {
+  const auto database = device::OpenDatabase();
+  {
+    const device::Transaction transaction(*database);
+    EXPECT_FALSE(database->Mark());
+  }
+  EXPECT_TRUE(database->Mark());
+  int code = SQLITE_OK;
+  EXPECT_FALSE(device::Database::Open(":memory:", &code)->Mark());
 }
 
 TEST_F(Device, TheSchemaIsMadeInEmptyDatabasesOnly) {

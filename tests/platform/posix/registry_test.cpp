@@ -28,6 +28,11 @@ DWORD Disposition(const char16_t* path) {
   return disposition;
 }
 
+std::u16string Digits(int number) {
+  const std::string digits = std::to_string(number);
+  return {digits.begin(), digits.end()};
+}
+
 TEST_F(Registry, OpeningAMissingKeyGivesFileNotFoundAndNoHandle) {
   HKEY key = HKEY_LOCAL_MACHINE;
   EXPECT_EQ(Open(u"Software\\Nowhere", &key), 2);
@@ -204,6 +209,93 @@ TEST_F(Registry, ValuesOutliveTheClosingOfTheDevice) {
   SetNumber(u"Key", u"Value", 6);
   device::CloseDatabase();
   EXPECT_EQ(Get(u"Key", u"Value").bytes, (std::vector<BYTE>{6, 0, 0, 0}));
+}
+
+// Answers are remembered, so what others write has to be noticed.
+class RegistryOfTwo : public Registry {
+ protected:
+  // Another connection, as another program has one.
+  void WriteElsewhere(const char* sql) {
+    int code = SQLITE_OK;
+    const auto other = device::Database::Open(device::Folder() + "/device.db", &code);
+    ASSERT_NE(other, nullptr);
+    ASSERT_EQ(other->Execute(sql), SQLITE_OK);
+  }
+};
+
+TEST_F(RegistryOfTwo, AValueThatAnotherProgramSetsIsSeenAtOnce) {
+  SetNumber(u"Key", u"Value", 1);
+  for (char number = 2; number < 6; ++number) {
+    const std::string digits = std::to_string(number);
+    WriteElsewhere(("UPDATE registry_values SET data = x'0" + digits + "000000'").c_str());
+    EXPECT_EQ(Get(u"Key", u"Value").bytes[0], number);
+    EXPECT_EQ(Get(u"Key", u"Value").bytes[0], number) << "from memory";
+  }
+}
+
+TEST_F(RegistryOfTwo, AValueThatWasMissingIsSeenWhenAnotherProgramMakesIt) {
+  CreateKey(u"Key");
+  EXPECT_EQ(Get(u"Key", u"Value").error, ERROR_FILE_NOT_FOUND);
+  WriteElsewhere(
+      "INSERT INTO registry_values(key, folded_name, name, type, data) "
+      "SELECT id, 'value', 'Value', 4, x'07000000' FROM registry_keys "
+      "WHERE folded_path LIKE '%\\key'");
+  EXPECT_EQ(Get(u"Key", u"Value").bytes, (std::vector<BYTE>{7, 0, 0, 0}));
+}
+
+TEST_F(RegistryOfTwo, AKeyThatAnotherProgramRemovesIsMissingAtOnce) {
+  SetNumber(u"Key", u"Value", 1);
+  HKEY key = nullptr;
+  ASSERT_EQ(Open(u"Key", &key), ERROR_SUCCESS);
+  DWORD size = 0;
+  ASSERT_EQ(RegQueryValueExW(key, u"Value", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
+  WriteElsewhere("DELETE FROM registry_keys WHERE folded_path LIKE '%\\key'");
+  EXPECT_EQ(RegQueryValueExW(key, u"Value", nullptr, nullptr, nullptr, &size),
+            ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(Open(u"Key", &key), ERROR_FILE_NOT_FOUND);
+}
+
+TEST_F(RegistryOfTwo, WhatATransactionTakesBackIsNotRemembered) {
+  SetNumber(u"Key", u"Value", 1);
+  HKEY key = nullptr;
+  ASSERT_EQ(Open(u"Key", &key), ERROR_SUCCESS);
+  {
+    const device::Transaction unfinished(*device::OpenDatabase());
+    ASSERT_TRUE(unfinished.is_open());
+    const BYTE two[4] = {2};
+    ASSERT_EQ(RegSetValueExW(key, u"Value", 0, REG_DWORD, two, sizeof two), ERROR_SUCCESS);
+    EXPECT_EQ(Get(u"Key", u"Value").bytes[0], 2);
+  }
+  EXPECT_EQ(Get(u"Key", u"Value").bytes[0], 1);
+}
+
+TEST_F(RegistryOfTwo, AnAnswerOfOneDeviceIsNoneOfAnother) {
+  SetNumber(u"Key", u"Value", 1);
+  EXPECT_EQ(Get(u"Key", u"Value").bytes[0], 1);
+  device::CloseDatabase();
+  const TempDevice other;
+  EXPECT_EQ(Get(u"Key", u"Value").error, ERROR_FILE_NOT_FOUND);
+}
+
+TEST_F(RegistryOfTwo, AnyNumberOfQuestionsIsAnsweredRightly) {
+  for (int i = 0; i < 600; ++i)
+    SetNumber(u"Key", (u"V" + Digits(i)).c_str(), static_cast<DWORD>(i));
+  for (int round = 0; round < 2; ++round) {
+    for (int i = 0; i < 600; ++i) {
+      const auto value = Get(u"Key", (u"V" + Digits(i)).c_str());
+      EXPECT_EQ(value.bytes[0] + 256 * value.bytes[1], i);
+    }
+  }
+}
+
+TEST_F(RegistryOfTwo, AValueIsAsLongAsItIs) {
+  for (const size_t size : {size_t{0}, size_t{1023}, size_t{1024}, size_t{1025}, size_t{100000}}) {
+    const std::u16string text(size, u'x');
+    SetText(u"Key", u"Value", text.c_str());
+    const size_t stored = Get(u"Key", u"Value").bytes.size();
+    EXPECT_EQ(stored, (size + 1) * sizeof(WCHAR));
+    EXPECT_EQ(Get(u"Key", u"Value").bytes.size(), stored);
+  }
 }
 
 TEST_F(Registry, ADamagedDeviceGivesFileCorruptForEveryCall) {
