@@ -12,15 +12,16 @@
 
 namespace {
 
-std::string UndoTransferEncoding(const MessagePart& part) {
+// The bytes of a part's text: the text itself or, where it is encoded, in `decoded`.
+std::string_view UndoTransferEncoding(const MessagePart& part, std::string& decoded) {
   const std::string_view text = part.bodyText == nullptr ? "" : part.bodyText;
   if (ContainsIgnoringCase(part.contentTransferEncoding, "QUOTED-PRINTABLE")) {
-    return QuotedPrintableDecode(text);
+    return decoded = QuotedPrintableDecode(text);
   }
   if (ContainsIgnoringCase(part.contentTransferEncoding, "BASE64")) {
-    if (auto bytes = Base64Decode(text)) return *bytes;
+    if (auto bytes = Base64Decode(text)) return decoded = *std::move(bytes);
   }
-  return std::string(text);
+  return text;
 }
 
 // The code page that the part's charset parameter names.
@@ -81,7 +82,8 @@ WideText WithLineFeedsOnly(WideView text) {
 }  // namespace
 
 WideText mapi_DecodeBody(const MessagePart& part) {
-  return MultiByteToText(CodePageOf(part), UndoTransferEncoding(part));
+  std::string decoded;
+  return MultiByteToText(CodePageOf(part), UndoTransferEncoding(part, decoded));
 }
 
 bool mapi_IsHtml(const MessagePart& part) { return ContainsIgnoringCase(part.contentType, "HTML"); }

@@ -10,19 +10,19 @@ namespace {
 
 constexpr std::string_view kEncodedLineFeed = "=0A";
 
-// Builds one line in a single allocation: the first pass measures, the second writes.
+// Builds one line in a single allocation.
 class LineBuilder {
  public:
-  void Add(std::string_view text) {
-    if (text_ != nullptr) std::memcpy(text_.get() + length_, text.data(), text.size());
-    length_ += text.size();
-  }
+  // `room` is as much as will be added, or more.
+  explicit LineBuilder(size_t room) : text_(static_cast<char*>(OsifAllocRaw(room + 1))) {}
 
-  // Ends the measuring pass; false when memory is short.
-  bool Allocate() {
-    text_.reset(static_cast<char*>(OsifAllocRaw(length_ + 1)));
-    length_ = 0;
-    return text_ != nullptr;
+  // False when memory is short; nothing may be added then.
+  bool has_room() const { return text_ != nullptr; }
+
+  void Add(char c) { text_.get()[length_++] = c; }
+  void Add(std::string_view text) {
+    std::memcpy(text_.get() + length_, text.data(), text.size());
+    length_ += text.size();
   }
 
   std::string_view line() const { return {text_.get(), length_}; }
@@ -32,33 +32,32 @@ class LineBuilder {
   size_t length_ = 0;
 };
 
-// Runs `build` twice over a builder. False when memory is short.
-template <typename Build>
-bool BuildLine(LineBuilder& line, Build build) {
-  build(line);
-  if (!line.Allocate()) return false;
-  build(line);
-  return true;
-}
-
 bool IsFilled(const OsifText& node) { return node.text != nullptr && node.text[0] != '\0'; }
 
-size_t FilledComponents(const PropertyValue& value) {
-  size_t count = 0;
-  size_t position = 0;
-  for (const OsifText& component : Texts(value.components)) {
-    ++position;
-    if (IsFilled(component)) count = position;
-  }
-  return count;
+// The bytes of the texts of a list, with one more for what stands before each.
+size_t RoomOf(const OsifText* list) {
+  size_t room = 0;
+  for (const OsifText& node : Texts(list))
+    room += (IsFilled(node) ? std::strlen(node.text) : 0) + 1;
+  return room;
 }
 
-void AddComponents(LineBuilder& line, const PropertyValue& value) {
-  const size_t count = FilledComponents(value);
-  const OsifText* component = value.components;
-  for (size_t i = 0; i < count; ++i, component = component->next) {
-    if (i > 0) line.Add(";");
-    if (IsFilled(*component)) line.Add(component->text);
+const OsifText* LastFilled(const OsifText* list) {
+  const OsifText* last = nullptr;
+  for (const OsifText& node : Texts(list)) {
+    if (IsFilled(node)) last = &node;
+  }
+  return last;
+}
+
+// Empty components stay where filled ones follow.
+void AddComponents(LineBuilder& line, const OsifText* list) {
+  const OsifText* last = LastFilled(list);
+  if (last == nullptr) return;
+  for (const OsifText* node = list;; node = node->next) {
+    if (IsFilled(*node)) line.Add(node->text);
+    if (node == last) return;
+    line.Add(';');
   }
 }
 
@@ -66,11 +65,11 @@ void AddValueLine(LineBuilder& line, std::string_view name, const PropertyValue&
   line.Add(name);
   for (const OsifText& param : Texts(value.params)) {
     if (!IsFilled(param)) continue;
-    line.Add(";");
+    line.Add(';');
     line.Add(param.text);
   }
-  line.Add(":");
-  AddComponents(line, value);
+  line.Add(':');
+  AddComponents(line, value.components);
 }
 
 int Report(const char* message) {
@@ -80,10 +79,9 @@ int Report(const char* message) {
 
 int WriteValue(OsifStream& stream, std::string_view name, const PropertyValue& value,
                const WriterMessages& messages) {
-  LineBuilder line;
-  if (!BuildLine(line, [&](LineBuilder& out) { AddValueLine(out, name, value); })) {
-    return Report(messages.no_memory);
-  }
+  LineBuilder line(name.size() + 1 + RoomOf(value.params) + RoomOf(value.components));
+  if (!line.has_room()) return Report(messages.no_memory);
+  AddValueLine(line, name, value);
   return WriteSplitLine(stream, line.line());
 }
 
@@ -91,17 +89,15 @@ int WriteValue(OsifStream& stream, std::string_view name, const PropertyValue& v
 
 int WritePropertyLine(OsifStream& stream, std::string_view name, std::string_view params,
                       std::string_view value, const WriterMessages& messages) {
-  LineBuilder line;
-  const bool is_built = BuildLine(line, [&](LineBuilder& out) {
-    out.Add(name);
-    if (!params.empty()) {
-      out.Add(";");
-      out.Add(params);
-    }
-    out.Add(":");
-    out.Add(value);
-  });
-  if (!is_built) return Report(messages.no_memory);
+  LineBuilder line(name.size() + params.size() + value.size() + 2);
+  if (!line.has_room()) return Report(messages.no_memory);
+  line.Add(name);
+  if (!params.empty()) {
+    line.Add(';');
+    line.Add(params);
+  }
+  line.Add(':');
+  line.Add(value);
   return FILE_WriteLine(stream, line.line()) == 0 ? 0 : Report(messages.not_written);
 }
 

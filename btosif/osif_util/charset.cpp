@@ -87,10 +87,33 @@ uint32_t ConfiguredCodePage(const char* name, uint32_t when_empty, const char* i
   return NativeCodePage();
 }
 
-// The code page with which the system can convert in place of the one asked for.
-uint32_t UsableCodePage(uint32_t code_page) {
-  if (IsValidCodePage(code_page) || code_page == kUtf8CodePage) return code_page;
-  return NativeCodePage();
+constexpr int kShortText = 256;  // UTF-16 units
+
+// Lets the system convert. False when it does not know the code page.
+bool Decode(uint32_t code_page, std::string_view bytes, WideText& text) {
+  const int size = static_cast<int>(bytes.size());
+  const auto convert = [&](WCHAR* buffer, int room) {
+    SetLastError(ERROR_SUCCESS);
+    return MultiByteToWideChar(code_page, 0, bytes.data(), size, buffer, room);
+  };
+  WCHAR short_text[kShortText];
+  int length = convert(short_text, kShortText);
+  if (length > 0) {
+    text.assign(short_text, static_cast<size_t>(length));
+    return true;
+  }
+  if (GetLastError() != static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER)) {
+    return GetLastError() != static_cast<DWORD>(ERROR_INVALID_PARAMETER);
+  }
+  // A byte seldom gives more than a unit.
+  text.resize(bytes.size());
+  length = convert(text.data(), size);
+  if (length == 0) {
+    text.resize(static_cast<size_t>(convert(nullptr, 0)));
+    length = convert(text.data(), static_cast<int>(text.size()));
+  }
+  text.resize(static_cast<size_t>(length));
+  return true;
 }
 
 }  // namespace
@@ -163,17 +186,9 @@ std::string_view CharsetParamValue(std::string_view parameter) {
 
 void MultiByteToText(uint32_t code_page, std::string_view bytes, WideText& text) {
   text.clear();
-  if (bytes.empty()) return;
-  const uint32_t usable = UsableCodePage(code_page);
-  if (!IsValidCodePage(usable)) {
-    text = FromUtf8(bytes);
-    return;
-  }
-  const int size = static_cast<int>(bytes.size());
-  const int length = MultiByteToWideChar(usable, 0, bytes.data(), size, nullptr, 0);
-  if (length <= 0) return;
-  text.resize(static_cast<size_t>(length));
-  MultiByteToWideChar(usable, 0, bytes.data(), size, text.data(), length);
+  if (bytes.empty() || Decode(code_page, bytes, text)) return;
+  const bool has_other = code_page != kUtf8CodePage && Decode(NativeCodePage(), bytes, text);
+  if (!has_other) text = FromUtf8(bytes);
 }
 
 WideText MultiByteToText(uint32_t code_page, std::string_view bytes) {

@@ -30,9 +30,32 @@ constexpr uint8_t DigitValue(char c) {
   return kNoDigit;
 }
 
+constexpr std::array<uint8_t, 256> MakeDigitTable() {
+  std::array<uint8_t, 256> table{};
+  for (size_t byte = 0; byte < table.size(); ++byte) {
+    table[byte] = DigitValue(static_cast<char>(byte));
+  }
+  return table;
+}
+
+constexpr std::array<uint8_t, 256> kDigits = MakeDigitTable();
+
 // A digit that the text no longer has counts as no digit.
 uint8_t DigitAt(std::string_view text, size_t index) {
-  return index < text.size() ? DigitValue(text[index]) : kNoDigit;
+  return index < text.size() ? kDigits[static_cast<unsigned char>(text[index])] : kNoDigit;
+}
+
+// Hands on one byte after the other.
+template <typename Put>
+void Decode(std::string_view text, Put put) {
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '=') {
+      put(text[i]);
+    } else {
+      put(static_cast<char>(DigitAt(text, i + 1) * 16 + DigitAt(text, i + 2)));
+      i += 2;
+    }
+  }
 }
 
 }  // namespace
@@ -58,15 +81,10 @@ size_t QuotedPrintableEncode(std::string_view text, char* out, size_t room) {
 
 size_t QuotedPrintableDecode(std::string_view text, char* out, size_t room) {
   size_t length = 0;
-  for (size_t i = 0; i < text.size(); ++i) {
-    char byte = text[i];
-    if (byte == '=') {
-      byte = static_cast<char>(DigitAt(text, i + 1) * 16 + DigitAt(text, i + 2));
-      i += 2;
-    }
+  Decode(text, [&](char byte) {
     if (length < room) out[length] = byte;
     ++length;
-  }
+  });
   return length;
 }
 
@@ -78,6 +96,8 @@ std::string QuotedPrintableEncode(std::string_view text) {
 
 std::string QuotedPrintableDecode(std::string_view text) {
   std::string decoded(text.size(), '\0');
-  decoded.resize(QuotedPrintableDecode(text, decoded.data(), decoded.size()));
+  char* end = decoded.data();
+  Decode(text, [&end](char byte) { *end++ = byte; });
+  decoded.resize(static_cast<size_t>(end - decoded.data()));
   return decoded;
 }

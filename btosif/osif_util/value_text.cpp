@@ -30,6 +30,20 @@ std::string WithLineBreaks(std::string_view text) {
   return result.append(text);
 }
 
+// The bytes that a component stands for: `raw` itself or, where anything is encoded, in `decoded`.
+std::string_view UndoEncoding(const PropertyValue& value, std::string_view raw,
+                              std::string& decoded) {
+  if (raw.find('=') == std::string_view::npos) return raw;
+  if (IsQuotedPrintable(value)) {
+    decoded = QuotedPrintableDecode(raw);
+  } else if (raw.find(kEncodedLineBreak) != std::string_view::npos) {
+    decoded = WithLineBreaks(raw);
+  } else {
+    return raw;
+  }
+  return decoded;
+}
+
 uint32_t ReceivedCodePage(const PropertyValue& value) {
   if (value.codePage != 0) return value.codePage;
   if ((value.flags & OSIF_VALUE_CHARSET) != 0) {
@@ -38,6 +52,13 @@ uint32_t ReceivedCodePage(const PropertyValue& value) {
     if (const uint32_t code_page = CharsetToCodePage(name); code_page != 0) return code_page;
   }
   return InputCodePage();
+}
+
+// One look at every character, without a branch for each.
+bool HasZeroOrEscape(WideView text) {
+  unsigned found = 0;
+  for (const WCHAR c : text) found |= unsigned{c == u'\0'} | unsigned{c == u'\\'};
+  return found != 0;
 }
 
 // Drops every backslash and keeps the character behind it.
@@ -177,27 +198,33 @@ void FollowCharset(PropertyValue& value, uint32_t code_page) {
   }
 }
 
+// The room that the text has already is used again.
+void DecodeInto(WideText& text, PropertyValue* value, size_t index) {
+  text.clear();
+  const std::string_view raw = ComponentText(value, index);
+  if (raw.empty()) return;
+  std::string decoded;
+  const std::string_view bytes = UndoEncoding(*value, raw, decoded);
+  const uint32_t code_page = ReceivedCodePage(*value);
+  // A decoded text ends at its first zero like any other, be it a byte or, in UTF-7, a character.
+  MultiByteToText(code_page, bytes.substr(0, bytes.find('\0')), text);
+  value->codePage = code_page;
+  if (!HasZeroOrEscape(text)) return;
+  text.resize(std::min(text.find(u'\0'), text.size()));
+  RemoveEscapes(text);
+}
+
 }  // namespace
 
 WideText DecodedText(PropertyValue* value, size_t index) {
   WideText text;
-  const std::string_view raw = ComponentText(value, index);
-  if (raw.empty()) return text;
-  const std::string bytes =
-      IsQuotedPrintable(*value) ? QuotedPrintableDecode(raw) : WithLineBreaks(raw);
-  const uint32_t code_page = ReceivedCodePage(*value);
-  // A decoded text ends at its first zero like any other, be it a byte or, in UTF-7, a character.
-  MultiByteToText(code_page, std::string_view(bytes).substr(0, bytes.find('\0')), text);
-  text.resize(std::min(text.find(u'\0'), text.size()));
-  RemoveEscapes(text);
-  value->codePage = code_page;
+  DecodeInto(text, value, index);
   return text;
 }
 
 WideText& PropertyValue_GetText(PropertyValue* value, size_t index, WideText& out) {
-  out.clear();
   try {
-    out = DecodedText(value, index);
+    DecodeInto(out, value, index);
   } catch (const std::bad_alloc&) {
     out.clear();
   }
