@@ -35,10 +35,6 @@ uint32_t CodePageOf(const MessagePart& part) {
   return code_page == 0 ? InputCodePage() : code_page;
 }
 
-bool IsAscii(WideView text) {
-  return std::ranges::all_of(text, [](WCHAR c) { return c < 128; });
-}
-
 struct EncodedBody {
   std::string bytes;
   const char* charset;

@@ -131,7 +131,7 @@ void CardReader::TakeAtDepthOne(const PropertyRow& row) {
       }
       break;
     case VCardProperty::kDepartment:
-      PropertyValue_SetComponent(FirstOrganisation(), CopyText(line_.value()), 1);
+      PropertyValue_SetComponent(FirstOrganisation(), line_.value(), 1);
       break;
     case VCardProperty::kAssistantTelephone:
       AppendValue(row, kAssistantParam);

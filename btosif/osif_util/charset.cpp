@@ -87,7 +87,7 @@ uint32_t ConfiguredCodePage(const char* name, uint32_t when_empty, const char* i
   return NativeCodePage();
 }
 
-constexpr int kShortText = 256;  // UTF-16 units
+constexpr int kShortText = 256;  // units
 
 // Lets the system convert. False when it does not know the code page.
 bool Decode(uint32_t code_page, std::string_view bytes, WideText& text) {
@@ -113,6 +113,26 @@ bool Decode(uint32_t code_page, std::string_view bytes, WideText& text) {
     length = convert(text.data(), static_cast<int>(text.size()));
   }
   text.resize(static_cast<size_t>(length));
+  return true;
+}
+
+// The same the other way round.
+bool Encode(uint32_t code_page, WideView text, std::string& bytes) {
+  const int size = static_cast<int>(text.size());
+  const auto convert = [&](char* buffer, int room) {
+    SetLastError(ERROR_SUCCESS);
+    return WideCharToMultiByte(code_page, 0, text.data(), size, buffer, room, nullptr, nullptr);
+  };
+  char short_text[kShortText];
+  if (const int length = convert(short_text, kShortText); length > 0) {
+    bytes.assign(short_text, static_cast<size_t>(length));
+    return true;
+  }
+  if (GetLastError() != static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER)) {
+    return GetLastError() != static_cast<DWORD>(ERROR_INVALID_PARAMETER);
+  }
+  bytes.resize(static_cast<size_t>(convert(nullptr, 0)));
+  convert(bytes.data(), static_cast<int>(bytes.size()));
   return true;
 }
 
@@ -198,13 +218,8 @@ WideText MultiByteToText(uint32_t code_page, std::string_view bytes) {
 }
 
 std::string TextToMultiByte(uint32_t code_page, WideView text) {
-  if (text.empty()) return {};
-  if (!IsValidCodePage(code_page)) return ToUtf8(text);
-  const int size = static_cast<int>(text.size());
-  const int length =
-      WideCharToMultiByte(code_page, 0, text.data(), size, nullptr, 0, nullptr, nullptr);
-  if (length <= 0) return {};
-  std::string bytes(static_cast<size_t>(length), '\0');
-  WideCharToMultiByte(code_page, 0, text.data(), size, bytes.data(), length, nullptr, nullptr);
-  return bytes;
+  const bool contains_ascii = code_page == kLatin1CodePage || code_page == kUtf8CodePage;
+  if (text.empty() || (contains_ascii && IsAscii(text))) return {text.begin(), text.end()};
+  std::string bytes;
+  return Encode(code_page, text, bytes) ? bytes : ToUtf8(text);
 }

@@ -51,6 +51,13 @@ void ForgetCharsetChoices();
 // closing quote, or to the next blank or the end; 260 characters at most. Empty without a "=".
 std::string_view CharsetParamValue(std::string_view parameter);
 
+// One look at every character, without a branch for each.
+constexpr bool IsAscii(WideView text) {
+  WCHAR bits = 0;
+  for (const WCHAR c : text) bits = static_cast<WCHAR>(bits | c);
+  return bits < 0x80;
+}
+
 // Converts received bytes. A code page that the system lacks counts as the system's default.
 void MultiByteToText(uint32_t code_page, std::string_view bytes, WideText& text);
 WideText MultiByteToText(uint32_t code_page, std::string_view bytes);

@@ -9,26 +9,44 @@
 
 namespace {
 
-// Where a value lies. The nodes and texts that were made together with it lie behind it in the same block,
-// which saves most of a list's allocations; what is put into a value later is a block of its own.
+// Where a value lies. Its nodes and texts lie behind it in the same block as long as there is room, which
+// saves most of a list's allocations; what finds no room is a block of its own.
 struct ValueBlock {
   size_t size;  // in bytes, with all that lies in it
+  size_t used;  // of them
   PropertyValue value;
 };
 
-bool IsInBlock(const PropertyValue& value, const void* place) {
-  const auto* begin = reinterpret_cast<const char*>(&value) - offsetof(ValueBlock, value);
-  const auto* block = reinterpret_cast<const ValueBlock*>(begin);
-  const std::less<const char*> is_before;
-  const auto* byte = static_cast<const char*>(place);
-  return !is_before(byte, begin) && is_before(byte, begin + block->size);
+// Room for the nodes and texts that a value without any mostly gets.
+constexpr size_t kUsualRoom = 200;
+
+ValueBlock& BlockOf(PropertyValue& value) {
+  return *reinterpret_cast<ValueBlock*>(reinterpret_cast<char*>(&value) -
+                                        offsetof(ValueBlock, value));
 }
 
-void FreeInValue(const PropertyValue& value, void* memory) {
+bool IsInBlock(PropertyValue& value, const void* place) {
+  const ValueBlock& block = BlockOf(value);
+  const auto* begin = reinterpret_cast<const char*>(&block);
+  const std::less<const char*> is_before;
+  const auto* byte = static_cast<const char*>(place);
+  return !is_before(byte, begin) && is_before(byte, begin + block.size);
+}
+
+// Memory behind a value or, where there is no room, of its own; null when memory is short. For FreeInValue.
+void* AllocateIn(PropertyValue& value, size_t size, size_t alignment) {
+  ValueBlock& block = BlockOf(value);
+  const size_t begin = (block.used + alignment - 1) / alignment * alignment;
+  if (begin > block.size || size > block.size - begin) return OsifAllocRaw(size);
+  block.used = begin + size;
+  return reinterpret_cast<char*>(&block) + begin;
+}
+
+void FreeInValue(PropertyValue& value, void* memory) {
   if (!IsInBlock(value, memory)) OsifFree(memory);
 }
 
-void FreeTexts(const PropertyValue& value, OsifText* node) {
+void FreeTexts(PropertyValue& value, OsifText* node) {
   while (node != nullptr) {
     OsifText* next = node->next;
     FreeInValue(value, node->text);
@@ -40,14 +58,14 @@ void FreeTexts(const PropertyValue& value, OsifText* node) {
 void FreeValue(PropertyValue* value) {
   FreeTexts(*value, value->params);
   FreeTexts(*value, value->components);
-  OsifFree(reinterpret_cast<char*>(value) - offsetof(ValueBlock, value));
+  OsifFree(&BlockOf(*value));
 }
 
-// A value without lists, with room behind it for so many bytes.
+// A value without lists, with room behind it for so many bytes; none of them counts as used.
 PropertyValue* NewValue(size_t room) {
   auto* block = static_cast<ValueBlock*>(OsifAllocRaw(sizeof(ValueBlock) + room));
   if (block == nullptr) return nullptr;
-  *block = {sizeof(ValueBlock) + room, {}};
+  *block = {sizeof(ValueBlock) + room, sizeof(ValueBlock), {}};
   return &block->value;
 }
 
@@ -58,20 +76,31 @@ void Link(PropertyValue* value, PropertyValue*& list, PropertyValue*& last) {
   last = value;
 }
 
-OsifText* NewTextNode() {
-  auto* node = static_cast<OsifText*>(OsifAlloc(sizeof(OsifText)));
-  if (node != nullptr) node->used = 1;
+OsifText* NewTextNode(PropertyValue& value) {
+  auto* node = static_cast<OsifText*>(AllocateIn(value, sizeof(OsifText), alignof(OsifText)));
+  if (node != nullptr) *node = {nullptr, nullptr, 1};
   return node;
 }
 
-// Puts a text into a node, which is made when there is none. False when memory is short.
-bool PutText(const PropertyValue& value, OsifText*& node, OwnedText text) {
+// Puts a text that lies in the value's block or in one of its own into a node, which is made when there is
+// none. False when memory is short; the text is then released.
+bool PutText(PropertyValue& value, OsifText*& node, char* text) {
   if (text == nullptr) return false;
-  if (node == nullptr) node = NewTextNode();
-  if (node == nullptr) return false;
+  if (node == nullptr) node = NewTextNode(value);
+  if (node == nullptr) {
+    FreeInValue(value, text);
+    return false;
+  }
   FreeInValue(value, node->text);
-  node->text = text.release();
+  node->text = text;
   return true;
+}
+
+// The same with a copy of the text.
+bool PutText(PropertyValue& value, OsifText*& node, std::string_view text) {
+  auto* copy = static_cast<char*>(AllocateIn(value, text.size() + 1, 1));
+  if (copy != nullptr) copy[text.copy(copy, text.size())] = '\0';
+  return PutText(value, node, copy);
 }
 
 // The length of the piece at the start of the text: up to the first ";" that no backslash protects.
@@ -162,6 +191,24 @@ size_t MostPieces(std::string_view text) {
   return static_cast<size_t>(std::ranges::count(text, ';')) + 1;
 }
 
+// Where the node at a position is linked, or will be; null without a value and when memory is short for those
+// before it.
+OsifText** NodeAt(PropertyValue* value, size_t index) {
+  if (value == nullptr) return nullptr;
+  OsifText** link = &value->components;
+  for (; index > 0; --index, link = &(*link)->next) {
+    if (*link == nullptr) *link = NewTextNode(*value);
+    if (*link == nullptr) return nullptr;
+  }
+  return link;
+}
+
+OsifText** EndOf(OsifText*& list) {
+  OsifText** link = &list;
+  while (*link != nullptr) link = &(*link)->next;
+  return link;
+}
+
 // Makes nodes and texts in the room behind a new value, for so many nodes at most.
 class NodesBehind {
  public:
@@ -192,7 +239,7 @@ PropertyValue* PropertyValue_Append(PropertyValue*& list) {
 }
 
 PropertyValue* PropertyValue_Append(PropertyValue*& list, PropertyValue*& last) {
-  PropertyValue* value = NewValue(0);
+  PropertyValue* value = NewValue(kUsualRoom);
   if (value != nullptr) Link(value, list, last);
   return value;
 }
@@ -203,6 +250,7 @@ void PropertyValue_AppendLine(std::string_view value_text, std::string_view para
   const size_t nodes = components + (param_text.empty() ? 0 : MostPieces(param_text));
   PropertyValue* value = NewValue(NodesBehind::Room(nodes, value_text.size() + param_text.size()));
   if (value == nullptr) return;
+  BlockOf(*value).used = BlockOf(*value).size;
   NodesBehind behind(value, nodes);
   OsifText** link = &value->params;
   const auto append = [&](std::string_view piece) {
@@ -218,24 +266,22 @@ void PropertyValue_AppendLine(std::string_view value_text, std::string_view para
 }
 
 void PropertyValue_SetComponent(PropertyValue* value, OwnedText text, size_t index) {
-  if (value == nullptr || text == nullptr) return;
-  OsifText** link = &value->components;
-  for (; index > 0; --index, link = &(*link)->next) {
-    if (*link == nullptr) *link = NewTextNode();
-    if (*link == nullptr) return;
-  }
-  PutText(*value, *link, std::move(text));
+  if (text == nullptr) return;
+  OsifText** node = NodeAt(value, index);
+  if (node != nullptr) PutText(*value, *node, text.release());
+}
+
+void PropertyValue_SetComponent(PropertyValue* value, std::string_view text, size_t index) {
+  OsifText** node = NodeAt(value, index);
+  if (node != nullptr) PutText(*value, *node, text);
 }
 
 void PropertyValue_AddParam(PropertyValue* value, OwnedText text) {
-  if (value == nullptr) return;
-  OsifText** link = &value->params;
-  while (*link != nullptr) link = &(*link)->next;
-  PutText(*value, *link, std::move(text));
+  if (value != nullptr && text != nullptr) PutText(*value, *EndOf(value->params), text.release());
 }
 
 void PropertyValue_AddParam(PropertyValue* value, std::string_view text) {
-  PropertyValue_AddParam(value, CopyText(text));
+  if (value != nullptr) PutText(*value, *EndOf(value->params), text);
 }
 
 const OsifText* PropertyValue_FindParam(const OsifText* params, std::string_view word) {
@@ -250,7 +296,7 @@ void PropertyValue_Parse(std::string_view value_text, std::string_view param_tex
   FreeTexts(value, std::exchange(value.params, nullptr));
   OsifText** link = &value.params;
   const auto put = [&](std::string_view piece) {
-    if (!PutText(value, *link, CopyText(piece))) return false;
+    if (!PutText(value, *link, piece)) return false;
     link = &(*link)->next;
     return true;
   };

@@ -19,9 +19,10 @@ PropertyValue* PropertyValue_Append(PropertyValue*& list);
 // caller clears `last` whenever the list is released.
 PropertyValue* PropertyValue_Append(PropertyValue*& list, PropertyValue*& last);
 
-// Puts a text at a position, making the positions before it, and releases a text already there. A null
-// value or text does nothing.
+// Puts a text, or a copy of it, at a position, making the positions before it, and releases a text already
+// there. A null value or text does nothing.
 void PropertyValue_SetComponent(PropertyValue* value, OwnedText text, size_t index);
+void PropertyValue_SetComponent(PropertyValue* value, std::string_view text, size_t index);
 
 // Appends one parameter node: the text itself, or a copy of it.
 void PropertyValue_AddParam(PropertyValue* value, OwnedText text);

@@ -80,7 +80,7 @@ bool IsEscaped(Unit c) {
 
 WideText WithEscapes(WideView text) {
   WideText escaped;
-  escaped.reserve(text.size());
+  escaped.reserve(text.size() + 2);
   for (const WCHAR c : text) {
     if (IsEscaped(c)) escaped.push_back(u'\\');
     escaped.push_back(c);
@@ -88,13 +88,10 @@ WideText WithEscapes(WideView text) {
   return escaped;
 }
 
-bool IsAscii(WideView text) {
-  return std::all_of(text.begin(), text.end(), [](WCHAR c) { return c < 128; });
-}
-
 uint32_t ChooseCodePage(const PropertyValue& value, WideView text) {
   if (value.codePage != 0) return value.codePage;
-  if (IsValidCodePage(kLatin1CodePage) && IsAscii(text)) return kLatin1CodePage;
+  static const bool has_latin1 = IsValidCodePage(kLatin1CodePage);
+  if (has_latin1 && IsAscii(text)) return kLatin1CodePage;
   const uint32_t output = OutputCodePage();
   return output != 0 && IsValidCodePage(output) ? output : kUtf8CodePage;
 }
@@ -135,33 +132,52 @@ struct SentText {
   bool is_misread;  // as it is: it has to be encoded whatever the caller asked for
 };
 
+// False for a national set that has a letter in the place of the backslash.
+bool HasBackslash(uint32_t code_page) {
+  const bool contains_ascii = code_page == kLatin1CodePage || code_page == kUtf8CodePage;
+  return contains_ascii || AsHeldBy(code_page, u"\\") == u"\\";
+}
+
+// Whether no byte but those of separators and escapes themselves looks like one.
+bool HasOwnBytes(uint32_t code_page, WideView text) {
+  return code_page == kUtf8CodePage || (code_page == kLatin1CodePage && IsAscii(text));
+}
+
+// One that is there, or that a reader would see.
+bool HasLineBreak(std::string_view bytes) {
+  return bytes.find('\n') != std::string_view::npos || bytes.find('\r') != std::string_view::npos ||
+         bytes.ends_with('=') || bytes.find(kEncodedLineBreak) != std::string_view::npos;
+}
+
 // A reader would misread a line break, which a property line cannot hold, a "=" at the end, which
 // joins the line with the next one, and each byte of a letter that looks like a separator or an
 // escape. Where a national set has a letter in the place of the backslash nothing can be escaped;
 // but a ";" separates nothing when it is encoded.
 SentText ForSending(uint32_t code_page, WideView text) {
-  const bool has_escapes = AsHeldBy(code_page, u"\\") == u"\\";
-  WideText escaped = has_escapes ? WithEscapes(text) : WideText(text);
-  std::string bytes = TextToMultiByte(code_page, escaped);
-  if (has_escapes && CountEscaped(bytes) != CountEscaped(escaped)) {
-    escaped = WithEscapes(WithLookAlikes(code_page, text));
-    bytes = TextToMultiByte(code_page, escaped);
+  const bool has_escapes = HasBackslash(code_page);
+  WideText escaped;
+  WideView sent = text;
+  if (has_escapes && CountEscaped(text) > 0) sent = escaped = WithEscapes(text);
+  std::string bytes = TextToMultiByte(code_page, sent);
+  bool is_misread = false;
+  if (!HasOwnBytes(code_page, text)) {
+    if (has_escapes && CountEscaped(bytes) != CountEscaped(sent)) {
+      sent = escaped = WithEscapes(WithLookAlikes(code_page, text));
+      bytes = TextToMultiByte(code_page, sent);
+    }
+    is_misread = CountEscaped(bytes) != (has_escapes ? CountEscaped(sent) : 0);
   }
-  const bool is_misread = bytes.find_first_of("\r\n") != std::string::npos ||
-                          bytes.ends_with('=') ||
-                          bytes.find(kEncodedLineBreak) != std::string::npos ||
-                          CountEscaped(bytes) != (has_escapes ? CountEscaped(escaped) : 0);
+  is_misread = is_misread || HasLineBreak(bytes);
   return {std::move(bytes), is_misread};
 }
 
 // The encoding holds for all components of a value, so those that were left plain follow.
 void DeclareQuotedPrintable(PropertyValue& value) {
-  for (OsifText* node = value.components; node != nullptr; node = node->next) {
-    if (node->text == nullptr) continue;
-    OwnedText encoded = CopyText(QuotedPrintableEncode(node->text));
-    if (encoded == nullptr) continue;
-    OsifFree(node->text);
-    node->text = encoded.release();
+  size_t index = 0;
+  for (const OsifText& node : Texts(value.components)) {
+    const size_t position = index++;
+    if (node.text == nullptr) continue;
+    PropertyValue_SetComponent(&value, QuotedPrintableEncode(node.text), position);
   }
   PropertyValue_AddParam(&value, "ENCODING=QUOTED-PRINTABLE");
   value.flags |= OSIF_VALUE_QUOTED_PRINTABLE;
@@ -179,7 +195,7 @@ void PutText(WideView text, PropertyValue& value, uint32_t code_page, uint32_t e
   const bool is_asked_for = (encode_flags & kEncodeQuotedPrintable) != 0 ||
                             (value.flags & OSIF_VALUE_QUOTED_PRINTABLE) != 0;
   if (is_asked_for || sent.is_misread) EncodeWhereNeeded(value, sent.bytes);
-  PropertyValue_SetComponent(&value, CopyText(sent.bytes), index);
+  PropertyValue_SetComponent(&value, sent.bytes, index);
 }
 
 // The character set holds for all components of a value, so the ASCII ones that were stored before

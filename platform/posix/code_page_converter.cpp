@@ -375,6 +375,11 @@ ConversionReport EncodeText(const CodePage& page, std::u16string_view text,
 }
 
 bool CanConvert(const CodePage& page) {
-  return (page.reader == nullptr || ConverterNamed(page.reader) != nullptr) &&
-         (page.writer == nullptr || ConverterNamed(page.writer) != nullptr);
+  thread_local std::map<const CodePage*, bool> known;
+  const auto [entry, is_new] = known.try_emplace(&page);
+  if (is_new) {
+    entry->second = (page.reader == nullptr || ConverterNamed(page.reader) != nullptr) &&
+                    (page.writer == nullptr || ConverterNamed(page.writer) != nullptr);
+  }
+  return entry->second;
 }

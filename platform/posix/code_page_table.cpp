@@ -1,5 +1,8 @@
 #include "platform/posix/code_page_table.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
 constexpr DetectedPage kJapanese[] = {
@@ -116,11 +119,11 @@ constexpr CodePage kCodePages[] = {
     Ordinary(65001, "UTF-8"),
 };
 
+static_assert(std::ranges::is_sorted(kCodePages, {}, &CodePage::number));
+
 }  // namespace
 
 const CodePage* FindCodePage(UINT number) {
-  for (const CodePage& page : kCodePages) {
-    if (page.number == number) return &page;
-  }
-  return nullptr;
+  const CodePage* page = std::ranges::lower_bound(kCodePages, number, {}, &CodePage::number);
+  return page != std::end(kCodePages) && page->number == number ? page : nullptr;
 }

@@ -125,7 +125,6 @@ TEST_F(PropertyWriter, AValueWithNoFilledComponentHasAnEmptyValue) {
 TEST_F(PropertyWriter, AParameterWithoutATextIsLeftOut) {
   ValueList value = MakeValue({"A", "B", "C"}, {"x"});
   OsifText* second = value->params->next;
-  OsifFree(second->text);
   second->text = nullptr;
   EXPECT_EQ(WrittenList("TEL", value.get()), "TEL;A;C:x\r\n");
 }

@@ -57,6 +57,48 @@ TEST(ObjectRecord, HasTwentyContactListsInTheirOrder) {
   EXPECT_EQ(sizeof(OsifContact), 20 * sizeof(PropertyValue*));
 }
 
+// Where things lie for callers with 4-byte pointers, and for those with 8-byte pointers.
+template <typename T>
+constexpr T ByPointer(T with_4, T with_8) {
+  static_assert(sizeof(void*) == 4 || sizeof(void*) == 8);
+  return sizeof(void*) == 4 ? with_4 : with_8;
+}
+
+TEST(ObjectRecord, HasValuesOfTheSizeThatTheirPointersGive) {
+  EXPECT_EQ(sizeof(OsifText), ByPointer(12u, 24u));
+  EXPECT_EQ(offsetof(OsifText, text), ByPointer(4u, 8u));
+  EXPECT_EQ(offsetof(OsifText, used), ByPointer(8u, 16u));
+  EXPECT_EQ(sizeof(PropertyValue), ByPointer(20u, 40u));
+  EXPECT_EQ(offsetof(PropertyValue, params), ByPointer(4u, 8u));
+  EXPECT_EQ(offsetof(PropertyValue, components), ByPointer(8u, 16u));
+  EXPECT_EQ(offsetof(PropertyValue, codePage), ByPointer(12u, 24u));
+  EXPECT_EQ(offsetof(PropertyValue, next), ByPointer(16u, 32u));
+}
+
+TEST(ObjectRecord, HasFieldsOfTheSizeThatTheirPointersGive) {
+  EXPECT_EQ(offsetof(OsifObject, contact), 544u);
+  EXPECT_EQ(sizeof(OsifContact), ByPointer(80u, 160u));
+  EXPECT_EQ(offsetof(OsifCalendar, tail), ByPointer(40u, 80u));
+  EXPECT_EQ(offsetof(OsifEventTail, allDayEvent), ByPointer(28u, 56u));
+  EXPECT_EQ(sizeof(OsifTodoTail), ByPointer(24u, 48u));
+  EXPECT_EQ(sizeof(OsifCalendar), ByPointer(72u, 144u));
+  EXPECT_EQ(sizeof(OsifNote), ByPointer(24u, 48u));
+}
+
+// The room for the message store gives way, so that the record has one size.
+TEST(ObjectRecord, HasMessageFieldsThatFillIt) {
+  EXPECT_EQ(sizeof(MessagePart), ByPointer(700u, 712u));
+  EXPECT_EQ(offsetof(MessagePart, contentTransferEncoding), 128u);
+  EXPECT_EQ(offsetof(MessagePart, bodyText), ByPointer(180u, 184u));
+  EXPECT_EQ(offsetof(MessagePart, attachmentFile), ByPointer(184u, 192u));
+  EXPECT_EQ(offsetof(MessagePart, nextPart), ByPointer(696u, 704u));
+  EXPECT_EQ(offsetof(OsifMessage, storeData), 62u);
+  EXPECT_EQ(sizeof(OsifMessage::storeData), ByPointer(4080u, 4068u));
+  EXPECT_EQ(offsetof(OsifMessage, mimeVersion), ByPointer(4142u, 4130u));
+  EXPECT_EQ(offsetof(OsifMessage, part), ByPointer(8548u, 8536u));
+  EXPECT_EQ(sizeof(OsifMessage), 9248u);
+}
+
 // ---- Releasing ----
 
 TEST(ObjectRecord, ReleasesEveryListOfAContactAndClearsTheRecord) {

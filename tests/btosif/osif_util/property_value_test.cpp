@@ -102,8 +102,8 @@ TEST(PropertyValue, AValueOwnsTheTextOfAComponent) {
 
 TEST(PropertyValue, NoTextChangesNothing) {
   ValueList value = MakeValue({}, {"a"});
-  PropertyValue_SetComponent(value.get(), nullptr, 0);
-  PropertyValue_SetComponent(value.get(), nullptr, 5);
+  PropertyValue_SetComponent(value.get(), OwnedText(), 0);
+  PropertyValue_SetComponent(value.get(), OwnedText(), 5);
   EXPECT_THAT(ComponentsOf(*value), ElementsAre("a"));
 }
 
@@ -176,7 +176,6 @@ TEST(PropertyValue, FindParamGivesNothingWhenNoneContainsTheWord) {
 
 TEST(PropertyValue, FindParamPassesOverANodeWithoutAText) {
   ValueList value = MakeValue({"A", "HOME"}, {});
-  OsifFree(value->params->text);
   value->params->text = nullptr;
   EXPECT_STREQ(PropertyValue_FindParam(value->params, "HOME")->text, "HOME");
 }
