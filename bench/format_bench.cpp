@@ -5,121 +5,53 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
-#include <string_view>
-#include <vector>
 
-#include "bench/support/generated_objects.h"
+#include "bench/support/formats.h"
 #include "bench/support/temp_folder.h"
-#include "btosif/osif_file.h"
-#include "btosif/osif_generators/vcalendar_writer.h"
-#include "btosif/osif_generators/vcard_writer.h"
-#include "btosif/osif_generators/vmessage_writer.h"
-#include "btosif/osif_generators/vnote_writer.h"
-#include "btosif/osif_parsers/vcalendar_reader.h"
-#include "btosif/osif_parsers/vcard_reader.h"
-#include "btosif/osif_parsers/vmessage_reader.h"
-#include "btosif/osif_parsers/vnote_reader.h"
-#include "btosif/osif_util/object_record.h"
-#include "osif.h"
 
 namespace {
 
-struct Format {
-  int32_t store_id;
-  std::string (*make)(int number, int count);
-  OsifResult (*read)(OsifStream&, OsifReadCallback, void*);
-  OsifResult (*write)(OsifStream&, OsifObject&, uint8_t);
-};
+using bench::Format;
+using bench::ObjectFile;
 
-constexpr Format kCards = {OSIF_STORE_PB, bench::Card, VCard_ReadFile, VCard_Write};
-constexpr Format kEvents = {OSIF_STORE_CAL, [](int number, int) { return bench::Event(number); },
-                            VCalendar_ReadFile, VCalendar_Write};
-constexpr Format kNotes = {OSIF_STORE_NOTE, [](int number, int) { return bench::Note(number); },
-                           VNote_ReadFile, VNote_Write};
-constexpr Format kMessages = {OSIF_STORE_MSG_IN,
-                              [](int number, int) { return bench::Message(number); },
-                              VMessage_ReadFile, VMessage_Write};
-
-// A file of generated objects, and a device without settings, which the writers ask for theirs.
-class ObjectFile {
- public:
-  ObjectFile(const Format& format, int count) {
-    setenv("OSIF_DEVICE", folder_.path().c_str(), 1);
-    bench::PutBytes(path(), bench::Repeated(count, [&](int i) { return format.make(i, count); }));
-  }
-  std::string path() const { return folder_.File("objects"); }
-  std::string written_path() const { return folder_.File("written"); }
-  static int64_t SizeOf(const std::string& path) {
-    return static_cast<int64_t>(std::filesystem::file_size(path));
-  }
-
- private:
-  bench::TempFolder folder_;
-};
-
-OsifStream Open(const std::string& path, const WCHAR* mode) {
-  OsifStream stream;
-  bench::Require(FILE_Open(stream, bench::Wide(path).c_str(), mode, LineEnd::kCrLf) == 0,
-                 "a file was not opened");
-  return stream;
-}
-
-int32_t Count(int32_t, OsifObject*, OsifResult, void* context) {
-  ++*static_cast<int*>(context);
-  return 0;
-}
+constexpr const Format& kCards = bench::kFormats[0];
+constexpr const Format& kEvents = bench::kFormats[1];
+constexpr const Format& kNotes = bench::kFormats[2];
+constexpr const Format& kMessages = bench::kFormats[3];
 
 void Read(benchmark::State& state, const Format& format) {
   const int count = static_cast<int>(state.range(0));
   const ObjectFile file(format, count);
   for (auto _ : state) {
-    OsifStream stream = Open(file.path(), u"rb");
-    int read = 0;
-    format.read(stream, Count, &read);
-    bench::Require(read == count, "objects are missing");
+    bench::Require(bench::ReadAll(format, file.path()) == count, "objects are missing");
   }
   state.SetBytesProcessed(state.iterations() * ObjectFile::SizeOf(file.path()));
 }
 
-// The records of a file, taken over from the reader.
-class Records {
- public:
-  Records(const Format& format, const std::string& path) : store_id_(format.store_id) {
-    OsifStream stream = Open(path, u"rb");
-    format.read(stream, Keep, this);
+// Reading, and every text of each record in UTF-16.
+void ReadAndDecode(benchmark::State& state, const Format& format) {
+  const ObjectFile file(format, static_cast<int>(state.range(0)));
+  for (auto _ : state) {
+    bench::Require(bench::DecodeAll(format, file.path()) > 0, "no text was decoded");
   }
-  ~Records() {
-    for (OsifObject& object : objects_) FreeObject(store_id_, object);
-  }
-  Records(const Records&) = delete;
-  Records& operator=(const Records&) = delete;
-
-  std::vector<OsifObject>& objects() { return objects_; }
-
- private:
-  static int32_t Keep(int32_t, OsifObject* object, OsifResult, void* context) {
-    static_cast<Records*>(context)->objects_.push_back(*object);
-    *object = {};
-    return 0;
-  }
-
-  int32_t store_id_;
-  std::vector<OsifObject> objects_;
-};
-
-void WriteAll(const Format& format, std::vector<OsifObject>& objects, const std::string& path) {
-  OsifStream stream = Open(path, u"w");
-  for (OsifObject& object : objects) format.write(stream, object, 1);
+  state.SetBytesProcessed(state.iterations() * ObjectFile::SizeOf(file.path()));
 }
 
 void Write(benchmark::State& state, const Format& format) {
-  const ObjectFile file(format, static_cast<int>(state.range(0)));
-  Records records(format, file.path());
-  bench::Require(static_cast<int64_t>(records.objects().size()) == state.range(0),
-                 "objects are missing");
-  for (auto _ : state) WriteAll(format, records.objects(), file.written_path());
+  const ObjectFile file(format, bench::kWrittenRecords);
+  bench::Records records(format, file.path());
+  bench::Require(records.objects().size() == bench::kWrittenRecords, "objects are missing");
+  for (auto _ : state) {
+    state.PauseTiming();
+    std::filesystem::remove(file.written_path());
+    state.ResumeTiming();
+    bench::WriteAll(format, records.objects(), state.range(0), file.written_path());
+  }
+  bench::Require(bench::ReadAll(format, file.written_path()) == state.range(0),
+                 "not every object was written");
   state.SetBytesProcessed(state.iterations() * ObjectFile::SizeOf(file.written_path()));
 }
 
@@ -164,31 +96,40 @@ void SplitRead(benchmark::State& state, const Format& format) {
 }
 
 void SplitWritten(benchmark::State& state, const Format& format) {
-  const ObjectFile file(format, static_cast<int>(state.range(0)));
-  Records records(format, file.path());
-  WriteAll(format, records.objects(), file.written_path());
+  const ObjectFile file(format, bench::kWrittenRecords);
+  bench::Records records(format, file.path());
+  bench::WriteAll(format, records.objects(), state.range(0), file.written_path());
   Split(state, file.written_path());
 }
 
-void Sizes(benchmark::internal::Benchmark* bench) {
-  bench->Arg(50)->Arg(500)->Arg(5000)->Unit(benchmark::kMicrosecond);
+// Reading is measured at two sizes, to see that it grows no faster than the file.
+void CardSizes(benchmark::internal::Benchmark* bench) {
+  bench->Arg(2000)->Arg(20'000)->Unit(benchmark::kMillisecond);
 }
+void AllCards(benchmark::internal::Benchmark* bench) {
+  bench->Arg(20'000)->Unit(benchmark::kMillisecond);
+}
+void All(benchmark::internal::Benchmark* bench) { bench->Arg(5000)->Unit(benchmark::kMillisecond); }
 
-BENCHMARK_CAPTURE(SplitRead, cards, kCards)->Apply(Sizes);
-BENCHMARK_CAPTURE(Read, cards, kCards)->Apply(Sizes);
-BENCHMARK_CAPTURE(SplitWritten, cards, kCards)->Apply(Sizes);
-BENCHMARK_CAPTURE(Write, cards, kCards)->Apply(Sizes);
-BENCHMARK_CAPTURE(SplitRead, events, kEvents)->Apply(Sizes);
-BENCHMARK_CAPTURE(Read, events, kEvents)->Apply(Sizes);
-BENCHMARK_CAPTURE(SplitWritten, events, kEvents)->Apply(Sizes);
-BENCHMARK_CAPTURE(Write, events, kEvents)->Apply(Sizes);
-BENCHMARK_CAPTURE(SplitRead, notes, kNotes)->Apply(Sizes);
-BENCHMARK_CAPTURE(Read, notes, kNotes)->Apply(Sizes);
-BENCHMARK_CAPTURE(SplitWritten, notes, kNotes)->Apply(Sizes);
-BENCHMARK_CAPTURE(Write, notes, kNotes)->Apply(Sizes);
-BENCHMARK_CAPTURE(SplitRead, messages, kMessages)->Apply(Sizes);
-BENCHMARK_CAPTURE(Read, messages, kMessages)->Apply(Sizes);
-BENCHMARK_CAPTURE(SplitWritten, messages, kMessages)->Apply(Sizes);
-BENCHMARK_CAPTURE(Write, messages, kMessages)->Apply(Sizes);
+BENCHMARK_CAPTURE(SplitRead, cards, kCards)->Apply(AllCards);
+BENCHMARK_CAPTURE(Read, cards, kCards)->Apply(CardSizes);
+BENCHMARK_CAPTURE(ReadAndDecode, cards, kCards)->Apply(AllCards);
+BENCHMARK_CAPTURE(SplitWritten, cards, kCards)->Apply(AllCards);
+BENCHMARK_CAPTURE(Write, cards, kCards)->Apply(AllCards);
+BENCHMARK_CAPTURE(SplitRead, events, kEvents)->Apply(All);
+BENCHMARK_CAPTURE(Read, events, kEvents)->Apply(All);
+BENCHMARK_CAPTURE(ReadAndDecode, events, kEvents)->Apply(All);
+BENCHMARK_CAPTURE(SplitWritten, events, kEvents)->Apply(All);
+BENCHMARK_CAPTURE(Write, events, kEvents)->Apply(All);
+BENCHMARK_CAPTURE(SplitRead, notes, kNotes)->Apply(All);
+BENCHMARK_CAPTURE(Read, notes, kNotes)->Apply(All);
+BENCHMARK_CAPTURE(ReadAndDecode, notes, kNotes)->Apply(All);
+BENCHMARK_CAPTURE(SplitWritten, notes, kNotes)->Apply(All);
+BENCHMARK_CAPTURE(Write, notes, kNotes)->Apply(All);
+BENCHMARK_CAPTURE(SplitRead, messages, kMessages)->Apply(All);
+BENCHMARK_CAPTURE(Read, messages, kMessages)->Apply(All);
+BENCHMARK_CAPTURE(ReadAndDecode, messages, kMessages)->Apply(All);
+BENCHMARK_CAPTURE(SplitWritten, messages, kMessages)->Apply(All);
+BENCHMARK_CAPTURE(Write, messages, kMessages)->Apply(All);
 
 }  // namespace
