@@ -1,0 +1,40 @@
+# What "cmake --install" puts on a system, in the places that GNU programs have.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+# ---- The library -------------------------------------------------------------------------------------
+
+set(cmake_folder ${CMAKE_INSTALL_LIBDIR}/cmake/osif)
+install(TARGETS osif EXPORT osif-targets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES include/osif.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+# For find_package(osif), which gives the target osif::osif.
+install(EXPORT osif-targets NAMESPACE osif:: DESTINATION ${cmake_folder})
+configure_file(packaging/osif-config.cmake.in osif-config.cmake COPYONLY)
+# The major number says what programs can rely on.
+write_basic_package_version_file(osif-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${CMAKE_CURRENT_BINARY_DIR}/osif-config.cmake
+  ${CMAKE_CURRENT_BINARY_DIR}/osif-config-version.cmake
+  DESTINATION ${cmake_folder})
+
+configure_file(packaging/write_pkg_config.cmake.in write_pkg_config.cmake @ONLY)
+install(SCRIPT ${CMAKE_CURRENT_BINARY_DIR}/write_pkg_config.cmake)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/osif.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+install(FILES docs/man/libosif.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
+
+# ---- The command -------------------------------------------------------------------------------------
+
+# It finds the library wherever both were installed. A package for a system's own folders wants no such path:
+# it sets CMAKE_SKIP_INSTALL_RPATH.
+file(RELATIVE_PATH from_bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+set_target_properties(osif_command PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
+install(TARGETS osif_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES docs/man/osif.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES packaging/completion/osif.bash
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME osif)
+install(FILES packaging/completion/osif.zsh
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions RENAME _osif)

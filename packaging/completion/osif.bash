@@ -1,0 +1,71 @@
+# Completion of osif for bash: subcommands, options, stores, settings and files.
+
+# The positional arguments before the word that is completed, the subcommand first.
+__osif_arguments() {
+  local i
+  arguments=()
+  for ((i = 1; i < COMP_CWORD; ++i)); do
+    case "${COMP_WORDS[i]}" in
+      --device | -o | --output | --since | --since-time | --port | --count) ((++i)) ;;
+      -*) ;;
+      *) arguments+=("${COMP_WORDS[i]}") ;;
+    esac
+  done
+}
+
+__osif_offer_words() { mapfile -t COMPREPLY < <(compgen -W "$*" -- "$word"); }
+
+__osif_offer_files() {
+  compopt -o filenames 2>/dev/null
+  mapfile -t COMPREPLY < <(compgen -f -- "$word")
+}
+
+__osif_offer_folders() {
+  compopt -o filenames 2>/dev/null
+  mapfile -t COMPREPLY < <(compgen -d -- "$word")
+}
+
+# The options that the subcommand has beside those that all have.
+__osif_options() {
+  case "$1" in
+    receive | parse) echo --each ;;
+    send | export) echo -o --output ;;
+    changes) echo --since --since-time ;;
+    trace) echo --port --count ;;
+  esac
+}
+
+__osif_settings() {
+  echo MinorClass DeviceName UsePocketPCName SecurityType MaxSimultConnections CountryCode \
+    DontShowAdvanced ForceDevClassMajor ForceDevClassMinor UnnamedDeviceName NoSleepingWhileConnected \
+    DefaultStatusDll DefaultPropertiesDll DefaultInputCharset DefaultOutputCharset \
+    DoNotSendMsftProperties LogIPAddr
+}
+
+_osif() {
+  local word="${COMP_WORDS[COMP_CWORD]}" before="${COMP_WORDS[COMP_CWORD - 1]}" arguments
+  COMPREPLY=()
+  __osif_arguments
+  case "$before" in
+    --device) __osif_offer_folders; return ;;
+    -o | --output) __osif_offer_files; return ;;
+    --since | --since-time | --port | --count) return ;;
+  esac
+  if [[ "$word" == -* ]]; then
+    __osif_offer_words --device --json --trace -h --help "$(__osif_options "${arguments[0]-}")"
+    return
+  fi
+  case "${#arguments[@]}:${arguments[0]-}" in
+    0:)
+      __osif_offer_words receive send export list find count delete parse changes anchor database-id \
+        settings trace
+      ;;
+    1:send | 1:export | 1:list | 1:count | 1:delete | 1:changes | 1:anchor | 1:database-id)
+      __osif_offer_words pb cal note msg-in msg-sent msg-out
+      ;;
+    1:settings) __osif_offer_words "$(__osif_settings)" ;;
+    *:receive | *:parse | 1:find) __osif_offer_files ;;
+  esac
+}
+
+complete -F _osif osif

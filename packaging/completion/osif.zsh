@@ -1,0 +1,60 @@
+#compdef osif
+# Completion of osif for zsh: subcommands, options, stores, settings and files.
+
+_osif() {
+  local -a common subcommands
+  local store='1:store:(pb cal note msg-in msg-sent msg-out)'
+  local state line
+  common=(
+    '--device[the folder of the device]:folder:_files -/'
+    '--json[print one JSON object a line]'
+    '--trace[show the diagnostic lines of the library]'
+    '(-h --help)'{-h,--help}'[show the options]'
+  )
+  subcommands=(
+    'receive:store every object of files'
+    'send:write one object of a store as text'
+    'export:write every object of a store to a file'
+    'list:show the ids and names of the objects of a store'
+    'find:for each object of a file, show its id in the store'
+    'count:show how many objects a store holds'
+    'delete:delete objects of a store'
+    'parse:read files without storing anything'
+    'changes:show what was changed since an anchor'
+    'anchor:show the anchor of a store'
+    'database-id:show the database id of a store'
+    'settings:show or change the settings'
+    'trace:receive and print diagnostic lines'
+  )
+
+  _arguments -C $common '1:subcommand:->subcommand' '*::argument:->argument'
+  case $state in
+    subcommand) _describe 'subcommand' subcommands ;;
+    argument)
+      case $words[1] in
+        receive | parse)
+          _arguments $common '--each[read every object by itself]' '*:file:_files' ;;
+        send)
+          _arguments $common '(-o --output)'{-o,--output}'[the file]:file:_files' $store '2:id:' ;;
+        export)
+          _arguments $common '(-o --output)'{-o,--output}'[the file]:file:_files' $store ;;
+        list | count | anchor | database-id) _arguments $common $store ;;
+        find) _arguments $common '1:file:_files' ;;
+        delete) _arguments $common $store '*:id:' ;;
+        changes)
+          _arguments $common $store \
+            '(--since-time)--since[the change counter seen last]:counter:' \
+            '(--since)--since-time[the time of the change seen last]:time:' ;;
+        settings)
+          _arguments $common '1:setting:(MinorClass DeviceName UsePocketPCName SecurityType
+            MaxSimultConnections CountryCode DontShowAdvanced ForceDevClassMajor ForceDevClassMinor
+            UnnamedDeviceName NoSleepingWhileConnected DefaultStatusDll DefaultPropertiesDll
+            DefaultInputCharset DefaultOutputCharset DoNotSendMsftProperties LogIPAddr)' '2:value:' ;;
+        trace)
+          _arguments $common '--port[the port to listen on]:port:' '--count[end after so many lines]:count:' ;;
+      esac
+      ;;
+  esac
+}
+
+_osif "$@"
