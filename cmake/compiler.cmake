@@ -16,6 +16,12 @@ if(OSIF_WERROR)
   target_compile_options(osif_warnings INTERFACE -Werror)
 endif()
 
+# Times after 2038 and files of more than 2 GB also where the C library's own types have 32 bits: all code
+# of the build, so that it agrees on them.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  add_compile_definitions(_TIME_BITS=64 _FILE_OFFSET_BITS=64)
+endif()
+
 add_library(osif_link INTERFACE)
 add_library(osif_compiler INTERFACE)
 target_link_libraries(osif_compiler INTERFACE osif_warnings osif_link)

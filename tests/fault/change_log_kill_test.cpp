@@ -64,6 +64,10 @@ class ChangeLogKill : public testing::TestWithParam<KillPlace> {
   }
   ~ChangeLogKill() override { LetGo(); }
 
+  void SetUp() override {
+    if (!fault::CanTrace()) GTEST_SKIP() << "processes cannot be traced, as under an emulator";
+  }
+
   static std::string Sync(const TempDevice& device) { return device.Path("Sync"); }
 
   // Of the present device.

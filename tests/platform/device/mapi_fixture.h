@@ -183,7 +183,7 @@ inline std::optional<std::string> ReadBody(IMessage& message) {
   if (OpenBody(message, 0, &stream) != S_OK) return std::nullopt;
   STATSTG status = {};
   EXPECT_EQ(stream->Stat(&status, STATFLAG_NONAME), S_OK);
-  std::string bytes(status.cbSize.QuadPart, '?');
+  std::string bytes(static_cast<size_t>(status.cbSize.QuadPart), '?');
   ULONG read = 0;
   EXPECT_EQ(stream->Read(bytes.data(), static_cast<ULONG>(bytes.size()), &read), S_OK);
   EXPECT_EQ(read, bytes.size());

@@ -1,4 +1,5 @@
 // Runs the built command as a user does, each test in a fresh folder with a fresh device.
+// OSIF_LAUNCHER is what programs of ours are started with, such as an emulator and its arguments.
 #pragma once
 
 #include <fcntl.h>
@@ -79,10 +80,20 @@ class CommandTest : public testing::Test {
     return Path(name);
   }
 
+  // A command line of one of our programs, as this machine has to start it; behind the words of another
+  // program that starts it.
+  static std::vector<std::string> Launched(const std::vector<std::string>& command_line,
+                                           std::vector<std::string> behind = {}) {
+    const std::vector<std::string> launcher = {OSIF_LAUNCHER};
+    behind.insert(behind.end(), launcher.begin(), launcher.end());
+    behind.insert(behind.end(), command_line.begin(), command_line.end());
+    return behind;
+  }
+
   // Runs the command on the test's device. No test may end in a sanitizer's report.
   Outcome Osif(std::vector<std::string> arguments, Errors errors = Errors::kApart) const {
     arguments.insert(arguments.begin(), OSIF_COMMAND);
-    return Run(arguments, errors);
+    return Run(Launched(arguments), errors);
   }
 
   Outcome Run(const std::vector<std::string>& command_line, Errors errors = Errors::kApart) const {

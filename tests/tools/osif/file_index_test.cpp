@@ -29,7 +29,8 @@ FileIndex Index(const std::string& bytes) {
 std::vector<std::string> Pieces(const std::string& bytes) {
   std::vector<std::string> pieces;
   for (const FileObject& object : Index(bytes).objects) {
-    pieces.push_back(bytes.substr(object.begin, object.end - object.begin));
+    const auto size = static_cast<size_t>(object.end - object.begin);
+    pieces.push_back(bytes.substr(static_cast<size_t>(object.begin), size));
   }
   return pieces;
 }

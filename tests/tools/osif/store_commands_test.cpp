@@ -43,7 +43,7 @@ TEST_F(CommandStore, ListShowsNoIdTwiceWhenAnObjectIsDeletedMeanwhile) {
   // The reader comes first: without one the writer's start would wait.
   const int pipe = open(Path("list.out").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   ASSERT_GE(pipe, 0);
-  const pid_t lister = Start({OSIF_COMMAND, "list", "pb"}, Path("list"));
+  const pid_t lister = Start(Launched({OSIF_COMMAND, "list", "pb"}), Path("list"));
   ASSERT_EQ(fcntl(pipe, F_SETFL, 0), 0);
   std::string out(1, '\0');
   ASSERT_EQ(read(pipe, out.data(), 1), 1);
@@ -273,8 +273,8 @@ TEST_F(CommandOwnFiles, AnotherFileInTheDevicesFolderMayBeWritten) {
 }
 
 TEST_F(CommandStore, OutputThatCannotBeWrittenIsAFailure) {
-  const Outcome outcome =
-      Run({"/bin/sh", "-c", std::string("exec ") + OSIF_COMMAND + " count pb >/dev/full"});
+  const Outcome outcome = Run(
+      Launched({OSIF_COMMAND, "count", "pb"}, {"/bin/sh", "-c", "exec \"$@\" >/dev/full", "sh"}));
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err, HasSubstr("standard output"));
 }
