@@ -70,6 +70,9 @@ class Database {
   // The statement for an SQL text, prepared once and kept. One user of a text at a time.
   Statement Prepare(std::string_view sql);
 
+  // How many statements are kept. Who asks for any number of different texts stops at some point.
+  size_t kept_statements() const { return statements_.size(); }
+
   // Runs SQL without parameters or rows; SQLITE_OK or SQLite's code.
   int Execute(const char* sql);
 

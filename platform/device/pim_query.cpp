@@ -115,6 +115,9 @@ class ConditionWriter {
   PimCondition result_;
 };
 
+// Programs mostly ask the same few questions, but they can ask any number of different ones.
+constexpr size_t kMostKept = 100;
+
 struct FinalizeStatement {
   void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
 };
@@ -132,6 +135,20 @@ void BindValues(Statement& statement, const PimCondition& condition) {
     const int index = static_cast<int>(i) + 1;
     std::visit([&](const auto& value) { BindValue(statement, index, value); }, condition.values[i]);
   }
+}
+
+// Steps a statement to its end. SQLITE_OK or SQLite's code.
+int CollectIds(Database& database, Statement& statement, const PimCondition& condition,
+               std::vector<int32_t>* ids) {
+  if (!statement) return database.LastError();
+  ids->clear();
+  BindValues(statement, condition);
+  int step = SQLITE_DONE;
+  while ((step = statement.Step()) == SQLITE_ROW) {
+    ids->push_back(static_cast<int32_t>(statement.Integer(0)));
+  }
+  std::sort(ids->begin(), ids->end());
+  return step == SQLITE_DONE ? SQLITE_OK : step;
 }
 
 }  // namespace
@@ -161,24 +178,16 @@ int FindIds(Database& database, const PimTable& table, const PimCondition& condi
             std::vector<int32_t>* ids) {
   // No ORDER BY: it would tempt the planner to walk the table in order instead of using an index.
   const std::string sql = "SELECT oid FROM " + std::string(table.name) + " WHERE " + condition.sql;
-  // Not from the database's kept statements: programs can ask any number of different questions.
+  if (database.kept_statements() < kMostKept) {
+    Statement kept = database.Prepare(sql);
+    return CollectIds(database, kept, condition, ids);
+  }
   sqlite3_stmt* prepared = nullptr;
   sqlite3_prepare_v2(database.handle(), sql.data(), static_cast<int>(sql.size()), &prepared,
                      nullptr);
-  if (prepared == nullptr) return database.LastError();
   const std::unique_ptr<sqlite3_stmt, FinalizeStatement> owner(prepared);
-
-  ids->clear();
-  int step = SQLITE_DONE;
-  {
-    Statement statement(prepared);
-    BindValues(statement, condition);
-    while ((step = statement.Step()) == SQLITE_ROW) {
-      ids->push_back(static_cast<int32_t>(statement.Integer(0)));
-    }
-  }
-  std::sort(ids->begin(), ids->end());
-  return step == SQLITE_DONE ? SQLITE_OK : step;
+  Statement statement(prepared);
+  return CollectIds(database, statement, condition, ids);
 }
 
 }  // namespace device

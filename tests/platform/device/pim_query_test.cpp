@@ -239,6 +239,16 @@ TEST_F(PimFind, PassesOverMatchesThatAreDeletedMeanwhile) {
   EXPECT_EQ(Oid(*AsContact(item)), third);
 }
 
+TEST_F(PimFind, AnswersAnyNumberOfDifferentQuestionsAndKeepsAFewOfThem) {
+  const LONG lee = SaveContact({{kLast, u"Lee"}});
+  std::u16string restriction = u"[LastName]=\"Lee\"";
+  for (int i = 0; i < 150; ++i) {
+    ASSERT_EQ(FindAll(restriction), Oids{lee}) << i;
+    restriction += u" OR [Suffix]=\"x\"";
+  }
+  EXPECT_LT(device::OpenDatabase()->kept_statements(), 150u);
+}
+
 TEST_F(PimFind, CollectionsSearchIndependently) {
   const LONG first = SaveContact({{kLast, u"Lee"}});
   const LONG second = SaveContact({{kLast, u"Lee"}});
