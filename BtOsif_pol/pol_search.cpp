@@ -212,8 +212,8 @@ std::optional<LONG> VisitAll(IPOutlookItemCollection& items, IsMatch is_match) {
 bool FitsRestriction(const WideText& text) {
   for (size_t i = text.find(u'"'); i != WideText::npos; i = text.find(u'"', i + 1)) {
     const size_t next = text.find_first_not_of(u" \t\r\n", i + 1);
-    if (next == WideText::npos || WideView(u"aAoO)").find(text[next]) != WideView::npos)
-      return false;
+    const bool is_end = next == WideText::npos;
+    if (is_end || WideView(u"aAoO)").find(text[next]) != WideView::npos) return false;
   }
   return true;
 }

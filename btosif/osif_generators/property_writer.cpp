@@ -37,8 +37,9 @@ bool IsFilled(const OsifText& node) { return node.text != nullptr && node.text[0
 // The bytes of the texts of a list, with one more for what stands before each.
 size_t RoomOf(const OsifText* list) {
   size_t room = 0;
-  for (const OsifText& node : Texts(list))
+  for (const OsifText& node : Texts(list)) {
     room += (IsFilled(node) ? std::strlen(node.text) : 0) + 1;
+  }
   return room;
 }
 

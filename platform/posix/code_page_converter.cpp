@@ -135,7 +135,8 @@ void EncodeChunk(UConverter* converter, std::u16string_view text, bool is_last,
     char chunk[kChunk];
     char* target = chunk;
     error = U_ZERO_ERROR;
-    ucnv_fromUnicode(converter, &target, chunk + kChunk, &source, end, nullptr, is_last, &error);
+    ucnv_fromUnicode(converter, &target, chunk + kChunk, &source, end, nullptr,
+                     static_cast<UBool>(is_last), &error);
     output.Put(chunk, static_cast<size_t>(target - chunk));
   } while (error == U_BUFFER_OVERFLOW_ERROR);
 }
@@ -368,7 +369,7 @@ ConversionReport EncodeText(const CodePage& page, std::u16string_view text,
   if (converter == nullptr) return {.is_available = false};
   const Replacing replacing{page, report};
   UErrorCode error = U_ZERO_ERROR;
-  ucnv_setFallback(converter, !page.lacks_symbols);
+  ucnv_setFallback(converter, static_cast<UBool>(!page.lacks_symbols));
   ucnv_setFromUCallBack(converter, ReplaceUnits, &replacing, nullptr, nullptr, &error);
   EncodeWith(converter, page, text.substr(plain), output);
   return report;

@@ -65,8 +65,8 @@ int64_t SecondsOf(const tm& calendar) {
       std::chrono::year{calendar.tm_year + 1900},
       std::chrono::month{static_cast<unsigned>(calendar.tm_mon + 1)},
       std::chrono::day{static_cast<unsigned>(calendar.tm_mday)}};
-  return sys_days{date}.time_since_epoch().count() * kSecondsPerDay + calendar.tm_hour * 3600 +
-         calendar.tm_min * 60 + calendar.tm_sec;
+  return sys_days{date}.time_since_epoch().count() * kSecondsPerDay +
+         int64_t{calendar.tm_hour} * 3600 + int64_t{calendar.tm_min} * 60 + calendar.tm_sec;
 }
 
 // How far local time is ahead of UTC at an instant, in seconds; nothing when the C library cannot
@@ -137,7 +137,8 @@ BOOL SystemTimeToFileTime(const SYSTEMTIME* calendar, FILETIME* time) {
   const bool is_date = calendar->wYear >= 1601 && IsCalendarDate(*calendar);
   if (!is_date || !IsTimeOfDay(*calendar)) return Refuse();
   const int64_t seconds = (sys_days{DateOf(*calendar)} - kEpoch).count() * kSecondsPerDay +
-                          calendar->wHour * 3600 + calendar->wMinute * 60 + calendar->wSecond;
+                          int64_t{calendar->wHour} * 3600 + int64_t{calendar->wMinute} * 60 +
+                          calendar->wSecond;
   return Store(seconds * kTicksPerSecond + calendar->wMilliseconds * kTicksPerMillisecond, time)
              ? TRUE
              : Refuse();
