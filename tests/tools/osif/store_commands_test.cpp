@@ -1,3 +1,4 @@
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -45,6 +46,9 @@ TEST_F(CommandStore, ListShowsNoIdTwiceWhenAnObjectIsDeletedMeanwhile) {
   ASSERT_GE(pipe, 0);
   const pid_t lister = Start(Launched({OSIF_COMMAND, "list", "pb"}), Path("list"));
   ASSERT_EQ(fcntl(pipe, F_SETFL, 0), 0);
+  // An emulator may go on before the writer has opened the pipe: to read would show its end.
+  pollfd written = {pipe, POLLIN, 0};
+  ASSERT_EQ(poll(&written, 1, -1), 1);
   std::string out(1, '\0');
   ASSERT_EQ(read(pipe, out.data(), 1), 1);
   EXPECT_EQ(Osif({"delete", "pb", "00000064"}).status, 0);
