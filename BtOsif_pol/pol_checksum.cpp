@@ -1,3 +1,7 @@
+// A checksum is compared with one that an earlier process has saved, perhaps of an earlier version. So what
+// is fed, and in which order, is a format: the lists of pol_item_properties.h and the order in which the
+// functions at the end of this file go through them. A property that cannot be read is fed as an absent text
+// or as 0; what hangs from an item (recurrence, exceptions, recipients) and cannot be reached is passed over.
 #include "BtOsif_pol/pol_checksum.h"
 
 #include <zlib.h>

@@ -73,13 +73,13 @@ inline constexpr Getter<IAppointment> kAppointmentProperties[] = {
     &IAppointment::get_Body,
 };
 
-// Behind its recurrence, for each of its recipients.
+// After its recurrence, for each of its recipients.
 inline constexpr Getter<IRecipient> kRecipientProperties[] = {
     &IRecipient::get_Address,
     &IRecipient::get_Name,
 };
 
-// Behind its recipients, when a reminder is set.
+// After its recipients, when a reminder is set.
 inline constexpr Getter<IAppointment> kAppointmentReminder[] = {
     &IAppointment::get_ReminderMinutesBeforeStart,
     &IAppointment::get_ReminderOptions,
@@ -97,7 +97,7 @@ inline constexpr Getter<ITask> kTaskCompletion[] = {
     &ITask::get_DateCompleted,
 };
 
-// Behind that, when a reminder is set; a task's recurrence comes last.
+// After that, when a reminder is set; a task's recurrence comes last.
 inline constexpr Getter<ITask> kTaskReminder[] = {
     &ITask::get_ReminderTime,
     &ITask::get_ReminderOptions,
@@ -115,7 +115,7 @@ inline constexpr Getter<IRecurrencePattern> kPatternProperties[] = {
     &IRecurrencePattern::get_MonthOfYear,
 };
 
-// Behind the pattern, for each of its exceptions.
+// After the pattern, for each of its exceptions.
 inline constexpr Getter<IException> kExceptionProperties[] = {
     &IException::get_OriginalDate,
 };
