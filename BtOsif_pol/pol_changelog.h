@@ -5,15 +5,12 @@
 #include <cstdint>
 #include <optional>
 
+#include "btosif/osif_util/change_log_entry.h"
 #include "osif.h"
-
-// The kinds of a change.
-inline constexpr char kChangeModified = 'M';  // also for a new object
-inline constexpr char kChangeDeleted = 'H';
 
 // A change that the library has made in a store.
 struct LibraryChange {
-  char kind;
+  char kind;                                     // kChangeModified or kChangeDeleted
   const char* id;                                // as the caller gave or gets it
   uint32_t oid = 0;                              // of a PIM item
   std::optional<uint32_t> checksum = {};         // of a PIM item as it was saved
@@ -31,14 +28,15 @@ bool pol_IsLogOpen(int32_t store_id);
 // Opens the store's log in a folder and appends what was changed in the store since the last close.
 OsifResult POL_CL_Open(int32_t store_id, const WCHAR* path);
 
-// Closes the log, purges it, and saves the snapshot of what it tells. The log stays open without a session.
+// Closes the log, purges it, and saves the snapshot of what it tells. Without a session nothing is done, and
+// the log stays open.
 OsifResult POL_CL_Close(int32_t store_id);
 
 // The anchor of the newest entry; the caller has cleared it.
 OsifResult POL_CL_GetCurrentAnchor(int32_t store_id, OsifAnchor* anchor);
 
 // The first entry after the anchor that no later one replaces; OSIF_ERR_CL_GAP with the entry when entries
-// behind the anchor were purged; OSIF_ERR_EOF when there is none.
+// after the anchor were purged; OSIF_ERR_EOF when there is none.
 OsifResult POL_CL_GetFirstEntry(int32_t store_id, const OsifAnchor* anchor, ChangeLogEntry* entry);
 OsifResult POL_CL_GetNextEntry(int32_t store_id, ChangeLogEntry* entry);
 

@@ -1,3 +1,9 @@
+// The entries stand in the order in which they came, since the log tells them and the file holds them in that
+// order; an index finds one by its id. A removed entry keeps its place as a gap that walking passes over, so
+// that the index holds for the others and removing costs nothing but itself.
+//
+// An object log may hold an id twice, when it was written by something else. Both entries are walked and
+// written again; the first is the one that is found.
 #include "BtOsif_pol/pol_snapshot.h"
 
 #include <algorithm>
@@ -6,10 +12,11 @@
 #include <optional>
 #include <string_view>
 
+#include "BtOsif_pol/change_log_recovery.h"
 #include "BtOsif_pol/pol_checksum.h"
 #include "BtOsif_pol/pol_id.h"
 #include "btosif/osif_file.h"
-#include "btosif/osif_util/change_log_file.h"
+#include "btosif/osif_util/change_log_names.h"
 #include "config/trace.h"
 #include "platform/api/com_ptr.h"
 
@@ -45,7 +52,8 @@ bool WriteEntry(OsifStream& log, uint32_t id, uint32_t checksum) {
   return FILE_WriteLine(log, line) == 0;
 }
 
-// Puts a finished snapshot in the place of the one before.
+// Puts a finished snapshot in the place of the one before. FinishSnapshot takes the second step for a process
+// that was killed after the first.
 bool ReplaceObjectLog(const WideText& new_name, const WideText& name) {
   return FILE_Remove(name.c_str()) == 0 && FILE_Rename(new_name.c_str(), name.c_str()) == 0;
 }
@@ -135,6 +143,7 @@ bool CPoomEntries::getEntriesFromFolder(IPOutlookApp* application, int folder_ty
   places_.reserve(entries_.capacity());
   for (int index = 1; index <= count; ++index) {
     ComPtr<IDispatch> item;
+    // A snapshot that lacks an item would have it logged as deleted, so half of one is none.
     if (FAILED(items->Item(index, item.put())) || !item) return false;
     AddItemOfFolder(*this, folder_type, *item);
   }
@@ -145,13 +154,10 @@ bool CPoomEntries::getFromFile(int32_t store_id, WideView folder) {
   OSIF_Trace(0, "OSIF:  CPoomEntries::getFromFile(store_id=%d, pszPath='%S')", store_id,
              WideText(folder).c_str());
   clear();
-  const WideText name = LogFileName(store_id, folder, "object");
-  const WideText new_name = LogFileName(store_id, folder, "newobject");
-  // A save that ended between removing the old file and renaming the new one left a finished new one.
-  if (!FILE_Exists(name.c_str()) && FILE_Exists(new_name.c_str())) {
-    FILE_Rename(new_name.c_str(), name.c_str());
-  }
+  FinishSnapshot(store_id, folder);
+  const WideText name = LogFileName(store_id, folder, LogFileKind::kObject);
   OsifStream log;
+  // One that cannot be opened is as good as none: every item is then told as new.
   if (FILE_Open(log, name.c_str(), u"r") != 0) return true;
   char line[kLineRoom];
   while (FILE_ReadLine(line, log) == 0) appendLine(line);
@@ -171,8 +177,8 @@ void CPoomEntries::appendLine(const char* line) {
 bool CPoomEntries::saveToFile(int32_t store_id, WideView folder) const {
   OSIF_Trace(0, "OSIF:  CPoomEntries::saveToFile(store_id=%d, pszPath='%S')", store_id,
              WideText(folder).c_str());
-  const WideText name = LogFileName(store_id, folder, "object");
-  const WideText new_name = LogFileName(store_id, folder, "newobject");
+  const WideText name = LogFileName(store_id, folder, LogFileKind::kObject);
+  const WideText new_name = LogFileName(store_id, folder, LogFileKind::kNewObject);
   OsifStream log;
   // The new file counts as finished once the old one is gone, so there must be an old one first.
   int opened = FILE_Exists(name.c_str()) ? 0 : FILE_Open(log, name.c_str(), u"w");

@@ -34,14 +34,14 @@ class CPoomEntries {
   void remove(uint32_t id);
 
   // Fills the snapshot from the PIM: contacts for store 0, appointments and then tasks for store 1. False
-  // after a failure, which the trace tells.
+  // when the store cannot be read; what was read of it is then of no use.
   bool getFromPoom(int32_t store_id, IPOutlookApp* application);
 
   // Appends the items of one folder.
   bool getEntriesFromFolder(IPOutlookApp* application, int folder_type);
 
   // Reads and writes the store's object log in a folder. A missing log is an empty snapshot; malformed
-  // lines are skipped.
+  // lines are skipped. Saving replaces the log whole or not at all.
   bool getFromFile(int32_t store_id, WideView folder);
   bool saveToFile(int32_t store_id, WideView folder) const;
 

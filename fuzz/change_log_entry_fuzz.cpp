@@ -4,7 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "btosif/osif_util/change_log_file.h"
+#include "btosif/osif_util/change_log_entry.h"
+#include "btosif/osif_util/change_log_superseded.h"
 #include "fuzz/fuzz_input.h"
 
 namespace {

@@ -1,76 +1,66 @@
-// The files of a store's change log: their names, one entry as a line, which entries a later one replaces,
-// and keeping the log short. docs/synchronisation.md describes the files.
-//
-//   pol_NAME_change.log       one line for each change, oldest first
-//   pol_NAME_object.log       the store's items as the partner has been told of them
-//   pol_NAME_databaseid.log   the id of this series of changes
-//
-// Lines end with LF; reading takes CR LF too.
+// The change log of one store as it is written. Whatever is appended to the log, cut off its end, or known of
+// how far it reaches goes through here, so that what has to hold of the file (whole lines only, counters that
+// grow, nothing answered with success that could be lost) is looked after in one place.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
-#include <unordered_map>
-#include <vector>
 
 #include "btosif/osif_file.h"
+#include "btosif/osif_util/change_log_superseded.h"
 #include "btosif/osif_util/charset.h"
 #include "osif.h"
 
-// The entries that a log keeps when it is closed.
-inline constexpr size_t kKeptEntries = 250;
+// The newest kind of change of each object that some entries name.
+using NewestKinds = std::map<std::string, uint32_t>;
 
-// The characters of a folder that count.
-inline constexpr size_t kFolderLimit = 260;
-
-// "pb", "cal", "note", "msg-in", "msg-sent", "msg-out"; "unknown" for any other id.
-const char* StoreName(int32_t store_id);
-
-// The path of a store's file of one kind ("change", "object", "databaseid"). Of the folder kFolderLimit
-// characters count; a "\" is added where it does not end in one.
-WideText LogFileName(int32_t store_id, WideView folder, const char* kind);
-
-// Appends an entry at the end of the file as "M:17:20050314T101500Z:0001a2f4" and hands it to the system,
-// so that it outlives the process. OSIF_OK, or OSIF_ERR_GENERAL when the write fails.
-OsifResult OSIF_WriteClEntry(OsifStream* log, const ChangeLogEntry* entry);
-
-// Clears the entry and reads the next line into it. OSIF_OK, OSIF_ERR_EOF at the end of the file,
-// OSIF_PARSE_ERROR for a line that is no entry (the entry then holds what was read of it), OSIF_ERR_GENERAL.
-OsifResult OSIF_ReadClEntry(OsifStream* log, ChangeLogEntry* entry);
-
-// Knows for each line of a log whether a later line names the same object. Reading the log once is enough;
-// a line that is no entry ends what counts as later.
-class SupersededLines {
+// An open change log, or none. Closed when it goes out of scope; used by one caller at a time.
+class ChangeLogFile {
  public:
-  // True when the line that ends at this position of the log has a later line for its object.
-  bool IsSuperseded(OsifStream& log, int64_t line_end);
+  // Opens the log of a store in a folder, and makes it when there is none; one that was open is closed.
+  // OSIF_OK or OSIF_ERR_FILE_OPEN.
+  OsifResult Open(int32_t store_id, WideView folder);
+  void Close();
 
-  // Tells that the log has grown since.
-  void LogHasGrown() { is_complete_ = false; }
+  // Closes the log and deletes it. It can be opened again and then begins with nothing.
+  void Remove();
+
+  bool is_open() const { return stream_.is_open(); }
+
+  // Where it was opened; as much of the folder as counts.
+  const WideText& folder() const { return folder_; }
+
+  // Appends an entry and hands it to the system, so that it outlives the process. The id is recorded as far
+  // as one line can give it back. OSIF_OK, or OSIF_ERR_GENERAL when it cannot be written.
+  OsifResult Append(char kind, const char* id, const OsifAnchor& anchor);
+
+  // Takes note of what the log has grown by: through this process, or through another that has it open.
+  // Gives the objects of the entries read.
+  NewestKinds ReadOn();
+
+  // Counter and time of the newest entry that ReadOn has met; zero and empty before any.
+  const OsifAnchor& newest() const { return newest_; }
+
+  // Reading entries. Appending and ReadOn move the position, so a reader keeps its own and goes back to it.
+  int64_t Position() const;
+  void GoTo(int64_t position);
+  void GoToEnd();
+  OsifResult Read(ChangeLogEntry* entry);
+
+  // True when a later entry replaces the one that was just read.
+  bool IsSuperseded();
 
  private:
-  void ReadOn(OsifStream& log);
-  void Add(int64_t line_end, const ChangeLogEntry& entry);
-
-  std::vector<std::pair<int64_t, bool>> lines_;         // end, superseded; by position
-  std::unordered_map<std::string, size_t> last_lines_;  // of each object
-  int64_t read_up_to_ = 0;
-  bool is_complete_ = false;
+  OsifStream stream_;
+  int32_t store_id_ = 0;
+  WideText folder_;
+  SupersededLines superseded_;
+  OsifAnchor newest_ = {};   // of the entries up to `read_up_to_`
+  int64_t read_up_to_ = 0;   // where ReadOn goes on
+  bool is_readable_ = true;  // false when a malformed line ends what counts
 };
 
-// True when a later line of the log names the object of the entry that was just read. The position of the
-// log is as before.
-bool OSIF_ClEntryIsSuperseded(OsifStream& log, SupersededLines& lines);
-
-// Shortens a closed log to its newest 250 lines, byte for byte; `folder` is where the temporary file is
-// made. A log that is short enough is not touched. OSIF_OK or the failure; the log stays as it is when
-// anything fails before it is replaced.
-OsifResult OSIF_CLPurge(int32_t store_id, WideView folder);
-
-// Drops the last line of a closed log, one that a process which ended left half written.
-OsifResult OSIF_CLDropLastLine(int32_t store_id, WideView folder);
-
-// Finishes a purge, of any store in the folder, that ended between removing the log and putting the
-// shortened one in its place.
-void FinishPurge(WideView folder);
+// Drops a half line at the end of a closed log: a process ended while it wrote it. No entry after it could be
+// read, and what was answered with success is a whole line.
+void DropHalfLine(int32_t store_id, WideView folder);

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <climits>
 
 #include "tests/BtOsif_pol/changelog_fixture.h"
@@ -11,13 +12,11 @@
 namespace {
 
 using support::AddContact;
-using support::AppendBytes;
 using support::BytesOf;
 using support::EntryLines;
 using support::FileExists;
 using support::kMailStore;
 using support::LinesOf;
-using support::ModifyContact;
 using support::OtherProgram;
 using support::PutBytes;
 using support::TraceReceiver;
@@ -30,89 +29,15 @@ using testing::MatchesRegex;
 
 using ChangeLog = support::ChangeLogTest;
 
-// The field of a log line, counted from 0.
-std::string Field(const std::string& line, int number) {
-  size_t begin = 0;
-  for (; number > 0; --number) begin = line.find(':', begin) + 1;
-  return line.substr(begin, line.find(':', begin) - begin);
-}
-
 constexpr OsifResult kOk = OSIF_OK;
 constexpr OsifResult kNotImplemented = OSIF_ERR_NOT_IMPLEMENTED;
 
 // ---- Opening ----------------------------------------------------------------------------------------
 
-TEST_F(ChangeLog, AtTheFirstOpenEveryItemIsLoggedAsModifiedWithOneTimeStamp) {
-  OtherProgram other;
-  const std::string a = other.Add("Ann");
-  const std::string b = other.Add("Bob");
-  const std::string c = other.Add("Cid");
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_THAT(ContactEntries(), ElementsAre("M 1 " + a, "M 2 " + b, "M 3 " + c));
-  const std::vector<std::string> lines = LinesOf(ContactLog());
-  EXPECT_THAT(Field(lines[0], 2), MatchesRegex("[0-9]+T[0-9]+Z"));
-  EXPECT_EQ(Field(lines[0], 2).size(), 16u);
-  EXPECT_EQ(Field(lines[1], 2), Field(lines[0], 2));
-  EXPECT_EQ(Field(lines[2], 2), Field(lines[0], 2));
-}
-
 TEST_F(ChangeLog, OfAnEmptyStoreIsMadeEmpty) {
   EXPECT_EQ(Open(), kOk);
   EXPECT_TRUE(FileExists(ContactLog()));
   EXPECT_EQ(BytesOf(ContactLog()), "");
-}
-
-TEST_F(ChangeLog, CountsOnFromTheCounterOfItsLastEntry) {
-  PutBytes(ContactLog(), "H:39:20050314T101500Z:000000fe\nH:40:20050314T101500Z:000000ff\n");
-  const std::string a = OtherProgram().Add("Ann");
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_THAT(ContactEntries(), ElementsAre("H 39 000000fe", "H 40 000000ff", "M 41 " + a));
-}
-
-TEST_F(ChangeLog, CountsOnFromTheLastEntryBeforeALineThatIsNone) {
-  PutBytes(ContactLog(), "H:5:20050314T101500Z:000000fe\ngarbage\nH:9:20050314T101500Z:000000ff\n");
-  OtherProgram().Add("Ann");
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_EQ(Field(LinesOf(ContactLog()).back(), 1), "6");
-}
-
-TEST_F(ChangeLog, TellsNothingOfAStoreThatHasNotChanged) {
-  OtherProgram other;
-  other.Add("Ann");
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_EQ(Close(), kOk);
-  const std::string before = BytesOf(ContactLog());
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_EQ(BytesOf(ContactLog()), before);
-}
-
-TEST_F(ChangeLog, TellsAnItemThatAnotherProgramHasChanged) {
-  OtherProgram other;
-  other.Add("Ann");
-  const std::string b = other.Add("Bob");
-  Open();
-  Close();
-  other.Change(b, "Bill");
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_THAT(ContactEntries(), ElementsAre(testing::_, testing::_, "M 3 " + b));
-}
-
-TEST_F(ChangeLog, TellsNewItemsBeforeTheOnesThatAreGone) {
-  OtherProgram other;
-  const std::string a = other.Add("Ann");
-  Open();
-  Close();
-  other.Delete(a);
-  const std::string b = other.Add("Bob");
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_THAT(ContactEntries(), ElementsAre("M 1 " + a, "M 2 " + b, "H 3 " + a));
-}
-
-TEST_F(ChangeLog, TellsTheSameChangesAgainWhenItIsOpenedTwiceWithoutAClose) {
-  const std::string a = OtherProgram().Add("Ann");
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_THAT(ContactEntries(), ElementsAre("M 1 " + a, "M 2 " + a));
 }
 
 TEST_F(ChangeLog, MovesToAnotherFolderWhenItIsOpenedThere) {
@@ -198,72 +123,6 @@ TEST_F(ChangeLog, OfAnUnknownStoreIsRefused) {
   EXPECT_TRUE(std::filesystem::is_empty(device_.Path("Sync")));
 }
 
-// ---- What opening repairs ---------------------------------------------------------------------------
-
-TEST_F(ChangeLog, LosesAHalfLineAtItsEnd) {
-  OpenMailLog("M:1:20050314T101500Z:a\nM:2:20050");
-  EXPECT_EQ(BytesOf(MailLog()), "M:1:20050314T101500Z:a\n");
-}
-
-TEST_F(ChangeLog, LosesAHalfLineThatLooksLikeAnEntry) {
-  OpenMailLog("M:1:20050314T101500Z:a\nM:2:20050314T101500Z:0001");
-  EXPECT_EQ(BytesOf(MailLog()), "M:1:20050314T101500Z:a\n");
-  EXPECT_EQ(Anchor(kMailStore).cc, 1u);
-}
-
-TEST_F(ChangeLog, LosesAHalfLineThatIsItsOnlyOne) {
-  OpenMailLog("M:1:");
-  EXPECT_EQ(BytesOf(MailLog()), "");
-}
-
-TEST_F(ChangeLog, KeepsWholeLinesThatAreNoEntries) {
-  OpenMailLog("M:1:20050314T101500Z:a\ngarbage\n");
-  EXPECT_EQ(BytesOf(MailLog()), "M:1:20050314T101500Z:a\ngarbage\n");
-}
-
-TEST_F(ChangeLog, AppendsBehindTheLineBeforeTheHalfOne) {
-  PutBytes(ContactLog(), "H:7:20050314T101500Z:000000fe\nM:8:2005");
-  const std::string a = OtherProgram().Add("Ann");
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_THAT(ContactEntries(), ElementsAre("H 7 000000fe", "M 8 " + a));
-}
-
-TEST_F(ChangeLog, TellsTheEndOfAnObjectThatCameAndWentUnseen) {
-  // Logged as modified by a process that was killed before it saved a snapshot; deleted since.
-  PutBytes(ContactLog(), "M:7:20050314T101500Z:000000fe\n");
-  PutBytes(Path("pol_pb_open.log"), "");
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_THAT(ContactEntries(), ElementsAre("M 7 000000fe", "H 8 000000fe"));
-  EXPECT_EQ(Close(), kOk);
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_THAT(ContactEntries(), ElementsAre("M 7 000000fe", "H 8 000000fe")) << "told once";
-}
-
-TEST_F(ChangeLog, TellsTheEndOfAnObjectOnceWhenTheSnapshotKnewIt) {
-  PutBytes(ContactLog(), "M:7:20050314T101500Z:000000fe\n");
-  PutBytes(Path("pol_pb_open.log"), "");
-  PutBytes(Path("pol_pb_object.log"), "000000fe:1\n");
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_THAT(ContactEntries(), ElementsAre("M 7 000000fe", "H 8 000000fe"));
-}
-
-TEST_F(ChangeLog, TellsNoEndOfAnObjectWhoseNewestEntryIsItsEnd) {
-  for (const char* kind : {"H", "D"}) {
-    PutBytes(ContactLog(), std::string("M:7:20050314T101500Z:000000fe\n") + kind +
-                               ":8:20050314T101500Z:000000fe\n");
-    PutBytes(Path("pol_pb_open.log"), "");
-    EXPECT_EQ(Open(), kOk);
-    EXPECT_THAT(ContactEntries(), ElementsAre("M 7 000000fe", kind + std::string(" 8 000000fe")));
-  }
-}
-
-TEST_F(ChangeLog, ThatWasClosedIsOnlyComparedWithTheSnapshot) {
-  PutBytes(ContactLog(), EntryLines(1, 5) + "M:6:20050314T101500Z:000000fe\n");
-  const std::string before = BytesOf(ContactLog());
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_EQ(BytesOf(ContactLog()), before);
-}
-
 TEST_F(ChangeLog, IsMarkedAsOpenUntilItsSnapshotIsSaved) {
   for (int32_t store_id : {int32_t{OSIF_STORE_PB}, int32_t{OSIF_STORE_CAL}}) {
     const std::string marker =
@@ -281,31 +140,6 @@ TEST_F(ChangeLog, OfAPimStoreCannotBeOpenedWithoutItsMarker) {
   EXPECT_FALSE(pol_IsLogOpen(OSIF_STORE_PB));
 }
 
-TEST_F(ChangeLog, TellsNoEndOfAnObjectThatItsEntryNamesInAnotherWay) {
-  const std::string a = OtherProgram().Add("Ann");
-  Open();
-  OsifAnchor anchor{};
-  const std::string short_id = a.substr(a.find_first_not_of('0'));
-  EXPECT_EQ(ModifyContact(short_id, "Amy", &anchor), kOk);
-  Close();
-  EXPECT_EQ(Open(), kOk);
-  EXPECT_THAT(ContactEntries(), ElementsAre("M 1 " + a, "M 2 " + short_id));
-}
-
-TEST_F(ChangeLog, ThatIsGoneTakesItsDatabaseIdWithIt) {
-  for (int32_t store_id : {int32_t{OSIF_STORE_PB}, kMailStore}) {
-    Open(store_id);
-    char before[OSIF_DATABASE_ID_SIZE] = "";
-    EXPECT_EQ(POL_CL_GetDatabaseId(store_id, before), kOk);
-    Close(store_id);
-    std::filesystem::remove(store_id == OSIF_STORE_PB ? ContactLog() : MailLog());
-    Open(store_id);
-    char after[OSIF_DATABASE_ID_SIZE] = "";
-    EXPECT_EQ(POL_CL_GetDatabaseId(store_id, after), kOk);
-    EXPECT_STRNE(after, before);
-  }
-}
-
 TEST_F(ChangeLog, ThatIsThereKeepsItsDatabaseId) {
   Open();
   char before[OSIF_DATABASE_ID_SIZE] = "";
@@ -315,44 +149,6 @@ TEST_F(ChangeLog, ThatIsThereKeepsItsDatabaseId) {
   char after[OSIF_DATABASE_ID_SIZE] = "";
   EXPECT_EQ(POL_CL_GetDatabaseId(OSIF_STORE_PB, after), kOk);
   EXPECT_STREQ(after, before);
-}
-
-TEST_F(ChangeLog, MakesADatabaseIdInPlaceOfAnEmptyOrHalfWrittenOne) {
-  for (const char* broken : {"", "ab1", "\n", "ab1\n"}) {
-    PutBytes(ContactLog(), "");
-    PutBytes(Path("pol_pb_databaseid.log"), broken);
-    Open();
-    char id[OSIF_DATABASE_ID_SIZE] = "";
-    EXPECT_EQ(POL_CL_GetDatabaseId(OSIF_STORE_PB, id), kOk);
-    EXPECT_EQ(std::string(id).size(), 8u) << broken;
-    EXPECT_EQ(BytesOf(Path("pol_pb_databaseid.log")), std::string(id) + "\n");
-    Close();
-  }
-}
-
-TEST_F(ChangeLog, FinishesThePurgeOfAKilledProcessAndKeepsTheDatabaseId) {
-  PutBytes(Path("temp_change.log"), EntryLines(51, 300));
-  PutBytes(Path("pol_msg-in_purging.log"), "");
-  PutBytes(Path("pol_msg-in_databaseid.log"), "abcd1234\n");
-  EXPECT_EQ(Open(kMailStore), kNotImplemented);
-  EXPECT_EQ(BytesOf(MailLog()), EntryLines(51, 300));
-  char id[OSIF_DATABASE_ID_SIZE] = "";
-  EXPECT_EQ(POL_CL_GetDatabaseId(kMailStore, id), kOk);
-  EXPECT_STREQ(id, "abcd1234");
-}
-
-TEST_F(ChangeLog, FinishesThePurgeOfAnotherStoreOfItsFolder) {
-  PutBytes(Path("temp_change.log"), EntryLines(51, 300));
-  PutBytes(Path("pol_msg-in_purging.log"), "");
-  PutBytes(Path("pol_msg-in_databaseid.log"), "abcd1234\n");
-  for (int i = 0; i < 300; ++i) AppendBytes(ContactLog(), "H:1:t:0\n");
-  EXPECT_EQ(Open(OSIF_STORE_PB), kOk);
-  EXPECT_EQ(Close(OSIF_STORE_PB), kOk) << "and purges a log of its own";
-  EXPECT_EQ(BytesOf(MailLog()), EntryLines(51, 300));
-  EXPECT_EQ(Open(kMailStore), kNotImplemented);
-  char id[OSIF_DATABASE_ID_SIZE] = "";
-  EXPECT_EQ(POL_CL_GetDatabaseId(kMailStore, id), kOk);
-  EXPECT_STREQ(id, "abcd1234");
 }
 
 TEST_F(ChangeLog, BeginsAnewWithANewDatabaseIdBeforeItsCounterRunsOver) {

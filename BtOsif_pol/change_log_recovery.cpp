@@ -1,0 +1,58 @@
+// Every state of the table is known by which files are there, not by what is in them, except for the two that
+// can be cut in the middle: the last line of the log and the database id. The steps that can be interrupted
+// stand with what writes the files: the purge in change_log_purge.cpp, the snapshot in pol_snapshot.cpp.
+#include "BtOsif_pol/change_log_recovery.h"
+
+#include <cstring>
+
+#include "btosif/osif_file.h"
+#include "btosif/osif_util/change_log_file.h"
+#include "btosif/osif_util/change_log_names.h"
+#include "btosif/osif_util/change_log_purge.h"
+#include "btosif/osif_util/object_record.h"
+
+namespace {
+
+bool IsDatabaseId(const WideText& name) {
+  OsifStream stream;
+  char line[kLineRoom];
+  return FILE_Open(stream, name.c_str(), u"r") == 0 && FILE_ReadLine(line, stream) == 0 &&
+         std::strlen(line) >= kRandomIdLength;
+}
+
+}  // namespace
+
+void RepairChangeLog(int32_t store_id, WideView folder) {
+  // In this order: a log that only waits for its place is neither half written nor lost.
+  FinishPurge(folder);
+  DropHalfLine(store_id, folder);
+  DropOutdatedDatabaseId(store_id, folder);
+}
+
+void DropOutdatedDatabaseId(int32_t store_id, WideView folder) {
+  const WideText name = LogFileName(store_id, folder, LogFileKind::kDatabaseId);
+  if (!FILE_Exists(name.c_str())) return;
+  const bool has_log = FILE_Exists(LogFileName(store_id, folder, LogFileKind::kChange).c_str());
+  if (!has_log || !IsDatabaseId(name)) FILE_Remove(name.c_str());
+}
+
+void FinishSnapshot(int32_t store_id, WideView folder) {
+  const WideText name = LogFileName(store_id, folder, LogFileKind::kObject);
+  const WideText new_name = LogFileName(store_id, folder, LogFileKind::kNewObject);
+  if (FILE_Exists(name.c_str()) || !FILE_Exists(new_name.c_str())) return;
+  FILE_Rename(new_name.c_str(), name.c_str());
+}
+
+bool WasLeftOpen(int32_t store_id, WideView folder) {
+  return FILE_Exists(LogFileName(store_id, folder, LogFileKind::kOpen).c_str());
+}
+
+bool MarkOpen(int32_t store_id, WideView folder) {
+  const WideText name = LogFileName(store_id, folder, LogFileKind::kOpen);
+  OsifStream marker;
+  return FILE_Open(marker, name.c_str(), u"w") == 0 && FILE_Close(marker, name.c_str()) == 0;
+}
+
+void MarkClosed(int32_t store_id, WideView folder) {
+  FILE_Remove(LogFileName(store_id, folder, LogFileKind::kOpen).c_str());
+}

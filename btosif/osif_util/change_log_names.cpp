@@ -1,0 +1,35 @@
+#include "btosif/osif_util/change_log_names.h"
+
+#include <array>
+#include <cstring>
+
+namespace {
+
+constexpr std::array<const char*, kStoreCount> kStoreNames = {"pb",     "cal",      "note",
+                                                              "msg-in", "msg-sent", "msg-out"};
+
+// In the order of LogFileKind.
+constexpr std::array<WideView, 6> kKindNames = {u"change", u"object",  u"databaseid",
+                                                u"open",   u"purging", u"newobject"};
+
+WideText Widened(const char* ascii) { return WideText(ascii, ascii + std::strlen(ascii)); }
+
+WideText FolderPrefix(WideView folder) {
+  WideText prefix(folder.substr(0, kFolderLimit));
+  if (!prefix.empty() && prefix.back() != u'\\') prefix += u'\\';
+  return prefix;
+}
+
+}  // namespace
+
+const char* StoreName(int32_t store_id) {
+  const bool is_store = store_id >= 0 && static_cast<size_t>(store_id) < kStoreNames.size();
+  return is_store ? kStoreNames[static_cast<size_t>(store_id)] : "unknown";
+}
+
+WideText LogFileName(int32_t store_id, WideView folder, LogFileKind kind) {
+  WideText name = FolderPrefix(folder) + u"pol_" + Widened(StoreName(store_id)) + u"_";
+  return name.append(kKindNames[static_cast<size_t>(kind)]) + u".log";
+}
+
+WideText TempLogName(WideView folder) { return FolderPrefix(folder) + u"temp_change.log"; }

@@ -1,0 +1,33 @@
+// The names of the files that belong to a store's change log. docs/synchronisation.md describes the files.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "btosif/osif_util/charset.h"
+
+// The stores that can have a change log.
+inline constexpr size_t kStoreCount = 6;
+
+// The characters of a folder that count.
+inline constexpr size_t kFolderLimit = 260;
+
+// What a store has in the folder of its change log, each in a file of its own.
+enum class LogFileKind {
+  kChange,      // the log: one line for each change, oldest first
+  kObject,      // the snapshot: the store's items as far as the log has told of them
+  kDatabaseId,  // the id of this series of counters
+  kOpen,        // an empty marker: the log may hold what the snapshot does not know
+  kPurging,     // an empty marker: the temporary file is about to become this store's log
+  kNewObject,   // a snapshot that is being written, or waits for its place
+};
+
+// "pb", "cal", "note", "msg-in", "msg-sent", "msg-out"; "unknown" for any other id.
+const char* StoreName(int32_t store_id);
+
+// The path of a store's file of one kind, such as "\Sync\pol_pb_change.log". Of the folder kFolderLimit
+// characters count; a "\" is added where it does not end in one.
+WideText LogFileName(int32_t store_id, WideView folder, LogFileKind kind);
+
+// The path of the file in which a log is shortened: one for all stores of a folder.
+WideText TempLogName(WideView folder);
