@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "platform/device/mapi_schema.h"
-#include "platform/device/pim_schema.h"
+#include "platform/device/mail/schema.h"
+#include "platform/device/pim/schema.h"
 
 namespace device {
 namespace {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "platform/api/memory.h"
-#include "platform/device/pim_application.h"
+#include "platform/device/pim/application.h"
 #include "platform/posix/class_table.h"
 
 namespace {

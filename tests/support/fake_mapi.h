@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "platform/api/cemapi.h"
-#include "platform/device/mapi_session.h"
+#include "platform/device/mail/session.h"
 #include "tests/support/fake_mapi_values.h"
 
 namespace support {
