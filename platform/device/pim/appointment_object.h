@@ -7,6 +7,7 @@
 #include "platform/device/pim/appointment_table.h"
 #include "platform/device/pim/item.h"
 #include "platform/device/pim/pattern.h"
+#include "platform/device/pim/property_access.h"
 #include "platform/device/pim/recipients.h"
 #include "platform/device/pim/recurrence.h"
 
@@ -28,38 +29,19 @@ class Appointment : public PimItem<IAppointment, IID_IAppointment, AppointmentPr
   // Takes the values and recipients of another appointment, not its recurrence.
   void TakeValues(const Appointment& other);
 
+#define PROPERTY(name, column, kind, access) PIM_ACCESS_##access(name, kind)
+#include "platform/device/pim/appointment_properties.inc"
+
   HRESULT ClearRecurrencePattern() override;
   HRESULT GetRecurrencePattern(IRecurrencePattern** pattern) override;
   HRESULT get_IsRecurring(VARIANT_BOOL* value) override;
-  HRESULT get_Subject(BSTR* value) override { return GetText(Property::kSubject, value); }
-  HRESULT get_Location(BSTR* value) override { return GetText(Property::kLocation, value); }
-  HRESULT get_Categories(BSTR* value) override { return GetText(Property::kCategories, value); }
+  HRESULT get_Recipients(IRecipients** value) override;
+  HRESULT get_MeetingStatus(LONG* value) override;
+
+  // Each of the three moves another: see appointment.cpp.
   HRESULT get_Start(DATE* value) override { return Give(StartTime(), value); }
   HRESULT get_Duration(LONG* value) override;
   HRESULT get_End(DATE* value) override { return Give(EndTime(), value); }
-  HRESULT get_AllDayEvent(VARIANT_BOOL* value) override {
-    return GetFlag(Property::kAllDayEvent, value);
-  }
-  HRESULT get_BusyStatus(LONG* value) override { return GetNumber(Property::kBusyStatus, value); }
-  HRESULT get_Sensitivity(LONG* value) override { return GetNumber(Property::kSensitivity, value); }
-  HRESULT get_Body(BSTR* value) override { return GetText(Property::kBody, value); }
-  HRESULT get_Recipients(IRecipients** value) override;
-  HRESULT get_MeetingStatus(LONG* value) override;
-  HRESULT get_ReminderSet(VARIANT_BOOL* value) override {
-    return GetFlag(Property::kReminderSet, value);
-  }
-  HRESULT get_ReminderSoundFile(BSTR* value) override {
-    return GetText(Property::kReminderSoundFile, value);
-  }
-  HRESULT get_ReminderMinutesBeforeStart(LONG* value) override {
-    return GetNumber(Property::kReminderMinutesBeforeStart, value);
-  }
-  HRESULT get_ReminderOptions(LONG* value) override {
-    return GetNumber(Property::kReminderOptions, value);
-  }
-  HRESULT put_Subject(BSTR value) override { return PutText(Property::kSubject, value); }
-  HRESULT put_Location(BSTR value) override { return PutText(Property::kLocation, value); }
-  HRESULT put_Categories(BSTR value) override { return PutText(Property::kCategories, value); }
   HRESULT put_Start(DATE value) override;
   HRESULT put_Duration(LONG value) override;
   HRESULT put_End(DATE value) override;
@@ -69,13 +51,6 @@ class Appointment : public PimItem<IAppointment, IID_IAppointment, AppointmentPr
   }
   HRESULT put_Sensitivity(LONG value) override {
     return PutNumber(Property::kSensitivity, value, olNormal, olConfidential);
-  }
-  HRESULT put_Body(BSTR value) override { return PutText(Property::kBody, value); }
-  HRESULT put_ReminderSet(VARIANT_BOOL value) override {
-    return PutFlag(Property::kReminderSet, value);
-  }
-  HRESULT put_ReminderSoundFile(BSTR value) override {
-    return PutText(Property::kReminderSoundFile, value);
   }
   HRESULT put_ReminderMinutesBeforeStart(LONG value) override {
     return PutNumber(Property::kReminderMinutesBeforeStart, value, 0, kLargestNumber);

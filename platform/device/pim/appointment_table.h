@@ -1,5 +1,4 @@
-// The properties of an appointment, in the order in which IAppointment declares them. What IAppointment
-// has beyond them is derived (Duration, MeetingStatus) or kept in tables of its own.
+// The table of appointments.
 #pragma once
 
 #include <cstddef>
@@ -8,25 +7,15 @@
 
 namespace device {
 
-// Each names the row of the same place in AppointmentTable().properties.
+// Each names the row of the same place in AppointmentTable().properties: both are made of one list.
 enum class AppointmentProperty : size_t {
-  kSubject,
-  kLocation,
-  kCategories,
-  kStart,
-  kEnd,
-  kAllDayEvent,
-  kBusyStatus,
-  kSensitivity,
-  kBody,
-  kReminderSet,
-  kReminderSoundFile,
-  kReminderMinutesBeforeStart,
-  kReminderOptions,
+#define PROPERTY(name, column, kind, access) k##name,
+#include "platform/device/pim/appointment_properties.inc"
 };
 
 constexpr size_t Index(AppointmentProperty property) { return static_cast<size_t>(property); }
 
+// How appointments are kept; never null.
 const PimTable* AppointmentTable();
 
 }  // namespace device

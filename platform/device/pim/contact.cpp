@@ -1,10 +1,21 @@
+// A contact is its row of values. What is special about it is FileAs, the name that lists show: it is made of
+// the names when the contact is saved, unless a program put one of its own.
+//
+// To know later whether the names have changed, a contact remembers those that its FileAs was last saved or
+// loaded with, and not whether they were put: putting the name that was there changes nothing. The FileAs
+// that was made shows once the save has succeeded; a save that fails takes it back.
+
 #include "platform/device/pim/contact.h"
 
+#include <optional>
+#include <string>
 #include <utility>
 
 #include "platform/device/database.h"
-#include "platform/device/pim/contact_object.h"
+#include "platform/device/pim/contact_table.h"
+#include "platform/device/pim/item.h"
 #include "platform/device/pim/objects.h"
+#include "platform/device/pim/property_access.h"
 
 namespace device {
 namespace {
@@ -22,7 +33,41 @@ std::string GeneratedFileAs(const std::string& last, const std::string& first,
   return first.empty() ? last : last + ", " + first;
 }
 
-}  // namespace
+// The values in memory, and how they come from and go to the contact's row.
+class Contact final : public PimItem<IContact, IID_IContact, ContactProperty> {
+ public:
+  using Property = ContactProperty;
+
+  explicit Contact(const PimSession& session);
+
+  // Takes the values of the row with an object id; kNoSuchItem when there is none.
+  HRESULT Load(int32_t oid);
+
+#define PROPERTY(name, column, kind, access) PIM_ACCESS_##access(name, kind)
+#include "platform/device/pim/contact_properties.inc"
+  HRESULT put_FileAs(BSTR value) override;
+
+  HRESULT Save() override;
+  HRESULT Delete() override;
+  HRESULT Copy(IContact** copy) override;
+
+ private:
+  // What the generated FileAs depends on.
+  struct Names {
+    std::string last;
+    std::string first;
+    std::string company;  // empty unless both others are
+
+    bool operator==(const Names&) const = default;
+  };
+
+  Names CurrentNames() const;
+  std::string FileAsToSave() const;
+  HRESULT Write(int32_t* oid);
+
+  std::optional<Names> saved_names_;  // those that FileAs was last saved with, if ever
+  bool is_file_as_put_ = false;       // since the last Save
+};
 
 Contact::Contact(const PimSession& session) : PimItem(session, Statements()) {}
 
@@ -91,6 +136,8 @@ std::string Contact::FileAsToSave() const {
   if (is_file_as_put_ || saved_names_ == names) return Text(Property::kFileAs);
   return GeneratedFileAs(names.last, names.first, names.company);
 }
+
+}  // namespace
 
 HRESULT NewContact(const PimSession& session, IDispatch** item) {
   return Guarded([&] {

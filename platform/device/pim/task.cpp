@@ -1,8 +1,19 @@
+// A task is its row of values and its recurrence, which Save writes in one transaction. Its start and its end
+// are days without a time, and its series has no exceptions.
+//
+// A pattern starts where the task does, on its start date, else its due date, else today, and follows these
+// dates until a program puts the pattern's start itself or the series is saved. From then on the start is the
+// series' own.
+
 #include "platform/device/pim/task.h"
 
 #include "platform/device/pim/exceptions.h"
+#include "platform/device/pim/item.h"
+#include "platform/device/pim/pattern.h"
+#include "platform/device/pim/property_access.h"
+#include "platform/device/pim/recurrence.h"
 #include "platform/device/pim/series.h"
-#include "platform/device/pim/task_object.h"
+#include "platform/device/pim/task_table.h"
 
 namespace device {
 namespace {
@@ -12,7 +23,53 @@ const PimStatements& Statements() {
   return kStatements;
 }
 
-}  // namespace
+// The values in memory, and how they come from and go to the store.
+class Task final : public PimItem<ITask, IID_ITask, TaskProperty>, private PatternOwner {
+ public:
+  using Property = TaskProperty;
+
+  explicit Task(const PimSession& session);
+
+  // Takes what is stored under an object id; kNoSuchItem when there is nothing.
+  HRESULT Load(int32_t oid);
+
+#define PROPERTY(name, column, kind, access) PIM_ACCESS_##access(name, kind)
+#include "platform/device/pim/task_properties.inc"
+
+  HRESULT ClearRecurrencePattern() override;
+  HRESULT GetRecurrencePattern(IRecurrencePattern** pattern) override;
+  HRESULT get_IsRecurring(VARIANT_BOOL* value) override;
+  HRESULT put_StartDate(DATE value) override;
+  HRESULT put_DueDate(DATE value) override;
+  HRESULT put_Importance(LONG value) override {
+    return PutNumber(Property::kImportance, value, olImportanceLow, olImportanceHigh);
+  }
+  HRESULT put_Complete(VARIANT_BOOL value) override;
+  HRESULT put_Sensitivity(LONG value) override {
+    return PutNumber(Property::kSensitivity, value, olNormal, olConfidential);
+  }
+  HRESULT put_ReminderOptions(LONG value) override {
+    return PutNumber(Property::kReminderOptions, value, 0, kAllReminderOptions);
+  }
+
+  HRESULT Save() override;
+  HRESULT Delete() override { return DeleteRow(); }
+  HRESULT Copy(ITask** copy) override;
+
+ private:
+  HRESULT PutTaskDay(Property property, DATE value);
+  void StartPatternWithTask();
+  ComPtr<IDispatch> Self();
+
+  Recurrence& GetRecurrence() override { return recurrence_; }
+  HRESULT PutPatternStart(int32_t day) override;
+  IAppointment* ThisAppointment() override { return nullptr; }
+  HRESULT MakeExceptions(IExceptions** exceptions) override;
+  HRESULT MakeOccurrence(int32_t, IAppointment**) override { return E_INVALIDARG; }
+
+  Recurrence recurrence_;
+  bool is_pattern_start_put_ = false;  // else it follows the task's dates
+};
 
 Task::Task(const PimSession& session) : PimItem(session, Statements()) {
   Number(Property::kImportance) = olImportanceNormal;
@@ -115,6 +172,8 @@ void Task::StartPatternWithTask() {
 HRESULT Task::MakeExceptions(IExceptions** exceptions) {
   return NewExceptions(session_, oid_, 0, {}, exceptions);
 }
+
+}  // namespace
 
 HRESULT NewTask(const PimSession& session, IDispatch** item) {
   return Guarded([&] {

@@ -1,4 +1,4 @@
-// The properties of a task, in the order in which ITask declares them.
+// The table of tasks.
 #pragma once
 
 #include <cstddef>
@@ -7,26 +7,15 @@
 
 namespace device {
 
-// Each names the row of the same place in TaskTable().properties.
+// Each names the row of the same place in TaskTable().properties: both are made of one list.
 enum class TaskProperty : size_t {
-  kSubject,
-  kCategories,
-  kStartDate,
-  kDueDate,
-  kDateCompleted,
-  kImportance,
-  kComplete,
-  kSensitivity,
-  kTeamTask,
-  kBody,
-  kReminderSet,
-  kReminderSoundFile,
-  kReminderTime,
-  kReminderOptions,
+#define PROPERTY(name, column, kind, access) k##name,
+#include "platform/device/pim/task_properties.inc"
 };
 
 constexpr size_t Index(TaskProperty property) { return static_cast<size_t>(property); }
 
+// How tasks are kept; never null.
 const PimTable* TaskTable();
 
 }  // namespace device
