@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "platform/device/ink/format.h"
+#include "platform/utf8.h"
 
 namespace device {
 namespace {
@@ -31,9 +32,6 @@ static_assert(kMaxEndedParagraphs + 2 * kMaxInkText / (kMaxCharacterBytes - 1) <
 
 constexpr char16_t kFirstUncodable = 0x4000;
 
-bool IsTrail(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
-bool IsLead(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-
 bool IsVisible(char16_t unit) {
   if (unit == u'\t') return true;
   return unit >= 0x20 && !(unit >= 0x7F && unit < 0xA0) && unit < kFirstUncodable;
@@ -51,7 +49,7 @@ bool TakeLineEnd(std::u16string_view text, size_t& at) {
 // Steps over a character and gives what is to be seen of it.
 char16_t TakeCharacter(std::u16string_view text, size_t& at) {
   const char16_t unit = text[at++];
-  if (IsLead(unit) && at < text.size() && IsTrail(text[at])) ++at;
+  if (IsLeadSurrogate(unit) && at < text.size() && IsTrailSurrogate(text[at])) ++at;
   return IsVisible(unit) ? unit : u'?';
 }
 
@@ -134,14 +132,14 @@ class CodeReader {
     if (IsVisible(unit)) text_ += unit;
   }
 
-  // The next byte, 0 behind the end.
+  // The next byte, 0 after the end.
   unsigned char TakeByte() {
     const size_t at = position_++;
     return at < codes_.size() ? static_cast<unsigned char>(codes_[at]) : 0;
   }
 
   std::string_view codes_;
-  size_t position_ = 0;  // may lie behind the end
+  size_t position_ = 0;  // may lie after the end
   bool is_ended_ = false;
   std::u16string text_;
 };

@@ -17,7 +17,7 @@ std::u16string WithInkLineEnds(std::u16string_view text);
 // - "?" stands for a character that the format is not known to hold: from U+4000 on (a pair of
 //   surrogates is one character), and control characters other than the tab;
 // - a paragraph whose codes would take more than a text zone should hold goes on in the next one;
-// - behind the 28,000th paragraph a line end becomes a blank, for the number of paragraphs is
+// - after the 28,000th paragraph a line end becomes a blank, for the number of paragraphs is
 //   limited.
 std::u16string VisibleInkText(std::u16string_view text);
 
