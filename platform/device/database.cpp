@@ -1,3 +1,11 @@
+// Statements are prepared once and kept by their text until the database closes: most calls of the stores ask
+// the same few questions. A Statement borrows one and gives it back reset and without its values, so that no
+// lock on the database is left with it.
+//
+// The connection writes ahead (WAL): others read while one writes, a commit is one write at the end of the
+// log, and a killed program leaves a whole database with some log to be read. Writers wait for each other, up
+// to the busy timeout. With synchronous=NORMAL a commit does not wait for the disk; Checkpoint does.
+
 #include "platform/device/database.h"
 
 #include <cstring>

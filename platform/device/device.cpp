@@ -28,8 +28,8 @@ namespace fs = std::filesystem;
 constexpr const char* kFolderVariable = "OSIF_DEVICE";
 constexpr std::string_view kDatabaseName = "/device.db";
 constexpr std::string_view kNewDatabaseName = "/device.db.new";
-constexpr uintmax_t kWholeCheckLimit = 4u
-                                       << 20;  // bytes; larger files are checked at their head only
+// Bytes; larger files are checked at their head only.
+constexpr uintmax_t kWholeCheckLimit = 4u << 20;
 
 struct Device {
   std::string named;  // the environment's name of the folder, where that alone tells which it is
@@ -331,7 +331,7 @@ std::string ErrorText() { return State().error_text; }
 
 void CloseDatabase() {
   Device& device = State();
-  // Who has only read has nothing to write, and need not wait for another program's writer.
+  // Whoever has only read has nothing to write, and need not wait for another program's writer.
   if (device.database != nullptr && device.database->HasWritten()) device.database->Checkpoint();
   device.database.reset();
 }

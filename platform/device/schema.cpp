@@ -41,7 +41,7 @@ bool Run(Database& database, const std::string& sql) {
 }  // namespace
 
 bool CreateSchema(Database& database) {
-  // Asked without the write lock first: another program may hold it, and who only reads need not wait.
+  // Asked without the write lock first: another program may hold it, and whoever only reads need not wait.
   if (IsPresent(database)) return true;
   Transaction transaction(database);
   if (!transaction.is_open()) return false;

@@ -1,4 +1,11 @@
-// File handles are file descriptors plus one, so that none is null.
+// The handheld's calls on the system's own: a path is turned into the system's (paths.h), the call is made,
+// and errno becomes the last error (error_numbers.h). Every call looks for itself at what it is given;
+// nothing is kept between calls but what the system keeps.
+//
+// File handles are file descriptors plus one, so that none is null. Folders can be opened by open() and
+// fopen(), but the handheld opens files only: what turns out to be a folder is closed again and refused.
+// Nothing that has a name is replaced unless the caller asks for it: a move onto a taken name fails, where
+// the file system can do that in the same step that would have moved.
 
 #include "platform/api/files.h"
 

@@ -1,5 +1,9 @@
-// A window handle is a number that is looked up and never used twice, so that one of a destroyed
-// window, or one that never was, harms nothing. Callbacks run without the lock: they may call back.
+// The control holds a text and does nothing else: streaming in replaces it, streaming out writes it as a
+// document, both in blocks that the caller's callback fills or takes.
+//
+// A window handle is a number that is looked up and never used twice, so that one of a destroyed window, or
+// one that never was, harms nothing. Callbacks run without the lock, and with a reference to their control:
+// they may call back, even to destroy their own window.
 
 #include "platform/device/ink/control.h"
 

@@ -114,7 +114,7 @@ struct Paragraph {
   size_t cells() const { return text.size() + 1; }
 };
 
-// A line breaks behind the last blank that is on it, or where it is full.
+// A line breaks after the last blank that is on it, or where it is full.
 std::vector<size_t> Wrap(std::u16string_view text) {
   std::vector<size_t> lines;
   while (text.size() > kLineCharacters) {

@@ -1,3 +1,9 @@
+// A folder is its number and its name. Everything else is asked of the database when a caller asks for it.
+//
+// A contents table does not grow after it was made. For this it keeps no list: the highest id of that time
+// bounds its rows, and what was deleted since is passed over when its row is read. A row whose columns all
+// stand in mapi_messages costs one look at that table; any other column brings the whole message.
+
 #include "platform/device/mail/folder.h"
 
 #include <algorithm>

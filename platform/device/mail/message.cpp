@@ -1,5 +1,12 @@
-// A message object keeps the message as it was when it was opened, with what was put into it since.
-// The changes are written in one transaction: by SaveChanges, or else by the last Release.
+// A message object keeps the message as it was when it was opened, with what was put into it since. The
+// changes are written in one transaction: by SaveChanges, or else by the last Release.
+//
+// What is put goes to two places, the message as its caller sees it and the changes that are still to be
+// written, so that a save writes just what was put and leaves alone what another program has set meanwhile.
+// The body is kept apart because it can be large: it is read when its stream is opened, and a stream that is
+// written hands it over whole. Such a stream holds a reference to its message, so that the last Release of
+// the message comes after its streams have given what they have.
+
 #include "platform/device/mail/message.h"
 
 #include <string>

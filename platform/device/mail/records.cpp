@@ -1,3 +1,11 @@
+// A message is a row in mapi_messages with the two properties by which messages are looked for; all its other
+// properties, and those of its recipients, are rows in mapi_properties, and its body lies in a table of its
+// own, so that reading properties never touches it. All but the body is read by one statement, and a message
+// is written in one transaction: nobody sees half of another program's change.
+//
+// An id is taken before the message is stored, in a step of its own, since the caller may ask for the entry
+// id at once. A message that is never stored leaves a gap, and its id is not given again.
+
 #include "platform/device/mail/records.h"
 
 #include <algorithm>

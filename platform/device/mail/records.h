@@ -21,7 +21,7 @@ struct StoredMessage {
 // What is to be changed in a message.
 struct MessageChanges {
   MapiProperties properties;               // to be set
-  std::vector<MapiProperties> recipients;  // to be added behind those that it has
+  std::vector<MapiProperties> recipients;  // to be added after those that it has
   std::optional<std::string> body;         // to be set, the bytes of the stream
 
   bool empty() const { return properties.empty() && recipients.empty() && !body; }

@@ -1,3 +1,10 @@
+// MAPIInitialize and MAPILogonEx are the way into the message store for every caller, so this is where a test
+// takes it over: both go through a function that can be replaced. The count of uses is kept here whatever the
+// functions do; only a start that succeeded counts.
+//
+// A session holds the database until it logs off. The objects that came from it hold it as well and go on
+// working, for programs let go of them in any order.
+
 #include "platform/device/mail/session.h"
 
 #include <memory>

@@ -1,3 +1,10 @@
+// A table is a place in rows that come from elsewhere, and the columns that a caller wants of them. A query
+// reads only its own rows and moves the place when all of them are there, so that a query that failed can be
+// repeated. Rows that are gone by now are passed over, and do not count towards those asked for.
+//
+// Of restrictions the table understands equations, alone or several at once; whether they can be looked for
+// is for the rows to say, which know their indexes.
+
 #include "platform/device/mail/table.h"
 
 #include <algorithm>
@@ -86,7 +93,7 @@ class Table final : public MapiObject<IMAPITable, IID_IMAPITable> {
   }
 
  private:
-  // The rows from a position on, which moves behind them.
+  // The rows from a position on, which moves past them.
   RowSet ReadRows(size_t count, size_t* position) {
     const size_t room = std::min(count, rows_->Count() - *position);
     RowSet set(NewMailBytes<SRowSet>(CbNewSRowSet(room)).release());

@@ -1,3 +1,11 @@
+// A value is kept in one of three forms, a number, a text or bytes, beside the type that tells which of the
+// platform's forms it takes when it is given out. What is given out belongs to one MAPI buffer: the array is
+// allocated first and texts and bytes are chained to it, so that the caller frees all with the array, and so
+// does an exception halfway.
+//
+// What is missing or of another type than asked for is told in its own place. The other values are given all
+// the same.
+
 #include "platform/device/mail/values.h"
 
 namespace device {

@@ -1,3 +1,7 @@
+// The application is the one object that lasts beyond a logon. From Logon to Logoff it holds the database;
+// every folder and item takes the database and a reference to the application with it, so that a Logoff takes
+// nothing away from objects that a program still holds.
+
 #include "platform/device/pim/application.h"
 
 #include <memory>

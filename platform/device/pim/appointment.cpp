@@ -1,3 +1,14 @@
+// An appointment is its row of values, its recipients and its recurrence, all in memory; Save writes the
+// three in one transaction, and nothing in memory changes before that has succeeded.
+//
+// Start and End stay as they were put. That an all-day event begins at midnight and ends at the midnight
+// after its last day is reckoned when they are shown or saved: whoever takes the mark away again finds the
+// times that were put. The recurrence starts on the day of Start, and every call that moves one moves the
+// other.
+//
+// Exceptions stand in the store only, by the days of the saved series. When a save changes the series, those
+// of days on which it does not take place any more go in the same transaction.
+
 #include "platform/device/pim/appointment.h"
 
 #include <algorithm>

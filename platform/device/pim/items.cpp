@@ -1,3 +1,12 @@
+// A collection is what its folder held when the collection was made. It remembers the highest id of that time
+// and reads the ids below it when a count or a place is asked for; ids only ever grow, so what came later
+// never shows.
+//
+// A search runs in the database and keeps the ids that it found. FindNext loads one after the other and
+// passes over items that were deleted meanwhile. A search by name runs in two steps: at first for items that
+// have the asked parts of the name and no others, which the index finds at once, and for all the others only
+// if the caller goes on.
+
 #include "platform/device/pim/items.h"
 
 #include <algorithm>
@@ -120,7 +129,7 @@ class Items final : public PimObject<IPOutlookItemCollection, IID_IPOutlookItemC
     return S_OK;
   }
 
-  // Fills the matches. Who looks for a name is mostly content with the items of just this name: the others,
+  // Fills the matches. Whoever looks for a name is mostly content with the items of just this name: the others,
   // of which there can be any number, are left to FindNext.
   HRESULT Search(std::u16string_view text) {
     const PimTable& table = *kind_.table();

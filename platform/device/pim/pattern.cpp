@@ -1,3 +1,10 @@
+// A pattern keeps nothing: every call goes to the recurrence that its item holds, so that several patterns of
+// an item agree and the item's Save has all there is. It holds a reference to its item, for the recurrence is
+// a part of that.
+//
+// What belongs to the item itself goes through the item. The start is moved there, and the times of day are
+// those of the appointment; a task has none.
+
 #include "platform/device/pim/pattern.h"
 
 #include <optional>

@@ -1,3 +1,10 @@
+// The tree of a restriction is written as an SQL condition from left to right. Every value is a parameter, so
+// that the same question with other values is the same text, which the database has prepared already, and no
+// value is ever read as SQL. Names of properties are replaced by the columns of the kind's table; nothing of
+// the caller's text comes into the SQL.
+//
+// The ids that are found are sorted here and not by the database: see FindIds.
+
 #include "platform/device/pim/query.h"
 
 #include <algorithm>

@@ -29,7 +29,7 @@ struct PimCondition {
 std::optional<PimCondition> MakeCondition(const PimTable& table, const Restriction& restriction);
 
 // The condition with another one: that an item has no value in those of the table's name columns that
-// are not compared. It finds who is named by the asked parts alone, with one look into the index of
+// are not compared. It finds whoever is named by the asked parts alone, with one look into the index of
 // whole names. Nothing when no name column is compared.
 std::optional<PimCondition> MakeExactNameCondition(const PimTable& table,
                                                    const PimCondition& condition);

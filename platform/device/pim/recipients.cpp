@@ -1,3 +1,8 @@
+// The list belongs to its appointment; a collection is a view of it and holds a reference to the appointment,
+// so that the list stays as long as anybody looks at it. Changes show in every collection at once and reach
+// the store with the appointment's Save, which writes all recipients anew in their order: they are few, and
+// have no ids by which they could be told apart.
+
 #include "platform/device/pim/recipients.h"
 
 #include <utility>

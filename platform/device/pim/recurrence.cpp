@@ -1,6 +1,9 @@
-// A series is cut into periods of one length that all hold equally many occurrences, before the
-// first of which the start may cut off some. So the period of a day, and that of the nth
-// occurrence, can be reckoned; the days within it come from libical's recurrence iterator.
+// A series is cut into periods of one length that all hold equally many occurrences, before the first of
+// which the start may cut off some. So the period of a day, and that of the nth occurrence, can be reckoned;
+// the days within it come from libical's recurrence iterator.
+//
+// That every period holds equally many rests on two things: a day that a month lacks is replaced by its last,
+// and the nth day of the week is at most the fifth, which stands for the last. So no period is ever empty.
 
 #include "platform/device/pim/recurrence.h"
 

@@ -1,5 +1,9 @@
-// A recursive-descent parser with one method for each rule. Each method leaves the position behind
-// what it took; whoever meets an error gives up the whole query.
+// A recursive-descent parser with one method for each rule. Each method leaves the position after what it
+// took; whoever meets an error gives up the whole query.
+//
+// The hard part is where a text ends, since programs put quotation marks into it as they are. ContinuesQuery
+// looks ahead from each of them and takes the first after which the query could go on. Depth and number of
+// comparisons are limited while reading, so that no query can exhaust the stack of whoever walks the tree.
 
 #include "platform/device/pim/restriction.h"
 
@@ -174,7 +178,7 @@ class Parser {
     return group;
   }
 
-  // The unit at an offset, 0 behind the end.
+  // The unit at an offset, 0 after the end.
   char16_t Peek(size_t at) const { return at < text_.size() ? text_[at] : u'\0'; }
 
   bool Take(char16_t expected) {

@@ -10,7 +10,7 @@
 //
 // Quotation marks inside a text are not escaped. A quotation mark closes the text when what follows
 // it could go on the query: after blanks, and the closing parentheses of groups that are open, the
-// end, or AND or OR with "(" or a property and an operator behind it. Every other one belongs to
+// end, or AND or OR with "(" or a property and an operator after it. Every other one belongs to
 // the text, so that [FirstName]="Bob "the" Kid" AND [LastName]="Lee" compares with Bob "the" Kid and
 // Lee.
 //

@@ -21,10 +21,10 @@ CREATE TABLE pim_objects(
 CREATE INDEX pim_objects_by_folder ON pim_objects(folder);
 )";
 
-// Names are searched for whole, with parts that are not there, and by any of their parts. The figures for the query planner (rows in all,
-// rows that one value of the first column finds, and of the columns after it) are those of a large address
-// book: they make it take the part that tells the most from among those asked for. SQLite measures
-// nothing by itself.
+// Names are searched for whole, with parts that are not there, and by any of their parts. The figures for the
+// query planner (rows in all, rows that one value of the first column finds, and of the columns after it) are
+// those of a large address book: they make it take the part that tells the most from among those asked for.
+// SQLite measures nothing by itself.
 constexpr char kContactIndexes[] = R"(
 CREATE INDEX pim_contacts_by_name
   ON pim_contacts(last_name, first_name, middle_name, title, suffix);

@@ -1,3 +1,11 @@
+// An item that recurs has a row in pim_patterns, one that does not has none. An exception is a row for its
+// day; a changed occurrence is an appointment of its own, in the folder that no collection shows, and goes
+// with its exception by a trigger, and with its series through the exceptions. The checks of the table are
+// those that the properties make when they are put, so that nothing is stored that the reckoning does not
+// expect.
+//
+// Nothing here opens a transaction: a recurrence is written with its item, an exception with its occurrence.
+
 #include "platform/device/pim/series.h"
 
 #include "platform/device/pim/objects.h"

@@ -3,7 +3,7 @@
 namespace device {
 namespace {
 
-// The column names, each with something behind it, and commas between them.
+// The column names, each with something after it, and commas between them.
 std::string Columns(const PimTable& table, std::string_view suffix) {
   std::string sql;
   for (const PimProperty& property : table.properties) {

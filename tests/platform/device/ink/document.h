@@ -37,7 +37,7 @@ struct Zone {
   size_t offset;  // of the content in the document
 };
 
-// The zones behind the header of 14 bytes. Throws std::out_of_range where one is not whole.
+// The zones after the header of 14 bytes. Throws std::out_of_range where one is not whole.
 inline std::vector<Zone> Zones(std::string_view document) {
   std::vector<Zone> zones;
   for (size_t at = 14; at < document.size();) {

@@ -47,7 +47,7 @@ class OtherReader : public testing::Test {
     if (!path_.empty()) unlink(path_.c_str());
   }
 
-  // The paragraphs as the other reader shows them, each in UTF-8 with a line feed behind it.
+  // The paragraphs as the other reader shows them, each in UTF-8 with a line feed after it.
   std::string Shown(std::u16string_view text) const {
     const std::string document = device::WriteInkDocument(text);
     std::ofstream(path_, std::ios::binary).write(document.data(), std::ssize(document));

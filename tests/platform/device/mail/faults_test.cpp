@@ -9,7 +9,7 @@ using pim_test::OtherProcess;
 using pim_test::Tell;
 using testing::ElementsAre;
 
-// The steps of filling a message; a program is killed behind one of them.
+// The steps of filling a message; a program is killed after one of them.
 enum Step { kCreated, kSubject, kTime, kBody, kFlags, kRecipients, kEntryId, kSaved, kReleased };
 
 // In another process, which has no test to fail. Tells when it has come to the step, and is killed.
