@@ -10,8 +10,8 @@
 
 #include "platform/api/win_types.h"
 
-// A character above U+FFFF is a pair of UTF-16 units, a lead and a trail surrogate; no character has the number of
-// one.
+// A character above U+FFFF is a pair of UTF-16 units, a lead and a trail surrogate; no character has the
+// number of one.
 constexpr bool IsLeadSurrogate(WCHAR unit) { return (unit & 0xFC00) == 0xD800; }
 constexpr bool IsTrailSurrogate(WCHAR unit) { return (unit & 0xFC00) == 0xDC00; }
 constexpr bool IsSurrogate(char32_t number) { return number >= 0xD800 && number <= 0xDFFF; }

@@ -80,6 +80,7 @@ std::unique_ptr<Database> Database::Open(const std::string& path, int* error) {
   if (*error != SQLITE_OK) return nullptr;
   sqlite3_extended_result_codes(database->handle_, 1);
   sqlite3_busy_timeout(database->handle_, kBusyTimeoutMilliseconds);
+  // The connection waits for locks from here on, so that two programs may open at the same time.
   *error = database->Execute(
       "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON;");
   if (*error != SQLITE_OK) return nullptr;

@@ -1,3 +1,7 @@
+// Strings are blocks with their length in front of the characters, and classes a table of factories with one
+// row, the application of the PIM store. A class without a factory is not registered; a test that takes the
+// factory away gets what a handheld without the store would answer.
+
 #include "platform/api/automation.h"
 
 #include <cstring>

@@ -174,6 +174,7 @@ BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, DWORD* count, void* overla
   if (count == nullptr || overlapped != nullptr) return Fail(ERROR_INVALID_PARAMETER);
   *count = 0;
   ssize_t got = 0;
+  // A signal is not the caller's concern.
   do {
     got = read(DescriptorOf(file), buffer, size);
   } while (got < 0 && errno == EINTR);
@@ -218,6 +219,8 @@ UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT number, LPWSTR buffer
   if (!start.empty() && start.back() != u'\\' && start.back() != u'/') start += u'\\';
   if (prefix != nullptr) start += std::u16string_view(prefix).substr(0, 3);
 
+  // The search begins anywhere, so that programs that start at the same time do not try the same names one
+  // after the other. Whoever creates the file has the name.
   constexpr UINT kNumbers = 0xFFFF;  // a number has at most four digits
   const UINT first = std::random_device()();
   for (UINT i = 0; i < kNumbers; ++i) {

@@ -151,7 +151,8 @@ bool InsertKey(Database& database, std::u16string_view path, LONG* error) {
   return database.Changes() > 0;
 }
 
-// Makes a key and its missing parents. True when the key itself is new.
+// Makes a key and its missing parents, from the root on, in one transaction: no key is ever without its
+// parent. True when the key itself is new.
 bool InsertKeyAndParents(Database& database, const std::u16string& path, LONG* error) {
   *error = ERROR_SUCCESS;
   device::Transaction transaction(database);

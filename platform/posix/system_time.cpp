@@ -200,6 +200,8 @@ LONG CompareFileTime(const FILETIME* first, const FILETIME* second) {
   return left < right ? -1 : left > right ? 1 : 0;
 }
 
+// The numbers of the locale in which the store reads dates, whatever the environment's locale is: what is
+// written here is read by the device's own search.
 int GetDateFormatW(LCID locale, DWORD flags, const SYSTEMTIME* date, LPCWSTR format, LPWSTR text,
                    int room) {
   DWORD error = FormatError(locale, flags == DATE_SHORTDATE, date, format, text, room);

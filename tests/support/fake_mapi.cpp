@@ -1,6 +1,6 @@
-// Each object is as simple as it can be: a call is written down, answers the fault that is set for it, if any, and else
-// does its work on what FakeMapi holds. The objects of a kind count themselves, so that a test sees what was not
-// released.
+// Each object is as simple as it can be: a call is written down, answers the fault that is set for it, if
+// any, and else does its work on what FakeMapi holds. The objects of a kind count themselves, so that a test
+// sees what was not released.
 
 #include "tests/support/fake_mapi.h"
 

@@ -1,6 +1,6 @@
-// The objects are as simple as they can be: each call writes down what it was asked, answers the fault that is set for
-// it, if any, and else does its work on what FakePim holds. An item is a copy of what is kept until it is saved, as on
-// the device.
+// The objects are as simple as they can be: each call writes down what it was asked, answers the fault that
+// is set for it, if any, and else does its work on what FakePim holds. An item is a copy of what is kept
+// until it is saved, as on the device.
 
 #include "tests/support/fake_pim.h"
 

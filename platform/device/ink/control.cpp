@@ -60,6 +60,8 @@ class RichInkControl {
   // The number of bytes that were read; 0 at the end and when it fails.
   static LONG ReadBlock(EDITSTREAM& stream, BYTE (&block)[kBlockSize]) {
     LONG size = 0;
+    // A callback that tells of more bytes than the block has room for has written past it, or lies: either way
+    // nothing of it can be taken.
     stream.dwError = stream.pfnCallback(stream.dwCookie, block, kBlockSize, &size);
     if (stream.dwError == 0 && (size < 0 || size > kBlockSize)) {
       stream.dwError = static_cast<DWORD>(E_FAIL);
@@ -120,7 +122,8 @@ class WindowTable {
     return window;
   }
 
-  // Null when there is no such window.
+  // Null when there is no such window. The control stays as long as the caller holds it, even when it is
+  // destroyed meanwhile.
   std::shared_ptr<RichInkControl> Find(HWND window) {
     const std::lock_guard lock(mutex_);
     const auto found = windows_.find(window);

@@ -141,6 +141,7 @@ std::vector<Paragraph> SplitParagraphs(std::u16string_view visible) {
 size_t LinesId(size_t paragraph) { return kFirstParagraphId + 2 * paragraph; }
 size_t TextId(size_t paragraph) { return LinesId(paragraph) + 1; }
 
+// The list tells in which order the paragraphs are read; it stands before them, with their sums.
 void PutParagraphList(InkBytes& out, const std::vector<Paragraph>& paragraphs) {
   size_t cells = 0;
   size_t lines = 0;
@@ -160,6 +161,7 @@ void PutParagraphList(InkBytes& out, const std::vector<Paragraph>& paragraphs) {
   });
 }
 
+// A paragraph's two zones name each other: the text has the id of its lines.
 void PutParagraph(InkBytes& out, const Paragraph& paragraph, size_t number) {
   const std::string codes = EncodeInkParagraph(paragraph.text);
   out.PutZone(ink::kText, TextId(number), [&] {
@@ -189,6 +191,8 @@ void PutDrawings(InkBytes& out) {
   });
 }
 
+// The text beside its paragraphs, for what these cannot hold. A zone's length is limited, so that a long text
+// takes several; an empty one makes their number even.
 void PutWholeText(InkBytes& out, std::u16string_view text, size_t first_id) {
   constexpr size_t kMaxUnits = (ink::kMaxZoneWords * ink::kWordSize - ink::kWholeTextHeadSize) / 2;
   size_t zones = (text.size() + kMaxUnits - 1) / kMaxUnits;

@@ -1,3 +1,6 @@
+// Results are for programs, sentences for people. SQLite tells failures apart more finely than callers can
+// act on: its codes become a few results here, and the code itself goes on in the error record.
+
 #include "platform/device/mail/errors.h"
 
 #include <string_view>

@@ -45,7 +45,7 @@ class ContentsRows final : public MapiRows {
     const bool head_suffices = std::all_of(columns.begin(), columns.end(), IsHeadProperty);
     std::optional<StoredMessage> message =
         head_suffices ? LoadMessageHead(*database_, id) : LoadMessage(*database_, id);
-    if (!message) return std::nullopt;
+    if (!message) return std::nullopt;  // deleted since the ids were read
     return std::move(message->properties);
   }
 

@@ -80,7 +80,7 @@ class Message final : public MapiObject<IMessage, IID_IMAPIProp, IID_IMessage> {
 
   HRESULT SaveChanges(ULONG) override {
     return Run([&] {
-      has_failed_ = true;
+      has_failed_ = true;  // stays when Save throws
       Save();
       has_failed_ = false;
       return S_OK;
@@ -96,6 +96,7 @@ class Message final : public MapiObject<IMessage, IID_IMAPIProp, IID_IMessage> {
     return Run([&] {
       if (count == 0 || values == nullptr) return MAPI_E_INVALID_PARAMETER;
       MapiProperties taken;
+      // Nothing is set before all were looked at: without a place for problems it is all or nothing.
       const std::vector<SPropProblem> found = TakeProps(count, values, &taken);
       if (!found.empty() && problems == nullptr) return found.front().scode;
       if (!found.empty()) *problems = NewProblems(found);
@@ -132,6 +133,7 @@ class Message final : public MapiObject<IMessage, IID_IMAPIProp, IID_IMessage> {
       if (list == nullptr) return MAPI_E_INVALID_PARAMETER;
       if (flags != MODRECIP_ADD) return MAPI_E_UNKNOWN_FLAGS;
       const ADRENTRY* entry = list->aEntries;
+      // First by themselves, so that a bad entry leaves the list as it was.
       std::vector<MapiProperties> added;
       for (ULONG i = 0; i < list->cEntries; ++i, ++entry) {
         if (entry->cValues == 0 || entry->rgPropVals == nullptr) continue;  // stands for nobody
@@ -193,6 +195,7 @@ class Message final : public MapiObject<IMessage, IID_IMAPIProp, IID_IMessage> {
     return S_OK;
   }
 
+  // Of a new message, or after a change, only what was put here counts; else the store's present body.
   std::optional<std::string> Body() const {
     if (changes_.body || is_new_) return changes_.body;
     return LoadBody(*database_, id_);

@@ -97,7 +97,8 @@ std::optional<StoredMessage> Load(Database& database, const char* sql, int64_t i
   return message;
 }
 
-// Sets a property that is a column of mapi_messages.
+// Sets a property that is a column of mapi_messages. A row is inserted without them and then updated, so that
+// a new message and a changed one go the same way.
 void WriteColumn(Database& database, const char* sql, int64_t id, const MapiValue& value) {
   Statement statement = database.Prepare(sql);
   statement.Bind(2, id);
@@ -127,6 +128,8 @@ void WriteProperties(Database& database, int64_t id, const MapiProperties& prope
   }
 }
 
+// Recipients are numbered on from the highest, so that two programs that add some do not take each other's
+// numbers; the transaction is open.
 int64_t LastRecipient(Database& database, int64_t id) {
   Statement row = database.Prepare("SELECT max(recipient) FROM mapi_properties WHERE message = ?");
   row.Bind(1, id);
@@ -157,6 +160,7 @@ void WriteChanges(Database& database, int64_t id, const MessageChanges& changes)
   if (changes.body) WriteBody(database, id, *changes.body);
 }
 
+// Within the transaction: another program may have deleted the message since it was opened.
 void RequireMessage(Database& database, int64_t id) {
   Statement row = database.Prepare("SELECT 1 FROM mapi_messages WHERE id = ?");
   row.Bind(1, id);
@@ -208,6 +212,7 @@ std::vector<int64_t> ListMessages(Database& database, int64_t folder, int64_t la
   return ids;
 }
 
+// What the indexes of mapi_messages answer at once; a search of anything else would walk the folder.
 bool CanListMessages(const MapiProperties& wanted) {
   const auto has = [&](ULONG tag) {
     const auto found = wanted.find(PROP_ID(tag));

@@ -75,6 +75,7 @@ class Session final : public MapiObject<IMAPISession, IID_IMAPISession> {
     });
   }
 
+  // A second one has nothing to do and no reason to fail.
   HRESULT Logoff(ULONG_PTR, ULONG, ULONG) override {
     if (database_ == nullptr) return S_OK;
     return Run([&] {

@@ -1,3 +1,7 @@
+// A body is held in memory and handed over whole, so that its message can store it with everything else in one
+// transaction. It is copied at a Commit, after which the stream may be written on, and given away at the last
+// Release.
+
 #include "platform/device/mail/stream.h"
 
 #include <algorithm>
@@ -32,6 +36,7 @@ class Stream final : public MapiUnknown<IStream, IID_ISequentialStream, IID_IStr
     if (written != nullptr) *written = 0;
     if (sink_ == nullptr) return kAccessDenied;
     if (bytes == nullptr) return kInvalidPointer;
+    // Refused before anything is taken: what was written so far stays, and can still be stored.
     if (size > kLargest - position_) return kMediumFull;
     return Outcome([&] {
              const size_t replaced = std::min<size_t>(size, bytes_.size() - position_);

@@ -93,7 +93,8 @@ class Table final : public MapiObject<IMAPITable, IID_IMAPITable> {
   }
 
  private:
-  // The rows from a position on, which moves past them.
+  // The rows from a position on, which moves past them. The set owns its rows from the first on: when reading
+  // fails halfway, they are freed with it.
   RowSet ReadRows(size_t count, size_t* position) {
     const size_t room = std::min(count, rows_->Count() - *position);
     RowSet set(NewMailBytes<SRowSet>(CbNewSRowSet(room)).release());

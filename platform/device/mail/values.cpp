@@ -49,12 +49,13 @@ void GiveValue(ULONG id, const MapiValue& value, void* buffer, SPropValue* place
     case PT_BOOLEAN:
       place->Value.b = std::get<int64_t>(value.data) != 0;
       break;
-    default:
+    default:  // PT_I8: TakeValue lets no other type in
       place->Value.li = std::get<int64_t>(value.data);
   }
 }
 
-// False when there is an error in the value's place.
+// False when there is an error in the value's place. PR_NULL keeps a column free for a caller that fills it by
+// itself.
 bool GiveColumn(const MapiProperties& properties, ULONG tag, void* buffer, SPropValue* place) {
   if (tag == PR_NULL) {
     place->ulPropTag = PR_NULL;

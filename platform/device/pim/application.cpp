@@ -85,6 +85,7 @@ class Application final : public PimObject<IPOutlookApp, IID_IPOutlookApp> {
     return ComPtr<IPOutlookApp>(this);
   }
 
+  // A session keeps the application alive as long as anything that came from it.
   PimSession Session() { return {database_, Self()}; }
 
   std::shared_ptr<Database> database_;  // null while not logged on

@@ -80,6 +80,7 @@ HRESULT Appointment::Save() {
   });
 }
 
+// The row holds the times as the appointment shows them: the search compares with them.
 HRESULT Appointment::WriteValues(int folder, int32_t* oid) const {
   PimValues values = values_;
   values.Date(Index(Property::kStart)) = StartTime();
@@ -88,6 +89,8 @@ HRESULT Appointment::WriteValues(int folder, int32_t* oid) const {
   return SaveRecipients(database(), *oid, recipients_);
 }
 
+// The exceptions are looked at only when the series has changed: an appointment is mostly saved for other
+// reasons.
 HRESULT Appointment::WriteSeries(int32_t oid) const {
   Recurrence stored;
   if (HRESULT hr = LoadRecurrence(database(), oid, &stored); FAILED(hr)) return hr;
@@ -140,6 +143,7 @@ HRESULT Appointment::get_Duration(LONG* value) {
   return Give(static_cast<LONG>(std::min<int64_t>(LengthInSeconds() / 60, kLargestNumber)), value);
 }
 
+// The length is taken before Start changes, from what the appointment shows.
 HRESULT Appointment::put_Start(DATE value) {
   if (!IsTime(value)) return E_INVALIDARG;
   const int64_t start = SecondsOf(IsAllDay() ? DayOf(value) : value);
@@ -164,6 +168,7 @@ HRESULT Appointment::put_Duration(LONG value) {
   return S_OK;
 }
 
+// Without its all-day start the appointment may begin after it ends.
 HRESULT Appointment::put_AllDayEvent(VARIANT_BOOL value) {
   const HRESULT hr = PutFlag(Property::kAllDayEvent, value);
   if (SecondsOf(Date(Property::kEnd)) < SecondsOf(StartTime())) Date(Property::kEnd) = StartTime();
@@ -199,6 +204,7 @@ HRESULT Appointment::PutPatternStart(int32_t day) {
   return put_Start(SameTimeOn(day, Date(Property::kStart)));
 }
 
+// A new appointment, or one whose pattern was cleared, has none yet, whatever the store still says.
 HRESULT Appointment::MakeExceptions(IExceptions** exceptions) {
   std::vector<SeriesException> list;
   if (oid_ != 0 && !are_exceptions_cleared_) {

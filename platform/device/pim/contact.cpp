@@ -82,6 +82,7 @@ HRESULT Contact::Save() {
   return Guarded([this] {
     int32_t oid = oid_;
     Names names = CurrentNames();
+    // The row is written from the values, so FileAs stands among them meanwhile.
     std::string file_as = FileAsToSave();
     std::swap(Text(Property::kFileAs), file_as);
     const HRESULT hr = Write(&oid);

@@ -1,3 +1,6 @@
+// A list of exceptions is what the store held when it was asked for. It keeps the days and the ids; the changed
+// appointments are loaded one by one as a program looks at them.
+
 #include "platform/device/pim/exceptions.h"
 
 #include <utility>
@@ -16,7 +19,7 @@ class Exception final : public PimObject<IException, IID_IException> {
   HRESULT get_AppointmentItem(IAppointment** appointment) override {
     if (appointment == nullptr) return E_INVALIDARG;
     *appointment = nullptr;
-    if (exception_.occurrence == 0) return S_FALSE;
+    if (exception_.occurrence == 0) return S_FALSE;  // deleted: there is no appointment to show
     return LoadOccurrence(session_, series_, exception_, appointment);
   }
 

@@ -47,7 +47,7 @@ class Items final : public PimObject<IPOutlookItemCollection, IID_IPOutlookItemC
     if (item == nullptr) return E_INVALIDARG;
     *item = nullptr;
     return Guarded([&] {
-      has_search_ = false;
+      has_search_ = false;  // a search that fails is none, and ends the one before it
       const HRESULT hr = Search({restriction, SysStringLen(restriction)});
       if (FAILED(hr)) return hr;
       has_search_ = true;

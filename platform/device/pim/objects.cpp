@@ -1,3 +1,6 @@
+// What belongs to an item hangs on its row here by foreign keys, so that deleting this one row deletes all of
+// it.
+
 #include "platform/device/pim/objects.h"
 
 #include "platform/api/pimstore.h"
@@ -24,6 +27,8 @@ HRESULT PimResult(int sqlite_error) {
   }
 }
 
+// The number of a row that was inserted is the highest ever given and one: that is AUTOINCREMENT's promise, and
+// what collections rely on.
 HRESULT AddObject(Database& database, int folder, int32_t* oid) {
   Statement statement = database.Prepare("INSERT INTO pim_objects(folder) VALUES(?)");
   if (!statement.Bind(1, int64_t{folder}).Run()) return PimResult(database.LastError());

@@ -1,3 +1,7 @@
+// An occurrence is an appointment that is saved as an exception of its series. It is looked for anew at each
+// change, in the transaction of the change: another program may have moved the series away from the day, or
+// deleted the occurrence, since this object was made.
+
 #include "platform/device/pim/occurrence.h"
 
 namespace device {
@@ -19,6 +23,7 @@ class Occurrence final : public Appointment {
 
   HRESULT get_Oid(LONG* oid) override { return Give(LONG{series_}, oid); }
 
+  // It has no pattern of its own that could be cleared, and its series is not its to change.
   HRESULT ClearRecurrencePattern() override { return S_OK; }
 
   HRESULT GetRecurrencePattern(IRecurrencePattern** pattern) override {
@@ -31,7 +36,7 @@ class Occurrence final : public Appointment {
     return Change([this](SeriesException& exception) {
       int32_t oid = exception.occurrence;
       if (HRESULT hr = WriteValues(kOccurrencesFolder, &oid); FAILED(hr)) return hr;
-      if (oid == exception.occurrence) return S_OK;
+      if (oid == exception.occurrence) return S_OK;  // was changed before; the exception is there
       exception.occurrence = oid;
       return WriteException(database(), series_, exception);
     });

@@ -159,6 +159,7 @@ HRESULT Pattern::put_NoEndDate(VARIANT_BOOL value) {
   return S_OK;
 }
 
+// An end's day and a number of occurrences exclude each other; the last one that was put holds.
 HRESULT Pattern::put_Occurrences(LONG value) {
   if (value < 1) return E_INVALIDARG;
   Now().occurrences = value;

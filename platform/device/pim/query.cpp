@@ -22,6 +22,7 @@ constexpr std::string_view kSqlOperators[] = {" = ", " <> ", " < ", " <= ", " > 
 
 char16_t ToLower(char16_t c) { return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c; }
 
+// Names of properties are ASCII and compared without regard to case, as handhelds do.
 bool NamesEqual(std::string_view ascii, std::u16string_view text) {
   return std::equal(ascii.begin(), ascii.end(), text.begin(), text.end(), [](char a, char16_t b) {
     return ToLower(static_cast<unsigned char>(a)) == ToLower(b);
@@ -45,6 +46,7 @@ class ConditionWriter {
   PimCondition Take() { return std::move(result_); }
 
  private:
+  // In parentheses always: the tree says what belongs together, and SQL's AND binds more tightly than its OR.
   bool WriteGroup(const Restriction& group) {
     std::string_view joint = "(";
     for (const Restriction& part : group.parts) {
@@ -181,6 +183,8 @@ std::optional<PimCondition> MakeExactNameCondition(const PimTable& table,
   return exact;
 }
 
+// Up to a limit the questions are kept prepared; what comes later is prepared for this once, so that a program
+// with ever new questions does not fill the memory.
 int FindIds(Database& database, const PimTable& table, const PimCondition& condition,
             std::vector<int32_t>* ids) {
   // No ORDER BY: it would tempt the planner to walk the table in order instead of using an index.

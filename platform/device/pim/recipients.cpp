@@ -97,6 +97,7 @@ HRESULT NewRecipients(const ComPtr<IPOutlookApp>& application, const ComPtr<IDis
   });
 }
 
+// Each recipient anew: those of a copy must not change with the original's.
 RecipientList CopyRecipients(const ComPtr<IPOutlookApp>& application, const RecipientList& list) {
   RecipientList copy;
   for (const ComPtr<Recipient>& each : list) {

@@ -147,7 +147,8 @@ class Periods {
     return period * size_ + (after - in_period.begin()) - cut_off_;
   }
 
-  // The nth occurrence, counted from 1.
+  // The nth occurrence, counted from 1. One that would lie beyond the last day that dates can have falls on
+  // that.
   int64_t Nth(int64_t number) const {
     const int64_t index = number - 1 + cut_off_;
     const int64_t unit = base_ + index / size_ * step_;
@@ -214,6 +215,7 @@ bool NeedsDaysOfWeek(const Recurrence& recurrence) {
   return recurrence.type == olRecursWeekly || IsNth(recurrence);
 }
 
+// The cheap questions come first; the days of a period are only made for a day that may be one of them.
 bool HasOccurrence(const Recurrence& recurrence, int32_t day) {
   if (!IsRecurring(recurrence) || day < recurrence.start || day > kLastDay) return false;
   if (recurrence.end && day > *recurrence.end) return false;

@@ -144,6 +144,7 @@ HRESULT WriteException(Database& database, int32_t series, const SeriesException
   return RunOf(database, statement);
 }
 
+// One by one and not by a condition: whether the series takes place on a day is not for SQL to say.
 HRESULT DropExceptions(Database& database, int32_t series, const Recurrence& recurrence) {
   std::vector<SeriesException> exceptions;
   if (HRESULT hr = ListExceptions(database, series, &exceptions); FAILED(hr)) return hr;

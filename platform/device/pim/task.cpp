@@ -169,6 +169,7 @@ void Task::StartPatternWithTask() {
   recurrence_.start = DayOf(start);
 }
 
+// The platform asks for a list all the same.
 HRESULT Task::MakeExceptions(IExceptions** exceptions) {
   return NewExceptions(session_, oid_, 0, {}, exceptions);
 }

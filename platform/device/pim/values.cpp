@@ -1,3 +1,6 @@
+// What has no value is NULL in the row: an item mostly has few of its properties, so rows stay short, and the
+// indexes of the store leave out what is not there.
+
 #include "platform/device/pim/values.h"
 
 #include <string_view>
