@@ -15,6 +15,7 @@
 #include "config/trace.h"
 #include "platform/api/files.h"
 #include "platform/api/richink.h"
+#include "platform/utf8.h"
 
 namespace {
 
@@ -26,17 +27,16 @@ constexpr WideView kReplacement = u".new";
 
 // ---- Names ------------------------------------------------------------------------------------------
 
-bool IsLead(WCHAR c) { return c >= 0xD800 && c <= 0xDBFF; }
-bool IsTrail(WCHAR c) { return c >= 0xDC00 && c <= 0xDFFF; }
-
 bool IsControl(WCHAR c) {
   return c < 0x20 || (c >= 0x7F && c <= 0x9F) || c == 0x2028 || c == 0x2029;
 }
 
 // A character outside the first plane is two units; half of one is no character.
 size_t UnitsAt(WideView text, size_t index) {
-  if (IsLead(text[index])) return index + 1 < text.size() && IsTrail(text[index + 1]) ? 2 : 0;
-  return IsTrail(text[index]) ? 0 : 1;
+  if (!IsSurrogate(text[index])) return 1;
+  const bool is_pair =
+      IsLeadSurrogate(text[index]) && index + 1 < text.size() && IsTrailSurrogate(text[index + 1]);
+  return is_pair ? 2 : 0;
 }
 
 WideText CleanName(WideView name) {

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "platform/api/codepage.h"
+#include "platform/utf8.h"
 
 namespace {
 
@@ -39,7 +40,7 @@ template <size_t size>
 void Convert(UINT code_page, const WCHAR* text, char (&field)[size]) {
   size_t used = 0;
   for (std::u16string_view rest = text; !rest.empty();) {
-    const bool is_pair = rest.size() > 1 && (rest[0] & 0xFC00) == 0xD800;
+    const bool is_pair = rest.size() > 1 && IsLeadSurrogate(rest[0]);
     const int units = is_pair ? 2 : 1;
     char character[16];
     const int bytes = WideCharToMultiByte(code_page, 0, rest.data(), units, character,

@@ -15,6 +15,7 @@
 #include "platform/api/last_error.h"
 #include "platform/api/registry.h"
 #include "platform/api/sockets.h"
+#include "platform/utf8.h"
 
 namespace {
 
@@ -175,7 +176,7 @@ void AppendWide(Line& line, const Conversion& conversion, const WCHAR* text) {
   while (*text != 0 && !converted.is_full()) {
     int units = 0;
     while (units < 32 && text[units] != 0) ++units;
-    const bool splits_pair = units > 1 && text[units] != 0 && (text[units - 1] & 0xFC00) == 0xD800;
+    const bool splits_pair = units > 1 && text[units] != 0 && IsLeadSurrogate(text[units - 1]);
     if (splits_pair) --units;
     char piece[1024];
     const int size = WideCharToMultiByte(code_page, 0, text, units, piece,

@@ -1,6 +1,6 @@
 // Find restrictions: every text ends in a bounded tree or is refused.
 #include "fuzz/fuzz_input.h"
-#include "platform/device/pim_restriction.h"
+#include "platform/device/pim/restriction.h"
 
 namespace {
 

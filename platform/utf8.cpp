@@ -1,11 +1,17 @@
+// Most texts that are read are ASCII: one look at all bytes tells, and then nothing is taken apart. Any other
+// text is walked twice, once to know its length and once to write it, so that it is written in its place at
+// once.
+//
+// Reading is lenient. A byte that begins no character, or whose followers are missing, becomes one U+FFFD and
+// reading goes on at the next byte, so that a broken character never takes its neighbours along. Surrogates
+// that stand alone are written as they are, in three bytes: the device has to give back every text that was
+// put.
+
 #include "platform/utf8.h"
 
 #include <algorithm>
 
 namespace {
-
-bool IsLead(WCHAR unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool IsTrail(WCHAR unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
 void AppendUtf8(std::string& out, char32_t character) {
   auto put = [&out](char32_t byte) { out.push_back(static_cast<char>(byte)); };
@@ -76,7 +82,7 @@ std::string ToUtf8(std::basic_string_view<WCHAR> text) {
   out.reserve(text.size());
   for (size_t i = 0; i < text.size(); ++i) {
     char32_t character = text[i];
-    if (IsLead(text[i]) && i + 1 < text.size() && IsTrail(text[i + 1])) {
+    if (IsLeadSurrogate(text[i]) && i + 1 < text.size() && IsTrailSurrogate(text[i + 1])) {
       character = 0x10000 + ((character - 0xD800) << 10) + (text[++i] - 0xDC00);
     }
     AppendUtf8(out, character);
@@ -96,14 +102,7 @@ void DecodeUtf8(std::string_view bytes, WCHAR* out) {
     std::copy(bytes.begin(), bytes.end(), out);
     return;
   }
-  ForEachCharacter(bytes, [&](char32_t character) {
-    if (character < 0x10000) {
-      *out++ = static_cast<WCHAR>(character);
-    } else {
-      *out++ = static_cast<WCHAR>(0xD800 + ((character - 0x10000) >> 10));
-      *out++ = static_cast<WCHAR>(0xDC00 + ((character - 0x10000) & 0x3FF));
-    }
-  });
+  ForEachCharacter(bytes, [&](char32_t character) { out += EncodeUtf16(character, out); });
 }
 
 std::basic_string<WCHAR> FromUtf8(std::string_view bytes) {

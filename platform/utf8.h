@@ -10,6 +10,23 @@
 
 #include "platform/api/win_types.h"
 
+// A character above U+FFFF is a pair of UTF-16 units, a lead and a trail surrogate; no character has the
+// number of one.
+constexpr bool IsLeadSurrogate(WCHAR unit) { return (unit & 0xFC00) == 0xD800; }
+constexpr bool IsTrailSurrogate(WCHAR unit) { return (unit & 0xFC00) == 0xDC00; }
+constexpr bool IsSurrogate(char32_t number) { return number >= 0xD800 && number <= 0xDFFF; }
+
+// Writes a character as one unit or as a pair, and returns how many there are.
+constexpr size_t EncodeUtf16(char32_t character, WCHAR* units) {
+  if (character <= 0xFFFF) {
+    units[0] = static_cast<WCHAR>(character);
+    return 1;
+  }
+  units[0] = static_cast<WCHAR>(0xD800 + ((character - 0x10000) >> 10));
+  units[1] = static_cast<WCHAR>(0xDC00 + ((character - 0x10000) & 0x3FF));
+  return 2;
+}
+
 std::string ToUtf8(std::basic_string_view<WCHAR> text);
 
 // A byte that belongs to no character becomes U+FFFD.

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "btosif/osif_generators/html_entities.h"
+#include "platform/utf8.h"
 
 namespace {
 
@@ -68,8 +69,7 @@ uint32_t NumberedCharacter(WideView text) {
 }
 
 bool IsCharacter(uint32_t number) {
-  const bool is_surrogate = number >= 0xD800 && number <= 0xDFFF;
-  return number != 0 && number <= kLastCharacter && !is_surrogate;
+  return number != 0 && number <= kLastCharacter && !IsSurrogate(number);
 }
 
 uint32_t EntityCharacter(WideView entity) {
@@ -80,16 +80,6 @@ uint32_t EntityCharacter(WideView entity) {
     character = row->character;
   }
   return IsCharacter(character) ? character : ' ';
-}
-
-size_t EncodeUtf16(uint32_t character, WCHAR (&units)[kEntityUnits]) {
-  if (character <= 0xFFFF) {
-    units[0] = static_cast<WCHAR>(character);
-    return 1;
-  }
-  units[0] = static_cast<WCHAR>(0xD800 + ((character - 0x10000) >> 10));
-  units[1] = static_cast<WCHAR>(0xDC00 + ((character - 0x10000) & 0x3FF));
-  return 2;
 }
 
 // ---- Text -------------------------------------------------------------------------------------------

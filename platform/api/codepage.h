@@ -24,7 +24,7 @@ inline constexpr LCTYPE LOCALE_IDEFAULTANSICODEPAGE = 0x1004;
 // in UTF-16 units; with 0 nothing is written and the result is the room that is needed. Returns the
 // number of units written. 0 is failure, and GetLastError tells why: ERROR_INVALID_PARAMETER
 // (unknown code page, null text, length 0), ERROR_INSUFFICIENT_BUFFER (the room is filled as far as
-// it goes), ERROR_INVALID_FLAGS. Malformed bytes give U+FFFD and the text goes on behind them.
+// it goes), ERROR_INVALID_FLAGS. Malformed bytes give U+FFFD and the text goes on after them.
 int MultiByteToWideChar(UINT code_page, DWORD flags, LPCSTR text, int length, LPWSTR buffer,
                         int room);
 

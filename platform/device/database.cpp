@@ -1,3 +1,11 @@
+// Statements are prepared once and kept by their text until the database closes: most calls of the stores ask
+// the same few questions. A Statement borrows one and gives it back reset and without its values, so that no
+// lock on the database is left with it.
+//
+// The connection writes ahead (WAL): others read while one writes, a commit is one write at the end of the
+// log, and a killed program leaves a whole database with some log to be read. Writers wait for each other, up
+// to the busy timeout. With synchronous=NORMAL a commit does not wait for the disk; Checkpoint does.
+
 #include "platform/device/database.h"
 
 #include <cstring>
@@ -72,6 +80,7 @@ std::unique_ptr<Database> Database::Open(const std::string& path, int* error) {
   if (*error != SQLITE_OK) return nullptr;
   sqlite3_extended_result_codes(database->handle_, 1);
   sqlite3_busy_timeout(database->handle_, kBusyTimeoutMilliseconds);
+  // The connection waits for locks from here on, so that two programs may open at the same time.
   *error = database->Execute(
       "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON;");
   if (*error != SQLITE_OK) return nullptr;

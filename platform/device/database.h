@@ -45,8 +45,8 @@ class Statement {
   int64_t Integer(int column) const;
   double Real(int column) const;
   std::u16string Text(int column) const;
-  std::string_view Bytes(
-      int column) const;  // a text in UTF-8, or a blob; valid until the next step
+  // A text in UTF-8, or a blob; valid until the next step.
+  std::string_view Bytes(int column) const;
 
  private:
   sqlite3_stmt* statement_;
@@ -70,7 +70,7 @@ class Database {
   // The statement for an SQL text, prepared once and kept. One user of a text at a time.
   Statement Prepare(std::string_view sql);
 
-  // How many statements are kept. Who asks for any number of different texts stops at some point.
+  // How many statements are kept. Whoever asks for any number of different texts stops at some point.
   size_t kept_statements() const { return statements_.size(); }
 
   // Runs SQL without parameters or rows; SQLITE_OK or SQLite's code.

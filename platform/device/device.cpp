@@ -28,8 +28,8 @@ namespace fs = std::filesystem;
 constexpr const char* kFolderVariable = "OSIF_DEVICE";
 constexpr std::string_view kDatabaseName = "/device.db";
 constexpr std::string_view kNewDatabaseName = "/device.db.new";
-constexpr uintmax_t kWholeCheckLimit = 4u
-                                       << 20;  // bytes; larger files are checked at their head only
+// Bytes; larger files are checked at their head only.
+constexpr uintmax_t kWholeCheckLimit = 4u << 20;
 
 struct Device {
   std::string named;  // the environment's name of the folder, where that alone tells which it is
@@ -186,6 +186,8 @@ class Glance {
     return Header(bytes);
   }
 
+  // A whole check reads all pages, which for a large file takes longer than anybody waits; there the tables'
+  // list must do.
   bool ContentIsSound(uintmax_t size) {
     sqlite3_stmt* statement = nullptr;
     const char* check = size <= kWholeCheckLimit
@@ -233,7 +235,8 @@ void RemoveDatabase(const std::string& path) {
   for (const char* suffix : {"", "-wal", "-shm", "-journal"}) unlink((path + suffix).c_str());
 }
 
-// Makes a database and puts it in place whole. SQLITE_OK or SQLite's code.
+// Makes a database and puts it in place whole, so that a program that is killed meanwhile leaves none instead
+// of half a one. SQLITE_OK or SQLite's code.
 int MakeDatabase(const std::string& folder) {
   const std::string path = folder + std::string(kNewDatabaseName);
   RemoveDatabase(path);  // what a killed program may have left
@@ -266,6 +269,7 @@ std::shared_ptr<Database> OpenChecked(const std::string& path) {
     return RefuseFile(OpenError::kAccess, path, SQLITE_READONLY);
   }
   if (UserVersion(*database) > kSchemaVersion) {
+    // Closing would write the log into the file, which must stay as it is.
     sqlite3_db_config(database->handle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     return RefuseFile(OpenError::kNewer, path, SQLITE_OK);
   }
@@ -331,7 +335,7 @@ std::string ErrorText() { return State().error_text; }
 
 void CloseDatabase() {
   Device& device = State();
-  // Who has only read has nothing to write, and need not wait for another program's writer.
+  // Whoever has only read has nothing to write, and need not wait for another program's writer.
   if (device.database != nullptr && device.database->HasWritten()) device.database->Checkpoint();
   device.database.reset();
 }

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "platform/device/mapi_schema.h"
-#include "platform/device/pim_schema.h"
+#include "platform/device/mail/schema.h"
+#include "platform/device/pim/schema.h"
 
 namespace device {
 namespace {
@@ -41,7 +41,7 @@ bool Run(Database& database, const std::string& sql) {
 }  // namespace
 
 bool CreateSchema(Database& database) {
-  // Asked without the write lock first: another program may hold it, and who only reads need not wait.
+  // Asked without the write lock first: another program may hold it, and whoever only reads need not wait.
   if (IsPresent(database)) return true;
   Transaction transaction(database);
   if (!transaction.is_open()) return false;

@@ -1,3 +1,7 @@
+// Strings are blocks with their length in front of the characters, and classes a table of factories with one
+// row, the application of the PIM store. A class without a factory is not registered; a test that takes the
+// factory away gets what a handheld without the store would answer.
+
 #include "platform/api/automation.h"
 
 #include <cstring>
@@ -7,7 +11,7 @@
 #include <vector>
 
 #include "platform/api/memory.h"
-#include "platform/device/pim_application.h"
+#include "platform/device/pim/application.h"
 #include "platform/posix/class_table.h"
 
 namespace {

@@ -1,6 +1,12 @@
-// Converters are opened once for each thread and kept; texts pass through buffers on the stack, so
-// that a conversion allocates nothing. Most texts are ASCII, in a page of single bytes or in UTF-8: those are
-// read without a converter.
+// A text goes the cheapest way that its page allows. What is ASCII at its beginning is copied, which for most
+// texts is all of it. The rest of UTF-8 is read in one call, the rest of a page of single bytes by a table of
+// what each byte stands for; the national sets, which differ from ASCII in a few places, by their own few
+// places. Only what is left goes through one of ICU's converters.
+//
+// Converters are opened once for each thread and kept; texts pass through buffers on the stack, so that a
+// conversion allocates nothing. What a converter does otherwise than the handheld is put right on the way in
+// or out (control characters that are rotated, signs of currencies, escapes), as the page's row says. What
+// cannot be converted is replaced by callbacks of our own, which also tell that something was.
 
 #include "platform/posix/code_page_converter.h"
 

@@ -1,3 +1,9 @@
+// The rows stand in the order of their numbers, by which they are looked up. Most pages are one of ICU's
+// converters and nothing else; the functions below make the rows of those that differ in the same way, and
+// the few that differ in a way of their own are written out. Where ICU has several converters for a page, the
+// one is named that comes closest to the page of that number on Windows, since texts that name it were mostly
+// written there.
+
 #include "platform/posix/code_page_table.h"
 
 #include <algorithm>

@@ -51,7 +51,7 @@ int MultiByteToWideChar(UINT code_page, DWORD flags, LPCSTR text, int length, LP
   if (report.has_replaced && (flags & MB_ERR_INVALID_CHARS) != 0) {
     return Fail(ERROR_NO_UNICODE_TRANSLATION);
   }
-  if (length < 0) output.Put(u'\0');
+  if (length < 0) output.Put(u'\0');  // a text up to its zero comes out with it
   return Finish(output.length(), room);
 }
 

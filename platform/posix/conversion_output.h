@@ -29,7 +29,7 @@ class ConversionOutput {
     length_ += count;
   }
 
-  // For who writes by themselves: the place behind what was put, its room, and how much would have been
+  // For whoever writes without Put: the place after what was put, its room, and how much would have been
   // written there.
   Unit* rest() const { return buffer_ == nullptr ? nullptr : buffer_ + std::min(length_, room_); }
   size_t room_left() const { return room_ - std::min(length_, room_); }

@@ -1,3 +1,6 @@
+// Two tables, since each source has numbers of its own. What is in neither is a general failure: a caller can
+// do nothing about it but say so.
+
 #include "platform/posix/error_numbers.h"
 
 #include <cerrno>

@@ -1,4 +1,11 @@
-// File handles are file descriptors plus one, so that none is null.
+// The handheld's calls on the system's own: a path is turned into the system's (paths.h), the call is made,
+// and errno becomes the last error (error_numbers.h). Every call looks for itself at what it is given;
+// nothing is kept between calls but what the system keeps.
+//
+// File handles are file descriptors plus one, so that none is null. Folders can be opened by open() and
+// fopen(), but the handheld opens files only: what turns out to be a folder is closed again and refused.
+// Nothing that has a name is replaced unless the caller asks for it: a move onto a taken name fails, where
+// the file system can do that in the same step that would have moved.
 
 #include "platform/api/files.h"
 
@@ -167,6 +174,7 @@ BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, DWORD* count, void* overla
   if (count == nullptr || overlapped != nullptr) return Fail(ERROR_INVALID_PARAMETER);
   *count = 0;
   ssize_t got = 0;
+  // A signal is not the caller's concern.
   do {
     got = read(DescriptorOf(file), buffer, size);
   } while (got < 0 && errno == EINTR);
@@ -211,6 +219,8 @@ UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT number, LPWSTR buffer
   if (!start.empty() && start.back() != u'\\' && start.back() != u'/') start += u'\\';
   if (prefix != nullptr) start += std::u16string_view(prefix).substr(0, 3);
 
+  // The search begins anywhere, so that programs that start at the same time do not try the same names one
+  // after the other. Whoever creates the file has the name.
   constexpr UINT kNumbers = 0xFFFF;  // a number has at most four digits
   const UINT first = std::random_device()();
   for (UINT i = 0; i < kNumbers; ++i) {

@@ -1,7 +1,12 @@
-// The registry lives in the device's database. A key handle is a path that has been opened before:
-// paths are kept for good, so that one that is opened again and again, and perhaps never closed,
-// costs nothing. Answers are remembered for as long as nothing was written to the database: some settings are
-// asked for with every object.
+// The registry lives in the device's database. A key handle is a path that has been opened before: paths are
+// kept for good, so that one that is opened again and again, and perhaps never closed, costs nothing. Answers
+// are remembered for as long as nothing was written to the database: some settings are asked for with every
+// object.
+//
+// Every call asks for the database anew, so that a handle outlives the database's closing and a change of the
+// device's folder. A key is looked up by its whole path with the case folded; a value by its key's row and
+// its folded name. A write is one statement, or for a key and its parents one transaction: it is there whole
+// or not at all.
 
 #include "platform/api/registry.h"
 
@@ -56,7 +61,7 @@ HKEY HandleOf(const std::u16string& path) {
   return reinterpret_cast<HKEY>(const_cast<std::u16string*>(&kept));
 }
 
-// The path behind a handle; nothing for what is no handle.
+// The path that a handle stands for; nothing for what is no handle.
 std::optional<std::u16string> PathOf(HKEY key) {
   if (key == HKEY_LOCAL_MACHINE) return std::u16string(kRoot);
   for (const std::u16string& path : OpenedPaths()) {
@@ -146,7 +151,8 @@ bool InsertKey(Database& database, std::u16string_view path, LONG* error) {
   return database.Changes() > 0;
 }
 
-// Makes a key and its missing parents. True when the key itself is new.
+// Makes a key and its missing parents, from the root on, in one transaction: no key is ever without its
+// parent. True when the key itself is new.
 bool InsertKeyAndParents(Database& database, const std::u16string& path, LONG* error) {
   *error = ERROR_SUCCESS;
   device::Transaction transaction(database);

@@ -1,5 +1,11 @@
-// All arithmetic is on 64-bit seconds; the C library is asked for one thing only, the local
-// calendar time of an instant.
+// All arithmetic is on 64-bit seconds; the C library is asked for one thing only, the local calendar time of
+// an instant.
+//
+// That gives how far local time is ahead of UTC at an instant, by the rules of its own date and not of
+// today's. The way back, from a local time, has no such question to ask, since the instant is what is looked
+// for: the offsets of the day before and of the day after are tried, and whichever leads back to the local
+// time is right. When the clocks are set forward neither does, when they are set back both do; the former
+// offset is taken then, so that the same local time always gives the same instant.
 
 #include "platform/api/system_time.h"
 
@@ -194,6 +200,8 @@ LONG CompareFileTime(const FILETIME* first, const FILETIME* second) {
   return left < right ? -1 : left > right ? 1 : 0;
 }
 
+// The numbers of the locale in which the store reads dates, whatever the environment's locale is: what is
+// written here is read by the device's own search.
 int GetDateFormatW(LCID locale, DWORD flags, const SYSTEMTIME* date, LPCWSTR format, LPWSTR text,
                    int room) {
   DWORD error = FormatError(locale, flags == DATE_SHORTDATE, date, format, text, room);

@@ -14,7 +14,7 @@
 #include "btosif/osif_util/charset.h"
 #include "btosif/osif_util/object_record.h"
 #include "mapi/mapi_session.h"
-#include "tests/platform/device/mapi_fixture.h"
+#include "tests/platform/device/mail/fixture.h"
 #include "tests/support/dates.h"
 #include "tests/support/files.h"
 #include "tests/support/settings.h"

@@ -15,8 +15,8 @@ class FailingAppointment : public TextTest {
  protected:
   FailingAppointment() : item_(new FakeAppointment) {}
 
-  FakeValues& values() { return item_->values; }
-  FakeValues& pattern() { return item_->pattern; }
+  FakeItemValues& values() { return item_->values; }
+  FakeItemValues& pattern() { return item_->pattern; }
 
   ReadItem Got() {
     OwnedObject object(OSIF_STORE_CAL);

@@ -4,6 +4,7 @@
 
 #include "btosif/osif_util/charset.h"
 #include "btosif/osif_util/value_text.h"
+#include "tests/support/contact_properties.h"
 #include "tests/support/dates.h"
 #include "tests/support/pol_fixture.h"
 

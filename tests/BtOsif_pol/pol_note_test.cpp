@@ -4,8 +4,8 @@
 
 #include <cstring>
 
-#include "platform/device/ink_writer.h"
-#include "platform/device/richink_control.h"
+#include "platform/device/ink/control.h"
+#include "platform/device/ink/writer.h"
 #include "platform/posix/paths.h"
 #include "platform/utf8.h"
 #include "tests/support/notes.h"

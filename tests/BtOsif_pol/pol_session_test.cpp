@@ -2,7 +2,7 @@
 
 #include "BtOsif_pol/pol_search.h"
 #include "platform/api/richink.h"
-#include "platform/device/richink_control.h"
+#include "platform/device/ink/control.h"
 #include "tests/support/pol_fixture.h"
 
 namespace {

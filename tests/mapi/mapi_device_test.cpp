@@ -5,7 +5,7 @@
 #include "mapi/mapi_mail.h"
 #include "platform/device/database.h"
 #include "tests/mapi/mapi_fixture.h"
-#include "tests/platform/device/mapi_fixture.h"
+#include "tests/platform/device/mail/fixture.h"
 #include "tests/platform/device/other_process.h"
 
 namespace {

@@ -15,6 +15,7 @@
 #include "btosif/osif_util/owned_text.h"
 #include "mapi/mapi_mail.h"
 #include "mapi/mapi_session.h"
+#include "platform/device/mail/session.h"
 #include "tests/support/dates.h"
 #include "tests/support/fake_mapi.h"
 #include "tests/support/settings.h"

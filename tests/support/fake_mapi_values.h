@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -13,21 +12,11 @@
 
 namespace support {
 
-inline std::string HexNumber(ULONG number) {
-  char digits[9];
-  std::snprintf(digits, sizeof digits, "%X", static_cast<unsigned>(number));
-  return digits;
-}
+// Digits without leading zeros.
+std::string HexNumber(ULONG number);
 
-inline std::string HexBytes(const std::string& bytes) {
-  std::string digits;
-  for (unsigned char byte : bytes) {
-    char pair[3];
-    std::snprintf(pair, sizeof pair, "%02X", byte);
-    digits += pair;
-  }
-  return digits;
-}
+// Two digits for each byte.
+std::string HexBytes(const std::string& bytes);
 
 // A property that owns what it points to.
 struct FakeValue {
@@ -47,6 +36,7 @@ struct FakeValue {
 
 using FakeValues = std::vector<FakeValue>;
 
+// A buffer of zero bytes, released with `parent` where there is one.
 template <typename T>
 T* MoreMapiMemory(void* parent, size_t bytes) {
   void* buffer = nullptr;
@@ -58,66 +48,26 @@ T* MoreMapiMemory(void* parent, size_t bytes) {
   return static_cast<T*>(buffer);
 }
 
-inline WCHAR* CopyToMapi(void* parent, const std::u16string& text) {
-  const size_t bytes = (text.size() + 1) * sizeof(WCHAR);
-  WCHAR* copy = MoreMapiMemory<WCHAR>(parent, bytes);
-  std::memcpy(copy, text.c_str(), bytes);
-  return copy;
-}
+// A text with its terminator, released with `parent`.
+WCHAR* CopyToMapi(void* parent, const std::u16string& text);
 
-inline SPropValue ToMapi(void* parent, const FakeValue& value) {
-  SPropValue result = {};
-  result.ulPropTag = value.tag;
-  switch (PROP_TYPE(value.tag)) {
-    case PT_UNICODE:
-      result.Value.lpszW = CopyToMapi(parent, value.text);
-      break;
-    case PT_SYSTIME:
-      result.Value.ft = value.time;
-      break;
-    case PT_BINARY:
-      result.Value.bin.cb = static_cast<ULONG>(value.bytes.size());
-      result.Value.bin.lpb = MoreMapiMemory<BYTE>(parent, value.bytes.size());
-      std::memcpy(result.Value.bin.lpb, value.bytes.data(), value.bytes.size());
-      break;
-    default:
-      result.Value.l = value.number;
-  }
-  return result;
-}
+// A value, or an array of values that is one buffer, with its texts and bytes.
+SPropValue ToMapi(void* parent, const FakeValue& value);
+LPSPropValue ToMapi(const FakeValues& values);
 
-inline LPSPropValue ToMapi(const FakeValues& values) {
-  auto* array = MoreMapiMemory<SPropValue>(nullptr, values.size() * sizeof(SPropValue));
-  for (size_t i = 0; i < values.size(); ++i) array[i] = ToMapi(array, values[i]);
-  return array;
-}
-
-inline FakeValue FromMapi(const SPropValue& value) {
-  FakeValue result;
-  result.tag = value.ulPropTag;
-  if (PROP_TYPE(value.ulPropTag) == PT_UNICODE) result.text = value.Value.lpszW;
-  if (PROP_TYPE(value.ulPropTag) == PT_LONG) result.number = value.Value.l;
-  if (PROP_TYPE(value.ulPropTag) == PT_SYSTIME) result.time = value.Value.ft;
-  return result;
-}
+// A value as a caller gave it: texts, 32-bit numbers and times.
+FakeValue FromMapi(const SPropValue& value);
 
 // A missing property as an answer has it.
-inline FakeValue Missing(ULONG tag) {
-  return FakeValue::Number(CHANGE_PROP_TYPE(tag, PT_ERROR), MAPI_E_NOT_FOUND);
-}
+FakeValue Missing(ULONG tag);
 
-inline std::vector<ULONG> TagsOf(const SPropTagArray& array) {
-  return {&array.aulPropTag[0], &array.aulPropTag[0] + array.cValues};
-}
+// The tags of an array.
+std::vector<ULONG> TagsOf(const SPropTagArray& array);
 
-inline std::string TagText(const std::vector<ULONG>& tags) {
-  std::string text;
-  for (ULONG tag : tags) text += (text.empty() ? "" : ",") + HexNumber(tag);
-  return text;
-}
+// Tags as hexadecimal digits with commas between them.
+std::string TagText(const std::vector<ULONG>& tags);
 
-inline std::string EntryBytes(ULONG size, LPENTRYID entry) {
-  return std::string(reinterpret_cast<const char*>(entry), size);
-}
+// The bytes of an entry id.
+std::string EntryBytes(ULONG size, LPENTRYID entry);
 
 }  // namespace support

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "btosif/osif_util/charset.h"
+#include "platform/utf8.h"
 
 namespace support {
 
@@ -17,10 +18,8 @@ inline rc::Gen<WideText> WideTextOver(const WideText& alphabet) {
 
 // A character as the UTF-16 units of its own.
 inline WideText UnitsOf(char32_t character) {
-  if (character < 0x10000) return {static_cast<WCHAR>(character)};
-  character -= 0x10000;
-  return {static_cast<WCHAR>(0xD800 + (character >> 10)),
-          static_cast<WCHAR>(0xDC00 + (character & 0x3FF))};
+  WCHAR units[2];
+  return WideText(units, EncodeUtf16(character, units));
 }
 
 // Any valid UTF-16 text without U+0000: plain letters, line breaks, separators, and characters of every

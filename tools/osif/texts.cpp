@@ -7,9 +7,6 @@
 namespace command {
 namespace {
 
-bool IsLeadSurrogate(WCHAR unit) { return (unit & 0xFC00) == 0xD800; }
-bool IsTrailSurrogate(WCHAR unit) { return (unit & 0xFC00) == 0xDC00; }
-
 bool IsControl(unsigned char c) { return c < 0x20 || c == 0x7F; }
 
 }  // namespace
@@ -19,7 +16,7 @@ std::string ToOutput(WideView text) {
   for (size_t i = 0; i < clean.size(); ++i) {
     if (IsLeadSurrogate(clean[i]) && i + 1 < clean.size() && IsTrailSurrogate(clean[i + 1])) {
       ++i;
-    } else if (IsLeadSurrogate(clean[i]) || IsTrailSurrogate(clean[i])) {
+    } else if (IsSurrogate(clean[i])) {
       clean[i] = 0xFFFD;
     }
   }

@@ -239,7 +239,7 @@ TEST(CodePages, ALeadByteDoesNotSwallowTheTerminator) {
   EXPECT_EQ(std::u16string(text, 3), std::u16string(u"a\uFFFD\0", 3));
 }
 
-// Every code page meets every pair of bytes; nothing may be lost behind them.
+// Every code page meets every pair of bytes; nothing may be lost after them.
 TEST(CodePages, NoTwoBytesLoseTheTailOfAnAsciiCompatiblePage) {
   for (const UINT page : {852u, 866u, 874u, 932u, 936u, 949u, 950u, 1250u, 1252u, 1255u, 1258u,
                           20866u, 28591u, 28596u, 28605u, 51932u, 51949u, 65001u}) {
