@@ -1,3 +1,11 @@
+// The session and the three folders belong to the process; the trace knows them by the names that they have
+// here. They come up in one go: log on, open the first message store, open its folders and let the store go,
+// since the folders are all that messages need.
+//
+// What fails before a store can be looked for is reported. A store or a folder that cannot be opened is only
+// traced: the other folders work without it, and whoever needs it finds none. It is not tried again at each
+// message, which would cost every one the time of another failure, but after MAPI_DeInit. That releases
+// everything, whatever the log-off says, so that the next message starts afresh.
 #include "mapi/mapi_session.h"
 
 #include "btosif/osif_util/ascii.h"
@@ -50,6 +58,7 @@ ComPtr<IMAPIFolder> OpenFolder(IMsgStore& store, ULONG size, LPENTRYID entry,
   return ComPtr<IMAPIFolder>(static_cast<IMAPIFolder*>(object.release()));
 }
 
+// The Inbox is where the store lets messages of any class arrive.
 ComPtr<IMAPIFolder> OpenInBox(IMsgStore& store) {
   ULONG size = 0;
   LPENTRYID entry = nullptr;
@@ -126,6 +135,7 @@ ComPtr<IMsgStore> OpenStore(IMAPITable& stores) {
   return OpenFirstStore(*rows);
 }
 
+// A session that could not be logged on to is not kept, so the next operation tries again.
 OsifResult LogOn() {
   if (const HRESULT result = MAPIInitialize(nullptr); FAILED(result)) {
     OSIF_Trace(0, "MAPI:  MAPIInitialize failed with code: %d", result);
