@@ -1,13 +1,13 @@
-// Between the forms stands one number: whole seconds since 30 December 1899, the epoch of automation dates, in
-// the zone that the form is in; a double that counts days is only made of it at the end. The calendar is
+// Between the forms stands one number: whole seconds since 30 December 1899, the epoch of automation dates,
+// in the zone that the form is in; a double that counts days is only made of it at the end. The calendar is
 // worked out here rather than by the platform, whose file times begin in 1601: an automation date may be as
 // early as the year 100.
 //
-// Local times and UTC become each other through the platform's file times alone, so that a moment gets the same
-// offset on its way into a store and out of it.
+// Local times and UTC become each other through the platform's file times alone, so that a moment gets the
+// same offset on its way into a store and out of it.
 //
-// A text is read in two steps: its fields as they stand, then the time that they name, if there is one. A peer
-// may have written any number, so no field of more than four digits gets into a calendar time.
+// A text is read in two steps: its fields as they stand, then the time that they name, if there is one. A
+// peer may have written any number, so no field of more than four digits gets into a calendar time.
 #include "btosif/osif_date.h"
 
 #include <array>
@@ -34,6 +34,7 @@ constexpr int kDaysPer400Years = 146097;
 
 constexpr const char* kNoIsoDate = "OSIF:  Error in date '%s' - cannot convert from 8601";
 
+// Those of RFC 822 and of the legacy form; the C library's would follow the locale.
 constexpr std::array<const char*, 7> kDayNames = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 constexpr std::array<const char*, 12> kMonthNames = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                      "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
@@ -74,7 +75,8 @@ CivilDate CivilFromDayNumber(int64_t number) {
 
 // ---- Seconds ----------------------------------------------------------------------------------------
 
-// Seconds since 30 December 1899, or false for a time that does not exist.
+// Seconds since 30 December 1899, or false for a time that does not exist. 24:00:00 is taken, as some
+// senders end a day with it, but not at the end of the last day, whose next midnight is out of range.
 bool SecondsOf(const SYSTEMTIME& time, int64_t* seconds) {
   if (time.wYear < kFirstYear || time.wYear > kLastYear) return false;
   if (time.wMonth < 1 || time.wMonth > 12) return false;
@@ -121,6 +123,7 @@ DATE DateOfSeconds(int64_t seconds) {
   return days < 0 ? static_cast<double>(days) - fraction : static_cast<double>(days) + fraction;
 }
 
+// The range is checked before anything is converted: a number that is none, or too large, has no integer.
 bool SecondsOfDate(DATE date, int64_t* seconds) {
   if (!(date > -1e6 && date < 1e7)) return false;
   const double days = std::trunc(date);
@@ -161,7 +164,7 @@ bool DateToUtcTime(DATE date, SYSTEMTIME* time) {
   return DateToFileTime(date, &utc) && TimeOfSeconds(SecondsOfFileTime(utc), time);
 }
 
-// Hands a formatted text out when it fits.
+// Hands a formatted text out when it fits; half a date would be another date.
 int CopyOut(std::string_view formatted, char* text, size_t room) {
   if (formatted.size() >= room) return 0;
   formatted.copy(text, formatted.size());
@@ -249,6 +252,7 @@ constexpr Zone kZones[] = {{"UT", 0},     {"UTC", 0},    {"GMT", 0},    {"Z", 0}
 
 using ZoneName = char[6];
 
+// The day's name is never looked at: it says nothing that the date does not.
 const char* AfterDayName(const char* text) {
   const char* comma = std::strchr(text, ',');
   return comma == nullptr ? text : comma + 1;
@@ -363,6 +367,7 @@ int DateToIso8601(DATE date, char* text, size_t room, bool with_time, bool local
   return CopyOut({formatted, static_cast<size_t>(length)}, text, room);
 }
 
+// By way of a file time, so that a time in UTC becomes the local one of that moment.
 int Iso8601ToDate(const char* text, DATE* date) {
   *date = kNoDate;
   FILETIME time = {};
@@ -383,6 +388,7 @@ int Iso8601ToFileTime(const char* text, FILETIME* time) {
 
 int LegacyDateToFileTime(const char* text, FILETIME* time) {
   *time = {};
+  // The day's name, its comma and whatever stands after that.
   const char* rest = strnlen(text, 6) > 5 && text[3] == ',' ? text + 5 : text;
   char month[4] = {};
   DateFields fields;
@@ -391,6 +397,7 @@ int LegacyDateToFileTime(const char* text, FILETIME* time) {
     OSIF_Trace(0, "OSIF:  Error in date '%s' - cannot convert legacy Date", text);
     return 0;
   }
+  // In this form alone the month's name has to be spelled exactly as it is written.
   fields.month = MonthNumber([&](std::string_view name) { return name == month; });
   if (fields.month == 0) {
     OSIF_Trace(0, "OSIF:  Error in date '%s' - Invalid Month part '%s' in legacy Date", text,

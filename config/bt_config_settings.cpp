@@ -3,9 +3,9 @@
 // fail and leaves the field as it is, so that a damaged key costs no more than the values that are damaged.
 //
 // Texts are UTF-16 in the registry and narrow in the record: names in UTF-8, those of character sets in the
-// system's code page. A value may lack its terminator, so it is read into a buffer with one unit more than the
-// query is told of. What does not fit a field is cut between two characters, since other devices are shown
-// what is left.
+// system's code page. A value may lack its terminator, so it is read into a buffer with one unit more than
+// the query is told of. What does not fit a field is cut between two characters, since other devices are
+// shown what is left.
 //
 // Writing goes on after a failure: what can be kept is kept, and the first error is reported.
 #include "config/bt_config_settings.h"
@@ -81,7 +81,8 @@ void QueryIdentity(char (&device_name)[248]) {
   RegCloseKey(key);
 }
 
-// Writes values one after the other and keeps the first error.
+// Writes values one after the other and keeps the first error. Texts are stored with their terminator, as
+// other readers of the key expect it.
 class ValueWriter {
  public:
   explicit ValueWriter(HKEY key) : key_(key) {}
@@ -168,6 +169,7 @@ LONG BtConfigSettings::writeValues(HKEY key) {
   return writer.error();
 }
 
+// Field by field and text by text: whatever stands in a field after its text's end is no setting.
 bool BtConfigSettings::operator==(const BtConfigSettings& other) const {
   return SameText(unnamedDeviceName, other.unnamedDeviceName) &&
          maxSimultConnections == other.maxSimultConnections && securityType == other.securityType &&

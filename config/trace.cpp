@@ -79,7 +79,8 @@ struct Conversion {
   bool IsLeftAligned() const { return std::strchr(flags, '-') != nullptr; }
 };
 
-// The arguments, in a struct so that they can be passed by reference.
+// The arguments, in a struct so that they can be passed by reference: on some machines va_list is an array,
+// and a copy of one must not be read on after another function has taken from it.
 struct Arguments {
   va_list list;
 };
@@ -99,6 +100,7 @@ int ReadNumber(const char*& format, Arguments& arguments) {
   return number;
 }
 
+// The letters may repeat ("ll", "hh"); "j" is as long as the longest.
 void ReadLength(const char*& format, Conversion& conversion) {
   for (; *format == 'h' || *format == 'l' || *format == 'z' || *format == 'j'; ++format) {
     if (*format == 'h') {
@@ -157,7 +159,7 @@ void AppendNumber(Line& line, const Conversion& conversion, Arguments& arguments
   }
 }
 
-// A text with the conversion's precision and width.
+// A text with the conversion's precision and width, both in bytes.
 void AppendPadded(Line& line, const Conversion& conversion, std::string_view text) {
   if (conversion.precision >= 0) text = text.substr(0, static_cast<size_t>(conversion.precision));
   const auto width = static_cast<size_t>(conversion.width);
@@ -167,6 +169,7 @@ void AppendPadded(Line& line, const Conversion& conversion, std::string_view tex
   if (conversion.IsLeftAligned()) line.AppendBlanks(blanks);
 }
 
+// A text with a precision may have no terminator, so it is not looked at any further.
 void AppendNarrow(Line& line, const Conversion& conversion, const char* text) {
   if (text == nullptr) return AppendPadded(line, conversion, "(null)");
   const size_t limit =
@@ -240,12 +243,13 @@ void FormatLine(Line& line, const char* format, Arguments& arguments) {
 
 // ---- Sending -----------------------------------------------------------------------------------
 
+// Byte by byte, since the header's order is fixed and the machine's is not.
 void PutWord(char* place, size_t word) {
   place[0] = static_cast<char>(word & 0xFF);
   place[1] = static_cast<char>(word >> 8 & 0xFF);
 }
 
-// Also without a socket or a receiver: the system then refuses the call, and that is no more than another lost line.
+// Also without a socket or a receiver: the system then refuses the call, and one more line is lost.
 void Send(const char* datagram, size_t size) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
@@ -285,6 +289,7 @@ void OpenTraceSocket() {
 }  // namespace
 
 void OSIF_TraceInit() {
+  // Asked here: at each wide text it would be a look at the registry.
   g_code_page = GetACP();
   const uint32_t configured = ConfiguredReceiver();
   if (configured == 0) return CloseTraceSocket();

@@ -1,6 +1,6 @@
 // Each operation makes sure of the session, picks the folder, opens or makes the one message, and has its
-// fields put (mapi_put) or got (mapi_get). A message that is added or changed is saved as the last step: until
-// then the store has the old one, or none.
+// fields put (mapi_put) or got (mapi_get). A message that is added or changed is saved as the last step:
+// until then the store has the old one, or none.
 //
 // Nothing in a message is an id that another device would know it by, so a message is found by when it came
 // and what it is about.
@@ -28,7 +28,7 @@ constexpr LONG kRowsAtOnce = 50;
 
 // ---- Finding ----------------------------------------------------------------------------------------
 
-// What a message has to have to be the one that a record means.
+// What a message has to have to be the one that a record means; no time and no subject are values too.
 struct Wanted {
   FILETIME time = {};
   WideText subject;
@@ -39,6 +39,7 @@ constexpr ULONG kTimeColumn = 1;
 constexpr ULONG kEntryIdColumn = 2;
 constexpr ULONG kColumns = 3;
 
+// A store may give its columns in another way than asked for, which IsWanted notices row by row.
 ComPtr<IMAPITable> OpenContents(IMAPIFolder& folder) {
   ComPtr<IMAPITable> table;
   HRESULT result = folder.GetContentsTable(0, table.put());
@@ -142,6 +143,7 @@ OsifResult Save(IMessage& message) {
   return OSIF_ERR_PIM;
 }
 
+// When a step before saving fails the message is let go, and the store has none.
 OsifResult AddTo(IMAPIFolder* folder, const OsifMessage& record, char* id) {
   if (folder == nullptr) return OSIF_ERR_PIM;
   ComPtr<IMessage> message;

@@ -31,6 +31,7 @@ LPSPropTagArray AsTags(Tags& tags) {
 
 // ---- Folders ----------------------------------------------------------------------------------------
 
+// What is traced of a folder; the Inbox has lines of its own.
 struct OpenTexts {
   const char* failed;
   const char* wrong_type;
@@ -71,7 +72,8 @@ ComPtr<IMAPIFolder> OpenInBox(IMsgStore& store) {
   return OpenFolder(store, size, entry, kInBoxTexts);
 }
 
-// The folder whose entry id is a property of the store.
+// The folder whose entry id is a property of the store. A property that is missing comes back under another
+// tag, which says why.
 ComPtr<IMAPIFolder> OpenFolderOfProperty(IMsgStore& store, ULONG tag) {
   SizedSPropTagArray(1, tags) = {1, {tag}};
   ULONG count = 0;
@@ -115,6 +117,8 @@ ComPtr<IMsgStore> OpenFirstStore(const SRowSet& rows) {
   return store;
 }
 
+// Columns that could not be set are only reported: the table may have them all the same, and a row without
+// its entry id is noticed when its store is opened.
 ComPtr<IMsgStore> OpenStore(IMAPITable& stores) {
   SizedSPropTagArray(4, columns) = {
       4, {PR_DEFAULT_STORE, PR_DISPLAY_NAME, PR_PROVIDER_DISPLAY, PR_ENTRYID}};
@@ -188,6 +192,7 @@ OsifResult MAPI_DeInit() {
   return outcome;
 }
 
+// Messages name their folder as they please, so whatever is not known arrives where new messages do.
 MessageFolder mapi_FolderOfName(const char* name) {
   if (EqualsIgnoringCase(name, "OUTBOX")) return {gpOutBoxFolder, "OUTBOX"};
   if (EqualsIgnoringCase(name, "SENTBOX")) return {gpSentFolder, "SENTBOX"};
