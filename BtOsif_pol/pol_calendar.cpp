@@ -71,11 +71,9 @@ VARIANT_BOOL Flag(bool value) { return value ? VARIANT_TRUE : VARIANT_FALSE; }
 
 // ---- Record to item ---------------------------------------------------------------------------------
 
-WideText TextOf(PropertyValue* list) { return DecodedText(list, 0); }
-
 template <typename Item>
 void PutWhenText(Item& item, HRESULT (Item::*put)(BSTR), PropertyValue* list) {
-  if (pol_HasText(list)) pol_PutText(item, put, TextOf(list));
+  if (pol_HasText(list)) pol_PutText(item, put, DecodedText(list));
 }
 
 template <typename Item>
@@ -85,7 +83,7 @@ void PutWhenText(Item& item, HRESULT (Item::*put)(DATE), PropertyValue* list) {
 
 template <typename Item>
 void PutSensitivity(Item& item, const OsifCalendar& record) {
-  if (pol_HasText(record.class_)) item.put_Sensitivity(SensitivityOf(TextOf(record.class_)));
+  if (pol_HasText(record.class_)) item.put_Sensitivity(SensitivityOf(DecodedText(record.class_)));
 }
 
 // Some devices repeat the summary in the description and put the note into ATTACH.
@@ -93,8 +91,8 @@ template <typename Item>
 void PutBody(Item& item, const OsifCalendar& record, PropertyValue* attach) {
   if (!pol_HasText(record.description)) return;
   const bool repeats_summary = pol_HasText(attach) && pol_HasText(record.summary) &&
-                               TextOf(record.description) == TextOf(record.summary);
-  pol_PutText(item, &Item::put_Body, TextOf(repeats_summary ? attach : record.description));
+                               DecodedText(record.description) == DecodedText(record.summary);
+  pol_PutText(item, &Item::put_Body, DecodedText(repeats_summary ? attach : record.description));
 }
 
 // A task with a start but no due date is due on its start day.
@@ -142,7 +140,7 @@ void PutAttendees(const OsifCalendar& record, IAppointment& appointment) {
   if (FAILED(appointment.get_Recipients(recipients.put())) || !recipients) return;
   RemoveRecipients(*recipients);
   for (PropertyValue& value : Values(record.tail.event.attendee)) {
-    const Attendee attendee = SplitAttendee(TextOf(&value));
+    const Attendee attendee = SplitAttendee(DecodedText(&value));
     ComPtr<IRecipient> recipient;
     recipients->Add(pol_MakeBstr(attendee.name).get(), recipient.put());
     if (recipient) pol_PutText(*recipient, &IRecipient::put_Address, attendee.address);
@@ -209,11 +207,11 @@ void pol_PutTask(OsifObject& object, ITask& task) {
   OsifCalendar& record = object.calendar;
   PutWhenText(task, &ITask::put_Subject, record.summary);
   if (record.categories != nullptr) {
-    pol_PutText(task, &ITask::put_Categories, TextOf(record.categories));
+    pol_PutText(task, &ITask::put_Categories, DecodedText(record.categories));
   }
   PutTaskDates(record, task);
-  if (pol_HasText(record.priority)) task.put_Importance(ImportanceOf(TextOf(record.priority)));
-  if (record.status != nullptr) task.put_Complete(Flag(TextOf(record.status) == u"COMPLETED"));
+  if (pol_HasText(record.priority)) task.put_Importance(ImportanceOf(DecodedText(record.priority)));
+  if (record.status != nullptr) task.put_Complete(Flag(DecodedText(record.status) == u"COMPLETED"));
   PutSensitivity(task, record);
   PutBody(task, record, record.tail.todo.attach);
   pol_PutTaskRecurrence(record, task);
@@ -228,7 +226,8 @@ void pol_PutAppointment(OsifObject& object, IAppointment& appointment) {
   PutWhenText(appointment, &IAppointment::put_Start, record.dtStart);
   PutWhenText(appointment, &IAppointment::put_End, record.dtEnd);
   PutSensitivity(appointment, record);
-  if (record.status != nullptr) appointment.put_BusyStatus(BusyStatusOf(TextOf(record.status)));
+  if (record.status != nullptr)
+    appointment.put_BusyStatus(BusyStatusOf(DecodedText(record.status)));
   PutBody(appointment, record, record.tail.event.attach);
   pol_PutAppointmentRecurrence(record, appointment);
   appointment.put_AllDayEvent(Flag(IsAllDay(record)));

@@ -397,8 +397,6 @@ void GetEmails(IContact& contact, OsifContact& record) {
 
 // ---- Display name -----------------------------------------------------------------------------------
 
-WideText FirstText(PropertyValue* list) { return DecodedText(list, 0); }
-
 WideText JoinedName(PropertyValue* name) {
   WideText joined;
   for (const size_t index : {1, 2, 0}) {
@@ -412,7 +410,7 @@ WideText JoinedName(PropertyValue* name) {
 // The first value of the list that has a text.
 WideText FirstFilledText(PropertyValue* list) {
   for (PropertyValue& value : Values(list)) {
-    if (WideText text = FirstText(&value); !text.empty()) return text;
+    if (WideText text = DecodedText(&value); !text.empty()) return text;
   }
   return {};
 }
@@ -468,9 +466,9 @@ void pol_GetContact(IContact& contact, OsifObject& object) {
 }
 
 WideText pol_ContactName(OsifContact& contact) {
-  if (WideText name = FirstText(contact.fn); !name.empty()) return name;
+  if (WideText name = DecodedText(contact.fn); !name.empty()) return name;
   if (WideText name = JoinedName(contact.n); !name.empty()) return name;
-  if (WideText name = FirstText(contact.org); !name.empty()) return name;
+  if (WideText name = DecodedText(contact.org); !name.empty()) return name;
   if (WideText name = FirstFilledText(contact.email); !name.empty()) return name;
   return FirstFilledText(contact.tel);
 }

@@ -6,9 +6,9 @@
 namespace {
 
 WideText CalendarName(const OsifObject& object) {
-  WideText name = PropertyValue_GetText(object.calendar.summary, 0);
+  WideText name = DecodedText(object.calendar.summary);
   if (object.calendarKind != OSIF_CALENDAR_EVENT) return name;
-  const WideText location = PropertyValue_GetText(object.calendar.tail.event.location, 0);
+  const WideText location = DecodedText(object.calendar.tail.event.location);
   if (!location.empty()) name.append(u" (").append(location).append(u")");
   return name;
 }
@@ -29,7 +29,7 @@ WideText pol_ObjectName(int32_t store_id, OsifObject& object) {
     case OSIF_STORE_CAL:
       return CalendarName(object);
     case OSIF_STORE_NOTE:
-      return PropertyValue_GetText(object.note.summary, 0);
+      return DecodedText(object.note.summary);
     case OSIF_STORE_MSG_IN:
     case OSIF_STORE_MSG_SENT:
     case OSIF_STORE_MSG_OUT:

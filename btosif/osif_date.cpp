@@ -1,11 +1,23 @@
+// Between the forms stands one number: whole seconds since 30 December 1899, the epoch of automation dates,
+// in the zone that the form is in; a double that counts days is only made of it at the end. The calendar is
+// worked out here rather than by the platform, whose file times begin in 1601: an automation date may be as
+// early as the year 100.
+//
+// Local times and UTC become each other through the platform's file times alone, so that a moment gets the
+// same offset on its way into a store and out of it.
+//
+// A text is read in two steps: its fields as they stand, then the time that they name, if there is one. A
+// peer may have written any number, so no field of more than four digits gets into a calendar time.
 #include "btosif/osif_date.h"
 
 #include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string_view>
 
+#include "btosif/osif_util/ascii.h"
 #include "config/trace.h"
 #include "platform/api/system_time.h"
 
@@ -13,6 +25,7 @@ namespace {
 
 constexpr int64_t kSecondsPerDay = 24 * 60 * 60;
 constexpr int64_t kTicksPerSecond = 10'000'000;
+constexpr int64_t kTicksPerMinute = 60 * kTicksPerSecond;
 constexpr int64_t kEpochDay = 693593;     // 30 December 1899, counted from 1 January of the year 1
 constexpr int64_t kFileTimeDay = 584388;  // 1 January 1601
 constexpr int kFirstYear = 100;
@@ -21,9 +34,12 @@ constexpr int kDaysPer400Years = 146097;
 
 constexpr const char* kNoIsoDate = "OSIF:  Error in date '%s' - cannot convert from 8601";
 
+// Those of RFC 822 and of the legacy form; the C library's would follow the locale.
 constexpr std::array<const char*, 7> kDayNames = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 constexpr std::array<const char*, 12> kMonthNames = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                      "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+
+// ---- The calendar -----------------------------------------------------------------------------------
 
 bool IsLeapYear(int year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
 
@@ -46,6 +62,8 @@ struct CivilDate {
   int day;
 };
 
+// The year and month are estimated and then corrected by the day number itself, so that only one function
+// knows the calendar's rules.
 CivilDate CivilFromDayNumber(int64_t number) {
   int year = static_cast<int>(number * 400 / kDaysPer400Years) + 1;
   while (DayNumber(year, 1, 1) > number) --year;
@@ -55,7 +73,10 @@ CivilDate CivilFromDayNumber(int64_t number) {
   return {year, month, static_cast<int>(number - DayNumber(year, month, 1)) + 1};
 }
 
-// Seconds since 30 December 1899, or false for a time that does not exist.
+// ---- Seconds ----------------------------------------------------------------------------------------
+
+// Seconds since 30 December 1899, or false for a time that does not exist. 24:00:00 is taken, as some
+// senders end a day with it, but not at the end of the last day, whose next midnight is out of range.
 bool SecondsOf(const SYSTEMTIME& time, int64_t* seconds) {
   if (time.wYear < kFirstYear || time.wYear > kLastYear) return false;
   if (time.wMonth < 1 || time.wMonth > 12) return false;
@@ -102,6 +123,7 @@ DATE DateOfSeconds(int64_t seconds) {
   return days < 0 ? static_cast<double>(days) - fraction : static_cast<double>(days) + fraction;
 }
 
+// The range is checked before anything is converted: a number that is none, or too large, has no integer.
 bool SecondsOfDate(DATE date, int64_t* seconds) {
   if (!(date > -1e6 && date < 1e7)) return false;
   const double days = std::trunc(date);
@@ -110,19 +132,24 @@ bool SecondsOfDate(DATE date, int64_t* seconds) {
   return true;
 }
 
+uint64_t TicksOf(const FILETIME& time) {
+  return static_cast<uint64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
+}
+
+FILETIME FileTimeOfTicks(uint64_t ticks) {
+  return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+}
+
 // File times as seconds since 30 December 1899 and back; both in the same zone.
 int64_t SecondsOfFileTime(const FILETIME& time) {
-  const uint64_t ticks = (static_cast<uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
-  return static_cast<int64_t>(ticks / kTicksPerSecond) -
+  return static_cast<int64_t>(TicksOf(time) / kTicksPerSecond) -
          (kEpochDay - kFileTimeDay) * kSecondsPerDay;
 }
 
 bool FileTimeOfSeconds(int64_t seconds, FILETIME* time) {
   const int64_t since_1601 = seconds + (kEpochDay - kFileTimeDay) * kSecondsPerDay;
   if (since_1601 < 0) return false;
-  const uint64_t ticks = static_cast<uint64_t>(since_1601) * kTicksPerSecond;
-  time->dwLowDateTime = static_cast<DWORD>(ticks);
-  time->dwHighDateTime = static_cast<DWORD>(ticks >> 32);
+  *time = FileTimeOfTicks(static_cast<uint64_t>(since_1601) * kTicksPerSecond);
   return true;
 }
 
@@ -137,14 +164,7 @@ bool DateToUtcTime(DATE date, SYSTEMTIME* time) {
   return DateToFileTime(date, &utc) && TimeOfSeconds(SecondsOfFileTime(utc), time);
 }
 
-int MonthNumber(std::string_view name) {
-  for (size_t i = 0; i < kMonthNames.size(); ++i) {
-    if (name == kMonthNames[i]) return static_cast<int>(i) + 1;
-  }
-  return 0;
-}
-
-// Hands a formatted text out when it fits.
+// Hands a formatted text out when it fits; half a date would be another date.
 int CopyOut(std::string_view formatted, char* text, size_t room) {
   if (formatted.size() >= room) return 0;
   formatted.copy(text, formatted.size());
@@ -152,34 +172,27 @@ int CopyOut(std::string_view formatted, char* text, size_t room) {
   return 1;
 }
 
-struct IsoFields {
+// ---- Fields of a text -------------------------------------------------------------------------------
+
+// A date and time as its text has it: whether there is such a time is not known yet.
+struct DateFields {
   int year = 0;
-  int month = 0;
+  int month = 0;  // 0 for a name that is none
   int day = 0;
-  char separator = 'T';
   int hour = 0;
   int minute = 0;
   int second = 0;
-  char zone = '\0';
 };
 
-// The extended form has no colons in its pattern: of an extended time only the hour is read.
-bool ReadIsoFields(const char* text, IsoFields* fields) {
-  const bool is_extended = strnlen(text, 10) == 10 && text[4] == '-';
-  const char* pattern = is_extended ? "%4d-%2d-%2d%c%2d%2d%2d%c" : "%4d%2d%2d%c%2d%2d%2d%c";
-  const int count =
-      std::sscanf(text, pattern, &fields->year, &fields->month, &fields->day, &fields->separator,
-                  &fields->hour, &fields->minute, &fields->second, &fields->zone);
-  if (count < 3) return false;
-  if (count > 3 && fields->separator != 'T') return false;
-  return count < 8 || fields->zone == 'Z';
-}
+bool IsFieldValue(int number) { return number >= 0 && number <= 9999; }
 
-bool IsWord(int number) { return number >= 0 && number <= 9999; }
-
-bool MakeSystemTime(const IsoFields& fields, SYSTEMTIME* time) {
-  if (!IsWord(fields.year) || !IsWord(fields.month) || !IsWord(fields.day)) return false;
-  if (!IsWord(fields.hour) || !IsWord(fields.minute) || !IsWord(fields.second)) return false;
+bool MakeSystemTime(const DateFields& fields, SYSTEMTIME* time) {
+  if (!IsFieldValue(fields.year) || !IsFieldValue(fields.month) || !IsFieldValue(fields.day)) {
+    return false;
+  }
+  if (!IsFieldValue(fields.hour) || !IsFieldValue(fields.minute) || !IsFieldValue(fields.second)) {
+    return false;
+  }
   *time = {};
   time->wYear = static_cast<WORD>(fields.year);
   time->wMonth = static_cast<WORD>(fields.month);
@@ -190,12 +203,117 @@ bool MakeSystemTime(const IsoFields& fields, SYSTEMTIME* time) {
   return true;
 }
 
-bool IsoFieldsToFileTime(const IsoFields& fields, FILETIME* utc) {
+// The number of the month whose name `is_name` accepts, 0 when it accepts none.
+template <typename IsName>
+int MonthNumber(IsName is_name) {
+  for (size_t i = 0; i < kMonthNames.size(); ++i) {
+    if (is_name(kMonthNames[i])) return static_cast<int>(i) + 1;
+  }
+  return 0;
+}
+
+// ---- ISO 8601 ---------------------------------------------------------------------------------------
+
+// The extended form has no colons in its pattern: of an extended time only the hour is read.
+bool ReadIso8601(const char* text, DateFields* fields, bool* is_utc) {
+  const bool is_extended = strnlen(text, 10) == 10 && text[4] == '-';
+  const char* pattern = is_extended ? "%4d-%2d-%2d%c%2d%2d%2d%c" : "%4d%2d%2d%c%2d%2d%2d%c";
+  char separator = 'T';
+  char zone = '\0';
+  const int count = std::sscanf(text, pattern, &fields->year, &fields->month, &fields->day,
+                                &separator, &fields->hour, &fields->minute, &fields->second, &zone);
+  if (count < 3) return false;
+  if (count > 3 && separator != 'T') return false;
+  *is_utc = zone == 'Z';
+  return count < 8 || *is_utc;
+}
+
+bool Iso8601ToUtc(const char* text, FILETIME* utc) {
+  DateFields fields;
+  bool is_utc = false;
   SYSTEMTIME time;
   int64_t seconds = 0;
+  if (!ReadIso8601(text, &fields, &is_utc)) return false;
   if (!MakeSystemTime(fields, &time) || !SecondsOf(time, &seconds)) return false;
-  const bool is_utc = fields.zone == 'Z';
   return is_utc ? FileTimeOfSeconds(seconds, utc) : LocalSecondsToUtc(seconds, utc);
+}
+
+// ---- RFC 822 ----------------------------------------------------------------------------------------
+
+struct Zone {
+  const char* name;
+  int minutes;  // east of UTC
+};
+
+// The names that still mean something; those of one letter but Z were never used as meant.
+constexpr Zone kZones[] = {{"UT", 0},     {"UTC", 0},    {"GMT", 0},    {"Z", 0},
+                           {"EST", -300}, {"EDT", -240}, {"CST", -360}, {"CDT", -300},
+                           {"MST", -420}, {"MDT", -360}, {"PST", -480}, {"PDT", -420}};
+
+using ZoneName = char[6];
+
+// The day's name is never looked at: it says nothing that the date does not.
+const char* AfterDayName(const char* text) {
+  const char* comma = std::strchr(text, ',');
+  return comma == nullptr ? text : comma + 1;
+}
+
+// Years of two digits are those that RFC 2822 takes them for.
+int FullYear(int year) {
+  if (year < 50) return year + 2000;
+  return year < 1000 ? year + 1900 : year;
+}
+
+// The seconds may be missing; without them the zone stands where they would, so it is read once more.
+bool ReadRfc822(const char* text, DateFields* fields, ZoneName& zone) {
+  char month[4] = "";
+  const int count =
+      std::sscanf(text, "%2d %3s %4d %2d:%2d:%2d %5s", &fields->day, month, &fields->year,
+                  &fields->hour, &fields->minute, &fields->second, zone);
+  if (count < 5) return false;
+  fields->year = FullYear(fields->year);
+  fields->month = MonthNumber([&](const char* name) { return EqualsIgnoringCase(month, name); });
+  if (count > 5) return true;
+  fields->second = 0;
+  std::sscanf(text, "%*2d %*3s %*4d %*2d:%*2d %5s", zone);
+  return true;
+}
+
+// Minutes east of UTC; nothing for a text without a zone. A zone that nobody knows counts as UTC.
+std::optional<int> ZoneMinutes(std::string_view zone) {
+  if (zone.empty()) return std::nullopt;
+  if (zone.front() == '+' || zone.front() == '-') {
+    int hours = 0;
+    int minutes = 0;
+    if (std::sscanf(zone.data() + 1, "%2d%2d", &hours, &minutes) != 2) return 0;
+    return (zone.front() == '-' ? -1 : 1) * (hours * 60 + minutes);
+  }
+  for (const Zone& row : kZones) {
+    if (EqualsIgnoringCase(zone, row.name)) return row.minutes;
+  }
+  return 0;
+}
+
+bool MoveByMinutes(int minutes, FILETIME* time) {
+  const int64_t ticks = static_cast<int64_t>(TicksOf(*time)) + minutes * kTicksPerMinute;
+  if (ticks < 0) return false;
+  *time = FileTimeOfTicks(static_cast<uint64_t>(ticks));
+  return true;
+}
+
+// The calendar is the platform's here: a message has no date before its file times begin, and no 24:00.
+bool Rfc822ToUtc(const char* text, FILETIME* utc) {
+  DateFields fields;
+  ZoneName zone = "";
+  SYSTEMTIME calendar;
+  FILETIME time = {};
+  if (!ReadRfc822(AfterDayName(text), &fields, zone)) return false;
+  if (!MakeSystemTime(fields, &calendar) || !SystemTimeToFileTime(&calendar, &time)) return false;
+  const std::optional<int> minutes = ZoneMinutes(zone);
+  if (!minutes) return LocalFileTimeToFileTime(&time, utc);
+  if (!MoveByMinutes(-*minutes, &time)) return false;
+  *utc = time;
+  return true;
 }
 
 }  // namespace
@@ -249,6 +367,7 @@ int DateToIso8601(DATE date, char* text, size_t room, bool with_time, bool local
   return CopyOut({formatted, static_cast<size_t>(length)}, text, room);
 }
 
+// By way of a file time, so that a time in UTC becomes the local one of that moment.
 int Iso8601ToDate(const char* text, DATE* date) {
   *date = kNoDate;
   FILETIME time = {};
@@ -261,8 +380,7 @@ int Iso8601ToDate(const char* text, DATE* date) {
 int Iso8601ToFileTime(const char* text, FILETIME* time) {
   *time = {};
   if (text == nullptr || text[0] == '\0') return 0;
-  IsoFields fields;
-  if (ReadIsoFields(text, &fields) && IsoFieldsToFileTime(fields, time)) return 1;
+  if (Iso8601ToUtc(text, time)) return 1;
   *time = {};
   OSIF_Trace(0, kNoIsoDate, text);
   return 0;
@@ -270,15 +388,17 @@ int Iso8601ToFileTime(const char* text, FILETIME* time) {
 
 int LegacyDateToFileTime(const char* text, FILETIME* time) {
   *time = {};
+  // The day's name, its comma and whatever stands after that.
   const char* rest = strnlen(text, 6) > 5 && text[3] == ',' ? text + 5 : text;
   char month[4] = {};
-  IsoFields fields;
+  DateFields fields;
   if (std::sscanf(rest, "%3s %9d %9d:%9d:%9d %9d", month, &fields.day, &fields.hour, &fields.minute,
                   &fields.second, &fields.year) != 6) {
     OSIF_Trace(0, "OSIF:  Error in date '%s' - cannot convert legacy Date", text);
     return 0;
   }
-  fields.month = MonthNumber(month);
+  // In this form alone the month's name has to be spelled exactly as it is written.
+  fields.month = MonthNumber([&](std::string_view name) { return name == month; });
   if (fields.month == 0) {
     OSIF_Trace(0, "OSIF:  Error in date '%s' - Invalid Month part '%s' in legacy Date", text,
                month);
@@ -305,6 +425,13 @@ int DateToRfc822(DATE date, char* text, size_t room) {
       formatted, sizeof formatted, "%s, %02d %s %4d %02d:%02d:%02d UT", kDayNames[time.wDayOfWeek],
       time.wDay, kMonthNames[time.wMonth - 1u], time.wYear, time.wHour, time.wMinute, time.wSecond);
   return CopyOut({formatted, static_cast<size_t>(length)}, text, room);
+}
+
+int Rfc822ToFileTime(const char* text, FILETIME* time) {
+  *time = {};
+  if (Rfc822ToUtc(text, time)) return 1;
+  *time = {};
+  return 0;
 }
 
 void CurrentTimeStamp(char (&text)[kTimeStampRoom]) {

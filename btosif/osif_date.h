@@ -3,7 +3,7 @@
 // mail folders, and RFC 822. File times are UTC.
 //
 // Local times follow the time zone's rules for the date in question. The text functions return non-zero on
-// success and tell a failure in the trace.
+// success; a text that cannot be read is traced, but for one that is not RFC 822.
 #pragma once
 
 #include <cstddef>
@@ -37,6 +37,11 @@ int Iso8601ToFileTime(const char* text, FILETIME* time);
 
 // Reads "Wed, Jan 2 10:11:12 2002" or the same without its day name, in local time. Zero on failure.
 int LegacyDateToFileTime(const char* text, FILETIME* time);
+
+// Reads "Wed, 02 Jan 2002 10:11:12 +0100" (RFC 822, section 5; RFC 2822, section 3.3), with or without the
+// day's name and the seconds. A time without a zone is local, one in a zone that nobody knows is UTC. Zero on
+// failure, of which nothing is traced: mail has other forms of dates, which the caller tries next.
+int Rfc822ToFileTime(const char* text, FILETIME* time);
 
 // Formats "Wed, 02 Jan 2002 10:11:12 UT" (RFC 822, section 5), as DateToIso8601.
 int DateToRfc822(DATE date, char* text, size_t room);

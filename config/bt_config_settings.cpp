@@ -1,3 +1,13 @@
+// Each value of the key is asked for by its name and goes into its field, in a fixed order: the result of the
+// last query is what readValues gives. A value that is missing, or larger than its field, makes its query
+// fail and leaves the field as it is, so that a damaged key costs no more than the values that are damaged.
+//
+// Texts are UTF-16 in the registry and narrow in the record: names in UTF-8, those of character sets in the
+// system's code page. A value may lack its terminator, so it is read into a buffer with one unit more than
+// the query is told of. What does not fit a field is cut between two characters, since other devices are
+// shown what is left.
+//
+// Writing goes on after a failure: what can be kept is kept, and the first error is reported.
 #include "config/bt_config_settings.h"
 
 #include <algorithm>
@@ -12,6 +22,8 @@ namespace {
 
 constexpr WCHAR kKeyPath[] = u"Software\\Corvane\\BTConfig";
 constexpr WCHAR kSubkey[] = u"General";
+constexpr WCHAR kWholePath[] = u"Software\\Corvane\\BTConfig\\General";
+constexpr WCHAR kDoNotSendMsftProperties[] = u"DoNotSendMsftProperties";
 constexpr WCHAR kIdentityKey[] = u"Ident";
 constexpr WCHAR kIdentityName[] = u"Name";
 
@@ -62,6 +74,7 @@ LONG QueryText(HKEY key, const WCHAR* name, UINT code_page, char (&field)[size])
   return error;
 }
 
+// The handheld's own name, in the place of the one that the stack was given.
 void QueryIdentity(char (&device_name)[248]) {
   HKEY key = nullptr;
   if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kIdentityKey, 0, KEY_READ, &key) != ERROR_SUCCESS) return;
@@ -69,7 +82,8 @@ void QueryIdentity(char (&device_name)[248]) {
   RegCloseKey(key);
 }
 
-// Writes values one after the other and keeps the first error.
+// Writes values one after the other and keeps the first error. Texts are stored with their terminator, as
+// other readers of the key expect it.
 class ValueWriter {
  public:
   explicit ValueWriter(HKEY key) : key_(key) {}
@@ -117,6 +131,7 @@ BtConfigSettings::BtConfigSettings() {
 LONG BtConfigSettings::readValues(HKEY key) {
   QueryNumber(key, u"UsePocketPCName", usePocketPcName);
 
+  // Unlike the other texts the name is emptied when there is none.
   WideBuffer<496> name;
   Query(key, u"DeviceName", name.text, 496);
   Convert(CP_UTF8, name.text, deviceName);
@@ -137,7 +152,7 @@ LONG BtConfigSettings::readValues(HKEY key) {
   const UINT ansi = GetACP();
   QueryText<520>(key, u"DefaultInputCharset", ansi, defaultInputCharset);
   QueryText<520>(key, u"DefaultOutputCharset", ansi, defaultOutputCharset);
-  return QueryNumber(key, u"DoNotSendMsftProperties", doNotSendMsftProperties);
+  return QueryNumber(key, kDoNotSendMsftProperties, doNotSendMsftProperties);
 }
 
 LONG BtConfigSettings::writeValues(HKEY key) {
@@ -155,6 +170,7 @@ LONG BtConfigSettings::writeValues(HKEY key) {
   return writer.error();
 }
 
+// Field by field and text by text: whatever stands in a field after its text's end is no setting.
 bool BtConfigSettings::operator==(const BtConfigSettings& other) const {
   return SameText(unnamedDeviceName, other.unnamedDeviceName) &&
          maxSimultConnections == other.maxSimultConnections && securityType == other.securityType &&
@@ -194,4 +210,15 @@ void BtConfigSettings::copyValues(const RegistryKeyRecord& other) {
   CopyText(settings->defaultPropertiesDll, defaultPropertiesDll);
   CopyText(settings->defaultInputCharset, defaultInputCharset);
   CopyText(settings->defaultOutputCharset, defaultOutputCharset);
+}
+
+bool SendsVendorProperties() {
+  HKEY key = nullptr;
+  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kWholePath, 0, KEY_READ, &key) != ERROR_SUCCESS) {
+    return true;
+  }
+  uint32_t value = 0;
+  const LONG error = QueryNumber(key, kDoNotSendMsftProperties, value);
+  RegCloseKey(key);
+  return error != ERROR_SUCCESS || value == 0;
 }

@@ -59,3 +59,8 @@ class BtConfigSettings : public RegistryKeyRecord {
   // All settings except dontShowAdvanced; nothing from a record of another kind.
   void copyValues(const RegistryKeyRecord& other) override;
 };
+
+// Whether a contact that is sent has the properties that only the vendor's own PIM understands: unless
+// "DoNotSendMsftProperties" is there and not 0. Asks the registry for that one value at each call, so that a
+// change counts from the next contact on.
+bool SendsVendorProperties();

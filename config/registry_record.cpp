@@ -1,3 +1,6 @@
+// The record knows where it lives and opens the key; what stands there is left to its derived classes. Only
+// opening and creating can fail for the record: which of the values are there is their business, so reading
+// them always counts as done.
 #include "config/registry_record.h"
 
 #include <algorithm>
@@ -25,7 +28,8 @@ LONG Create(HKEY root, const std::u16string& path, HKEY* key, DWORD* disposition
                          nullptr, key, disposition);
 }
 
-// Whether a key was not there before and is now.
+// Whether a key was not there before and is now. Asking and making it in one call keeps two programs from
+// taking the same number.
 bool CreateNew(const std::u16string& path) {
   HKEY key = nullptr;
   DWORD disposition = 0;
@@ -59,6 +63,7 @@ LONG RegistryKeyRecord::write() {
   return writeTo(subkeyName);
 }
 
+// The number is taken by the key itself, which stays even when no value can be written after it.
 void RegistryKeyRecord::ChooseSubkey() {
   for (int number = 1; number <= kLastNumberedSubkey; ++number) {
     FormatNumber(number, subkeyName);

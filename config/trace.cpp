@@ -1,5 +1,11 @@
-// Lines are built on the stack, behind the place of their header. The C library's own formatter
-// cannot be handed the whole format: its wide texts are not UTF-16.
+// A line is formatted, sent and forgotten: nothing is queued, nothing is allocated, and no failure is
+// answered, since the trace is also written when memory is short or the network is gone. It is built on the
+// stack, behind the place of its header, so that header and text leave in one datagram. The C library's
+// formatter cannot be handed the whole format, since its wide texts are not UTF-16: the format is taken apart
+// here, and only numbers and pointers are left to it.
+//
+// The socket and the receiver's address belong to the process. They change in OSIF_TraceInit only, and stay
+// when the library is closed, so that what comes after can still be traced.
 
 #include "config/trace.h"
 
@@ -24,9 +30,9 @@ constexpr size_t kLongestText = 991;
 constexpr uint16_t kPort = 38182;
 constexpr WCHAR kDebugKey[] = u"Software\\Corvane\\BTConfig\\Debug";
 
-SOCKET trace_socket = INVALID_SOCKET;
-uint32_t receiver = 0;    // IPv4 address, network byte order
-UINT code_page = CP_ACP;  // of wide texts; asked once at each start
+SOCKET g_socket = INVALID_SOCKET;
+uint32_t g_receiver = 0;    // IPv4 address, network byte order
+UINT g_code_page = CP_ACP;  // of wide texts; asked once at each start
 
 // ---- Formatting --------------------------------------------------------------------------------
 
@@ -74,12 +80,14 @@ struct Conversion {
   bool IsLeftAligned() const { return std::strchr(flags, '-') != nullptr; }
 };
 
-// The arguments, in a struct so that they can be passed by reference.
+// The arguments, in a struct so that they can be passed by reference: on some machines va_list is an array,
+// and a copy of one must not be read on after another function has taken from it.
 struct Arguments {
   va_list list;
 };
 
-// Digits at `format`, or an argument for "*"; held at the length of a line.
+// Digits at `format`, or an argument for "*". More than the length of a line makes no difference, and a
+// number that is held there cannot run over.
 int ReadNumber(const char*& format, Arguments& arguments) {
   constexpr int kLimit = static_cast<int>(kLongestText);
   if (*format == '*') {
@@ -93,6 +101,7 @@ int ReadNumber(const char*& format, Arguments& arguments) {
   return number;
 }
 
+// The letters may repeat ("ll", "hh"); "j" is as long as the longest.
 void ReadLength(const char*& format, Conversion& conversion) {
   for (; *format == 'h' || *format == 'l' || *format == 'z' || *format == 'j'; ++format) {
     if (*format == 'h') {
@@ -106,7 +115,7 @@ void ReadLength(const char*& format, Conversion& conversion) {
   }
 }
 
-// Reads a conversion behind its "%".
+// Reads a conversion after its "%". One that the format's end cuts off has no letter.
 Conversion ReadConversion(const char*& format, Arguments& arguments) {
   Conversion conversion;
   while (*format != '\0' && std::strchr("-+ #0", *format) != nullptr) conversion.AddFlag(*format++);
@@ -124,7 +133,7 @@ Conversion ReadConversion(const char*& format, Arguments& arguments) {
   return conversion;
 }
 
-// Has the C library format one number or pointer.
+// Has the C library format one number or pointer, by a format made of the one conversion.
 template <typename Value>
 void AppendFormatted(Line& line, const Conversion& conversion, const char* modifier, Value value) {
   char format[32];
@@ -151,7 +160,7 @@ void AppendNumber(Line& line, const Conversion& conversion, Arguments& arguments
   }
 }
 
-// A text with the conversion's precision and width.
+// A text with the conversion's precision and width, both in bytes.
 void AppendPadded(Line& line, const Conversion& conversion, std::string_view text) {
   if (conversion.precision >= 0) text = text.substr(0, static_cast<size_t>(conversion.precision));
   const auto width = static_cast<size_t>(conversion.width);
@@ -161,6 +170,7 @@ void AppendPadded(Line& line, const Conversion& conversion, std::string_view tex
   if (conversion.IsLeftAligned()) line.AppendBlanks(blanks);
 }
 
+// A text with a precision may have no terminator, so it is not looked at any further.
 void AppendNarrow(Line& line, const Conversion& conversion, const char* text) {
   if (text == nullptr) return AppendPadded(line, conversion, "(null)");
   const size_t limit =
@@ -168,7 +178,8 @@ void AppendNarrow(Line& line, const Conversion& conversion, const char* text) {
   AppendPadded(line, conversion, {text, strnlen(text, limit)});
 }
 
-// Converted piece by piece, so that nothing is allocated and a long text is not walked to its end.
+// Converted piece by piece, so that nothing is allocated and a long text is not walked to its end. A piece
+// ends before a pair of surrogates that it would split.
 void AppendWide(Line& line, const Conversion& conversion, const WCHAR* text) {
   if (text == nullptr) return AppendPadded(line, conversion, "(null)");
   char buffer[kLongestText];
@@ -179,7 +190,7 @@ void AppendWide(Line& line, const Conversion& conversion, const WCHAR* text) {
     const bool splits_pair = units > 1 && text[units] != 0 && IsLeadSurrogate(text[units - 1]);
     if (splits_pair) --units;
     char piece[1024];
-    const int size = WideCharToMultiByte(code_page, 0, text, units, piece,
+    const int size = WideCharToMultiByte(g_code_page, 0, text, units, piece,
                                          static_cast<int>(sizeof(piece)), nullptr, nullptr);
     converted.Append({piece, static_cast<size_t>(size)});
     text += units;
@@ -233,21 +244,23 @@ void FormatLine(Line& line, const char* format, Arguments& arguments) {
 
 // ---- Sending -----------------------------------------------------------------------------------
 
+// Byte by byte, since the header's order is fixed and the machine's is not.
 void PutWord(char* place, size_t word) {
   place[0] = static_cast<char>(word & 0xFF);
   place[1] = static_cast<char>(word >> 8 & 0xFF);
 }
 
+// Also without a socket or a receiver: the system then refuses the call, and one more line is lost.
 void Send(const char* datagram, size_t size) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(kPort);
-  address.sin_addr.s_addr = receiver;
-  sendto(trace_socket, datagram, size, 0, reinterpret_cast<const sockaddr*>(&address),
-         sizeof(address));
+  address.sin_addr.s_addr = g_receiver;
+  sendto(g_socket, datagram, size, 0, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
 }
 
-// The receiver's address as the registry has it, 0 for none. The key stays open, as it always has.
+// The receiver's address as the registry has it, 0 for none. The key stays open: of what the channel takes it
+// gives back only a socket that was in use, the rest ends with the process.
 uint32_t ConfiguredReceiver() {
   HKEY key = nullptr;
   if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kDebugKey, 0, 0, &key) != ERROR_SUCCESS) return 0;
@@ -259,35 +272,38 @@ uint32_t ConfiguredReceiver() {
 }
 
 void CloseTraceSocket() {
-  if (trace_socket != INVALID_SOCKET) closesocket(trace_socket);
-  trace_socket = INVALID_SOCKET;
+  if (g_socket != INVALID_SOCKET) closesocket(g_socket);
+  g_socket = INVALID_SOCKET;
 }
 
 void OpenTraceSocket() {
-  trace_socket = socket(AF_INET, SOCK_DGRAM, 0);
-  if (trace_socket == INVALID_SOCKET) return;
+  g_socket = socket(AF_INET, SOCK_DGRAM, 0);
+  if (g_socket == INVALID_SOCKET) return;
   sockaddr_in any{};
   any.sin_family = AF_INET;
-  if (bind(trace_socket, reinterpret_cast<const sockaddr*>(&any), sizeof(any)) != 0) {
-    trace_socket = INVALID_SOCKET;  // forgotten, not closed: kept as it always was
+  // Forgotten, not closed, as the key is.
+  if (bind(g_socket, reinterpret_cast<const sockaddr*>(&any), sizeof(any)) != 0) {
+    g_socket = INVALID_SOCKET;
   }
 }
 
 }  // namespace
 
 void OSIF_TraceInit() {
-  code_page = GetACP();
+  // Asked here: at each wide text it would be a look at the registry.
+  g_code_page = GetACP();
   const uint32_t configured = ConfiguredReceiver();
   if (configured == 0) return CloseTraceSocket();
   const uint32_t address = ntohl(configured);
-  if (address == receiver && trace_socket != INVALID_SOCKET) return;
+  if (address == g_receiver && g_socket != INVALID_SOCKET) return;
   CloseTraceSocket();
-  receiver = address;
+  g_receiver = address;
   OpenTraceSocket();
 }
 
-bool OSIF_IsTraced() { return trace_socket != INVALID_SOCKET; }
+bool OSIF_IsTraced() { return g_socket != INVALID_SOCKET; }
 
+// Callers trace in the middle of looking at what failed, so the errors that they look at are put back.
 void OSIF_Trace(uint16_t category, const char* format, ...) {
   const DWORD last_error = GetLastError();
   const int error_number = errno;

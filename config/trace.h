@@ -16,7 +16,7 @@
 // is no receiver any more. An unchanged address keeps its socket.
 void OSIF_TraceInit();
 
-// Whether lines go to a receiver. For work that is done only to be told.
+// Whether lines go to a receiver. For work that is done only to be traced.
 bool OSIF_IsTraced();
 
 // Sends one line; `category` is 0 for all lines of this library.

@@ -30,6 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   }
   FILETIME time = {};
   if (LegacyDateToFileTime(text.c_str(), &time)) FileTimeToDate(time, &date);
+  if (Rfc822ToFileTime(text.c_str(), &time)) FileTimeToDate(time, &date);
   double number = 0;
   if (size >= sizeof number) {
     std::memcpy(&number, bytes, sizeof number);

@@ -20,7 +20,7 @@ void CheckRoundTrip(const WideText& text, uint32_t encode_flags) {
   for (const WCHAR c : text) {
     if (c >= 0xD800 && c <= 0xDFFF) return;
   }
-  if (PropertyValue_GetText(value, 0) != text) abort();
+  if (DecodedText(value) != text) abort();
 }
 
 }  // namespace
@@ -37,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   const ValueList owner(list);
   PropertyValue_Parse(text.c_str(), params.c_str(), 7, *value);
   for (size_t i = 0; i < 7; ++i) {
-    const WideText decoded = PropertyValue_GetText(value, i);
+    const WideText decoded = DecodedText(value, i);
     CheckRoundTrip(decoded, 0);
     CheckRoundTrip(decoded, kEncodeQuotedPrintable);
   }

@@ -12,7 +12,7 @@ namespace {
 
 void DecodeList(PropertyValue* list) {
   for (PropertyValue& value : Values(list)) {
-    for (size_t i = 0; i < 4; ++i) PropertyValue_GetText(&value, i);
+    for (size_t i = 0; i < 4; ++i) DecodedText(&value, i);
   }
 }
 

@@ -12,7 +12,7 @@ int32_t Decode(int32_t, OsifObject* object, OsifResult, void* context) {
   for (PropertyValue* list : {contact.n, contact.fn, contact.adr, contact.org, contact.tel,
                               contact.note, contact.email}) {
     for (PropertyValue& value : Values(list)) {
-      for (size_t i = 0; i < 7; ++i) PropertyValue_GetText(&value, i);
+      for (size_t i = 0; i < 7; ++i) DecodedText(&value, i);
     }
   }
   VCard_Write(*static_cast<OsifStream*>(context), *object, 1);

@@ -20,7 +20,7 @@ int32_t Decode(int32_t store_id, OsifObject* object, OsifResult result, void* co
        {note.dCreated, note.lastModified, note.categories, note.class_, note.body, note.summary}) {
     for (PropertyValue& value : Values(list)) {
       if (!ComponentText(&value, 1).empty()) abort();
-      PropertyValue_GetText(&value, 0);
+      DecodedText(&value);
     }
   }
   VNote_Write(*static_cast<OsifStream*>(context), *object, 1);

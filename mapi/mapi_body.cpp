@@ -1,3 +1,8 @@
+// In: transfer encoding first, then character set. A sender's claims are believed only as far as they work:
+// what is no base64 counts as plain, an unknown character set as the configured one.
+//
+// Out: a body is sent as plainly as it can be. Plain ASCII goes as it is and names no character set, anything
+// else goes in the configured set if that gives the same text back, and in UTF-8 otherwise.
 #include "mapi/mapi_body.h"
 
 #include <algorithm>
@@ -40,6 +45,7 @@ struct EncodedBody {
   const char* charset;
 };
 
+// A set that lacks a character writes another one, which is seen when the bytes are read back.
 EncodedBody ChooseCharset(WideView text) {
   const uint32_t code_page = OutputCodePage();
   const char* name = SentCharsetName(code_page);
@@ -53,6 +59,7 @@ bool HasSoftBreak(std::string_view text) {
   return text.ends_with('=') || text.find("=\n") != std::string_view::npos;
 }
 
+// The line feeds stay as they are: the writer of the message ends its lines with them.
 std::string EncodeLines(std::string_view text) {
   std::string encoded;
   while (!text.empty()) {

@@ -17,6 +17,7 @@ bool mapi_WriteId(const SBinary& entry, char* id) {
   return true;
 }
 
+// The platform reads UTF-16 digits; it decides what is a digit, and an id of none is no id.
 std::optional<std::vector<BYTE>> mapi_ReadId(const char* id) {
   const std::string_view text = id;
   WideText digits(text.size(), u'\0');

@@ -1,5 +1,4 @@
-// What the trace tells of a messaging call that failed: the object's own account of the error, or why there
-// is none.
+// Traces a messaging call that failed: the object's own account of the error, or why there is none.
 #pragma once
 
 #include "platform/api/cemapi.h"

@@ -1,3 +1,9 @@
+// Each operation makes sure of the session, picks the folder, opens or makes the one message, and has its
+// fields put (mapi_put) or got (mapi_get). A message that is added or changed is saved as the last step:
+// until then the store has the old one, or none.
+//
+// Nothing in a message is an id that another device would know it by, so a message is found by when it came
+// and what it is about.
 #include "mapi/mapi_mail.h"
 
 #include <optional>
@@ -10,8 +16,8 @@
 #include "mapi/mapi_buffer.h"
 #include "mapi/mapi_date.h"
 #include "mapi/mapi_entry_id.h"
-#include "mapi/mapi_fill.h"
-#include "mapi/mapi_read.h"
+#include "mapi/mapi_get.h"
+#include "mapi/mapi_put.h"
 #include "mapi/mapi_session.h"
 #include "mapi/mapi_text.h"
 #include "platform/api/system_time.h"
@@ -22,7 +28,7 @@ constexpr LONG kRowsAtOnce = 50;
 
 // ---- Finding ----------------------------------------------------------------------------------------
 
-// What a message has to have to be the one that a record means.
+// What a message has to have to be the one that a record means; no time and no subject are values too.
 struct Wanted {
   FILETIME time = {};
   WideText subject;
@@ -33,6 +39,7 @@ constexpr ULONG kTimeColumn = 1;
 constexpr ULONG kEntryIdColumn = 2;
 constexpr ULONG kColumns = 3;
 
+// A store may give its columns in another way than asked for, which IsWanted notices row by row.
 ComPtr<IMAPITable> OpenContents(IMAPIFolder& folder) {
   ComPtr<IMAPITable> table;
   HRESULT result = folder.GetContentsTable(0, table.put());
@@ -53,6 +60,8 @@ ComPtr<IMAPITable> OpenContents(IMAPIFolder& folder) {
   return table;
 }
 
+// Traces every row that is looked at. A missing property counts as the empty one, so that a record without a
+// date finds a message without one.
 bool IsWanted(const SRow& row, const Wanted& wanted, int number) {
   if (row.cValues < kColumns) return false;
   const SPropValue& subject_value = row.lpProps[kSubjectColumn];
@@ -66,7 +75,7 @@ bool IsWanted(const SRow& row, const Wanted& wanted, int number) {
 }
 
 // Lets the store look for the rows that may be wanted, where it can. A trace shows every row, so then all
-// are gone through.
+// are gone through. A store that cannot restrict the table leaves it whole, and each row is compared anyway.
 void Narrow(IMAPITable& table, Wanted& wanted) {
   const bool has_time = wanted.time.dwLowDateTime != 0 || wanted.time.dwHighDateTime != 0;
   if (!has_time || OSIF_IsTraced()) return;
@@ -87,7 +96,7 @@ void Narrow(IMAPITable& table, Wanted& wanted) {
   table.Restrict(&all, 0);
 }
 
-// Looks through the rows of a table from where it stands.
+// Looks through the rows of a table from where it stands, some at a time: a folder may hold any number.
 bool FindRow(IMAPITable& table, const Wanted& wanted, char* id) {
   int number = 0;
   while (true) {
@@ -112,6 +121,7 @@ bool FindRow(IMAPITable& table, const Wanted& wanted, char* id) {
 
 // ---- One message ------------------------------------------------------------------------------------
 
+// A message gets its entry id when it is saved, so it is asked for after that.
 OsifResult WriteEntryId(IMessage& message, char* id) {
   if (id == nullptr) return OSIF_OK;
   SizedSPropTagArray(1, tags) = {1, {PR_ENTRYID}};
@@ -133,6 +143,7 @@ OsifResult Save(IMessage& message) {
   return OSIF_ERR_PIM;
 }
 
+// When a step before saving fails the message is let go, and the store has none.
 OsifResult AddTo(IMAPIFolder* folder, const OsifMessage& record, char* id) {
   if (folder == nullptr) return OSIF_ERR_PIM;
   ComPtr<IMessage> message;
@@ -140,11 +151,12 @@ OsifResult AddTo(IMAPIFolder* folder, const OsifMessage& record, char* id) {
     OSIF_Trace(0, "MAPI:  lpFolder->CreateMessage failed with code: 0x%08x", result);
     return OSIF_ERR_PIM;
   }
-  mapi_FillMail(record, *message, true);
+  mapi_PutMail(record, *message, true);
   if (const OsifResult result = Save(*message); result != OSIF_OK) return result;
   return WriteEntryId(*message, id);
 }
 
+// Its trace lines name the modification whichever operation opens the message.
 OsifResult OpenMail(IMAPIFolder* folder, const char* id, ULONG flags, ComPtr<IMessage>& message) {
   if (folder == nullptr) {
     OSIF_Trace(0, "MAPI:  MAPI_ModifyMail error - lpFolder is NULL");
@@ -223,7 +235,7 @@ OsifResult MAPI_ModifyMail(const OsifObject& record, const char* id) {
       result != OSIF_OK) {
     return result;
   }
-  mapi_FillMail(fields, *message, false);
+  mapi_PutMail(fields, *message, false);
   return Save(*message);
 }
 

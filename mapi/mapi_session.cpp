@@ -1,3 +1,11 @@
+// The session and the three folders belong to the process; the trace knows them by the names that they have
+// here. They come up in one go: log on, open the first message store, open its folders and let the store go,
+// since the folders are all that messages need.
+//
+// What fails before a store can be looked for is reported. A store or a folder that cannot be opened is only
+// traced: the other folders work without it, and whoever needs it finds none. It is not tried again at each
+// message, which would cost every one the time of another failure, but after MAPI_DeInit. That releases
+// everything, whatever the log-off says, so that the next message starts afresh.
 #include "mapi/mapi_session.h"
 
 #include "btosif/osif_util/ascii.h"
@@ -23,6 +31,7 @@ LPSPropTagArray AsTags(Tags& tags) {
 
 // ---- Folders ----------------------------------------------------------------------------------------
 
+// What is traced of a folder; the Inbox has lines of its own.
 struct OpenTexts {
   const char* failed;
   const char* wrong_type;
@@ -50,6 +59,7 @@ ComPtr<IMAPIFolder> OpenFolder(IMsgStore& store, ULONG size, LPENTRYID entry,
   return ComPtr<IMAPIFolder>(static_cast<IMAPIFolder*>(object.release()));
 }
 
+// The Inbox is where the store lets messages of any class arrive.
 ComPtr<IMAPIFolder> OpenInBox(IMsgStore& store) {
   ULONG size = 0;
   LPENTRYID entry = nullptr;
@@ -62,7 +72,8 @@ ComPtr<IMAPIFolder> OpenInBox(IMsgStore& store) {
   return OpenFolder(store, size, entry, kInBoxTexts);
 }
 
-// The folder whose entry id is a property of the store.
+// The folder whose entry id is a property of the store. A property that is missing comes back under another
+// tag, which says why.
 ComPtr<IMAPIFolder> OpenFolderOfProperty(IMsgStore& store, ULONG tag) {
   SizedSPropTagArray(1, tags) = {1, {tag}};
   ULONG count = 0;
@@ -106,6 +117,8 @@ ComPtr<IMsgStore> OpenFirstStore(const SRowSet& rows) {
   return store;
 }
 
+// Columns that could not be set are only reported: the table may have them all the same, and a row without
+// its entry id is noticed when its store is opened.
 ComPtr<IMsgStore> OpenStore(IMAPITable& stores) {
   SizedSPropTagArray(4, columns) = {
       4, {PR_DEFAULT_STORE, PR_DISPLAY_NAME, PR_PROVIDER_DISPLAY, PR_ENTRYID}};
@@ -126,6 +139,7 @@ ComPtr<IMsgStore> OpenStore(IMAPITable& stores) {
   return OpenFirstStore(*rows);
 }
 
+// A session that could not be logged on to is not kept, so the next operation tries again.
 OsifResult LogOn() {
   if (const HRESULT result = MAPIInitialize(nullptr); FAILED(result)) {
     OSIF_Trace(0, "MAPI:  MAPIInitialize failed with code: %d", result);
@@ -178,6 +192,7 @@ OsifResult MAPI_DeInit() {
   return outcome;
 }
 
+// Messages name their folder as they please, so whatever is not known arrives where new messages do.
 MessageFolder mapi_FolderOfName(const char* name) {
   if (EqualsIgnoringCase(name, "OUTBOX")) return {gpOutBoxFolder, "OUTBOX"};
   if (EqualsIgnoringCase(name, "SENTBOX")) return {gpSentFolder, "SENTBOX"};

@@ -2,7 +2,7 @@
 // folders in it: Inbox, Sent items and Outbox.
 //
 // The session starts at the first message operation and lasts until MAPI_DeInit. A folder that could not be
-// opened is only told in the trace; it is not tried again while the session lasts.
+// opened is only traced; it is not tried again while the session lasts.
 #pragma once
 
 #include "osif.h"

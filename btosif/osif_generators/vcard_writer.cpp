@@ -1,7 +1,7 @@
 #include "btosif/osif_generators/vcard_writer.h"
 
 #include "btosif/osif_generators/property_writer.h"
-#include "platform/api/registry.h"
+#include "config/bt_config_settings.h"
 
 namespace {
 
@@ -42,22 +42,6 @@ constexpr PropertyRow kVendorProperties[] = {
     {"CATEGORIES", &OsifContact::xCat, false},
     {"ANNIVERSARY", &OsifContact::xAnniversary, false},
 };
-
-constexpr WCHAR kGeneralKey[] = u"Software\\Corvane\\BTConfig\\General";
-constexpr WCHAR kDoNotSendMsftProperties[] = u"DoNotSendMsftProperties";
-
-bool SendsVendorProperties() {
-  HKEY key = nullptr;
-  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kGeneralKey, 0, KEY_READ, &key) != ERROR_SUCCESS) {
-    return true;
-  }
-  DWORD value = 0;
-  DWORD size = sizeof value;
-  const LONG result = RegQueryValueExW(key, kDoNotSendMsftProperties, nullptr, nullptr,
-                                       reinterpret_cast<BYTE*>(&value), &size);
-  RegCloseKey(key);
-  return result != ERROR_SUCCESS || value == 0;
-}
 
 template <size_t kCount>
 void WriteLists(OsifStream& stream, const OsifContact& contact, const PropertyRow (&rows)[kCount]) {

@@ -1,3 +1,13 @@
+// A value is one block of memory: the value itself and, behind it, its nodes and texts, which saves most of
+// the allocations of reading and releasing a record. AppendLine knows the texts beforehand and takes a block
+// that fits them exactly; other values start with room for a few. What finds no room gets a block of its own,
+// so whatever is released is looked at first: is it in its value's block, or not.
+//
+// Room in a block is only taken, never given back: a text that is replaced stays where it is until the value
+// goes. Values are filled once and seldom changed.
+//
+// When memory is short whatever is half made is released or left out, and each list ends where it ended
+// before, so that a caller may go on with it and release it as always.
 #include "btosif/osif_util/property_value.h"
 
 #include <algorithm>
@@ -9,8 +19,7 @@
 
 namespace {
 
-// Where a value lies. Its nodes and texts lie behind it in the same block as long as there is room, which
-// saves most of a list's allocations; what finds no room is a block of its own.
+// Where a value lies, and what lies behind it.
 struct ValueBlock {
   size_t size;  // in bytes, with all that lies in it
   size_t used;  // of them
@@ -42,6 +51,7 @@ void* AllocateIn(PropertyValue& value, size_t size, size_t alignment) {
   return reinterpret_cast<char*>(&block) + begin;
 }
 
+// For what AllocateIn gave and for texts that were handed over.
 void FreeInValue(PropertyValue& value, void* memory) {
   if (!IsInBlock(value, memory)) OsifFree(memory);
 }
@@ -69,6 +79,7 @@ PropertyValue* NewValue(size_t room) {
   return &block->value;
 }
 
+// `last` may be null or anywhere in the list: from there on the end is looked for.
 void Link(PropertyValue* value, PropertyValue*& list, PropertyValue*& last) {
   PropertyValue** link = last != nullptr ? &last->next : &list;
   while (*link != nullptr) link = &(*link)->next;

@@ -1,3 +1,12 @@
+// Reading goes transfer encoding, character set, escapes. Most values have none of the three, so each step
+// first looks whether there is anything to do, and hands its input on when there is not.
+//
+// Writing goes the other way, and what it has written is looked at with the eyes of a reader. A character set
+// may have no backslash, may write a character that it lacks as one that looks like it, or may have letters
+// whose bytes look like ";" or "\": whatever would be misread is sent quoted-printable, asked for or not.
+//
+// Character set and encoding are a property's, not a component's. The first component that needs one chooses
+// it, and the components that are there already are rewritten where they would come to mean something else.
 #include "btosif/osif_util/value_text.h"
 
 #include <algorithm>
@@ -44,6 +53,7 @@ std::string_view UndoEncoding(const PropertyValue& value, std::string_view raw,
   return decoded;
 }
 
+// The code page that was found first holds for the whole value, whatever is set up in the meantime.
 uint32_t ReceivedCodePage(const PropertyValue& value) {
   if (value.codePage != 0) return value.codePage;
   if ((value.flags & OSIF_VALUE_CHARSET) != 0) {
@@ -61,7 +71,7 @@ bool HasZeroOrEscape(WideView text) {
   return found != 0;
 }
 
-// Drops every backslash and keeps the character behind it.
+// Drops every backslash and keeps the character after it. In place, since the text only gets shorter.
 void RemoveEscapes(WideText& text) {
   size_t kept = text.find(u'\\');
   if (kept == WideText::npos) return;
@@ -88,6 +98,7 @@ WideText WithEscapes(WideView text) {
   return escaped;
 }
 
+// Plain ASCII goes as Latin-1 and names no character set: every receiver reads it.
 uint32_t ChooseCodePage(const PropertyValue& value, WideView text) {
   if (value.codePage != 0) return value.codePage;
   static const bool has_latin1 = IsValidCodePage(kLatin1CodePage);
@@ -96,6 +107,7 @@ uint32_t ChooseCodePage(const PropertyValue& value, WideView text) {
   return output != 0 && IsValidCodePage(output) ? output : kUtf8CodePage;
 }
 
+// A value that names a character set keeps the name that it has.
 void NameCharset(PropertyValue& value, const char* charset) {
   if (charset == nullptr || (value.flags & OSIF_VALUE_CHARSET) != 0) return;
   if (PropertyValue_FindParam(value.params, "CHARSET") != nullptr) return;
@@ -183,6 +195,7 @@ void DeclareQuotedPrintable(PropertyValue& value) {
   value.flags |= OSIF_VALUE_QUOTED_PRINTABLE;
 }
 
+// A text that quoted-printable would not change is sent as it is.
 void EncodeWhereNeeded(PropertyValue& value, std::string& bytes) {
   if (QuotedPrintableEncode(bytes, nullptr, 0) == bytes.size()) return;
   bytes = QuotedPrintableEncode(bytes);
@@ -245,11 +258,6 @@ WideText& PropertyValue_GetText(PropertyValue* value, size_t index, WideText& ou
     out.clear();
   }
   return out;
-}
-
-WideText PropertyValue_GetText(PropertyValue* value, size_t index) {
-  WideText text;
-  return PropertyValue_GetText(value, index, text);
 }
 
 void PropertyValue_SetText(WideView text, PropertyValue* value, uint32_t encode_flags,

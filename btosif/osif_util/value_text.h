@@ -15,11 +15,10 @@ inline constexpr uint32_t kEncodeQuotedPrintable = 0x1;
 // exist, or when memory is short. The code page used is noted in the value, so that its other components
 // are read the same way. Base64 is not decoded.
 WideText& PropertyValue_GetText(PropertyValue* value, size_t index, WideText& out);
-WideText PropertyValue_GetText(PropertyValue* value, size_t index);
 
-// The same, but a shortage of memory is thrown as std::bad_alloc, for callers that must not take it for an
-// empty text.
-WideText DecodedText(PropertyValue* value, size_t index);
+// The same by value, of the first component unless another is asked for. A shortage of memory is thrown as
+// std::bad_alloc, for callers that must not take it for an empty text.
+WideText DecodedText(PropertyValue* value, size_t index = 0);
 
 // Fills one component of a value that is to be sent: escapes ";" and "\", chooses the character set
 // (none for plain ASCII, else the configured one, with its CHARSET parameter) and the encoding. A text

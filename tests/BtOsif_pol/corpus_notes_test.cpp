@@ -222,7 +222,7 @@ std::u16string WithCrLf(std::u16string_view text) {
 }
 
 // The text of the only value of a list.
-std::string TextOf(const PropertyValue* list) {
+std::string RawText(const PropertyValue* list) {
   if (list == nullptr) return kAbsent;
   EXPECT_EQ(list->next, nullptr);
   return std::string(ComponentText(list, 0));
@@ -232,13 +232,13 @@ void ExpectNote(const ExpectedNote& expected, OsifObject& object) {
   EXPECT_STREQ(object.version, "1.1");
   EXPECT_EQ(object.xIrmcLuid, expected.luid);
   const OsifNote& note = object.note;
-  EXPECT_EQ(TextOf(note.body), expected.body);
+  EXPECT_EQ(RawText(note.body), expected.body);
   EXPECT_EQ(support::ParamsOf(*note.body), expected.body_params);
-  EXPECT_EQ(TextOf(note.dCreated), expected.created);
-  EXPECT_EQ(TextOf(note.lastModified), expected.modified);
-  EXPECT_EQ(TextOf(note.summary), expected.summary);
-  EXPECT_EQ(TextOf(note.categories), expected.categories);
-  EXPECT_EQ(TextOf(note.class_), expected.class_);
+  EXPECT_EQ(RawText(note.dCreated), expected.created);
+  EXPECT_EQ(RawText(note.lastModified), expected.modified);
+  EXPECT_EQ(RawText(note.summary), expected.summary);
+  EXPECT_EQ(RawText(note.categories), expected.categories);
+  EXPECT_EQ(RawText(note.class_), expected.class_);
   EXPECT_EQ(DecodedText(note.body, 0), expected.text);
 }
 

@@ -443,7 +443,7 @@ std::u16string Shown(PropertyValue& value) {
   const size_t count = ComponentsOf(value).size();
   for (size_t i = 0; i < count; ++i) {
     if (i > 0) line += u'|';
-    line += PropertyValue_GetText(&value, i);
+    line += DecodedText(&value, i);
   }
   while (line.back() == u'|') line.pop_back();
   return line;
@@ -527,7 +527,7 @@ TEST_F(PolGetContact, GivesTheThreeAddressesInTheirOrder) {
 TEST_F(PolGetContact, NeverGivesAPostOfficeBox) {
   OsifContact& contact = Get({{"HomeAddressStreet", u"PO 1\r\nMain 2"}});
   EXPECT_EQ(ComponentText(contact.adr, 0), "");
-  EXPECT_EQ(PropertyValue_GetText(contact.adr, 2), u"PO 1\r\nMain 2");
+  EXPECT_EQ(DecodedText(contact.adr, 2), u"PO 1\r\nMain 2");
 }
 
 TEST_F(PolGetContact, GivesTheOrganisationAndItsDepartmentTwice) {

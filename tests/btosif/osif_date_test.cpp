@@ -478,6 +478,49 @@ TEST(Date, TheMailFormsRoomMustHoldItsTextAndTerminator) {
   EXPECT_STREQ(text, "");
 }
 
+class MailDate : public support::TextTest {};
+
+TEST_F(MailDate, IsReadInTheZoneThatItNames) {
+  TimeZone zone("Asia/Kolkata");
+  FILETIME time{};
+  EXPECT_NE(Rfc822ToFileTime("Wed, 02 Jan 2002 05:11:12 -0500", &time), 0);
+  EXPECT_EQ(Unix(time), 1009966272);  // 10:11:12 UTC
+  EXPECT_NE(Rfc822ToFileTime("Wed, 02 Jan 2002 02:11:12 PST", &time), 0);
+  EXPECT_EQ(Unix(time), 1009966272);
+}
+
+TEST_F(MailDate, WithoutAZoneIsLocalTime) {
+  TimeZone zone("Europe/Berlin");
+  FILETIME time{};
+  EXPECT_NE(Rfc822ToFileTime("2 Jan 2002 11:11", &time), 0);
+  EXPECT_EQ(Unix(time), 1009966260);  // 10:11:00 UTC
+}
+
+TEST_F(MailDate, KnowsEveryMonthInAnyCase) {
+  TimeZone zone("UTC");
+  const char* const kMonths[] = {"jan", "FEB", "Mar", "aPR", "maY", "JUN",
+                                 "Jul", "aug", "SEP", "Oct", "nov", "DEC"};
+  const int kDaysBefore[] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
+  for (int month = 0; month < 12; ++month) {
+    const std::string text = "1 " + std::string(kMonths[month]) + " 2002 00:00:00 GMT";
+    FILETIME time{};
+    EXPECT_NE(Rfc822ToFileTime(text.c_str(), &time), 0);
+    EXPECT_EQ(Unix(time), 1009843200 + kDaysBefore[month] * 86400) << text;
+  }
+}
+
+TEST_F(MailDate, WhatIsNoneGivesZeroAndIsNotTraced) {
+  TraceReceiver trace;
+  for (const char* text : {"", "tomorrow", "Jan 2 10:11:12 2002", "2 Foo 2002 10:11:12 GMT",
+                           "Fri, 30 Feb 2001 10:11:12 GMT", "1 Jan 1601 00:30:00 +0100"}) {
+    FILETIME time{1, 1};
+    EXPECT_EQ(Rfc822ToFileTime(text, &time), 0) << text;
+    EXPECT_EQ(time.dwLowDateTime, 0u) << text;
+    EXPECT_EQ(time.dwHighDateTime, 0u) << text;
+  }
+  EXPECT_THAT(trace.Lines(), ElementsAre());
+}
+
 // ---- There and back ----
 
 class DateRoundTrip : public testing::TestWithParam<const char*> {};
@@ -493,6 +536,11 @@ TEST_P(DateRoundTrip, AnyMomentComesBackFromItsText) {
       RC_ASSERT(Iso8601ToDate(Iso(date, true, local).c_str(), &back) != 0);
       RC_ASSERT(std::abs(back - date) < 1e-7);
     }
+    FILETIME time{};
+    RC_ASSERT(Rfc822ToFileTime(Rfc822(date).c_str(), &time) != 0);
+    DATE mailed = 0;
+    RC_ASSERT(FileTimeToDate(time, &mailed) != 0);
+    RC_ASSERT(std::abs(mailed - date) < 1e-7);
     std::string day = Iso(date, false, true);
     DATE midnight = 0;
     RC_ASSERT(Iso8601ToDate(day.c_str(), &midnight) != 0);

@@ -445,4 +445,14 @@ TEST_F(Settings, AssigningTakesPlaceAndSettings) {
   EXPECT_EQ(std::u16string(to.subkeyName), u"Xeneral");
 }
 
+TEST_F(Settings, VendorPropertiesAreSentUnlessANumberOtherThanZeroForbidsThem) {
+  EXPECT_TRUE(SendsVendorProperties());  // without the key
+  CreateKey(kGeneral);
+  EXPECT_TRUE(SendsVendorProperties());  // without the value
+  SetSetting(u"DoNotSendMsftProperties", 0);
+  EXPECT_TRUE(SendsVendorProperties());
+  SetSetting(u"DoNotSendMsftProperties", 2);
+  EXPECT_FALSE(SendsVendorProperties());
+}
+
 }  // namespace

@@ -72,8 +72,8 @@ INSTANTIATE_TEST_SUITE_P(
                     DateCase{"Wed, 02 Jan 2002 03:11:12 PDT", kMorning},
                     DateCase{"Wed, 02 Jan 2002 10:11:12 XYZ", kMorning},  // an unknown zone
                     DateCase{"Wed, 02 Jan 2002 11:11:12 +0100 (MET)", kMorning},
-                    DateCase{" Wed, 02 Jan 2002 10:11:12 GMT",
-                             kMorning},  // as it stands behind the ":"
+                    // As it stands after the ":".
+                    DateCase{" Wed, 02 Jan 2002 10:11:12 GMT", kMorning},
                     DateCase{"Wed, 02 Jan 02 10:11:12 GMT", kMorning},
                     DateCase{"Wed, 02 Jan 2002 10:11:12 A", kMorning},
                     DateCase{"Fri, 31 Dec 1999 23:59:59 GMT", 946684799},
@@ -135,8 +135,8 @@ INSTANTIATE_TEST_SUITE_P(Forms, MapiDateLocal,
                                          DateCase{"Wed, Jan 2 10:11:12 2002", kMorning}));
 
 TEST_F(MapiDate, FollowsTheZonesRulesForTheDateInQuestion) {
-  TimeZone zone(
-      "Europe/Berlin");  // in summer two hours before UTC; 1 July 2002, 12:00:00 UTC is 1025524800
+  // In summer two hours before UTC; 1 July 2002, 12:00:00 UTC is 1025524800.
+  TimeZone zone("Europe/Berlin");
   EXPECT_EQ(Delivered("Mon, 01 Jul 2002 14:00:00"), 1025524800);
   EXPECT_EQ(Delivered("Jul 1 14:00:00 2002"), 1025524800);
   EXPECT_EQ(Delivered("Mon, 01 Jul 2002 14:00:00 +0200"), 1025524800);

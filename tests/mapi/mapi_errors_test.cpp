@@ -1,4 +1,4 @@
-// What the trace tells of a failing call of the session or of a table.
+// What is traced of a failing call of the session or of a table.
 #include "mapi/mapi_errors.h"
 
 #include "tests/mapi/mapi_fixture.h"

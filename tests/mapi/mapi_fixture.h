@@ -10,7 +10,6 @@
 #include <string_view>
 #include <vector>
 
-#include "btosif/osif_util/charset.h"
 #include "btosif/osif_util/object_record.h"
 #include "btosif/osif_util/owned_text.h"
 #include "mapi/mapi_mail.h"
@@ -18,8 +17,7 @@
 #include "platform/device/mail/session.h"
 #include "tests/support/dates.h"
 #include "tests/support/fake_mapi.h"
-#include "tests/support/settings.h"
-#include "tests/support/temp_device.h"
+#include "tests/support/text_test.h"
 #include "tests/support/trace_receiver.h"
 
 namespace support {
@@ -67,21 +65,15 @@ class MailRecord {
   OwnedObject object_{OSIF_STORE_MSG_IN};
 };
 
-// The room of an id, filled with a text that is seen when nothing was written, and what lies
-// behind it.
+// The room of an id, filled with a text that is seen when nothing was written, and what lies behind it.
 struct MailId {
   char text[OSIF_ID_SIZE] = "before";
   char behind[16] = "untouched";
 };
 
 // A device whose code page is 1252, its trace, and no session.
-class MapiAdapterTest : public testing::Test {
+class MapiAdapterTest : public TextTest {
  protected:
-  MapiAdapterTest() {
-    SetSystemCodePage(1252);
-    ForgetCharsetChoices();
-  }
-  ~MapiAdapterTest() override { ForgetCharsetChoices(); }
   void TearDown() override {
     MAPI_DeInit();
     while (device::MapiUses() > 0) MAPIUninitialize();  // of logons that failed
@@ -95,7 +87,6 @@ class MapiAdapterTest : public testing::Test {
 
   TraceLines Trace() { return trace_.Lines(); }
 
-  TempDevice device_;
   TraceReceiver trace_;
 };
 

@@ -322,7 +322,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(ListCase{"a@b", {u"a@b"}}, ListCase{"a;b", {u"a", u"b"}},
                     ListCase{"a; b", {u"a", u"b"}},
                     ListCase{"   a;   b", {u"a", u"b"}},  // blanks before an address
-                    ListCase{"a ;b  ", {u"a ", u"b  "}},  // blanks behind one belong to it
+                    ListCase{"a ;b  ", {u"a ", u"b  "}},  // blanks after one belong to it
                     ListCase{"a b;c", {u"a b", u"c"}},    // and those within
                     ListCase{"a;", {u"a"}}, ListCase{"a;b;", {u"a", u"b"}},
                     ListCase{"a;;b", {u"a"}},  // an empty piece ends the list

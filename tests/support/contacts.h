@@ -123,7 +123,7 @@ inline std::vector<WideText> DecodedFirst(std::string_view bytes,
     ++kept.cards;
     PropertyValue* value = object->contact.*kept.list;
     size_t count = value ? TextsOf(value->components).size() : 0;
-    for (size_t i = 0; i < count; ++i) kept.texts.push_back(PropertyValue_GetText(value, i));
+    for (size_t i = 0; i < count; ++i) kept.texts.push_back(DecodedText(value, i));
     return 0;
   };
   OsifStream stream = OpenBytes(bytes);

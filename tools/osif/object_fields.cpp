@@ -104,8 +104,8 @@ Json ValueJson(PropertyValue& value) {
   Json raw = Json::array();
   size_t index = 0;
   for (const OsifText& component : Texts(value.components)) {
-    components.push_back(
-        component.text == nullptr ? Json() : Json(ToOutput(PropertyValue_GetText(&value, index))));
+    components.push_back(component.text == nullptr ? Json()
+                                                   : Json(ToOutput(DecodedText(&value, index))));
     raw.push_back(RawJson(component));
     ++index;
   }

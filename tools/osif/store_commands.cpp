@@ -32,7 +32,7 @@ Json CalendarKindJson(const OsifObject& object) {
 // Null for a task without a start.
 Json StartJson(OsifObject& object) {
   if (object.calendar.dtStart == nullptr) return nullptr;
-  const std::string start = ToOutput(PropertyValue_GetText(object.calendar.dtStart, 0));
+  const std::string start = ToOutput(DecodedText(object.calendar.dtStart));
   return start.empty() ? Json() : Json(start);
 }
 

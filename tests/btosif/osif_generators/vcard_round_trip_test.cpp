@@ -52,7 +52,7 @@ std::vector<ComponentTexts> ReadTexts(const std::string& bytes) {
     for (const ListCase& field : kLists) {
       ComponentTexts components;
       for (size_t i = 0; i < field.components; ++i) {
-        components.push_back(PropertyValue_GetText(object->contact.*field.list, i));
+        components.push_back(DecodedText(object->contact.*field.list, i));
       }
       kept.push_back(components);
     }

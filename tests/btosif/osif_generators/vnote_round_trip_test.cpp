@@ -57,7 +57,7 @@ std::vector<NoteTexts> ReadNotes(const std::string& bytes) {
     for (size_t list = 0; list < std::size(kLists); ++list) {
       for (PropertyValue* value = object->note.*kLists[list]; value != nullptr;
            value = value->next) {
-        texts.lists[list].push_back(PropertyValue_GetText(value, 0));
+        texts.lists[list].push_back(DecodedText(value));
       }
     }
     static_cast<std::vector<NoteTexts>*>(context)->push_back(texts);

@@ -180,7 +180,7 @@ TEST_P(CharsetRowTest, TextIsSentUnderTheNameAndReadAgain) {
   std::string joined;
   for (const std::string& param : params) joined += (joined.empty() ? "" : ";") + param;
   ValueList received = support::Parsed(ComponentText(sent.get(), 0), joined);
-  EXPECT_EQ(PropertyValue_GetText(received.get(), 0), row.text);
+  EXPECT_EQ(DecodedText(received.get()), row.text);
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, CharsetRowTest, testing::ValuesIn(kRows), [](const auto& row) {

@@ -100,11 +100,11 @@ void ExpectTextsBack(const std::vector<WideText>& texts) {
     PropertyValue_SetText(texts[i], value.get(), encode_flags, i);
   }
   for (size_t i = 0; i < texts.size(); ++i) {
-    RC_ASSERT(PropertyValue_GetText(value.get(), i) == texts[i]);
+    RC_ASSERT(DecodedText(value.get(), i) == texts[i]);
   }
   value->codePage = 0;
   for (size_t i = 0; i < texts.size(); ++i) {
-    RC_ASSERT(PropertyValue_GetText(value.get(), i) == texts[i]);
+    RC_ASSERT(DecodedText(value.get(), i) == texts[i]);
   }
 }
 

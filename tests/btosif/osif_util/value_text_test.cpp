@@ -27,7 +27,7 @@ class SetText : public support::TextTest {};
 
 // The first component of a property line's value and parameters.
 WideText Read(std::string_view value_text, std::string_view params = "") {
-  return PropertyValue_GetText(Parsed(value_text, params).get(), 0);
+  return DecodedText(Parsed(value_text, params).get());
 }
 
 // ---- Reading ----
@@ -48,12 +48,12 @@ TEST_F(GetText, ATextEndsAtItsFirstZeroCharacterAlsoInUtf7) {
 
 TEST_F(GetText, AParameterAloneDeclaresQuotedPrintable) {
   ValueList value = MakeValue({"quoted-printable"}, {"a=3Db"}, 0);
-  EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"a=b");
+  EXPECT_EQ(DecodedText(value.get()), u"a=b");
 }
 
 TEST_F(GetText, TheFlagAloneDeclaresQuotedPrintable) {
   ValueList value = MakeValue({}, {"a=3Db"}, OSIF_VALUE_QUOTED_PRINTABLE);
-  EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"a=b");
+  EXPECT_EQ(DecodedText(value.get()), u"a=b");
 }
 
 TEST_F(GetText, APlainComponentHoldingEncodedLineBreaksComesBackAsTwoLines) {
@@ -107,12 +107,12 @@ TEST_F(GetText, WithoutACharsetTheInputCodePageIsUsed) {
 
 TEST_F(GetText, ACharsetParameterDoesNotCountWithoutItsFlag) {
   ValueList value = MakeValue({"CHARSET=UTF-8"}, {"\xFC"}, 0);
-  EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"\u00FC");
+  EXPECT_EQ(DecodedText(value.get()), u"\u00FC");
 }
 
 TEST_F(GetText, ACharsetFlagWithoutItsParameterUsesTheInputCodePage) {
   ValueList value = MakeValue({}, {"\xFC"}, OSIF_VALUE_CHARSET);
-  EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"\u00FC");
+  EXPECT_EQ(DecodedText(value.get()), u"\u00FC");
 }
 
 TEST_F(GetText, TheQuotedNameOfACharsetIsRead) {
@@ -121,21 +121,21 @@ TEST_F(GetText, TheQuotedNameOfACharsetIsRead) {
 
 TEST_F(GetText, TheCodePageIsRememberedForTheOtherComponents) {
   ValueList value = Parsed("\xC3\xA9;\xC3\xBC", "CHARSET=UTF-8", 2);
-  EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"\u00E9");
+  EXPECT_EQ(DecodedText(value.get()), u"\u00E9");
   EXPECT_EQ(value->codePage, 65001u);
   value->flags = 0;
-  EXPECT_EQ(PropertyValue_GetText(value.get(), 1), u"\u00FC");
+  EXPECT_EQ(DecodedText(value.get(), 1), u"\u00FC");
 }
 
 TEST_F(GetText, ARememberedCodePageGoesBeforeTheParameter) {
   ValueList value = Parsed("\xFC", "CHARSET=UTF-8");
   value->codePage = 1252;
-  EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"\u00FC");
+  EXPECT_EQ(DecodedText(value.get()), u"\u00FC");
 }
 
 TEST_F(GetText, TheInputCodePageIsRememberedToo) {
   ValueList value = Parsed("x", "");
-  PropertyValue_GetText(value.get(), 0);
+  DecodedText(value.get());
   EXPECT_EQ(value->codePage, 1252u);
 }
 
@@ -155,13 +155,13 @@ TEST_F(GetText, NoValueGivesTheEmptyText) {
 TEST_F(GetText, APositionWithoutATextGivesTheEmptyText) {
   ValueList value = MakeValue({}, {});
   PropertyValue_SetComponent(value.get(), CopyText("b"), 1);
-  EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"");
-  EXPECT_EQ(PropertyValue_GetText(value.get(), 1), u"b");
+  EXPECT_EQ(DecodedText(value.get()), u"");
+  EXPECT_EQ(DecodedText(value.get(), 1), u"b");
 }
 
 TEST_F(GetText, TheComponentItselfStaysRaw) {
   ValueList value = Parsed("a=5C=3Bb", "QUOTED-PRINTABLE");
-  PropertyValue_GetText(value.get(), 0);
+  DecodedText(value.get());
   EXPECT_THAT(ComponentsOf(*value), ElementsAre("a=5C=3Bb"));
 }
 
@@ -337,7 +337,7 @@ TEST_F(SetText, AnEncodedComponentFollowsTheCharsetToo) {
   ValueList value = Made(u"1+1=2");
   PropertyValue_SetText(u"\u00FC", value.get(), 0, 1);
   EXPECT_THAT(ComponentsOf(*value), ElementsAre("1+-1=3D2", "+APw-"));
-  EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"1+1=2");
+  EXPECT_EQ(DecodedText(value.get()), u"1+1=2");
 }
 
 TEST_F(SetText, AChosenCodePageHoldsForAnAsciiComponent) {
@@ -345,7 +345,7 @@ TEST_F(SetText, AChosenCodePageHoldsForAnAsciiComponent) {
   ValueList value = Made(u"\u00FC", 0);
   PropertyValue_SetText(u"1+1", value.get(), 0, 1);
   EXPECT_EQ(value->codePage, 65000u);
-  EXPECT_EQ(PropertyValue_GetText(value.get(), 1), u"1+1");
+  EXPECT_EQ(DecodedText(value.get(), 1), u"1+1");
 }
 
 TEST_F(SetText, AChosenCodePageGoesBeforeTheSetting) {
@@ -386,7 +386,7 @@ TEST_F(SetText, AnOutputSettingOfIso88591Chooses1252AndNoCharsetIsEverWritten) {
 
 TEST_F(SetText, ACodePage1252ThatWasReadIsNotNamed) {
   ValueList value = Parsed("x", "");
-  PropertyValue_GetText(value.get(), 0);
+  DecodedText(value.get());
   PropertyValue_SetText(u"Ren\u00E9", value.get(), 0, 0);
   EXPECT_THAT(ComponentsOf(*value), ElementsAre("Ren\xE9"));
   EXPECT_THAT(ParamsOf(*value), ElementsAre());
@@ -396,7 +396,7 @@ TEST_F(SetText, ALookAlikeThatTheCharsetWritesForAnEscapedCharacterIsEscapedToo)
   SetSetting(u"DefaultOutputCharset", u"WINDOWS-1250");
   ValueList value = Made(u"\u0141\uFF3Cb\uFF1Bc", 0);  // the full-width backslash and semicolon
   EXPECT_THAT(ComponentsOf(*value), ElementsAre("\xA3\\\\b\\;c"));
-  EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"\u0141\\b;c");
+  EXPECT_EQ(DecodedText(value.get()), u"\u0141\\b;c");
 }
 
 TEST_F(SetText, AYenSignInAJapaneseCharsetStaysAYenSign) {
@@ -404,7 +404,7 @@ TEST_F(SetText, AYenSignInAJapaneseCharsetStaysAYenSign) {
     ForgetCharsetChoices();
     SetSetting(u"DefaultOutputCharset", name);
     ValueList value = Made(u"\u00A51,000 \u3067\u3059", 0);
-    EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"\uFFE51,000 \u3067\u3059");
+    EXPECT_EQ(DecodedText(value.get()), u"\uFFE51,000 \u3067\u3059");
   }
 }
 
@@ -413,12 +413,12 @@ TEST_F(SetText, WhereTheCharsetHasNoBackslashASemicolonIsEncodedInsteadOfEscaped
   ValueList value = Made(u"\u00D6;\u00C4", 0);
   EXPECT_THAT(ComponentsOf(*value), ElementsAre("=5C=3B["));
   EXPECT_THAT(ParamsOf(*value), ElementsAre("CHARSET=DIN_66003", "ENCODING=QUOTED-PRINTABLE"));
-  EXPECT_EQ(PropertyValue_GetText(value.get(), 0), u"\u00D6;\u00C4");
+  EXPECT_EQ(DecodedText(value.get()), u"\u00D6;\u00C4");
 }
 
 TEST_F(SetText, WhereTheCharsetHasNoBackslashItBecomesAQuestionMark) {
   SetSetting(u"DefaultOutputCharset", u"DIN_66003");
-  EXPECT_EQ(PropertyValue_GetText(Made(u"\u00E4\\b", 0).get(), 0), u"\u00E4?b");
+  EXPECT_EQ(DecodedText(Made(u"\u00E4\\b", 0).get()), u"\u00E4?b");
 }
 
 TEST_F(SetText, WhatTheCharsetCannotHoldBecomesAQuestionMark) {
@@ -462,7 +462,8 @@ TEST_F(GetText, IsEmptyOrWholeWhicheverAllocationFailsAndSaysNothing) {
   for (int nth = 1; nth <= 10; ++nth) {
     ValueList value = Parsed("a=5C=3Bb", "QUOTED-PRINTABLE");
     FailAllocation(nth);
-    WideText text = PropertyValue_GetText(value.get(), 0);
+    WideText text;
+    PropertyValue_GetText(value.get(), 0, text);
     FailAllocation(0);
     EXPECT_TRUE(text == u"" || text == u"a;b");
   }

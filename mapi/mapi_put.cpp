@@ -1,4 +1,9 @@
-#include "mapi/mapi_fill.h"
+// Field by field, each with a call of its own: a store that refuses one property keeps the others, and the
+// trace names the one that it refused. The store has none of it before the caller saves the message.
+//
+// The message borrows texts and lists only while a call lasts; their owners are on the stack of the function
+// that makes the call.
+#include "mapi/mapi_put.h"
 
 #include <algorithm>
 #include <array>
@@ -21,6 +26,7 @@
 
 namespace {
 
+// Borrows the text.
 SPropValue TextValue(ULONG tag, WideText& text) {
   SPropValue value = {};
   value.ulPropTag = tag;
@@ -47,6 +53,7 @@ void SetSubject(const OsifMessage& record, IMessage& message) {
               "MAPI:  lpMessage->SetProps(PR_SUBJECT) failed with code: 0x%08x");
 }
 
+// A date that cannot be read is traced by its reader and leaves the message without one.
 void SetDeliveryTime(const OsifMessage& record, IMessage& message) {
   SPropValue value = {};
   value.ulPropTag = PR_MESSAGE_DELIVERY_TIME;
@@ -57,12 +64,14 @@ void SetDeliveryTime(const OsifMessage& record, IMessage& message) {
 
 // ---- Body -------------------------------------------------------------------------------------------
 
+// The length is asked for first: entities and left-out markup let no one guess it.
 WideText PlainTextOf(const WideText& html) {
   WideText text(HtmlToText(html.c_str(), nullptr, 0), u'\0');
   HtmlToText(html.c_str(), text.data(), text.size() + 1);
   return text;
 }
 
+// A record's lines may end with line feeds alone, the store's end with both.
 WideText WithCarriageReturns(const WideText& text) {
   WideText lines;
   lines.reserve(text.size());
@@ -73,6 +82,7 @@ WideText WithCarriageReturns(const WideText& text) {
   return lines;
 }
 
+// The store's programs show plain text. HTML that holds none is kept as it came rather than lost.
 WideText TextToStore(const MessagePart& part, const WideText& content) {
   if (!mapi_IsHtml(part)) return WithCarriageReturns(content);
   WideText text = PlainTextOf(content);
@@ -81,6 +91,7 @@ WideText TextToStore(const MessagePart& part, const WideText& content) {
   return WithCarriageReturns(content);
 }
 
+// Through a stream, as properties of any size are written, and in one piece with the terminator.
 void SetBody(const MessagePart& part, IMessage& message) {
   if (part.bodyText == nullptr || part.bodyText[0] == '\0') return;
   const WideText content = mapi_DecodeBody(part);
@@ -102,6 +113,7 @@ void SetBody(const MessagePart& part, IMessage& message) {
 
 // ---- Flags, sender and recipients -------------------------------------------------------------------
 
+// A new message that has no status counts as unread. Whoever sent it, it is kept as one of this device's own.
 void SetFlags(const OsifMessage& record, IMessage& message, bool is_new) {
   if (record.xIrmcStatus[0] == '\0' && !is_new) return;
   const bool is_read = EqualsIgnoringCase(record.xIrmcStatus, "READ");
@@ -109,6 +121,7 @@ void SetFlags(const OsifMessage& record, IMessage& message, bool is_new) {
               "MAPI:  lpMessage->SetProps(PR_MESSAGE_FLAG) failed with code: 0x%08x");
 }
 
+// The store may take the call and still refuse the property.
 void SetSender(const OsifMessage& record, IMessage& message) {
   if (record.from[0] == '\0') return;
   WideText sender = mapi_HeaderText(record.from);
@@ -166,6 +179,7 @@ class Recipients {
   std::vector<Recipient> recipients_;
 };
 
+// The message is stored without its recipients when memory is short for them.
 HRESULT AddRecipients(const OsifMessage& record, IMessage& message) {
   try {
     Recipients recipients;
@@ -184,7 +198,7 @@ HRESULT AddRecipients(const OsifMessage& record, IMessage& message) {
 
 }  // namespace
 
-void mapi_FillMail(const OsifMessage& record, IMessage& message, bool is_new) {
+void mapi_PutMail(const OsifMessage& record, IMessage& message, bool is_new) {
   SetSubject(record, message);
   SetDeliveryTime(record, message);
   SetBody(record.part, message);

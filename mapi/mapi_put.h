@@ -5,6 +5,6 @@
 #include "platform/api/cemapi.h"
 
 // Fills the message with what the record has; fields without a text are left as they are, but a new message
-// always gets its flags. Recipients are added to those that the message has. What cannot be set is told in
-// the trace. The caller saves the message.
-void mapi_FillMail(const OsifMessage& record, IMessage& message, bool is_new);
+// always gets its flags. Recipients are added to those that the message has. What cannot be set is traced.
+// The caller saves the message.
+void mapi_PutMail(const OsifMessage& record, IMessage& message, bool is_new);

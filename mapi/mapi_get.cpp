@@ -1,4 +1,10 @@
-#include "mapi/mapi_read.h"
+// The properties that a record has a field for are asked for at once; the body comes through a stream and the
+// recipients through a table of their own. Only when the properties cannot be had is there no record: a
+// message whose body or recipients cannot be read is still worth sending, and the trace says what it lacks.
+//
+// Texts go into the record in the system's code page, cut where their field ends; the body keeps its
+// characters, since its part names the character set that it is in.
+#include "mapi/mapi_get.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -22,7 +28,7 @@ constexpr ULONG kFlags = 2;
 constexpr ULONG kSender = 3;
 constexpr ULONG kProperties = 4;
 constexpr LONG kMostRecipients = 10;
-constexpr uint64_t kLargestBody = INT32_MAX;
+constexpr uint64_t kLargestBody = INT32_MAX;  // bytes
 
 // The text of a property; empty when it is missing.
 WideView mapi_GetString(const SPropValue& value) {
@@ -40,6 +46,7 @@ void CopyAnsi(char (&field)[kRoom], WideView text) {
   CopyBounded(field, TextToMultiByte(GetACP(), text));
 }
 
+// A time of zero counts as none.
 void ReadDate(const SPropValue& value, char (&date)[100]) {
   if (PROP_TYPE(value.ulPropTag) != PT_SYSTIME) return;
   const FILETIME& time = value.Value.ft;
@@ -50,6 +57,7 @@ void ReadDate(const SPropValue& value, char (&date)[100]) {
 
 // ---- Body -------------------------------------------------------------------------------------------
 
+// The text up to its first zero; nothing when it cannot be read, which leaves the record without a body.
 std::optional<WideText> ReadText(IStream& stream) {
   STATSTG status = {};
   if (FAILED(stream.Stat(&status, STATFLAG_NONAME))) return std::nullopt;
@@ -94,6 +102,7 @@ const SPropValue* FindColumn(const SRow& row, ULONG tag) {
   return nullptr;
 }
 
+// A field of the record holds one address: a later recipient of its kind takes the place of the one before.
 void ReadRecipient(const SRow& row, OsifMessage& record) {
   const SPropValue* type = FindColumn(row, PR_RECIPIENT_TYPE);
   const SPropValue* address = FindColumn(row, PR_EMAIL_ADDRESS);
