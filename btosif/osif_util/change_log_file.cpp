@@ -1,7 +1,6 @@
 #include "btosif/osif_util/change_log_file.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
@@ -9,14 +8,13 @@
 #include <string_view>
 
 #include "btosif/osif_util/ascii.h"
+#include "btosif/osif_util/stores.h"
 #include "config/trace.h"
 
 namespace {
 
 constexpr size_t kCounterLimit = 10;    // characters of a counter field
 constexpr size_t kTimestampLimit = 18;  // characters of a time stamp field
-constexpr std::array<const char*, 6> kStoreNames = {"pb",     "cal",      "note",
-                                                    "msg-in", "msg-sent", "msg-out"};
 
 WideText Widened(const char* ascii) { return WideText(ascii, ascii + std::strlen(ascii)); }
 
@@ -137,11 +135,6 @@ OsifResult KeepLines(int32_t store_id, WideView folder, OsifStream& log, size_t 
 
 }  // namespace
 
-const char* StoreName(int32_t store_id) {
-  const bool is_store = store_id >= 0 && static_cast<size_t>(store_id) < kStoreNames.size();
-  return is_store ? kStoreNames[static_cast<size_t>(store_id)] : "unknown";
-}
-
 WideText LogFileName(int32_t store_id, WideView folder, const char* kind) {
   return FolderPrefix(folder) + u"pol_" + Widened(StoreName(store_id)) + u"_" + Widened(kind) +
          u".log";
@@ -242,7 +235,7 @@ OsifResult OSIF_CLDropLastLine(int32_t store_id, WideView folder) {
 
 void FinishPurge(WideView folder) {
   const WideText temp_name = TempLogName(folder);
-  for (int32_t store_id = 0; store_id < static_cast<int32_t>(kStoreNames.size()); ++store_id) {
+  for (int32_t store_id = 0; IsStore(store_id); ++store_id) {
     const WideText marker_name = LogFileName(store_id, folder, "purging");
     if (!FILE_Exists(marker_name.c_str())) continue;
     const WideText log_name = LogFileName(store_id, folder, "change");

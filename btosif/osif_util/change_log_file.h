@@ -24,9 +24,6 @@ inline constexpr size_t kKeptEntries = 250;
 // The characters of a folder that count.
 inline constexpr size_t kFolderLimit = 260;
 
-// "pb", "cal", "note", "msg-in", "msg-sent", "msg-out"; "unknown" for any other id.
-const char* StoreName(int32_t store_id);
-
 // The path of a store's file of one kind ("change", "object", "databaseid"). Of the folder kFolderLimit
 // characters count; a "\" is added where it does not end in one.
 WideText LogFileName(int32_t store_id, WideView folder, const char* kind);

@@ -2,12 +2,12 @@
 
 #include <gmock/gmock.h>
 
-#include <climits>
 #include <filesystem>
 #include <optional>
 #include <random>
 #include <tuple>
 
+#include "btosif/osif_util/stores.h"
 #include "tests/support/change_logs.h"
 #include "tests/support/files.h"
 #include "tests/support/text_test.h"
@@ -92,15 +92,6 @@ class ChangeLogFile : public support::TextTest {
 };
 
 // ---- Names ------------------------------------------------------------------------------------------
-
-TEST(StoreName, IsTheOneOfTheTableAndUnknownForAnyOtherId) {
-  const char* names[] = {"pb", "cal", "note", "msg-in", "msg-sent", "msg-out"};
-  for (int32_t store_id = 0; store_id < 6; ++store_id)
-    EXPECT_STREQ(StoreName(store_id), names[store_id]);
-  for (int32_t store_id : {-1, 6, 7, 1000, INT_MAX, INT_MIN}) {
-    EXPECT_STREQ(StoreName(store_id), "unknown") << store_id;
-  }
-}
 
 TEST(LogFileName, IsMadeOfFolderStoreAndKind) {
   EXPECT_EQ(LogFileName(0, u"\\Sync\\", "change"), u"\\Sync\\pol_pb_change.log");
