@@ -1,6 +1,6 @@
 #include "BtOsif_pol/pol_session.h"
 
-#include "BtOsif_pol/pol_search.h"
+#include "BtOsif_pol/pol_walk.h"
 #include "config/bt_config_settings.h"
 #include "config/trace.h"
 #include "mapi/mapi_session.h"

@@ -9,8 +9,6 @@
 
 #include "BtOsif_pol/pol_changelog.h"
 #include "BtOsif_pol/pol_dispatch.h"
-#include "BtOsif_pol/pol_name.h"
-#include "BtOsif_pol/pol_search.h"
 #include "BtOsif_pol/pol_session.h"
 #include "btosif/osif_file.h"
 #include "btosif/osif_generators/vcalendar_writer.h"
