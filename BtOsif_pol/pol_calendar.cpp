@@ -1,3 +1,10 @@
+// A record's properties go to an item one by one, in an order that matters: dates before the recurrence that
+// is laid over them, the recurrence before the reminder, which looks at the dates and at whether the item
+// recurs. What the record does not have leaves the item as it is; words are compared exactly, and one that is
+// not known counts as the usual case.
+//
+// The way back gives every property of the item, empty ones too, and the words that the handhelds send:
+// "NEEDS ACTION" for what is busy or not yet done, and a priority of 0 for an appointment, which has none.
 #include "BtOsif_pol/pol_calendar.h"
 
 #include <charconv>
@@ -22,6 +29,7 @@ constexpr double kSecondsPerDay = 86400;
 
 // ---- Words and numbers ------------------------------------------------------------------------------
 
+// The item knows normal and private; what is confidential is private.
 LONG SensitivityOf(const WideText& text) {
   return text == u"PRIVATE" || text == u"CONFIDENTIAL" ? olPrivate : olNormal;
 }
@@ -42,6 +50,7 @@ std::string_view StatusOf(LONG busy_status) {
   return busy_status == olBusy ? "NEEDS ACTION" : "";
 }
 
+// The leading digits count. A number that is too large to be read is low, as is any above 2.
 LONG ImportanceOf(const WideText& priority) {
   const std::string text = TextToMultiByte(kUtf8CodePage, priority);
   const size_t start = text.find_first_not_of(" \t");
@@ -108,6 +117,7 @@ void PutTaskDates(const OsifCalendar& record, ITask& task) {
   PutWhenText(task, &ITask::put_DueDate, record.due);
 }
 
+// Some devices send a flag for it, others dates without a time.
 bool IsAllDay(const OsifCalendar& record) {
   constexpr std::string_view kDateOnly = "VALUE=DATE";
   if (record.tail.event.allDayEvent != 0) return true;
@@ -120,6 +130,7 @@ struct Attendee {
   WideText address;
 };
 
+// "Ann Lee <ann@lee.org>"; a text without a bracket is both.
 Attendee SplitAttendee(const WideText& text) {
   const size_t bracket = text.find(u'<');
   if (bracket == WideText::npos) return {text, text};
@@ -130,6 +141,7 @@ Attendee SplitAttendee(const WideText& text) {
   return {name, address};
 }
 
+// From the last one on, since removing one moves those after it.
 void RemoveRecipients(IRecipients& recipients) {
   const int count = pol_Get(recipients, &IRecipients::get_Count);
   if (count <= 0) return;
@@ -164,7 +176,8 @@ void GetBody(Item& item, OsifCalendar& record) {
                  kEncodeQuotedPrintable);
 }
 
-// The end of an all-day event is told as the last second of its last day.
+// The end of an all-day event is sent as the last second of its last day: the midnight at which the item ends
+// would be taken for a day more. Each occurrence of a recurring one is one day.
 DATE AllDayEnd(IAppointment& appointment, DATE end) {
   const bool is_recurring = pol_Get(appointment, &IAppointment::get_IsRecurring) != VARIANT_FALSE;
   const LONG minutes =
@@ -230,6 +243,7 @@ void pol_PutAppointment(OsifObject& object, IAppointment& appointment) {
   PutSensitivity(appointment, record);
   if (record.status != nullptr) appointment.put_BusyStatus(BusyStatusOf(TextOf(record.status)));
   PutBody(appointment, record, record.tail.event.attach);
+  // A recurrence may be saved here with its exceptions, so what an occurrence is made of stands before it.
   pol_PutAppointmentRecurrence(record, appointment);
   appointment.put_AllDayEvent(Flag(IsAllDay(record)));
   PutAttendees(record, appointment);

@@ -1,6 +1,6 @@
-// The calendar is two folders of the PIM, appointments and tasks, under one number. A record says of itself which
-// of both it is; an id does not, so an item that is read or deleted is asked. What counts or walks goes through
-// the appointments first, then through the tasks.
+// The calendar is two folders of the PIM, appointments and tasks, under one number. A record says of itself
+// which of both it is; an id does not, so an item that is read or deleted is asked. What counts or walks goes
+// through the appointments first, then through the tasks.
 #include "BtOsif_pol/pol_calendar.h"
 #include "BtOsif_pol/pol_checksum.h"
 #include "BtOsif_pol/pol_find.h"

@@ -1,6 +1,6 @@
-// Every call goes the same way: the caller's output is emptied, the id is looked at, then the session, then the
-// store's operation is called, and a change that succeeded is recorded. The order shows in what a call with two
-// faults answers, so it is the same for all stores.
+// Every call goes the same way: the caller's output is emptied, the id is looked at, then the session, then
+// the store's operation is called, and a change that succeeded is recorded. The order shows in what a call
+// with two faults answers, so it is the same for all stores.
 //
 // An object that was changed stays changed when its change cannot be recorded: the caller is told why, and an
 // open change log finds the change by comparing.

@@ -1,9 +1,9 @@
-// The calls about objects, for every store: each is checked, handed to the adapter that serves the store, and,
-// where it changes something, recorded in the store's change log when the caller asks for its anchor.
+// The calls about objects, for every store: each is checked, handed to the adapter that serves the store,
+// and, where it changes something, recorded in the store's change log when the caller asks for its anchor.
 //
-// All of them answer OSIF_ERR_TYPE_NOT_SUPPORTED for a number that no store has, and for contacts and calendar
-// OSIF_ERR_PIM_NOT_OPENED while there is no session. An id that can be none of the store is
-// OSIF_ERR_INVALID_ID; that is looked at first.
+// Finding and naming apart, which then give nothing, all of them answer OSIF_ERR_TYPE_NOT_SUPPORTED for a
+// number that no store has, and for contacts and calendar OSIF_ERR_PIM_NOT_OPENED while there is no session.
+// An id that can be none of the store is OSIF_ERR_INVALID_ID; that is looked at first.
 #pragma once
 
 #include "btosif/osif_util/charset.h"

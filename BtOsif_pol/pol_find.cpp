@@ -1,11 +1,11 @@
-// The PIM does not know which item a record means. A contact is the one with the same name, a task the one with
-// the same subject, an appointment the one with the same start and the same subject (or body, where it has no
-// subject). The PIM is asked with a restriction, which its indexes answer: a calendar can have thousands of items.
-// It takes more than is wanted (it does not mind case, and what is empty is not asked for), so everything that it
-// gives is compared once more, exactly.
+// The PIM does not know which item a record means. A contact is the one with the same name, a task the one
+// with the same subject, an appointment the one with the same start and the same subject (or body, where it
+// has no subject). The PIM is asked with a restriction, which its indexes answer: a calendar can have
+// thousands of items. It takes more than is wanted (it does not mind case, and what is empty is not asked
+// for), so everything that it gives is compared once more, exactly.
 //
-// A text that a restriction cannot say is left out of it; where nothing is left, every item is visited. Either way
-// the first item that matches, in the order of the folder, is the one.
+// A text that a restriction cannot say is left out of it; where nothing is left, every item is visited.
+// Either way the first item that matches, in the order of the folder, is the one.
 #include "BtOsif_pol/pol_find.h"
 
 #include <array>

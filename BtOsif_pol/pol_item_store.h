@@ -1,5 +1,5 @@
-// Adding, reading, changing and deleting items of the PIM: the same for every kind of item but for how an item
-// is mapped. The session is open when any of these is called.
+// Adding, reading, changing and deleting items of the PIM: the same for every kind of item but for how an
+// item is mapped. The session is open when any of these is called.
 #pragma once
 
 #include <optional>
@@ -12,7 +12,8 @@
 #include "BtOsif_pol/pol_stores.h"
 #include "config/trace.h"
 
-// How a kind of item is filled from a record and read into one, and what the trace says when it cannot be saved.
+// How a kind of item is filled from a record and read into one, and what the trace says when it cannot be
+// saved.
 template <typename Item>
 struct ItemMapping {
   void (*put)(OsifObject& object, Item& item);
@@ -32,8 +33,8 @@ inline uint32_t pol_CountItems(int folder_type) {
   return items ? static_cast<uint32_t>(pol_Get(*items, &IPOutlookItemCollection::get_Count)) : 0;
 }
 
-// Notes the item as it was saved. A checksum reads every property, so it is taken only where an open change log
-// wants it.
+// Notes the item as it was saved. A checksum reads every property, so it is taken only where an open change
+// log wants it.
 template <typename Item>
 void pol_NoteSaved(Item& item, const ItemMapping<Item>& mapping, Subject& subject) {
   item.get_Oid(&subject.oid);

@@ -1,5 +1,6 @@
-// Messages are served by the messaging store, which mapi/ speaks with and which knows nothing of the other stores.
-// Three numbers share this row: a record names its folder itself, and only reading asks for the store's.
+// Messages are served by the messaging store, which mapi/ speaks with and which knows nothing of the other
+// stores. Three numbers share this row: a record names its folder itself, and only reading asks for the
+// store's.
 #include "BtOsif_pol/pol_id.h"
 #include "BtOsif_pol/pol_stores.h"
 #include "mapi/mapi_mail.h"

@@ -1,5 +1,5 @@
-// Notes are files, which are found by their names: they need no session of the PIM, and nothing walks over them,
-// counts them, reads them back or deletes them.
+// Notes are files, which are found by their names: they need no session of the PIM, and nothing walks over
+// them, counts them, reads them back or deletes them.
 #include <string>
 
 #include "BtOsif_pol/pol_mapping.h"

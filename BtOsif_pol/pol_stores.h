@@ -1,6 +1,6 @@
-// What can be done with a store: a row of operations for each kind of store. Dispatch takes the row of the store
-// that a call names, checks what the row asks for, and calls; what an operation does is its adapter's, and so is
-// what it answers where the handheld offers nothing for it.
+// What can be done with a store: a row of operations for each kind of store. Dispatch takes the row of the
+// store that a call names, checks what the row asks for, and calls; what an operation does is its adapter's,
+// and so is what it answers where the handheld offers nothing for it.
 #pragma once
 
 #include <cstdint>
@@ -22,8 +22,8 @@ struct Subject {
 
 // The operations of one kind of store. Dispatch calls them once what `is_in_pim` and `is_id` ask for is true.
 struct StoreOperations {
-  // True when the objects are items of the PIM: they need its session, and an id is an object identifier, which
-  // stands in the subject's `oid`.
+  // True when the objects are items of the PIM: they need its session, and an id is an object identifier,
+  // which stands in the subject's `oid`.
   bool is_in_pim;
 
   // Whether a text can be an id.
@@ -32,8 +32,8 @@ struct StoreOperations {
   // Counts into a number that is 0.
   OsifResult (*count)(uint32_t& count);
 
-  // Adding gives the subject its id. Adding and changing an item of the PIM give it the checksums that an open
-  // change log wants, too.
+  // Adding gives the subject its id. Adding and changing an item of the PIM give it the checksums that an
+  // open change log wants, too.
   OsifResult (*add)(OsifObject& object, Subject& subject);
   OsifResult (*modify)(OsifObject& object, Subject& subject);
   OsifResult (*remove)(const Subject& subject);
@@ -71,6 +71,6 @@ const StoreOperations& pol_OperationsOf(int32_t store_id);
 // True for the stores whose objects are items of the PIM.
 bool pol_IsInPim(int32_t store_id);
 
-// Whether the id can be one of a store: not null; for notes any text, for messages a hexadecimal number of any
-// length, for all other stores what pol_ReadId reads.
+// Whether the id can be one of a store: not null; for notes any text, for messages a hexadecimal number of
+// any length, for all other stores what pol_ReadId reads.
 bool pol_IsIdOfStore(int32_t store_id, const char* id);

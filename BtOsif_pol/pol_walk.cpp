@@ -1,6 +1,5 @@
-// A walk keeps the folder's collection and goes by position. The number of items is taken once, at its start: what
-// is added later is not walked over, and where an item went away meanwhile its position, or the last one, gives no
-// id.
+// A walk keeps the folder's collection and goes by position. The number of items is taken once, at its start:
+// what is added later is not walked over, and a position whose item has gone meanwhile gives no id.
 #include "BtOsif_pol/pol_walk.h"
 
 #include "BtOsif_pol/pol_id.h"

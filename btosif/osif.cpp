@@ -1,5 +1,10 @@
-// The exported functions: they check their pointers, clear what they are to fill, and hand the call on.
-// Only reading and writing files is done here.
+// The exported functions: they check their pointers, clear what they are to fill, and hand the call on. Only
+// reading and writing files is done here: the file is opened, its format chosen, and it is closed whatever
+// the format's reader or writer answers.
+//
+// Two promises to a C caller are kept here and nowhere below. No exception passes: all that throws is a
+// shortage of memory, which becomes a result. And a record that was written, or that could not be filled, is
+// released whatever the outcome.
 #include "osif.h"
 
 #include <algorithm>
@@ -100,6 +105,8 @@ struct FirstLine {
   }
 };
 
+// The first line alone chooses the format of the whole file, so it is read once for that and once by the
+// reader.
 OsifResult ReadStream(OsifStream& stream, OsifReadCallback callback, void* context) {
   FirstLine line;
   line.Read(stream);

@@ -1,6 +1,6 @@
-// A record is a union of the forms of all kinds of store, so what hangs from it can only be told by the store:
-// each kind names the lists of its form, which are released before the record is cleared whole. Cleared, it can be
-// released once more, as every kind.
+// A record is a union of the forms of all kinds of store, so what hangs from it can only be told by the
+// store: each kind names the lists of its form, which are released before the record is cleared whole.
+// Cleared, it can be released once more, as every kind.
 #include "btosif/osif_util/object_record.h"
 
 #include <cstdlib>

@@ -1,6 +1,6 @@
 // The stores: what each holds and what it is called. Whatever differs by store is a table by kind of store
-// (releasing a record here in the text layer, the formats in the frame, the operations in the adapters), so that
-// no one else asks for a store's number.
+// (releasing a record here in the text layer, the formats in the frame, the operations in the adapters), so
+// that no one else asks for a store's number.
 #pragma once
 
 #include <array>
@@ -11,8 +11,8 @@
 
 #include "osif.h"
 
-// What the objects of a store are. A number that no store has is a kind, too: a table by kind has a row for it,
-// and so says what such a number is answered.
+// What the objects of a store are. A number that no store has is a kind, too: a table by kind has a row for
+// it, and so says what such a number is answered.
 enum class StoreKind { kContacts, kCalendar, kNotes, kMessages, kUnknown };
 
 // A table with a row for each kind of store, in the order of StoreKind.
