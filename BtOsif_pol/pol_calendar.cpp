@@ -84,35 +84,35 @@ WideText TextOf(PropertyValue* list) { return DecodedText(list, 0); }
 
 template <typename Item>
 void PutWhenText(Item& item, HRESULT (Item::*put)(BSTR), PropertyValue* list) {
-  if (pol_HasText(list)) pol_PutText(item, put, TextOf(list));
+  if (pol_HasFirstText(list)) pol_PutText(item, put, TextOf(list));
 }
 
 template <typename Item>
 void PutWhenText(Item& item, HRESULT (Item::*put)(DATE), PropertyValue* list) {
-  if (pol_HasText(list)) (item.*put)(pol_DateOf(list));
+  if (pol_HasFirstText(list)) (item.*put)(pol_DateOf(list));
 }
 
 template <typename Item>
 void PutSensitivity(Item& item, const OsifCalendar& record) {
-  if (pol_HasText(record.class_)) item.put_Sensitivity(SensitivityOf(TextOf(record.class_)));
+  if (pol_HasFirstText(record.class_)) item.put_Sensitivity(SensitivityOf(TextOf(record.class_)));
 }
 
 // Some devices repeat the summary in the description and put the note into ATTACH.
 template <typename Item>
 void PutBody(Item& item, const OsifCalendar& record, PropertyValue* attach) {
-  if (!pol_HasText(record.description)) return;
-  const bool repeats_summary = pol_HasText(attach) && pol_HasText(record.summary) &&
+  if (!pol_HasFirstText(record.description)) return;
+  const bool repeats_summary = pol_HasFirstText(attach) && pol_HasFirstText(record.summary) &&
                                TextOf(record.description) == TextOf(record.summary);
   pol_PutText(item, &Item::put_Body, TextOf(repeats_summary ? attach : record.description));
 }
 
 // A task with a start but no due date is due on its start day.
 void PutTaskDates(const OsifCalendar& record, ITask& task) {
-  if (pol_HasText(record.dtStart)) {
+  if (pol_HasFirstText(record.dtStart)) {
     const DATE start = pol_DateOf(record.dtStart);
     task.put_StartDate(start);
     const bool has_due_date = pol_Get(task, &ITask::get_DueDate, kNoDate) != kNoDate;
-    if (!has_due_date && !pol_HasText(record.due)) task.put_DueDate(start);
+    if (!has_due_date && !pol_HasFirstText(record.due)) task.put_DueDate(start);
   }
   PutWhenText(task, &ITask::put_DueDate, record.due);
 }
@@ -121,7 +121,7 @@ void PutTaskDates(const OsifCalendar& record, ITask& task) {
 bool IsAllDay(const OsifCalendar& record) {
   constexpr std::string_view kDateOnly = "VALUE=DATE";
   if (record.tail.event.allDayEvent != 0) return true;
-  return pol_HasText(record.dtStart) && pol_HasText(record.dtEnd) &&
+  return pol_HasFirstText(record.dtStart) && pol_HasFirstText(record.dtEnd) &&
          pol_HasParam(*record.dtStart, kDateOnly) && pol_HasParam(*record.dtEnd, kDateOnly);
 }
 
@@ -225,7 +225,7 @@ void pol_PutTask(OsifObject& object, ITask& task) {
     pol_PutText(task, &ITask::put_Categories, TextOf(record.categories));
   }
   PutTaskDates(record, task);
-  if (pol_HasText(record.priority)) task.put_Importance(ImportanceOf(TextOf(record.priority)));
+  if (pol_HasFirstText(record.priority)) task.put_Importance(ImportanceOf(TextOf(record.priority)));
   if (record.status != nullptr) task.put_Complete(Flag(TextOf(record.status) == u"COMPLETED"));
   PutSensitivity(task, record);
   PutBody(task, record, record.tail.todo.attach);

@@ -244,7 +244,7 @@ void PutAddresses(IContact& contact, const OsifContact& record) {
   bool has_work = false;
   bool has_other = false;
   for (PropertyValue& value : Values(record.adr)) {
-    if (!HasText(&value)) continue;
+    if (!HasAnyText(&value)) continue;
     if (!has_home && HasKind(value, "HOME")) {
       has_home = true;
       PutAddress(contact, kHomeAddress, value, true);
@@ -316,14 +316,14 @@ class TelephonePlaces {
 void PutTelephones(IContact& contact, const OsifContact& record) {
   TelephonePlaces places(contact);
   for (PropertyValue& value : Values(record.tel)) {
-    if (HasText(&value)) places.Take(value);
+    if (HasAnyText(&value)) places.Take(value);
   }
 }
 
 // The item has one page, and it is not the one at home.
 void PutWebPage(IContact& contact, const OsifContact& record) {
   for (PropertyValue& value : Values(record.url)) {
-    if (!HasText(&value) || HasKind(value, "HOME")) continue;
+    if (!HasAnyText(&value) || HasKind(value, "HOME")) continue;
     PutComponent(contact, &IContact::put_WebPage, &value, 0);
     return;
   }
@@ -346,7 +346,7 @@ void PutEmails(IContact& contact, const OsifContact& record) {
   if (preferred != nullptr) PutComponent(contact, kEmailPlaces[used++].put, preferred, 0);
   for (PropertyValue& value : Values(record.email)) {
     if (used == std::size(kEmailPlaces)) return;
-    if (&value == preferred || !HasText(&value) || !IsInternetAddress(value)) continue;
+    if (&value == preferred || !HasAnyText(&value) || !IsInternetAddress(value)) continue;
     PutComponent(contact, kEmailPlaces[used++].put, &value, 0);
   }
 }

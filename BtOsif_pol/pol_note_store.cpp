@@ -10,7 +10,9 @@
 namespace {
 
 // A summary that decodes to nothing is no name: nobody would find the note again.
-bool HasName(OsifNote& note) { return pol_HasText(note.summary) && !pol_NoteName(note).empty(); }
+bool HasName(OsifNote& note) {
+  return pol_HasFirstText(note.summary) && !pol_NoteName(note).empty();
+}
 
 OsifResult Add(OsifObject& object, Subject& subject) {
   OsifNote& note = object.note;

@@ -199,7 +199,7 @@ bool PutRuleText(PropertyValue* rule_value, Item& item, IRecurrencePattern& patt
 template <typename Item>
 ComPtr<IRecurrencePattern> PatternFor(const PropertyValue* rule_value, Item& item) {
   ComPtr<IRecurrencePattern> pattern;
-  if (!pol_HasText(rule_value)) {
+  if (!pol_HasFirstText(rule_value)) {
     item.ClearRecurrencePattern();
   } else if (FAILED(item.GetRecurrencePattern(pattern.put()))) {
     pattern.reset();
@@ -419,9 +419,9 @@ void pol_PutTaskRecurrence(OsifCalendar& record, ITask& task) {
   PropertyValue* rule = record.tail.todo.rRule;
   const ComPtr<IRecurrencePattern> pattern = PatternFor(rule, task);
   if (!pattern) return;
-  if (pol_HasText(record.dtStart)) {
+  if (pol_HasFirstText(record.dtStart)) {
     pattern->put_PatternStartDate(pol_DateOf(record.dtStart));
-  } else if (pol_HasText(record.due)) {
+  } else if (pol_HasFirstText(record.due)) {
     pattern->put_PatternStartDate(pol_DateOf(record.due));
   }
   PutRuleText(rule, task, *pattern);
@@ -431,7 +431,7 @@ void pol_PutAppointmentRecurrence(OsifCalendar& record, IAppointment& appointmen
   const OsifEventTail& tail = record.tail.event;
   const ComPtr<IRecurrencePattern> pattern = PatternFor(tail.rRule, appointment);
   if (!pattern || !PutRuleText(tail.rRule, appointment, *pattern)) return;
-  if (!pol_HasText(tail.exDate)) return;
+  if (!pol_HasFirstText(tail.exDate)) return;
   appointment.Save();
   for (PropertyValue& exception : Values(tail.exDate)) DeleteOccurrence(*pattern, exception);
 }

@@ -27,8 +27,8 @@ constexpr const char* kTooEarly =
 // Devices send one of both, or the same in both. The date of the alarm; the no-date mark without one.
 template <typename Tail>
 DATE AlarmOf(const Tail& tail) {
-  if (pol_HasText(tail.dAlarm)) return pol_DateOf(tail.dAlarm);
-  return pol_HasText(tail.aAlarm) ? pol_DateOf(tail.aAlarm) : kNoDate;
+  if (pol_HasFirstText(tail.dAlarm)) return pol_DateOf(tail.dAlarm);
+  return pol_HasFirstText(tail.aAlarm) ? pol_DateOf(tail.aAlarm) : kNoDate;
 }
 
 // What else the user has chosen for the reminder, a sound or a light, stays.
