@@ -12,17 +12,17 @@
 #include "BtOsif_pol/pol_id.h"
 #include "BtOsif_pol/pol_session.h"
 #include "BtOsif_pol/pol_snapshot.h"
+#include "BtOsif_pol/pol_stores.h"
 #include "btosif/osif_date.h"
 #include "btosif/osif_file.h"
 #include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/change_log_file.h"
 #include "btosif/osif_util/object_record.h"
+#include "btosif/osif_util/stores.h"
 #include "config/trace.h"
 #include "platform/api/system_time.h"
 
 namespace {
-
-constexpr size_t kStoreCount = 6;
 
 // Counters are 31 bits in the files. A log that comes near the end of them is started anew.
 constexpr int32_t kLastCounterAtOpen = std::numeric_limits<int32_t>::max() - 1'000'000;
@@ -46,15 +46,7 @@ struct ChangeLog {
   int64_t scan_position = 0;
 };
 
-std::array<ChangeLog, kStoreCount> g_logs;
-
-bool IsStore(int32_t store_id) {
-  return store_id >= OSIF_STORE_PB && store_id <= OSIF_STORE_MSG_OUT;
-}
-
-bool IsPimStore(int32_t store_id) {
-  return store_id == OSIF_STORE_PB || store_id == OSIF_STORE_CAL;
-}
+std::array<ChangeLog, kStoreRows.size()> g_logs;
 
 ChangeLog& LogOf(int32_t store_id) { return g_logs[static_cast<size_t>(store_id)]; }
 
@@ -398,7 +390,7 @@ OsifResult POL_CL_Open(int32_t store_id, const WCHAR* path) {
   }
   FILE_SeekEnd(log.stream);
   FILE_Tell(&log.scan_position, log.stream);
-  if (!IsPimStore(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
+  if (!pol_IsInPim(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
   return Compare(store_id, log, kinds);
 }
 
@@ -411,7 +403,7 @@ OsifResult POL_CL_Close(int32_t store_id) {
   FILE_Close(log.stream, LogFileName(store_id, log.folder, "change").c_str());
   const ChangeLog closed = std::exchange(log, ChangeLog());
   OSIF_CLPurge(store_id, closed.folder);
-  if (!IsPimStore(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
+  if (!pol_IsInPim(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
   CPoomEntries current;
   if (!current.getFromPoom(store_id, pol_Application())) return OSIF_ERR_PIM;
   if (!closed.is_compared) return OSIF_OK;
