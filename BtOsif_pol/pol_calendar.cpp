@@ -1,3 +1,10 @@
+// A record's properties go to an item one by one, in an order that matters: dates before the recurrence that
+// is laid over them, the recurrence before the reminder, which looks at the dates and at whether the item
+// recurs. What the record does not have leaves the item as it is; words are compared exactly, and one that is
+// not known counts as the usual case.
+//
+// The way back gives every property of the item, empty ones too, and the words that the handhelds send:
+// "NEEDS ACTION" for what is busy or not yet done, and a priority of 0 for an appointment, which has none.
 #include "BtOsif_pol/pol_calendar.h"
 
 #include <charconv>
@@ -22,6 +29,7 @@ constexpr double kSecondsPerDay = 86400;
 
 // ---- Words and numbers ------------------------------------------------------------------------------
 
+// The item knows normal and private; what is confidential is private.
 LONG SensitivityOf(const WideText& text) {
   return text == u"PRIVATE" || text == u"CONFIDENTIAL" ? olPrivate : olNormal;
 }
@@ -42,6 +50,7 @@ std::string_view StatusOf(LONG busy_status) {
   return busy_status == olBusy ? "NEEDS ACTION" : "";
 }
 
+// The leading digits count. A number that is too large to be read is low, as is any above 2.
 LONG ImportanceOf(const WideText& priority) {
   const std::string text = TextToMultiByte(kUtf8CodePage, priority);
   const size_t start = text.find_first_not_of(" \t");
@@ -73,43 +82,44 @@ VARIANT_BOOL Flag(bool value) { return value ? VARIANT_TRUE : VARIANT_FALSE; }
 
 template <typename Item>
 void PutWhenText(Item& item, HRESULT (Item::*put)(BSTR), PropertyValue* list) {
-  if (pol_HasText(list)) pol_PutText(item, put, DecodedText(list));
+  if (pol_HasFirstText(list)) pol_PutText(item, put, DecodedText(list));
 }
 
 template <typename Item>
 void PutWhenText(Item& item, HRESULT (Item::*put)(DATE), PropertyValue* list) {
-  if (pol_HasText(list)) (item.*put)(pol_DateOf(list));
+  if (pol_HasFirstText(list)) (item.*put)(pol_DateOf(list));
 }
 
 template <typename Item>
 void PutSensitivity(Item& item, const OsifCalendar& record) {
-  if (pol_HasText(record.class_)) item.put_Sensitivity(SensitivityOf(DecodedText(record.class_)));
+  if (pol_HasFirstText(record.class_)) item.put_Sensitivity(SensitivityOf(DecodedText(record.class_)));
 }
 
 // Some devices repeat the summary in the description and put the note into ATTACH.
 template <typename Item>
 void PutBody(Item& item, const OsifCalendar& record, PropertyValue* attach) {
-  if (!pol_HasText(record.description)) return;
-  const bool repeats_summary = pol_HasText(attach) && pol_HasText(record.summary) &&
+  if (!pol_HasFirstText(record.description)) return;
+  const bool repeats_summary = pol_HasFirstText(attach) && pol_HasFirstText(record.summary) &&
                                DecodedText(record.description) == DecodedText(record.summary);
   pol_PutText(item, &Item::put_Body, DecodedText(repeats_summary ? attach : record.description));
 }
 
 // A task with a start but no due date is due on its start day.
 void PutTaskDates(const OsifCalendar& record, ITask& task) {
-  if (pol_HasText(record.dtStart)) {
+  if (pol_HasFirstText(record.dtStart)) {
     const DATE start = pol_DateOf(record.dtStart);
     task.put_StartDate(start);
     const bool has_due_date = pol_Get(task, &ITask::get_DueDate, kNoDate) != kNoDate;
-    if (!has_due_date && !pol_HasText(record.due)) task.put_DueDate(start);
+    if (!has_due_date && !pol_HasFirstText(record.due)) task.put_DueDate(start);
   }
   PutWhenText(task, &ITask::put_DueDate, record.due);
 }
 
+// Some devices send a flag for it, others dates without a time.
 bool IsAllDay(const OsifCalendar& record) {
   constexpr std::string_view kDateOnly = "VALUE=DATE";
   if (record.tail.event.allDayEvent != 0) return true;
-  return pol_HasText(record.dtStart) && pol_HasText(record.dtEnd) &&
+  return pol_HasFirstText(record.dtStart) && pol_HasFirstText(record.dtEnd) &&
          pol_HasParam(*record.dtStart, kDateOnly) && pol_HasParam(*record.dtEnd, kDateOnly);
 }
 
@@ -118,6 +128,7 @@ struct Attendee {
   WideText address;
 };
 
+// "Ann Lee <ann@lee.org>"; a text without a bracket is both.
 Attendee SplitAttendee(const WideText& text) {
   const size_t bracket = text.find(u'<');
   if (bracket == WideText::npos) return {text, text};
@@ -128,6 +139,7 @@ Attendee SplitAttendee(const WideText& text) {
   return {name, address};
 }
 
+// From the last one on, since removing one moves those after it.
 void RemoveRecipients(IRecipients& recipients) {
   const int count = pol_Get(recipients, &IRecipients::get_Count);
   if (count <= 0) return;
@@ -162,7 +174,8 @@ void GetBody(Item& item, OsifCalendar& record) {
                  kEncodeQuotedPrintable);
 }
 
-// The end of an all-day event is told as the last second of its last day.
+// The end of an all-day event is sent as the last second of its last day: the midnight at which the item ends
+// would be taken for a day more. Each occurrence of a recurring one is one day.
 DATE AllDayEnd(IAppointment& appointment, DATE end) {
   const bool is_recurring = pol_Get(appointment, &IAppointment::get_IsRecurring) != VARIANT_FALSE;
   const LONG minutes =
@@ -210,7 +223,7 @@ void pol_PutTask(OsifObject& object, ITask& task) {
     pol_PutText(task, &ITask::put_Categories, DecodedText(record.categories));
   }
   PutTaskDates(record, task);
-  if (pol_HasText(record.priority)) task.put_Importance(ImportanceOf(DecodedText(record.priority)));
+  if (pol_HasFirstText(record.priority)) task.put_Importance(ImportanceOf(DecodedText(record.priority)));
   if (record.status != nullptr) task.put_Complete(Flag(DecodedText(record.status) == u"COMPLETED"));
   PutSensitivity(task, record);
   PutBody(task, record, record.tail.todo.attach);
@@ -229,6 +242,7 @@ void pol_PutAppointment(OsifObject& object, IAppointment& appointment) {
   if (record.status != nullptr)
     appointment.put_BusyStatus(BusyStatusOf(DecodedText(record.status)));
   PutBody(appointment, record, record.tail.event.attach);
+  // A recurrence may be saved here with its exceptions, so what an occurrence is made of stands before it.
   pol_PutAppointmentRecurrence(record, appointment);
   appointment.put_AllDayEvent(Flag(IsAllDay(record)));
   PutAttendees(record, appointment);

@@ -21,10 +21,12 @@
 #include "BtOsif_pol/pol_database_id.h"
 #include "BtOsif_pol/pol_session.h"
 #include "BtOsif_pol/pol_snapshot.h"
+#include "BtOsif_pol/pol_stores.h"
 #include "btosif/osif_date.h"
 #include "btosif/osif_util/change_log_file.h"
 #include "btosif/osif_util/change_log_names.h"
 #include "btosif/osif_util/change_log_purge.h"
+#include "btosif/osif_util/stores.h"
 #include "config/trace.h"
 #include "platform/api/system_time.h"
 
@@ -44,15 +46,7 @@ struct ChangeLog {
   int64_t scan_position = 0;
 };
 
-std::array<ChangeLog, kStoreCount> g_logs;
-
-bool IsStore(int32_t store_id) {
-  return store_id >= OSIF_STORE_PB && store_id <= OSIF_STORE_MSG_OUT;
-}
-
-bool IsPimStore(int32_t store_id) {
-  return store_id == OSIF_STORE_PB || store_id == OSIF_STORE_CAL;
-}
+std::array<ChangeLog, kStoreRows.size()> g_logs;
 
 ChangeLog& LogOf(int32_t store_id) { return g_logs[static_cast<size_t>(store_id)]; }
 
@@ -193,7 +187,7 @@ OsifResult POL_CL_Open(int32_t store_id, const WCHAR* path) {
   }
   log.file.GoToEnd();
   log.scan_position = log.file.Position();
-  if (!IsPimStore(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
+  if (!pol_IsInPim(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
   return Compare(store_id, log, logged);
 }
 
@@ -207,7 +201,7 @@ OsifResult POL_CL_Close(int32_t store_id) {
   const ChangeLog closed = std::exchange(log, ChangeLog());
   const WideText& folder = closed.file.folder();
   OSIF_CLPurge(store_id, folder);
-  if (!IsPimStore(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
+  if (!pol_IsInPim(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
   // Read for what the answer promises, that the store can be read, though `known` is what is saved.
   CPoomEntries current;
   if (!current.getFromPoom(store_id, pol_Application())) return OSIF_ERR_PIM;

@@ -1,3 +1,16 @@
+// A contact's record is lists of values, any number of each; the item has fixed places. Where both are one
+// text, a row of a table pairs them; names, addresses, telephone numbers and mail addresses have tables of
+// their places.
+//
+// Record to item: a property that the record does not have leaves the item as it is, so that changing a
+// contact keeps what the peer does not know of; only the name is always written. Values that share places
+// take them first come, first served, and those that find no place are dropped.
+//
+// Item to record: every place gives a value, in the same order for every contact, an empty one an empty
+// value. The writer of the format decides what an empty value becomes.
+//
+// The two ways are no mirror images: what only one vendor's devices read goes out a second time under its own
+// name, unless that is switched off, and of that only the office is read back.
 #include "BtOsif_pol/pol_contact.h"
 
 #include <array>
@@ -32,6 +45,7 @@ struct PlainField {
 
 constexpr PlainField kTitleField = {&OsifContact::title, &IContact::get_JobTitle,
                                     &IContact::put_JobTitle, 0};
+// A note may have line breaks, which only an encoded value can hold.
 constexpr PlainField kNoteField = {&OsifContact::note, &IContact::get_Body, &IContact::put_Body,
                                    kEncodeQuotedPrintable};
 constexpr PlainField kSpouseField = {&OsifContact::xSpouse, &IContact::get_Spouse,
@@ -62,7 +76,8 @@ constexpr size_t kBox = 0;
 constexpr size_t kExtended = 1;
 constexpr size_t kStreet = 2;
 
-// The five texts of an address, as components 2 to 6.
+// The five texts of an address, as components 2 to 6. The item has no post office box: it goes into the
+// street.
 struct AddressPlace {
   const char* param;  // of the value that carries it; null for none
   std::array<GetText, 5> get;
@@ -119,7 +134,8 @@ constexpr SentTelephone kSentTelephones[] = {
     {&IContact::get_RadioTelephoneNumber, "TYPE=X-RADIO", false},
 };
 
-// Kinds of received numbers that have a place of their own, whatever else they are.
+// Kinds of received numbers that have a place of their own, whatever else they are: "CELL;HOME" is a mobile
+// telephone and takes no place from the numbers at home.
 struct SpecialTelephone {
   const char* kind;
   const char* other_kind;  // another word for it, or null
@@ -188,6 +204,8 @@ void PutDateValue(IContact& contact, PutDate put, PropertyValue* value) {
   if (value != nullptr) (contact.*put)(pol_DayOf(value));
 }
 
+// A name is written whole, its empty parts too: of the old name nothing may stay beside the new one. For the
+// same reason the name for filing goes when the record has none.
 void PutName(IContact& contact, const OsifContact& record) {
   for (size_t i = 0; i < std::size(kNameParts); ++i) {
     PutComponent(contact, kNameParts[i].put, record.n, i);
@@ -219,12 +237,14 @@ void PutBusinessAddress(IContact& contact, const OsifContact& record, PropertyVa
   }
 }
 
+// A second address of a kind is not lost where there is another place for it: it may be the business address
+// if it is that, too, or else the other one.
 void PutAddresses(IContact& contact, const OsifContact& record) {
   bool has_home = false;
   bool has_work = false;
   bool has_other = false;
   for (PropertyValue& value : Values(record.adr)) {
-    if (!HasText(&value)) continue;
+    if (!HasAnyText(&value)) continue;
     if (!has_home && HasKind(value, "HOME")) {
       has_home = true;
       PutAddress(contact, kHomeAddress, value, true);
@@ -243,6 +263,7 @@ class TelephonePlaces {
  public:
   explicit TelephonePlaces(IContact& contact) : contact_(contact) {}
 
+  // A number without any parameter, and one of which only the form is known, is taken for one at home.
   void Take(PropertyValue& value) {
     if (TakeSpecial(value)) return;
     const bool is_fax = HasKind(value, "FAX");
@@ -295,13 +316,14 @@ class TelephonePlaces {
 void PutTelephones(IContact& contact, const OsifContact& record) {
   TelephonePlaces places(contact);
   for (PropertyValue& value : Values(record.tel)) {
-    if (HasText(&value)) places.Take(value);
+    if (HasAnyText(&value)) places.Take(value);
   }
 }
 
+// The item has one page, and it is not the one at home.
 void PutWebPage(IContact& contact, const OsifContact& record) {
   for (PropertyValue& value : Values(record.url)) {
-    if (!HasText(&value) || HasKind(value, "HOME")) continue;
+    if (!HasAnyText(&value) || HasKind(value, "HOME")) continue;
     PutComponent(contact, &IContact::put_WebPage, &value, 0);
     return;
   }
@@ -309,6 +331,7 @@ void PutWebPage(IContact& contact, const OsifContact& record) {
 
 bool IsInternetAddress(const PropertyValue& value) { return HasKind(value, "INTERNET"); }
 
+// Null when none is preferred; of several the last counts.
 PropertyValue* PreferredEmail(const OsifContact& record) {
   PropertyValue* preferred = nullptr;
   for (PropertyValue& value : Values(record.email)) {
@@ -323,7 +346,7 @@ void PutEmails(IContact& contact, const OsifContact& record) {
   if (preferred != nullptr) PutComponent(contact, kEmailPlaces[used++].put, preferred, 0);
   for (PropertyValue& value : Values(record.email)) {
     if (used == std::size(kEmailPlaces)) return;
-    if (&value == preferred || !HasText(&value) || !IsInternetAddress(value)) continue;
+    if (&value == preferred || !HasAnyText(&value) || !IsInternetAddress(value)) continue;
     PutComponent(contact, kEmailPlaces[used++].put, &value, 0);
   }
 }
@@ -397,6 +420,7 @@ void GetEmails(IContact& contact, OsifContact& record) {
 
 // ---- Display name -----------------------------------------------------------------------------------
 
+// As one would say it: given, middle and family name.
 WideText JoinedName(PropertyValue* name) {
   WideText joined;
   for (const size_t index : {1, 2, 0}) {

@@ -5,11 +5,9 @@
 #include <cstdio>
 #include <string_view>
 
-#include "BtOsif_pol/pol_store.h"
-
 namespace {
 
-// The id from its first digit on, behind blanks and "0x".
+// The id from its first digit on, after blanks and "0x".
 std::string_view DigitsOf(std::string_view id) {
   id.remove_prefix(std::min(id.find_first_not_of(" \t"), id.size()));
   if (id.starts_with("0x") || id.starts_with("0X")) id.remove_prefix(2);
@@ -27,16 +25,10 @@ std::optional<LONG> pol_ReadId(const char* id) {
   return static_cast<LONG>(number);
 }
 
-bool pol_IsIdOfStore(int32_t store_id, const char* id) {
-  if (id == nullptr) return false;
-  switch (pol_KindOf(store_id)) {
-    case StoreKind::kNotes:
-      return true;
-    case StoreKind::kMessages:
-      return DigitsOf(id).find_first_of("0123456789abcdefABCDEF") == 0;
-    default:
-      return pol_ReadId(id).has_value();
-  }
+bool pol_IsItemId(const char* id) { return pol_ReadId(id).has_value(); }
+
+bool pol_IsMessageId(const char* id) {
+  return DigitsOf(id).find_first_of("0123456789abcdefABCDEF") == 0;
 }
 
 void pol_WriteId(LONG oid, char* id) {

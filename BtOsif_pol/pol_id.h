@@ -10,9 +10,11 @@
 // Nothing for a text without a digit and for a number beyond 32 bits.
 std::optional<LONG> pol_ReadId(const char* id);
 
-// Whether the id can be one of a store: not null; for notes any text, for messages a hexadecimal number of
-// any length, for all other stores what pol_ReadId reads.
-bool pol_IsIdOfStore(int32_t store_id, const char* id);
+// Whether a text can be the id of an item of the PIM: what pol_ReadId reads.
+bool pol_IsItemId(const char* id);
+
+// Whether a text, never null, can be the id of a message: a hexadecimal number of any length.
+bool pol_IsMessageId(const char* id);
 
 // Writes an id of eight digits into a buffer of OSIF_ID_SIZE. An identifier of 0 is never written; a null
 // buffer is left alone.

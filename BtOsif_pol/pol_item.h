@@ -34,6 +34,13 @@ ComPtr<Item> pol_As(const ComPtr<IDispatch>& item) {
   return result;
 }
 
+// The item's identifier; 0 when it cannot be read.
+template <typename Item>
+LONG pol_OidOf(Item& item) {
+  LONG oid = 0;
+  return FAILED(item.get_Oid(&oid)) ? 0 : oid;
+}
+
 // A new, unsaved item; null when the PIM makes none.
 template <typename Item>
 ComPtr<Item> pol_CreateItem(IPOutlookApp& application) {

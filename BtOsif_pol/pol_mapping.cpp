@@ -35,7 +35,7 @@ Bstr pol_MakeBstr(WideView text) {
   return string;
 }
 
-bool pol_HasText(const PropertyValue* list) { return !ComponentText(list, 0).empty(); }
+bool pol_HasFirstText(const PropertyValue* list) { return !ComponentText(list, 0).empty(); }
 
 DATE pol_DateOf(PropertyValue* value) {
   DATE date = kNoDate;

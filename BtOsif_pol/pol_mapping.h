@@ -23,7 +23,7 @@ enum class DateForm {
 Bstr pol_MakeBstr(WideView text);
 
 // True when the first value's first component has a text.
-bool pol_HasText(const PropertyValue* list);
+bool pol_HasFirstText(const PropertyValue* list);
 
 // The first component of a value as a date; the no-date mark when it is none.
 DATE pol_DateOf(PropertyValue* value);

@@ -3,8 +3,8 @@
 //   NAME.pwi.tmp   while it is written: may be cut off
 //   NAME.pwi.new   once it is whole; the old file goes now
 //   NAME.pwi       in its place
-// A file cannot be moved onto another one, so for a moment there is NAME.pwi.new alone. Who looks for a note
-// puts such a file in its place first.
+// A file cannot be moved onto another one, so for a moment there is NAME.pwi.new alone. Whoever looks for a
+// note puts such a file in its place first.
 #include "BtOsif_pol/pol_note.h"
 
 #include <algorithm>

@@ -12,7 +12,7 @@ WideText pol_NotePath(WideView name);
 // The note's name, from its summary; empty when it has none.
 WideText pol_NoteName(OsifNote& note);
 
-// Writes the note's file, in the place of one of the same name. Failures are told in the trace only.
+// Writes the note's file, in the place of one of the same name. Failures are traced and not returned.
 void pol_PutNote(OsifNote& note);
 
 // The same, and removes the file of the note that `id` names when it is another one. An old file goes only

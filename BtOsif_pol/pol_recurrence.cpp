@@ -1,3 +1,14 @@
+// A rule's text is parsed into a rule (osif_erg.h), and a rule is translated to the PIM's pattern property by
+// property; the way back builds a rule of the pattern's values and generates its text. Each kind of rule has
+// one translation and each type of pattern one builder.
+//
+// A rule can say more than a pattern: several positions in a month, several days, a list of months. Of those
+// the first counts. A rule without anything to count makes the item a single one, which is traced; a text
+// that is no rule leaves the item as it was.
+//
+// A pattern is changed in place: the PIM keeps it with the item, and only a saved item has occurrences that
+// can be deleted. So an appointment with exceptions is saved on the way; should the caller's own save fail
+// later, it stays saved as far as it has come.
 #include "BtOsif_pol/pol_recurrence.h"
 
 #include <array>
@@ -24,6 +35,7 @@ constexpr std::array<int, 11> kMonthLengths = {31, 28, 31, 30, 31, 30, 31, 31, 3
 
 // ---- Rule to pattern --------------------------------------------------------------------------------
 
+// Weekdays count from Sunday, 1, to Saturday, 7; the pattern has a bit for each.
 LONG WeekdayBit(int32_t weekday) {
   return weekday >= 1 && weekday <= 7 ? LONG{1} << (weekday - 1) : 0;
 }
@@ -40,6 +52,7 @@ LONG MaskOf(const RuleList<WeekdayGroup>& groups) {
   return mask;
 }
 
+// A rule counts from both ends of a month, a pattern from its beginning to the fifth, which is the last.
 LONG InstanceOf(int32_t position) {
   if (position >= 1 && position <= 5) return position;
   if (position >= -5 && position <= -1) return position + 6;
@@ -122,7 +135,7 @@ bool Translate(const YearlyByDayRule& rule, IRecurrencePattern& pattern) {
   return PutYearly(static_cast<LONG>(month) + 1, day, pattern);
 }
 
-// How a rule ends.
+// How a rule ends: never, on a date, or after a number of times. Of a date and a number, the date counts.
 struct RuleEnd {
   int32_t duration;
   const char* end_date;
@@ -139,6 +152,7 @@ void PutEnd(const RuleEnd& end, IRecurrencePattern& pattern) {
   }
 }
 
+// False when the rule is of another kind, or of this kind and the PIM cannot hold it.
 template <typename Rule>
 bool TranslateWhole(const RecurrenceRule& rule, IRecurrencePattern& pattern) {
   const Rule* part = rule.part.As<Rule>();
@@ -163,6 +177,7 @@ bool ParseRule(PropertyValue* value, RecurrenceRule& rule) {
   return result == OSIF_OK;
 }
 
+// The recurrence that the item may have had is not what the peer means either.
 template <typename Item>
 void MakeSingle(Item& item) {
   OSIF_Trace(0, "OSIF:  The Extended Rule Grammar could not be translated to an");
@@ -184,7 +199,7 @@ bool PutRuleText(PropertyValue* rule_value, Item& item, IRecurrencePattern& patt
 template <typename Item>
 ComPtr<IRecurrencePattern> PatternFor(const PropertyValue* rule_value, Item& item) {
   ComPtr<IRecurrencePattern> pattern;
-  if (!pol_HasText(rule_value)) {
+  if (!pol_HasFirstText(rule_value)) {
     item.ClearRecurrencePattern();
   } else if (FAILED(item.GetRecurrencePattern(pattern.put()))) {
     pattern.reset();
@@ -192,6 +207,7 @@ ComPtr<IRecurrencePattern> PatternFor(const PropertyValue* rule_value, Item& ite
   return pattern;
 }
 
+// All that a record tells of an exception is when it would be, so an exception is an occurrence that is gone.
 void DeleteOccurrence(IRecurrencePattern& pattern, PropertyValue& exception) {
   const DATE date = pol_DateOf(&exception);
   ComPtr<IAppointment> occurrence;
@@ -282,6 +298,7 @@ RuleFrame& BuildByPosition(RulePart& part, LONG interval, const PatternValues& v
   return rule;
 }
 
+// The PIM knows no years in between, so the interval is 1 whatever the pattern says.
 YearlyByMonthRule& BuildYearly(RulePart& part, const PatternValues& values) {
   auto& rule = MakeRule<YearlyByMonthRule>(part, 1);
   Made(rule.months.Append({values.month_of_year, false}));
@@ -369,6 +386,8 @@ DATE WithTimeOfDay(DATE day, DATE time) {
   return result;
 }
 
+// An exception of the PIM is a day; a receiver looks for the occurrence by the time at which it starts. The
+// last value is kept so that a long list is not gone through for each.
 void AppendExceptions(IRecurrencePattern& pattern, DATE start, PropertyValue*& list) {
   ComPtr<IExceptions> exceptions;
   if (FAILED(pattern.get_Exceptions(exceptions.put())) || !exceptions) return;
@@ -400,9 +419,9 @@ void pol_PutTaskRecurrence(OsifCalendar& record, ITask& task) {
   PropertyValue* rule = record.tail.todo.rRule;
   const ComPtr<IRecurrencePattern> pattern = PatternFor(rule, task);
   if (!pattern) return;
-  if (pol_HasText(record.dtStart)) {
+  if (pol_HasFirstText(record.dtStart)) {
     pattern->put_PatternStartDate(pol_DateOf(record.dtStart));
-  } else if (pol_HasText(record.due)) {
+  } else if (pol_HasFirstText(record.due)) {
     pattern->put_PatternStartDate(pol_DateOf(record.due));
   }
   PutRuleText(rule, task, *pattern);
@@ -412,7 +431,7 @@ void pol_PutAppointmentRecurrence(OsifCalendar& record, IAppointment& appointmen
   const OsifEventTail& tail = record.tail.event;
   const ComPtr<IRecurrencePattern> pattern = PatternFor(tail.rRule, appointment);
   if (!pattern || !PutRuleText(tail.rRule, appointment, *pattern)) return;
-  if (!pol_HasText(tail.exDate)) return;
+  if (!pol_HasFirstText(tail.exDate)) return;
   appointment.Save();
   for (PropertyValue& exception : Values(tail.exDate)) DeleteOccurrence(*pattern, exception);
 }

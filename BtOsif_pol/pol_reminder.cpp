@@ -1,3 +1,8 @@
+// A record has alarms as instants. A task keeps its reminder as an instant, too; an appointment keeps how
+// many minutes it is before the start, 45 days at most. An alarm that cannot be kept is traced and sets
+// nothing: the item keeps what it had. A record without an alarm takes the reminder away.
+//
+// The way back gives the same instant as both kinds of alarm, since a device may look at one of them only.
 #include "BtOsif_pol/pol_reminder.h"
 
 #include <cmath>
@@ -19,13 +24,14 @@ constexpr const char* kAfterDue = "OSIF:  Reminder date/time is after the DUE da
 constexpr const char* kTooEarly =
     "OSIF:  DALARM 'Reminder date/time' is more than 45 days before the START date.";
 
-// The date of the alarm; the no-date mark without one.
+// Devices send one of both, or the same in both. The date of the alarm; the no-date mark without one.
 template <typename Tail>
 DATE AlarmOf(const Tail& tail) {
-  if (pol_HasText(tail.dAlarm)) return pol_DateOf(tail.dAlarm);
-  return pol_HasText(tail.aAlarm) ? pol_DateOf(tail.aAlarm) : kNoDate;
+  if (pol_HasFirstText(tail.dAlarm)) return pol_DateOf(tail.dAlarm);
+  return pol_HasFirstText(tail.aAlarm) ? pol_DateOf(tail.aAlarm) : kNoDate;
 }
 
+// What else the user has chosen for the reminder, a sound or a light, stays.
 template <typename Item>
 void SetReminder(Item& item) {
   item.put_ReminderSet(VARIANT_TRUE);
@@ -56,6 +62,8 @@ void pol_PutTaskReminder(OsifCalendar& record, ITask& task) {
     task.put_ReminderSet(VARIANT_FALSE);
     return;
   }
+  // Saving may move the dates of a recurring task to its pattern; the alarm is compared with them as they
+  // then are.
   if (pol_Get(task, &ITask::get_IsRecurring) != VARIANT_FALSE) task.Save();
   if (alarm > pol_Get(task, &ITask::get_DueDate, kNoDate)) {
     OSIF_Trace(0, kAfterDue);

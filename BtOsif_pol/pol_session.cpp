@@ -1,6 +1,6 @@
 #include "BtOsif_pol/pol_session.h"
 
-#include "BtOsif_pol/pol_search.h"
+#include "BtOsif_pol/pol_walk.h"
 #include "config/bt_config_settings.h"
 #include "config/trace.h"
 #include "mapi/mapi_session.h"
@@ -31,7 +31,7 @@ OsifResult LogOn() {
   return OSIF_OK;
 }
 
-// Settings that cannot be read leave the choice as it was.
+// Settings that cannot be read leave the choice as it is.
 void ReadSettings() {
   BtConfigSettings settings;
   if (settings.read() != ERROR_SUCCESS) return;
@@ -42,6 +42,7 @@ void ReadSettings() {
 
 OsifResult POL_Open() {
   OSIF_Trace(0, "OSIF:  POL_Open()");
+  // An open session keeps the settings that it began with.
   if (g_application) return OSIF_OK;
   if (const OsifResult result = LogOn(); result != OSIF_OK) return result;
   if (const OsifResult result = MAPI_Init(); result != OSIF_OK) return result;
@@ -55,6 +56,7 @@ OsifResult POL_Close() {
   if (g_application) g_application->Logoff();
   g_application.reset();
   pol_EndWalk();
+  // Messages start their session without this one, so it is ended whether this one was open or not.
   MAPI_DeInit();
   return OSIF_OK;
 }

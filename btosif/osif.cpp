@@ -1,5 +1,10 @@
-// The exported functions: they check their pointers, clear what they are to fill, and hand the call on.
-// Only reading and writing files is done here.
+// The exported functions: they check their pointers, clear what they are to fill, and hand the call on. Only
+// reading and writing files is done here: the file is opened, its format chosen, and it is closed whatever
+// the format's reader or writer answers.
+//
+// Two promises to a C caller are kept here and nowhere below. No exception passes: all that throws is a
+// shortage of memory, which becomes a result. And a record that was written, or that could not be filled, is
+// released whatever the outcome.
 #include "osif.h"
 
 #include <algorithm>
@@ -9,8 +14,6 @@
 
 #include "BtOsif_pol/pol_changelog.h"
 #include "BtOsif_pol/pol_dispatch.h"
-#include "BtOsif_pol/pol_name.h"
-#include "BtOsif_pol/pol_search.h"
 #include "BtOsif_pol/pol_session.h"
 #include "btosif/osif_file.h"
 #include "btosif/osif_generators/vcalendar_writer.h"
@@ -24,6 +27,7 @@
 #include "btosif/osif_parsers/vnote_reader.h"
 #include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/object_record.h"
+#include "btosif/osif_util/stores.h"
 #include "config/trace.h"
 
 namespace {
@@ -44,7 +48,7 @@ OsifResult GuardedResult(Call call) {
   return Guarded<OsifResult>(OSIF_ERR_NO_MEMORY, call);
 }
 
-// True for a pointer; null is told in the trace.
+// True for a pointer; null is traced.
 bool IsGiven(const void* pointer, int line) {
   if (pointer != nullptr) return true;
   OsifAssert("ASSERT at %s line %d\n", "btosif/osif.cpp", line);
@@ -61,23 +65,27 @@ OsifResult WithoutParseOutcome(OsifResult result) {
   return result;
 }
 
-// ---- Reading ----------------------------------------------------------------------------------------
+// ---- Formats ----------------------------------------------------------------------------------------
 
-using ReadFile = OsifResult (*)(OsifStream&, OsifReadCallback, void*);
-
+// How one kind of store's objects are read and written as text. A file is known by the type word of its first
+// line, a record by its store.
 struct Format {
   std::string_view type_word;
-  ReadFile read;
+  StoreKind kind;
+  OsifResult (*read)(OsifStream& stream, OsifReadCallback callback, void* context);
+  OsifResult (*write)(OsifStream& stream, OsifObject& object, uint8_t write_luid);
 };
 
 constexpr Format kFormats[] = {
-    {"VCARD", VCard_ReadFile},
-    {"VCALENDAR", VCalendar_ReadFile},
-    {"VNOTE", VNote_ReadFile},
-    {"VMSG", VMessage_ReadFile},
+    {"VCARD", StoreKind::kContacts, VCard_ReadFile, VCard_Write},
+    {"VCALENDAR", StoreKind::kCalendar, VCalendar_ReadFile, VCalendar_Write},
+    {"VNOTE", StoreKind::kNotes, VNote_ReadFile, VNote_Write},
+    {"VMSG", StoreKind::kMessages, VMessage_ReadFile, VMessage_Write},
 };
 
-// The part of a first line before its ":", without the backslash of an escape, and what stands behind.
+// ---- Reading ----------------------------------------------------------------------------------------
+
+// The part of a first line before its ":", without the backslash of an escape, and what stands after it.
 struct FirstLine {
   char text[kLineRoom] = "";
   char tag[kLineRoom] = "";
@@ -97,6 +105,8 @@ struct FirstLine {
   }
 };
 
+// The first line alone chooses the format of the whole file, so it is read once for that and once by the
+// reader.
 OsifResult ReadStream(OsifStream& stream, OsifReadCallback callback, void* context) {
   FirstLine line;
   line.Read(stream);
@@ -116,20 +126,11 @@ OsifResult ReadStream(OsifStream& stream, OsifReadCallback callback, void* conte
 
 OsifResult WriteStream(int32_t store_id, OsifStream& stream, OsifObject& object) {
   constexpr uint8_t kWriteLuid = 1;
-  switch (store_id) {
-    case OSIF_STORE_PB:
-      return VCard_Write(stream, object, kWriteLuid);
-    case OSIF_STORE_CAL:
-      return VCalendar_Write(stream, object, kWriteLuid);
-    case OSIF_STORE_NOTE:
-      return VNote_Write(stream, object, kWriteLuid);
-    case OSIF_STORE_MSG_IN:
-    case OSIF_STORE_MSG_SENT:
-    case OSIF_STORE_MSG_OUT:
-      return VMessage_Write(stream, object, kWriteLuid);
-    default:
-      return OSIF_ERR_TYPE_NOT_SUPPORTED;
+  const StoreKind kind = KindOfStore(store_id);
+  for (const Format& format : kFormats) {
+    if (format.kind == kind) return format.write(stream, object, kWriteLuid);
   }
+  return OSIF_ERR_TYPE_NOT_SUPPORTED;
 }
 
 OsifResult WriteFile(int32_t store_id, OsifObject* object, const WCHAR* file_name,

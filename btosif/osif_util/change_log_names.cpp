@@ -3,10 +3,9 @@
 #include <array>
 #include <cstring>
 
-namespace {
+#include "btosif/osif_util/stores.h"
 
-constexpr std::array<const char*, kStoreCount> kStoreNames = {"pb",     "cal",      "note",
-                                                              "msg-in", "msg-sent", "msg-out"};
+namespace {
 
 // In the order of LogFileKind.
 constexpr std::array<WideView, 6> kKindNames = {u"change", u"object",  u"databaseid",
@@ -21,11 +20,6 @@ WideText FolderPrefix(WideView folder) {
 }
 
 }  // namespace
-
-const char* StoreName(int32_t store_id) {
-  const bool is_store = store_id >= 0 && static_cast<size_t>(store_id) < kStoreNames.size();
-  return is_store ? kStoreNames[static_cast<size_t>(store_id)] : "unknown";
-}
 
 WideText LogFileName(int32_t store_id, WideView folder, LogFileKind kind) {
   WideText name = FolderPrefix(folder) + u"pol_" + Widened(StoreName(store_id)) + u"_";

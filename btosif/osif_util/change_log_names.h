@@ -6,9 +6,6 @@
 
 #include "btosif/osif_util/charset.h"
 
-// The stores that can have a change log.
-inline constexpr size_t kStoreCount = 6;
-
 // The characters of a folder that count.
 inline constexpr size_t kFolderLimit = 260;
 
@@ -21,9 +18,6 @@ enum class LogFileKind {
   kPurging,     // an empty marker: the temporary file is about to become this store's log
   kNewObject,   // a snapshot that is being written, or waits for its place
 };
-
-// "pb", "cal", "note", "msg-in", "msg-sent", "msg-out"; "unknown" for any other id.
-const char* StoreName(int32_t store_id);
 
 // The path of a store's file of one kind, such as "\Sync\pol_pb_change.log". Of the folder kFolderLimit
 // characters count; a "\" is added where it does not end in one.

@@ -17,6 +17,7 @@
 
 #include "btosif/osif_file.h"
 #include "btosif/osif_util/change_log_names.h"
+#include "btosif/osif_util/stores.h"
 #include "config/trace.h"
 
 namespace {
@@ -104,7 +105,7 @@ OsifResult DropLastLogLine(int32_t store_id, WideView folder) {
 
 void FinishPurge(WideView folder) {
   const WideText temp_name = TempLogName(folder);
-  for (int32_t store_id = 0; store_id < static_cast<int32_t>(kStoreCount); ++store_id) {
+  for (int32_t store_id = 0; store_id < static_cast<int32_t>(kStoreRows.size()); ++store_id) {
     const WideText marker_name = LogFileName(store_id, folder, LogFileKind::kPurging);
     if (!FILE_Exists(marker_name.c_str())) continue;
     const WideText log_name = LogFileName(store_id, folder, LogFileKind::kChange);

@@ -1,3 +1,6 @@
+// A record is a union of the forms of all kinds of store, so what hangs from it can only be told by the
+// store: each kind names the lists of its form, which are released before the record is cleared whole.
+// Cleared, it can be released once more, as every kind.
 #include "btosif/osif_util/object_record.h"
 
 #include <cstdlib>
@@ -6,11 +9,13 @@
 #include "btosif/osif_file.h"
 #include "btosif/osif_util/owned_text.h"
 #include "btosif/osif_util/property_value.h"
+#include "btosif/osif_util/stores.h"
 #include "platform/api/system_time.h"
 
 namespace {
 
-void FreeContact(const OsifContact& contact) {
+void FreeContact(const OsifObject& object) {
+  const OsifContact& contact = object.contact;
   for (PropertyValue* list : {contact.n,         contact.fn,
                               contact.nickname,  contact.adr,
                               contact.org,       contact.title,
@@ -39,17 +44,20 @@ void FreeTodoTail(const OsifTodoTail& tail) {
   }
 }
 
-void FreeCalendar(const OsifCalendar& calendar, uint8_t kind) {
+void FreeCalendar(const OsifObject& object) {
+  const OsifCalendar& calendar = object.calendar;
   for (PropertyValue* list :
        {calendar.categories, calendar.completed, calendar.description, calendar.due, calendar.dtEnd,
         calendar.priority, calendar.dtStart, calendar.status, calendar.summary, calendar.class_}) {
     PropertyValue_Free(list);
   }
-  if (kind == OSIF_CALENDAR_EVENT) FreeEventTail(calendar.tail.event);
-  if (kind == OSIF_CALENDAR_TODO) FreeTodoTail(calendar.tail.todo);
+  // The tails share their place, too. A record that says of itself neither has none.
+  if (object.calendarKind == OSIF_CALENDAR_EVENT) FreeEventTail(calendar.tail.event);
+  if (object.calendarKind == OSIF_CALENDAR_TODO) FreeTodoTail(calendar.tail.todo);
 }
 
-void FreeNote(const OsifNote& note) {
+void FreeNote(const OsifObject& object) {
+  const OsifNote& note = object.note;
   for (PropertyValue* list :
        {note.dCreated, note.lastModified, note.categories, note.class_, note.body, note.summary}) {
     PropertyValue_Free(list);
@@ -61,9 +69,10 @@ void FreePart(const MessagePart& part) {
   if (part.attachmentFile[0] != 0) FILE_Remove(part.attachmentFile);
 }
 
-void FreeMessage(const OsifMessage& message) {
-  FreePart(message.part);
-  for (MessagePart* part = message.part.nextPart; part != nullptr;) {
+void FreeMessage(const OsifObject& object) {
+  const MessagePart& first = object.message.part;
+  FreePart(first);
+  for (MessagePart* part = first.nextPart; part != nullptr;) {
     MessagePart* next = part->nextPart;
     FreePart(*part);
     OsifFree(part);
@@ -71,27 +80,16 @@ void FreeMessage(const OsifMessage& message) {
   }
 }
 
+// What nobody knows the form of hangs nothing from the record.
+void FreeNothing(const OsifObject&) {}
+
+constexpr ByStoreKind<void (*)(const OsifObject&)> kReleases = {FreeContact, FreeCalendar, FreeNote,
+                                                                FreeMessage, FreeNothing};
+
 }  // namespace
 
 void FreeObject(int32_t store_id, OsifObject& object) {
-  switch (store_id) {
-    case OSIF_STORE_PB:
-      FreeContact(object.contact);
-      break;
-    case OSIF_STORE_CAL:
-      FreeCalendar(object.calendar, object.calendarKind);
-      break;
-    case OSIF_STORE_NOTE:
-      FreeNote(object.note);
-      break;
-    case OSIF_STORE_MSG_IN:
-    case OSIF_STORE_MSG_SENT:
-    case OSIF_STORE_MSG_OUT:
-      FreeMessage(object.message);
-      break;
-    default:
-      break;
-  }
+  RowOfStore(kReleases, store_id)(object);
   std::memset(&object, 0, sizeof object);
 }
 

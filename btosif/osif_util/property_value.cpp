@@ -332,7 +332,7 @@ std::string_view ComponentText(const PropertyValue* value, size_t index) {
   return node == nullptr || node->text == nullptr ? std::string_view() : node->text;
 }
 
-bool HasText(const PropertyValue* value) {
+bool HasAnyText(const PropertyValue* value) {
   if (value == nullptr) return false;
   for (const OsifText& component : Texts(value->components)) {
     if (component.text != nullptr && component.text[0] != '\0') return true;

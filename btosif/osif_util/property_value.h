@@ -50,7 +50,7 @@ void PropertyValue_Free(PropertyValue* list);
 std::string_view ComponentText(const PropertyValue* value, size_t index);
 
 // True when any component of the value has a text that is not empty.
-bool HasText(const PropertyValue* value);
+bool HasAnyText(const PropertyValue* value);
 
 // The values of a list, for range loops.
 class Values {

@@ -4,7 +4,6 @@
 #include <sstream>
 
 #include "BtOsif_pol/pol_dispatch.h"
-#include "BtOsif_pol/pol_search.h"
 #include "btosif/osif_generators/vcalendar_writer.h"
 #include "tests/BtOsif_pol/stored_items.h"
 

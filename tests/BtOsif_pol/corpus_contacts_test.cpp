@@ -5,7 +5,6 @@
 
 #include "BtOsif_pol/pol_contact.h"
 #include "BtOsif_pol/pol_dispatch.h"
-#include "BtOsif_pol/pol_search.h"
 #include "btosif/osif_generators/vcard_writer.h"
 #include "btosif/osif_util/charset.h"
 #include "tests/support/pol_fixture.h"

@@ -8,7 +8,6 @@
 #include <cstring>
 
 #include "BtOsif_pol/pol_dispatch.h"
-#include "BtOsif_pol/pol_search.h"
 #include "btosif/osif_generators/vmessage_writer.h"
 #include "btosif/osif_parsers/vmessage_reader.h"
 #include "btosif/osif_util/charset.h"

@@ -7,7 +7,6 @@
 
 #include "BtOsif_pol/pol_changelog.h"
 #include "BtOsif_pol/pol_dispatch.h"
-#include "BtOsif_pol/pol_search.h"
 #include "tests/BtOsif_pol/calendar_fixture.h"
 #include "tests/support/change_logs.h"
 

@@ -546,7 +546,8 @@ TEST_F(PolGetAppointment, OfAttendeesThatWereReceivedGivesThemBack) {
 
 // ---- Time zones -------------------------------------------------------------------------------------
 
-// A local time, what it is in UTC, and which local time that is (another one for a time that the clocks skip).
+// A local time, what it is in UTC, and which local time that is (another one for a time that the clocks
+// skip).
 struct ZoneCase {
   const char* zone;
   const char* local;

@@ -366,8 +366,8 @@ TEST_F(RecordedChanges, SupersedeAlsoInAScanThatHasBegun) {
   EXPECT_EQ(entry.changeCounter, 4);
 }
 
-// A line is read with 511 characters, of which a counter of 10 digits, a time of 18 characters, the kind, three
-// colons and the line end leave 478 for the id.
+// A line is read with 511 characters, of which a counter of 10 digits, a time of 18 characters, the kind,
+// three colons and the line end leave 478 for the id.
 TEST_F(RecordedChanges, CutsARecordedIdThatNoLineCouldGiveBack) {
   for (size_t length : {477u, 478u, 479u, 512u, 513u, 600u}) {
     PutBytes(MailLog(), "M:2000000000:20050314T101500Z:a\n");

@@ -1,5 +1,6 @@
 #include "BtOsif_pol/pol_dispatch.h"
 
+#include <cstdio>
 #include <cstring>
 
 #include "tests/support/pol_fixture.h"
@@ -212,6 +213,100 @@ TEST_F(PolAdd, RefusesUnknownStores) {
     EXPECT_STREQ(id.text, "");
   }
   EXPECT_TRUE(pim_.contacts.empty());
+}
+
+// ---- Reading one object -----------------------------------------------------------------------------
+
+class PolGet : public PolTest {
+ protected:
+  void SetUp() override {
+    pim_.next_oid = 42;
+    pim_.Keep({{"LastName", u"Lee"}, {"FirstName", u"Ann"}});
+  }
+
+  int Get(const char* id, int32_t store_id = OSIF_STORE_PB) {
+    FreeObject(OSIF_STORE_PB, *object_);
+    return Code(POL_GetObjectById(store_id, id, object_.get()));
+  }
+
+  std::string TraceLine(int store_id, const char* id) {
+    char line[200];
+    std::snprintf(line, sizeof line, "OSIF:  POL_GetObjectById(store_id=%d, id='%s', pObject=%p)",
+                  store_id, id, static_cast<void*>(object_.get()));
+    return line;
+  }
+
+  OwnedObject object_{OSIF_STORE_PB};
+};
+
+TEST_F(PolGet, FillsTheRecord) {
+  Open();
+  EXPECT_EQ(Get("0000002a"), OSIF_OK);
+  EXPECT_EQ(ComponentText(object_->contact.n, 0), "Lee");
+  EXPECT_EQ(ComponentText(object_->contact.n, 1), "Ann");
+  EXPECT_STREQ(object_->xIrmcLuid, "0000002a");
+}
+
+TEST_F(PolGet, TellsStoreIdAndRecord) {
+  Open();
+  Get("2a");
+  EXPECT_EQ(Trace(), TraceLines({TraceLine(0, "2a")}));
+}
+
+TEST_F(PolGet, TellsAnAbsentIdToo) {
+  Open();
+  EXPECT_EQ(Get(nullptr), OSIF_ERR_INVALID_ID);
+  EXPECT_EQ(Trace(), TraceLines({TraceLine(0, "(null)")}));
+}
+
+TEST_F(PolGet, TakesTheIdInAnyHexadecimalForm) {
+  Open();
+  for (const char* id : {"0000002A", "2a", " 2a"}) EXPECT_EQ(Get(id), OSIF_OK) << id;
+  EXPECT_EQ(pim_.oids_asked, std::vector<LONG>({42, 42, 42}));
+}
+
+TEST_F(PolGet, RefusesAnIdThatIsNoNumberInEveryStoreButNotes) {
+  Open();
+  for (int32_t store_id : {0, 1, 3, 4, 5, 6}) {
+    for (const char* id : {"xyz", ""}) {
+      EXPECT_EQ(Get(id, store_id), OSIF_ERR_INVALID_ID) << store_id << " " << id;
+    }
+  }
+  for (int32_t store_id : {0, 1}) EXPECT_EQ(Get("10000002a", store_id), OSIF_ERR_INVALID_ID);
+}
+
+TEST_F(PolGet, OfACalendarIdThatNamesAnItemOfNeitherKindFindsNothing) {
+  Open();
+  EXPECT_EQ(Get("2a", OSIF_STORE_CAL), OSIF_ERR_NOT_FOUND);
+}
+
+TEST_F(PolGet, LooksAtTheIdBeforeTheSession) {
+  EXPECT_EQ(Get("xyz"), OSIF_ERR_INVALID_ID);
+  EXPECT_EQ(Get("2a"), OSIF_ERR_PIM_NOT_OPENED);
+  EXPECT_EQ(Get("2a", OSIF_STORE_CAL), OSIF_ERR_PIM_NOT_OPENED);
+}
+
+TEST_F(PolGet, DoesNotFindAnItemThatThePimDoesNotGive) {
+  Open();
+  EXPECT_EQ(Get("2b"), OSIF_ERR_NOT_FOUND);
+  pim_.faults.get_item_from_oid = E_FAIL;
+  EXPECT_EQ(Get("2a"), OSIF_ERR_NOT_FOUND);
+}
+
+TEST_F(PolGet, ReleasesTheItem) {
+  Open();
+  const int before = pim_.live_objects;
+  Get("2a");
+  EXPECT_EQ(pim_.live_objects, before);
+}
+
+TEST_F(PolGet, IsNotOfferedForNotes) {
+  EXPECT_EQ(Get("xyz", OSIF_STORE_NOTE), OSIF_ERR_NOT_IMPLEMENTED);
+}
+
+TEST_F(PolGet, RefusesUnknownStores) {
+  Open();
+  for (int32_t store_id : kNoStores) EXPECT_EQ(Get("2a", store_id), OSIF_ERR_TYPE_NOT_SUPPORTED);
 }
 
 // ---- Modifying --------------------------------------------------------------------------------------

@@ -47,32 +47,6 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(IdCase{"100000000", std::nullopt}, IdCase{"10000002a", std::nullopt},
                     IdCase{"ffffffffffffffffffffffffffffffffffffffff", std::nullopt}));
 
-TEST(IdOfStore, IsANumberOf32BitsForItemsOfThePim) {
-  for (int32_t store_id : {OSIF_STORE_PB, OSIF_STORE_CAL}) {
-    EXPECT_TRUE(pol_IsIdOfStore(store_id, "ffffffff"));
-    EXPECT_FALSE(pol_IsIdOfStore(store_id, "100000000"));
-    for (const char* text : {"", "xyz", " "}) EXPECT_FALSE(pol_IsIdOfStore(store_id, text)) << text;
-  }
-}
-
-TEST(IdOfStore, IsANumberOfAnyLengthForMessages) {
-  for (int32_t store_id : {OSIF_STORE_MSG_IN, OSIF_STORE_MSG_SENT, OSIF_STORE_MSG_OUT}) {
-    EXPECT_TRUE(pol_IsIdOfStore(store_id, "00"));
-    EXPECT_TRUE(pol_IsIdOfStore(store_id, "0000000012AB34CD56EF0000000000000000000000000001"));
-    for (const char* text : {"", "xyz", " "}) EXPECT_FALSE(pol_IsIdOfStore(store_id, text)) << text;
-  }
-}
-
-TEST(IdOfStore, IsAnyTextForNotes) {
-  for (const char* text : {"Ideas", "2a", ""}) EXPECT_TRUE(pol_IsIdOfStore(OSIF_STORE_NOTE, text));
-}
-
-TEST(IdOfStore, IsNeverAbsent) {
-  for (int32_t store_id = 0; store_id <= 6; ++store_id) {
-    EXPECT_FALSE(pol_IsIdOfStore(store_id, nullptr));
-  }
-}
-
 std::string Written(LONG oid) {
   char id[OSIF_ID_SIZE] = "before";
   pol_WriteId(oid, id);

@@ -1,8 +1,7 @@
-#include "BtOsif_pol/pol_name.h"
-
 #include <cstring>
 
 #include "BtOsif_pol/pol_contact.h"
+#include "BtOsif_pol/pol_dispatch.h"
 #include "tests/support/pol_fixture.h"
 
 namespace {

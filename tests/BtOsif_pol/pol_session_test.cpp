@@ -1,6 +1,6 @@
 #include "BtOsif_pol/pol_session.h"
 
-#include "BtOsif_pol/pol_search.h"
+#include "BtOsif_pol/pol_dispatch.h"
 #include "platform/api/richink.h"
 #include "platform/device/ink/control.h"
 #include "tests/support/pol_fixture.h"

@@ -11,7 +11,6 @@
 
 #include "BtOsif_pol/pol_dispatch.h"
 #include "BtOsif_pol/pol_note.h"
-#include "BtOsif_pol/pol_search.h"
 #include "BtOsif_pol/pol_session.h"
 #include "btosif/osif_util/object_record.h"
 #include "btosif/osif_util/property_value.h"

@@ -8,15 +8,6 @@
 
 namespace {
 
-TEST(StoreName, IsTheOneOfTheTableAndUnknownForAnyOtherId) {
-  const char* names[] = {"pb", "cal", "note", "msg-in", "msg-sent", "msg-out"};
-  for (int32_t store_id = 0; store_id < 6; ++store_id)
-    EXPECT_STREQ(StoreName(store_id), names[store_id]);
-  for (int32_t store_id : {-1, 6, 7, 1000, INT_MAX, INT_MIN}) {
-    EXPECT_STREQ(StoreName(store_id), "unknown") << store_id;
-  }
-}
-
 TEST(LogFileName, IsMadeOfFolderStoreAndKind) {
   EXPECT_EQ(LogFileName(0, u"\\Sync\\", LogFileKind::kChange), u"\\Sync\\pol_pb_change.log");
   EXPECT_EQ(LogFileName(1, u"\\Sync\\", LogFileKind::kObject), u"\\Sync\\pol_cal_object.log");

@@ -4,6 +4,7 @@
 
 #include "btosif/osif_util/change_log_names.h"
 #include "tests/btosif/osif_util/change_log_fixture.h"
+#include "btosif/osif_util/stores.h"
 #include "tests/support/trace_receiver.h"
 
 namespace {

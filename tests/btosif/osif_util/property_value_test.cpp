@@ -124,10 +124,10 @@ TEST(PropertyValue, ComponentTextGivesTheRawText) {
 }
 
 TEST(PropertyValue, HasTextLooksForAnyComponentThatIsNotEmpty) {
-  EXPECT_TRUE(HasText(MakeValue({}, {"", "", "x"}).get()));
-  EXPECT_FALSE(HasText(MakeValue({"HOME"}, {"", ""}).get()));
-  EXPECT_FALSE(HasText(MakeValue({}, {}).get()));
-  EXPECT_FALSE(HasText(nullptr));
+  EXPECT_TRUE(HasAnyText(MakeValue({}, {"", "", "x"}).get()));
+  EXPECT_FALSE(HasAnyText(MakeValue({"HOME"}, {"", ""}).get()));
+  EXPECT_FALSE(HasAnyText(MakeValue({}, {}).get()));
+  EXPECT_FALSE(HasAnyText(nullptr));
 }
 
 // ---- Parameters ----
