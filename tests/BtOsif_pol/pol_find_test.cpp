@@ -2,6 +2,7 @@
 
 #include "BtOsif_pol/pol_dispatch.h"
 #include "tests/BtOsif_pol/calendar_fixture.h"
+#include "tests/BtOsif_pol/contacts_on_device.h"
 #include "tests/support/pol_fixture.h"
 
 namespace {
@@ -230,18 +231,10 @@ TEST_F(PolFind, FindsNothingInUnknownStores) {
 
 // ---- On the device's own PIM ------------------------------------------------------------------------
 
-class PolFindOnDevice : public TempDeviceTest {
+class PolFindOnDevice : public ContactsOnDevice {
  protected:
-  void SetUp() override { ASSERT_EQ(Code(POL_Open()), OSIF_OK); }
-  void TearDown() override { POL_Close(); }
-
-  std::string Add(ContactRecord record) {
-    IdBuffer id;
-    EXPECT_EQ(Code(POL_AddObject(OSIF_STORE_PB, record.get(), id.text, nullptr)), OSIF_OK);
-    return id.text;
-  }
   // The id; empty when nothing was found.
-  std::string Find(ContactRecord record) {
+  static std::string Find(ContactRecord record) {
     IdBuffer id("");
     return POL_FindObject(OSIF_STORE_PB, record.get(), id.text) ? id.text : "";
   }
@@ -388,47 +381,6 @@ TEST_F(PolFindItem, NeverFindsATodoWhoseSummaryDecodesToNothing) {
   AddItem(TodoRecord({"SUMMARY:Pay"}));
   AddItem(TodoRecord({"DESCRIPTION:d"}));
   EXPECT_EQ(FindItem(TodoRecord({"SUMMARY;ENCODING=QUOTED-PRINTABLE:=00"})), "");
-}
-
-// ---- Notes ------------------------------------------------------------------------------------------
-
-class PolFindNote : public TempDeviceTest {
- protected:
-  void SetUp() override { ASSERT_EQ(Code(POL_Open()), OSIF_OK); }
-  void TearDown() override { POL_Close(); }
-
-  // The id; empty when nothing was found.
-  std::string Find(std::string_view name) {
-    OwnedObject note(OSIF_STORE_NOTE);
-    note->note.summary = MakeValue({}, {name}).release();
-    IdBuffer id("");
-    return POL_FindObject(OSIF_STORE_NOTE, note.get(), id.text) ? id.text : "";
-  }
-
-  void Add(std::string_view name) {
-    OwnedObject note(OSIF_STORE_NOTE);
-    note->note.summary = MakeValue({}, {name}).release();
-    note->note.body = MakeValue({}, {"text"}).release();
-    ASSERT_EQ(Code(POL_AddObject(OSIF_STORE_NOTE, note.get(), nullptr, nullptr)), OSIF_OK);
-  }
-};
-
-TEST_F(PolFindNote, GivesTheNameOfANoteWhoseInkFileExists) {
-  Add("Ideas");
-  EXPECT_EQ(Find("Ideas"), "Ideas");
-  EXPECT_EQ(Find("Other ideas"), "");
-}
-
-TEST_F(PolFindNote, NeedsNoSession) {
-  Add("Ideas");
-  POL_Close();
-  EXPECT_EQ(Find("Ideas"), "Ideas");
-}
-
-TEST_F(PolFindNote, OfANoteWithoutANameFindsNothing) {
-  OwnedObject note(OSIF_STORE_NOTE);
-  EXPECT_EQ(POL_FindObject(OSIF_STORE_NOTE, note.get(), nullptr), 0);
-  EXPECT_EQ(Find(""), "");
 }
 
 }  // namespace

@@ -18,17 +18,17 @@
 
 namespace {
 
-using support::Note;
+using namespace support;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 // ---- Names ------------------------------------------------------------------------------------------
 
-class HostileNoteName : public support::NoteTest {
+class HostileNoteName : public NoteTest {
  protected:
   HostileNoteName() {
-    support::SetSystemCodePage(1252);
+    SetSystemCodePage(1252);
     ForgetCharsetChoices();
   }
   ~HostileNoteName() override { ForgetCharsetChoices(); }
@@ -38,7 +38,7 @@ class HostileNoteName : public support::NoteTest {
    public:
     Received(std::string_view params, std::string_view value) : Note(u"", u"text") {
       OsifNote& note = get()->note;
-      PropertyValue_Free(std::exchange(note.summary, support::Parsed(value, params).release()));
+      PropertyValue_Free(std::exchange(note.summary, Parsed(value, params).release()));
     }
   };
 };
@@ -149,7 +149,7 @@ std::map<std::string, std::string> FilesOutside(const TempDevice& device) {
   for (const auto& entry : std::filesystem::recursive_directory_iterator(device.folder())) {
     const std::string path = entry.path().string().substr(device.folder().size() + 1);
     if (path.starts_with("Documents/") || path.starts_with("device.db")) continue;
-    files[path] = entry.is_regular_file() ? support::BytesOf(entry.path()) : "folder";
+    files[path] = entry.is_regular_file() ? BytesOf(entry.path()) : "folder";
   }
   return files;
 }
@@ -161,8 +161,8 @@ constexpr WideView kWaysOut[] = {u"../outside",      u"..\\outside",     u"/../o
 
 TEST_F(HostileNoteName, TouchesNoFileOutsideTheDocumentsFolder) {
   std::filesystem::create_directories(device_.Path("Temp"));
-  support::PutBytes(device_.Path("outside.pwi"), "mine");
-  support::PutBytes(device_.Path("Temp/inside.pwi"), "mine too");
+  PutBytes(device_.Path("outside.pwi"), "mine");
+  PutBytes(device_.Path("Temp/inside.pwi"), "mine too");
   const auto before = FilesOutside(device_);
   ASSERT_EQ(before.at("outside.pwi"), "mine");
   for (WideView name : kWaysOut) {
@@ -214,7 +214,7 @@ class FullDisk {
   rlimit old_limit_{};
 };
 
-class NoteFolder : public support::NoteTest {
+class NoteFolder : public NoteTest {
  protected:
   // What the trace says when a note's file cannot be created.
   std::string NotCreated(const std::string& name) const {
@@ -231,7 +231,7 @@ class NoteFolder : public support::NoteTest {
     EXPECT_THAT(trace_.Lines(), ElementsAre("OSIF:  POL_ModifyObject()", NotCreated("Lost")));
   }
 
-  support::TraceReceiver trace_;
+  TraceReceiver trace_;
 };
 
 TEST_F(NoteFolder, ThatIsMissingTakesNoNoteAndIsNotMade) {
@@ -243,10 +243,10 @@ TEST_F(NoteFolder, ThatIsMissingTakesNoNoteAndIsNotMade) {
 
 TEST_F(NoteFolder, InWhosePlaceIsAFileTakesNoNoteAndTheFileStays) {
   std::filesystem::remove_all(Documents());
-  support::PutBytes(Documents(), "a file");
+  PutBytes(Documents(), "a file");
   ExpectNothingWritten();
   EXPECT_EQ(Found(u"Lost"), "not found");
-  EXPECT_EQ(support::BytesOf(Documents()), "a file");
+  EXPECT_EQ(BytesOf(Documents()), "a file");
   std::filesystem::remove(Documents());  // or the device does not open again
 }
 
@@ -320,7 +320,7 @@ TEST_F(NoteFolder, WhosePathIsTooLongTakesNoNote) {
 
 // ---- What a killed program left ---------------------------------------------------------------------
 
-class LeftNote : public support::NoteTest {
+class LeftNote : public NoteTest {
  protected:
   // Writes a whole note and puts its file aside under another name.
   void Leave(WideView name, WideView text, const std::string& file) {
@@ -338,19 +338,19 @@ TEST_F(LeftNote, ThatIsWholeIsPutInItsPlaceWhenItIsLookedFor) {
 
 TEST_F(LeftNote, ThatIsWholeDoesNotTakeThePlaceOfOneThatIsThere) {
   Leave(u"List", u"left", "List.pwi.new");
-  support::PutBytes(Documents() / "List.pwi", "there");
+  PutBytes(Documents() / "List.pwi", "there");
   EXPECT_EQ(Found(u"List"), "List");
-  EXPECT_EQ(support::BytesOf(Documents() / "List.pwi"), "there");
+  EXPECT_EQ(BytesOf(Documents() / "List.pwi"), "there");
 }
 
 TEST_F(LeftNote, ThatIsCutOffIsNoNote) {
-  support::PutBytes(Documents() / "List.pwi.tmp", "{\\pwi");
+  PutBytes(Documents() / "List.pwi.tmp", "{\\pwi");
   EXPECT_EQ(Found(u"List"), "not found");
 }
 
 TEST_F(LeftNote, GoesWithTheNextOneOfItsName) {
   Leave(u"List", u"left", "List.pwi.new");
-  support::PutBytes(Documents() / "List.pwi.tmp", std::string(100000, 'x'));
+  PutBytes(Documents() / "List.pwi.tmp", std::string(100000, 'x'));
   Add(u"List", u"next");
   EXPECT_THAT(Files(), ElementsAre("List.pwi"));
   EXPECT_EQ(TextOf("List.pwi"), u"next");

@@ -13,11 +13,11 @@
 
 namespace {
 
+using namespace support;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-using support::Note;
-using PolNote = support::NoteTest;
+using PolNote = NoteTest;
 
 TEST_F(PolNote, IsAnInkDocumentUnderItsName) {
   EXPECT_EQ(Add(u"Shopping", u"Apples\r\nBread"), "Shopping");
@@ -64,14 +64,14 @@ TEST_F(PolNote, StaysInTheDocumentsFolderWhateverItsName) {
 TEST_F(PolNote, WithAnEmptyBodyIsAnEmptyDocument) {
   Add(u"Empty", u"");
   EXPECT_EQ(TextOf("Empty.pwi"), u"");
-  EXPECT_EQ(support::BytesOf(Documents() / "Empty.pwi"), device::WriteInkDocument(u""));
+  EXPECT_EQ(BytesOf(Documents() / "Empty.pwi"), device::WriteInkDocument(u""));
 }
 
 TEST_F(PolNote, WithoutABodyIsAnEmptyDocumentToo) {
   OwnedObject note(OSIF_STORE_NOTE);
   PropertyValue_SetText(u"Empty", PropertyValue_Append(note->note.summary), 0, 0);
   Add(note.get());
-  EXPECT_EQ(support::BytesOf(Documents() / "Empty.pwi"), device::WriteInkDocument(u""));
+  EXPECT_EQ(BytesOf(Documents() / "Empty.pwi"), device::WriteInkDocument(u""));
 }
 
 TEST_F(PolNote, TakesTheFirstValueOfItsNameAndOfItsText) {
@@ -187,7 +187,7 @@ TEST_F(PolNote, WithoutANameIsNotFound) {
 }
 
 TEST_F(PolNote, WhoseInkFileExistsIsFoundWithItsNameAsItsId) {
-  support::PutBytes(Documents() / "List.pwi", "whatever it holds");
+  PutBytes(Documents() / "List.pwi", "whatever it holds");
   EXPECT_EQ(Found(u"List"), "List");
 }
 
@@ -203,7 +203,7 @@ TEST_F(PolNote, CountGetAndDeleteAreNotImplemented) {
 }
 
 TEST_F(PolNote, IsNotWrittenWithoutTheControl) {
-  support::TraceReceiver trace;
+  TraceReceiver trace;
   device::SetRichInkClass(false);
   EXPECT_EQ(Add(u"Lost", u"text"), "Lost");
   Modify("Lost", u"Lost 2", u"text");

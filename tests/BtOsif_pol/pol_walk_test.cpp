@@ -1,6 +1,7 @@
 #include "BtOsif_pol/pol_walk.h"
 
 #include "BtOsif_pol/pol_dispatch.h"
+#include "tests/BtOsif_pol/contacts_on_device.h"
 #include "tests/support/pol_fixture.h"
 
 namespace {
@@ -195,17 +196,7 @@ TEST_F(PolWalk, RefusesUnknownStores) {
 
 // ---- On the device's own PIM ------------------------------------------------------------------------
 
-class PolWalkOnDevice : public TempDeviceTest {
- protected:
-  void SetUp() override { ASSERT_EQ(Code(POL_Open()), OSIF_OK); }
-  void TearDown() override { POL_Close(); }
-
-  std::string Add(ContactRecord record) {
-    IdBuffer id;
-    EXPECT_EQ(Code(POL_AddObject(OSIF_STORE_PB, record.get(), id.text, nullptr)), OSIF_OK);
-    return id.text;
-  }
-};
+using PolWalkOnDevice = ContactsOnDevice;
 
 TEST_F(PolWalkOnDevice, GoesPastAContactThatWasDeletedMeanwhile) {
   const std::string first = Add({"N:A"});
