@@ -17,13 +17,13 @@
 #include "btosif/osif_generators/vcard_writer.h"
 #include "btosif/osif_generators/vmessage_writer.h"
 #include "btosif/osif_generators/vnote_writer.h"
-#include "btosif/osif_parsers/line_reader.h"
 #include "btosif/osif_parsers/vcalendar_reader.h"
 #include "btosif/osif_parsers/vcard_reader.h"
 #include "btosif/osif_parsers/vmessage_reader.h"
 #include "btosif/osif_parsers/vnote_reader.h"
 #include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/object_record.h"
+#include "btosif/osif_util/property_split.h"
 #include "config/trace.h"
 
 namespace {
