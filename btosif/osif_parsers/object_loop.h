@@ -100,11 +100,11 @@ class LineCursor {
   bool has_ended_ = false;
 };
 
-// What an object may hold between its BEGIN and its END beside its own properties.
+// What becomes of an object inside the object.
 enum class Nesting {
-  kSkipped,         // objects, which are passed over; names that nobody knows count there too
-  kSkippedUnknown,  // the same, but whatever their lines are called
-  kRead,            // objects, which the format reads itself
+  kSkipped,  // it is passed over, but names that the table does not know are warned of there too
+  kSkippedMute,  // it is passed over, whatever its lines are called
+  kRead,         // the format reads it itself, up to its END
 };
 
 // What a format tells a cursor. The messages are for the trace.
@@ -147,8 +147,8 @@ class ObjectCursor : public LineCursor {
   // True when the property was met, be it in a nested object.
   bool HasMet(Property property) const { return was_met_[static_cast<size_t>(property)]; }
 
-  // Appends the line's value to a list that only values of the row's property are appended to. The last one is
-  // remembered, because a peer may send thousands.
+  // Appends the line's value to a list. The last value that came with the row's property is remembered, so that
+  // a list of thousands is not gone through for each.
   void Append(const Row& row, std::string_view params, size_t components, PropertyValue*& list) {
     PropertyValue_AppendLine(line().value(), params, components, list, last_values_[Index(row)]);
   }
@@ -157,7 +157,7 @@ class ObjectCursor : public LineCursor {
   static size_t Index(const Row& row) { return static_cast<size_t>(row.property); }
 
   void TakeUnknown() {
-    if (depth_ > 1 && kRules.nesting == Nesting::kSkippedUnknown) return;
+    if (depth_ > 1 && kRules.nesting == Nesting::kSkippedMute) return;
     WarnOfName(kRules.unknown_property);
   }
 

@@ -71,7 +71,7 @@ constexpr PropertyRow kProperties[] = {
 };
 constexpr PropertyTable kTable(kProperties);
 
-constexpr CursorRules kItemRules = {kBlankLine, kUnknown, Nesting::kSkippedUnknown};
+constexpr CursorRules kItemRules = {kBlankLine, kUnknown, Nesting::kSkippedMute};
 constexpr CursorRules kCalendarRules = {kBlankLine, kUnknown, Nesting::kRead};
 
 // The list of a record of either kind; null for a property that its kind does not have.
