@@ -6,7 +6,7 @@
 
 #include "bench/support/temp_folder.h"
 #include "btosif/osif_erg.h"
-#include "btosif/osif_generators/html_to_text.h"
+#include "btosif/osif_util/html_to_text.h"
 
 namespace {
 

@@ -1,3 +1,9 @@
+// A rule is written in the order of the grammar: letters and interval, entries, duration, nested rule, and at
+// the very end the date, which all rules of the text share. There is one Write for each kind of entry, of
+// list and of rule, so that a list is written by the same few lines whatever it holds.
+//
+// Nobody on the way asks whether there is still room: the writer takes all that comes, remembers that something
+// did not fit, and empties the text at the end.
 #include <charconv>
 #include <cstdint>
 #include <cstdlib>

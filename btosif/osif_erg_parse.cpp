@@ -1,5 +1,9 @@
 // A token is read by the first of the forms below that it fits; a parser asks form after form in
-// the order of the grammar, and moves past a token only when one has taken it.
+// the order of the grammar, and moves past a token only when one has taken it. So a token that fits several
+// forms ("0900" is a time as well as a day) means what the grammar allows where it stands.
+//
+// Numbers are held at the largest one instead of running over, and how deep rules nest is limited by their
+// kinds: a peer's text decides how long the lists get, and nothing else.
 #include <algorithm>
 #include <iterator>
 #include <limits>

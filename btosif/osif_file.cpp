@@ -1,5 +1,20 @@
+// A stream has one buffer for each direction, and at most one of them is in use at a time.
+//
+// Reading: the window is a piece of memory of which the bytes from begin_ to end_ are at hand. Readers look at
+// them in place and Skip what they have used, which moves begin_ and nothing else. Only when a reader wants
+// more than there is does ReadAhead move the rest to the front and fill up behind it; a line that is longer
+// than the window makes it twice as large. Each byte is looked at once as it comes in, for zero bytes and
+// lone carriage returns: as long as there were none, nobody has to look for them line by line.
+//
+// Writing: a new file's bytes are gathered in a fixed buffer and go to the runtime's stream when it is full and
+// before anything that depends on the file itself: a flush, a seek, a read, closing. What was gathered counts
+// in FILE_Tell. A failure to write may therefore show only then; FILE_Flush and FILE_Close report it.
+//
+// Positions are those of the caller, not of the runtime's stream, which stands behind the window. Seeking and
+// writing after reading therefore forget the window first.
 #include "btosif/osif_file.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -26,13 +41,6 @@ std::string Shown(const WCHAR* name) {
 int Failed(const char* format) {
   OSIF_Trace(0, format, GetLastError());
   return 1;
-}
-
-// A peer names files too: only the last part of a path counts, and never one that names a folder.
-std::string_view LastPart(std::string_view name) {
-  const size_t separator = name.find_last_of("/\\:");
-  if (separator != std::string_view::npos) name.remove_prefix(separator + 1);
-  return name == "." || name == ".." ? std::string_view() : name;
 }
 
 int UniqueTempFilename(const WCHAR* folder, WCHAR* path) {
@@ -132,6 +140,24 @@ OsifStream::Ahead OsifStream::ReadAhead() {
   return count == 0 ? Ahead::kEnd : Ahead::kMore;
 }
 
+std::optional<size_t> OsifStream::FindLineFeed(size_t from, size_t limit) {
+  for (;;) {
+    const std::string_view window = Window().substr(0, limit);
+    const size_t found = window.find('\n', from);
+    if (found != std::string_view::npos) return found;
+    if (window.size() == limit) return limit;
+    from = window.size();
+    switch (ReadAhead()) {
+      case Ahead::kMore:
+        break;
+      case Ahead::kEnd:
+        return from;
+      case Ahead::kNoMemory:
+        return std::nullopt;
+    }
+  }
+}
+
 int FILE_Open(OsifStream& stream, const WCHAR* name, const WCHAR* mode, LineEnd line_end) {
   stream = OsifStream();
   stream.line_end_ = line_end;
@@ -159,14 +185,10 @@ int FILE_Close(OsifStream& stream, const WCHAR* name) {
 }
 
 int FILE_ReadLine(char (&buffer)[kLineRoom], OsifStream& stream) {
-  size_t length;
-  for (;;) {
-    const std::string_view ahead = stream.Window().substr(0, kLineRoom - 1);
-    const size_t line_feed = ahead.find('\n');
-    length = line_feed == std::string_view::npos ? ahead.size() : line_feed + 1;
-    if (line_feed != std::string_view::npos || length == kLineRoom - 1) break;
-    if (stream.ReadAhead() != OsifStream::Ahead::kMore) break;
-  }
+  // Where memory is short the bytes at hand have to do.
+  constexpr size_t kMost = kLineRoom - 1;
+  const size_t end = stream.FindLineFeed(0, kMost).value_or(kMost);
+  const size_t length = std::min({end + 1, kMost, stream.Window().size()});
   if (length == 0) return 1;
   const std::string_view bytes = stream.Window().substr(0, length);
   const std::string_view line = bytes.substr(0, bytes.find_first_of(std::string_view("\n\r\0", 3)));
@@ -255,6 +277,12 @@ int FILE_Remove(const WCHAR* name) {
   return 1;
 }
 
+std::string_view FILE_LastPart(std::string_view name) {
+  const size_t separator = name.find_last_of("/\\:");
+  if (separator != std::string_view::npos) name.remove_prefix(separator + 1);
+  return name == "." || name == ".." ? std::string_view() : name;
+}
+
 int FILE_TempFilename(const char* wanted_name, WCHAR* path) {
   if (path == nullptr) {
     OsifAssert("ASSERT at %s line %d\n", __FILE__, __LINE__);
@@ -266,7 +294,7 @@ int FILE_TempFilename(const char* wanted_name, WCHAR* path) {
   if (length == 0 || length > kTempFolderRoom) {
     return Failed("OSIF: FILE_TempFilename; PATH error (%d)");
   }
-  const std::string_view name = wanted_name == nullptr ? "" : LastPart(wanted_name);
+  const std::string_view name = wanted_name == nullptr ? "" : FILE_LastPart(wanted_name);
   if (name.empty()) return UniqueTempFilename(folder, path);
 
   const WideText wide_name = MultiByteToText(NativeCodePage(), name).substr(0, kTempFolderRoom);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -44,6 +45,11 @@ class OsifStream {
   // Makes the window longer by what the file still has. kEnd marks the end of the file as reached; a read
   // error ends the file too. kNoMemory leaves the window as it was.
   Ahead ReadAhead();
+
+  // Where the first line feed at or after a place in the window stands; for it the window is made longer as
+  // far as needed. Without one the window's length at the end of the file, or the limit once so many bytes
+  // are at hand. Nothing when memory is short.
+  std::optional<size_t> FindLineFeed(size_t from, size_t limit = std::string_view::npos);
 
   // Moves the position forward over bytes of the window.
   void Skip(size_t count) { begin_ += count; }
@@ -132,8 +138,12 @@ int FILE_Error(const OsifStream& stream);
 int FILE_Rename(const WCHAR* old_name, const WCHAR* new_name);
 int FILE_Remove(const WCHAR* name);
 
+// The last part of a name that a peer gave a file, whichever separators it uses: what it says of folders does
+// not count, and it must not lead out of the folder in which the file is made. Empty for a name of a folder.
+std::string_view FILE_LastPart(std::string_view name);
+
 // Makes the path of a temporary file, kTempPathRoom characters at most: the wanted name (in the system's
-// code page; its last part only) in the folder for temporary files, where nothing is created; or, without
+// code page; FILE_LastPart of it only) in the folder for temporary files, where nothing is created; or, without
 // one, a new empty file of a unique name.
 int FILE_TempFilename(const char* wanted_name, WCHAR* path);
 

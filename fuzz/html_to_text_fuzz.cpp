@@ -6,7 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "btosif/osif_generators/html_to_text.h"
+#include "btosif/osif_util/html_to_text.h"
 
 namespace {
 

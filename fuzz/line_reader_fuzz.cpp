@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "btosif/osif_parsers/line_reader.h"
+#include "btosif/osif_util/property_split.h"
 #include "fuzz/fuzz_input.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {

@@ -13,9 +13,9 @@
 #include <string_view>
 #include <vector>
 
-#include "btosif/osif_generators/html_to_text.h"
 #include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/charset.h"
+#include "btosif/osif_util/html_to_text.h"
 #include "config/trace.h"
 #include "mapi/mapi_body.h"
 #include "mapi/mapi_buffer.h"

@@ -1,3 +1,6 @@
+// A line is put together in one piece of memory, measured before, and goes to the file in one call. The properties
+// of an object are written one after the other whether or not one of them fails: a failure is traced, and
+// the others still go out.
 #include "btosif/osif_generators/property_writer.h"
 
 #include <cstring>

@@ -1,12 +1,14 @@
-// A logical line is found in one look at the stream's window: its physical lines are noted as they are
-// met, each with what ended it, and are then copied one behind the other.
+// Most lines of most files are one physical line without anything odd in it. Such a line is recognised at a
+// glance and handed on where it lies, in the stream's window. For any other one the physical lines are gone
+// through twice: the window is first made long enough to hold them all, which also tells how much room the
+// joined line needs at most, and only then are they copied, one after the other. The stream is moved once, at
+// the very end, past the whole line, whether or not there was memory for it.
 #include "btosif/osif_parsers/line_reader.h"
 
-#include <cstring>
 #include <optional>
 #include <utility>
 
-#include "btosif/osif_util/ascii.h"
+#include "btosif/osif_util/line_rules.h"
 #include "config/trace.h"
 
 namespace {
@@ -26,16 +28,6 @@ struct PhysicalLine {
   Ending ending;
 };
 
-// An unpaired "=" at the end of the text: one that is not the second character behind another "=".
-bool EndsInEquals(std::string_view text) {
-  if (!text.ends_with('=')) return false;
-  const size_t other = text.find_last_not_of('=');
-  const size_t run = other == std::string_view::npos ? text.size() : text.size() - other - 1;
-  return run % 2 == 1;
-}
-
-bool IsFoldCharacter(char c) { return c == ' ' || c == '\t'; }
-
 // Looks at one physical line of the stream at a time and makes the window longer as it needs.
 class Scanner {
  public:
@@ -43,17 +35,15 @@ class Scanner {
 
   // The next physical line; nothing when memory is short.
   std::optional<PhysicalLine> Next() {
-    const std::optional<size_t> line_feed = FindLineFeed();
+    const std::optional<size_t> line_feed = stream_.FindLineFeed(begin_);
     if (!line_feed) return std::nullopt;
     const std::string_view window = stream_.Window();
     if (*line_feed == window.size()) return LastLine(window);
 
-    size_t end = *line_feed;
-    if (end > begin_ && window[end - 1] == '\r') --end;
     const size_t next = *line_feed + 1;
-    if (EndsInEquals(window.substr(begin_, end - begin_))) {
-      return Take({end - 1, next, Ending::kSoftBreak});
-    }
+    const std::string_view text = WithoutLineEnd(window.substr(begin_, next - begin_));
+    const size_t end = begin_ + text.size();
+    if (EndsInSoftBreak(text)) return Take({end - 1, next, Ending::kSoftBreak});
     const std::optional<bool> folds = FoldsAt(next);
     if (!folds) return std::nullopt;
     return *folds ? Take({end, next + 1, Ending::kFold}) : Take({end, next, Ending::kLine});
@@ -68,26 +58,8 @@ class Scanner {
   }
 
   PhysicalLine LastLine(std::string_view window) {
-    const bool has_equals = EndsInEquals(window.substr(begin_));
-    return Take({window.size() - (has_equals ? 1 : 0), window.size(), Ending::kLine});
-  }
-
-  // The next line feed, or the window's end at the end of the file.
-  std::optional<size_t> FindLineFeed() {
-    for (size_t from = begin_;;) {
-      const std::string_view window = stream_.Window();
-      const size_t found = window.find('\n', from);
-      if (found != std::string_view::npos) return found;
-      from = window.size();
-      switch (stream_.ReadAhead()) {
-        case OsifStream::Ahead::kMore:
-          break;
-        case OsifStream::Ahead::kEnd:
-          return from;
-        case OsifStream::Ahead::kNoMemory:
-          return std::nullopt;
-      }
-    }
+    const bool has_soft_break = EndsInSoftBreak(window.substr(begin_));
+    return Take({window.size() - (has_soft_break ? 1 : 0), window.size(), Ending::kLine});
   }
 
   std::optional<bool> FoldsAt(size_t position) {
@@ -104,7 +76,8 @@ class Scanner {
 };
 
 // Most lines are neither folded nor odd, and the window shows it: the length of such a line with its line
-// end; 0 when there is more to look at.
+// end; 0 when there is more to look at. An "=" at the end is taken for a soft break without counting, since
+// it is counted where the line is looked at more closely.
 size_t PlainLineLength(const OsifStream& stream) {
   const std::string_view window = stream.Window();
   const size_t line_feed = window.find('\n');
@@ -139,74 +112,11 @@ size_t CopyJoined(OsifStream& stream, char* text) {
   }
 }
 
-// A line ends at its first carriage return, and as a text at its first zero byte.
-std::string_view CutLine(std::string_view text) {
-  text = text.substr(0, text.find('\r'));
-  return text.substr(0, text.find('\0'));
-}
-
-// True when the delimiter-copying below takes the first character as protected.
-bool IsEscape(std::string_view text) {
-  return text.size() > 1 && text[0] == '\\' && (text[1] == ';' || text[1] == '\\');
-}
-
-// A field that was taken from a line.
-struct Field {
-  size_t length;
-  bool has_blanks;  // perhaps
-};
-
-// Moves the front of a text up to one of the two delimiters into a field; what does not fit is dropped.
-template <size_t kRoom>
-Field TakeField(char (&field)[kRoom], std::string_view& text, char delimiter, char other) {
-  const auto is_delimiter = [&](char c) { return c == delimiter || c == other; };
-  size_t length = 0;
-  size_t i = 0;
-  // Most fields have neither blank nor escape, and fit.
-  for (; i < text.size() && i + 1 < kRoom && !is_delimiter(text[i]); ++i) {
-    if (text[i] <= ' ' || text[i] == '\\') break;
-    field[length++] = text[i];
-  }
-  const bool has_blanks = i < text.size() && !is_delimiter(text[i]);
-  while (i < text.size() && !is_delimiter(text[i])) {
-    const size_t count = IsEscape(text.substr(i)) ? 2 : 1;
-    if (length + count < kRoom) length += text.copy(field + length, count, i);
-    i += count;
-  }
-  field[length] = '\0';
-  text.remove_prefix(i);
-  return {length, has_blanks};
-}
-
-struct Fields {
-  Field name;
-  Field params;
-  std::string_view value;  // empty when the line ended before
-};
-
-Fields TakeFields(char (&name)[kNameRoom], char (&params)[kParamRoom], std::string_view line) {
-  Fields fields = {TakeField(name, line, ';', ':'), {}, {}};
-  params[0] = '\0';
-  if (line.starts_with(';')) {
-    line.remove_prefix(1);
-    fields.params = TakeField(params, line, ':', ':');
-  }
-  fields.value = line.substr(line.empty() ? 0 : 1);
-  return fields;
-}
-
-// The field without its blanks and tabs.
-std::string_view Stripped(char* text, const Field& field) {
-  if (field.has_blanks) return StripBlanks(text);
-  return {text, field.length};
-}
-
 }  // namespace
 
 LogicalLine ReadLogicalLine(OsifStream& stream) {
   if (const size_t length = PlainLineLength(stream); length > 0) {
-    std::string_view text = stream.Window().substr(0, length - 1);
-    if (text.ends_with('\r')) text.remove_suffix(1);
+    const std::string_view text = WithoutLineEnd(stream.Window().substr(0, length));
     stream.Skip(length);
     return {true, length, text, nullptr};
   }
@@ -237,23 +147,4 @@ OwnedText FileLine(OsifStream& stream) {
   }
   line.joined.get()[line.text.size()] = '\0';
   return std::move(line.joined);
-}
-
-const char* SplitProperty(char (&name)[kNameRoom], char (&params)[kParamRoom], const char* line) {
-  return TakeFields(name, params, line).value.data();
-}
-
-char* StripBlanks(char* text) {
-  char* out = text;
-  for (const char* in = text; *in != '\0'; ++in) {
-    if (!IsFoldCharacter(*in)) *out++ = *in;
-  }
-  *out = '\0';
-  return text;
-}
-
-SplitLine SplitStripped(char (&name)[kNameRoom], char (&params)[kParamRoom],
-                        std::string_view line) {
-  const Fields fields = TakeFields(name, params, line);
-  return {Stripped(name, fields.name), Stripped(params, fields.params), fields.value};
 }

@@ -21,7 +21,7 @@ void ObjectDelivery::ClearFrame() {
 bool IsType(std::string_view value, std::string_view word) {
   size_t matched = 0;
   for (const char c : value) {
-    if (c == ' ' || c == '\t') continue;
+    if (IsBlankOrTab(c)) continue;
     if (matched == word.size() || AsciiUpper(c) != word[matched]) return false;
     ++matched;
   }
@@ -33,11 +33,17 @@ bool IsSupportedVersion(std::string_view version, double newest) {
   return number != 0 && number <= newest;
 }
 
-bool ReadPropertyOf(OsifStream& stream, PropertyLine& line, const char* blank_line_message,
-                    OsifResult& result) {
-  const PropertyLine::Kind kind = line.Read(stream);
-  if (kind == PropertyLine::Kind::kProperty) return true;
-  if (kind == PropertyLine::Kind::kBlank) OSIF_Trace(0, blank_line_message);
-  result = OSIF_PARSE_WARNING;
+bool LineCursor::Next() {
+  while (!has_ended_ && IsRead(result_) && !FILE_Eof(stream_)) {
+    const PropertyLine::Kind kind = line_.Read(stream_);
+    if (kind == PropertyLine::Kind::kProperty) return true;
+    if (kind == PropertyLine::Kind::kBlank) OSIF_Trace(0, blank_line_message_);
+    result_ = OSIF_PARSE_WARNING;
+  }
   return false;
+}
+
+void LineCursor::WarnOfName(const char* message) {
+  OSIF_Trace(0, message, line_.name().data());
+  result_ = OSIF_PARSE_WARNING;
 }

@@ -7,6 +7,7 @@
 #include "btosif/osif_file.h"
 #include "btosif/osif_parsers/line_reader.h"
 #include "btosif/osif_util/owned_text.h"
+#include "btosif/osif_util/property_split.h"
 
 // Holds the line and the two buffers into which it is split, and is filled again for each line.
 class PropertyLine {

@@ -1,6 +1,10 @@
+// A calendar is no object of its own here, only what its items stand in: it gives them its version, and each item
+// is delivered as soon as its END has come, with the worst result so far. So a file that breaks off in the
+// middle has delivered what came before, and then fails.
+//
+// Both levels share one table. Outside an item most of its rows mean nothing; inside it each row says into which
+// list of the record the value goes, and whether that is one of both kinds of items or of one kind alone.
 #include "btosif/osif_parsers/vcalendar_reader.h"
-
-#include <array>
 
 #include "btosif/osif_parsers/object_loop.h"
 #include "btosif/osif_parsers/property_line.h"
@@ -13,9 +17,9 @@ namespace {
 
 constexpr double kNewestVersion = 1.0;
 constexpr std::string_view kAssumedVersion = "1.0";
-constexpr size_t kPropertyCount = 23;
 constexpr size_t kAlarmComponents = 4;
 constexpr const char* kBlankLine = "OSIF:  Warning - Parser encounted a blank line in vCalendar";
+constexpr const char* kUnknown = "OSIF:  Warning - vCalendar contains unknown property: '%s'";
 constexpr const char* kNoBegin = "OSIF:  Error - vCalendar does not have a BEGIN tag";
 
 // Which kinds of items need a property: a set of bits.
@@ -67,6 +71,9 @@ constexpr PropertyRow kProperties[] = {
 };
 constexpr PropertyTable kTable(kProperties);
 
+constexpr CursorRules kItemRules = {kBlankLine, kUnknown, Nesting::kSkippedMute};
+constexpr CursorRules kCalendarRules = {kBlankLine, kUnknown, Nesting::kRead};
+
 // The list of a record of either kind; null for a property that its kind does not have.
 PropertyValue** ListOf(const PropertyRow& row, OsifObject& object) {
   OsifCalendar& calendar = object.calendar;
@@ -77,62 +84,34 @@ PropertyValue** ListOf(const PropertyRow& row, OsifObject& object) {
   return row.todo_list == nullptr ? nullptr : &(calendar.tail.todo.*row.todo_list);
 }
 
-void WarnOfUnknownProperty(std::string_view name, OsifResult& result) {
-  OSIF_Trace(0, "OSIF:  Warning - vCalendar contains unknown property: '%s'", name.data());
-  result = OSIF_PARSE_WARNING;
-}
-
-// Reads one event or to-do, from behind its BEGIN line to its END, into a record without lists.
+// Reads one event or to-do, from after its BEGIN line to its END, into a record without lists.
 class ItemReader {
  public:
   // The record has its kind from the start, so that it can be released at any time.
   ItemReader(OsifStream& stream, PropertyLine& line, OsifObject& object, uint8_t kind)
-      : stream_(stream), line_(line), object_(object) {
+      : line_(line), cursor_(stream, line), object_(object) {
     object_.calendarKind = kind;
   }
 
   OsifResult Read();
 
  private:
-  void TakeProperty();
-  void TakeAtDepthOne(const PropertyRow& row);
+  void Take(const PropertyRow& row);
   void AppendValue(const PropertyRow& row);
   bool HasRequiredProperties() const;
   OsifResult Finish();
 
-  OsifStream& stream_;
   PropertyLine& line_;
+  ObjectCursor<kTable, kItemRules> cursor_;
   OsifObject& object_;
-  std::array<PropertyValue*, kPropertyCount> last_values_{};  // of each property's list
-  OsifResult result_ = OSIF_PARSE_OK;
-  size_t depth_ = 1;
-  bool is_done_ = false;
 };
 
 OsifResult ItemReader::Read() {
-  while (!is_done_ && !FILE_Eof(stream_)) {
-    if (ReadPropertyOf(stream_, line_, kBlankLine, result_)) TakeProperty();
-  }
+  while (const PropertyRow* row = cursor_.NextRow()) Take(*row);
   return Finish();
 }
 
-void ItemReader::TakeProperty() {
-  const PropertyRow* row = kTable.Find(line_.name());
-  if (row != nullptr && row->property == CalendarProperty::kBegin) {
-    ++depth_;
-  } else if (row != nullptr && row->property == CalendarProperty::kEnd) {
-    is_done_ = depth_ == 1;
-    --depth_;
-  } else if (depth_ > 1) {
-    // A nested object is passed over, whatever it holds.
-  } else if (row == nullptr) {
-    WarnOfUnknownProperty(line_.name(), result_);
-  } else {
-    TakeAtDepthOne(*row);
-  }
-}
-
-void ItemReader::TakeAtDepthOne(const PropertyRow& row) {
+void ItemReader::Take(const PropertyRow& row) {
   switch (row.property) {
     case CalendarProperty::kVersion:
       break;
@@ -152,9 +131,7 @@ void ItemReader::TakeAtDepthOne(const PropertyRow& row) {
 
 void ItemReader::AppendValue(const PropertyRow& row) {
   PropertyValue** list = ListOf(row, object_);
-  if (list == nullptr) return;
-  PropertyValue*& last = last_values_[static_cast<size_t>(row.property)];
-  PropertyValue_AppendLine(line_.value(), line_.params(), row.components, *list, last);
+  if (list != nullptr) cursor_.Append(row, line_.params(), row.components, *list);
 }
 
 bool ItemReader::HasRequiredProperties() const {
@@ -168,56 +145,47 @@ bool ItemReader::HasRequiredProperties() const {
 OsifResult ItemReader::Finish() {
   if (!HasRequiredProperties()) {
     OSIF_Trace(0, "OSIF:  Warning - vCalendar does not contain all mandetory properties");
-    result_ = OSIF_PARSE_WARNING;
+    cursor_.Add(OSIF_PARSE_WARNING);
   }
-  if (!is_done_) {
+  if (!cursor_.has_ended()) {
     OSIF_Trace(0, "OSIF:  Error - vCalendar missing END tag");
-    result_ = OSIF_PARSE_ERROR;
+    cursor_.Refuse();
   }
-  return result_;
+  return cursor_.result();
 }
 
-// Reads one calendar, from behind its BEGIN line to its END, and delivers its items.
+// Reads one calendar, from after its BEGIN line to its END, and delivers its items.
 class CalendarReader {
  public:
   CalendarReader(OsifStream& stream, PropertyLine& line, ObjectDelivery& delivery)
-      : stream_(stream), line_(line), delivery_(delivery), object_(delivery.object()) {}
+      : line_(line), cursor_(stream, line), delivery_(delivery), object_(delivery.object()) {}
 
   OsifResult Read();
 
  private:
-  void TakeProperty();
+  void Take(const PropertyRow& row);
   void TakeVersion();
   void TakeItem();
   void DeliverItem();
-  void Refuse() { result_ = OSIF_PARSE_ERROR; }
   OsifResult Finish();
 
-  OsifStream& stream_;
   PropertyLine& line_;
+  ObjectCursor<kTable, kCalendarRules> cursor_;
   ObjectDelivery& delivery_;
   OsifObject& object_;
-  OsifResult result_ = OSIF_PARSE_OK;
-  bool has_version_ = false;
   bool has_item_ = false;
-  bool is_done_ = false;
 };
 
 OsifResult CalendarReader::Read() {
   delivery_.ClearFrame();
   CopyBounded(object_.version, kAssumedVersion);
-  while (!is_done_ && !FILE_Eof(stream_)) {
-    if (ReadPropertyOf(stream_, line_, kBlankLine, result_)) TakeProperty();
-    if (!IsRead(result_)) return result_;
-  }
-  return Finish();
+  while (const PropertyRow* row = cursor_.NextRow()) Take(*row);
+  return IsRead(cursor_.result()) ? Finish() : cursor_.result();
 }
 
-void CalendarReader::TakeProperty() {
-  switch (CalendarPropertyIndex(line_.name())) {
-    case CalendarProperty::kUnknown:
-      WarnOfUnknownProperty(line_.name(), result_);
-      break;
+// Any other property belongs into an item, and is ignored outside.
+void CalendarReader::Take(const PropertyRow& row) {
+  switch (row.property) {
     case CalendarProperty::kBegin:
       TakeItem();
       break;
@@ -227,20 +195,16 @@ void CalendarReader::TakeProperty() {
     case CalendarProperty::kLuid:
       CopyBounded(object_.xIrmcLuid, line_.value());
       break;
-    case CalendarProperty::kEnd:
-      is_done_ = true;
-      break;
     default:
       break;
   }
 }
 
 void CalendarReader::TakeVersion() {
-  has_version_ = true;
   CopyBounded(object_.version, line_.value());
   if (IsSupportedVersion(object_.version, kNewestVersion)) return;
   OSIF_Trace(0, "OSIF:  Error - vCalendar version '%s' is not supported", object_.version);
-  Refuse();
+  cursor_.Refuse();
 }
 
 void CalendarReader::TakeItem() {
@@ -249,12 +213,12 @@ void CalendarReader::TakeItem() {
   if (IsType(line_.value(), "VTODO")) kind = OSIF_CALENDAR_TODO;
   if (kind == OSIF_CALENDAR_UNKNOWN) {
     OSIF_Trace(0, "OSIF:  Error - Unknown BEGIN tag in vCalendar");
-    return Refuse();
+    return cursor_.Refuse();
   }
   has_item_ = true;
-  const OsifResult item_result = ItemReader(stream_, line_, object_, kind).Read();
-  if (!IsRead(item_result)) return Refuse();
-  if (item_result == OSIF_PARSE_WARNING) result_ = OSIF_PARSE_WARNING;
+  const OsifResult item_result = ItemReader(cursor_.stream(), line_, object_, kind).Read();
+  if (!IsRead(item_result)) return cursor_.Refuse();
+  cursor_.Add(item_result);
   DeliverItem();
 }
 
@@ -262,19 +226,19 @@ void CalendarReader::TakeItem() {
 void CalendarReader::DeliverItem() {
   char version[sizeof object_.version];
   CopyBounded(version, object_.version);
-  delivery_.Deliver(result_);
+  delivery_.Deliver(cursor_.result());
   CopyBounded(object_.version, version);
 }
 
 OsifResult CalendarReader::Finish() {
-  if (!has_version_) {
+  if (!cursor_.HasMet(CalendarProperty::kVersion)) {
     OSIF_Trace(0, "OSIF:  WARNING - vCalendar missing VERSION property.  Assumed to be '1.0'.");
   }
-  if (!has_item_ || !is_done_) {
+  if (!has_item_ || !cursor_.has_ended()) {
     OSIF_Trace(0, "OSIF:  Error - vCalendar does not contain required VERSION property");
-    Refuse();
+    cursor_.Refuse();
   }
-  return result_;
+  return cursor_.result();
 }
 
 }  // namespace

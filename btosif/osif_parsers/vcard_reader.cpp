@@ -1,6 +1,10 @@
+// A card is read line by line: each property's row in the table says which of the record's lists its value is
+// appended to, still encoded. A few properties are more than that: DEPT is the second component of the
+// organisation, whichever of the two comes first, and the assistant's telephone is a telephone that carries its
+// kind as a parameter.
+//
+// What is inside a nested object is not stored, but a name there is enough for the card to be taken.
 #include "btosif/osif_parsers/vcard_reader.h"
-
-#include <array>
 
 #include "btosif/osif_parsers/object_loop.h"
 #include "btosif/osif_parsers/property_line.h"
@@ -14,8 +18,6 @@ namespace {
 constexpr double kNewestVersion = 2.1;
 constexpr std::string_view kAssumedVersion = "2.1";
 constexpr std::string_view kAssistantParam = "X-ASSISTANT";
-constexpr size_t kPropertyCount = 25;
-constexpr const char* kBlankLine = "OSIF:  Warning - Parser encounted a blank line in vCard";
 constexpr const char* kNoBegin = "OSIF:  Error - vCard does not have a BEGIN tag";
 
 struct PropertyRow {
@@ -58,66 +60,37 @@ constexpr PropertyRow kProperties[] = {
 };
 constexpr PropertyTable kTable(kProperties);
 
+constexpr CursorRules kRules = {"OSIF:  Warning - Parser encounted a blank line in vCard",
+                                "OSIF:  Warning - Parser encountered unknown property: '%s'",
+                                Nesting::kSkipped};
+
 // Reads the properties of one vCard into a record.
 class CardReader {
  public:
-  CardReader(OsifStream& stream, OsifObject& object) : stream_(stream), object_(object) {}
+  CardReader(OsifStream& stream, OsifObject& object) : cursor_(stream, line_), object_(object) {}
 
   OsifResult Read();
 
  private:
-  void TakeProperty();
-  void TakeAtDepthOne(const PropertyRow& row);
+  void Take(const PropertyRow& row);
   void TakeVersion();
   void AppendValue(const PropertyRow& row, std::string_view params);
   PropertyValue* FirstOrganisation();
   OsifResult Finish();
 
-  OsifStream& stream_;
-  OsifObject& object_;
   PropertyLine line_;
-  std::array<PropertyValue*, kPropertyCount> last_values_{};  // of each property's list
-  OsifResult result_ = OSIF_PARSE_OK;
-  size_t depth_ = 1;
+  ObjectCursor<kTable, kRules> cursor_;
+  OsifObject& object_;
   bool has_version_ = false;
-  bool has_name_ = false;
-  bool is_done_ = false;
 };
 
 OsifResult CardReader::Read() {
   if (!line_.has_buffers()) return OSIF_ERR_NO_MEMORY;
-  while (!is_done_ && !FILE_Eof(stream_)) {
-    if (ReadPropertyOf(stream_, line_, kBlankLine, result_)) TakeProperty();
-  }
+  while (const PropertyRow* row = cursor_.NextRow()) Take(*row);
   return Finish();
 }
 
-void CardReader::TakeProperty() {
-  const PropertyRow* row = kTable.Find(line_.name());
-  if (row == nullptr) {
-    OSIF_Trace(0, "OSIF:  Warning - Parser encountered unknown property: '%s'",
-               line_.name().data());
-    result_ = OSIF_PARSE_WARNING;
-    return;
-  }
-  switch (row->property) {
-    case VCardProperty::kBegin:
-      ++depth_;
-      return;
-    case VCardProperty::kEnd:
-      is_done_ = depth_ == 1;
-      --depth_;
-      return;
-    case VCardProperty::kN:
-      has_name_ = true;
-      break;
-    default:
-      break;
-  }
-  if (depth_ == 1) TakeAtDepthOne(*row);
-}
-
-void CardReader::TakeAtDepthOne(const PropertyRow& row) {
+void CardReader::Take(const PropertyRow& row) {
   switch (row.property) {
     case VCardProperty::kLuid:
       CopyBounded(object_.xIrmcLuid, line_.value());
@@ -147,13 +120,12 @@ void CardReader::TakeVersion() {
   CopyBounded(object_.version, line_.value());
   if (IsSupportedVersion(object_.version, kNewestVersion)) return;
   OSIF_Trace(0, "OSIF:  Error - vCard version '%s' is not supported", object_.version);
-  result_ = OSIF_PARSE_ERROR;
-  is_done_ = true;
+  cursor_.Refuse();
+  cursor_.End();
 }
 
 void CardReader::AppendValue(const PropertyRow& row, std::string_view params) {
-  PropertyValue*& last = last_values_[static_cast<size_t>(row.property)];
-  PropertyValue_AppendLine(line_.value(), params, row.components, object_.contact.*row.list, last);
+  cursor_.Append(row, params, row.components, object_.contact.*row.list);
 }
 
 PropertyValue* CardReader::FirstOrganisation() {
@@ -166,13 +138,13 @@ OsifResult CardReader::Finish() {
     OSIF_Trace(0, "OSIF:  WARNING - vCard missing VERSION property.  Assuming '2.1'.");
     CopyBounded(object_.version, kAssumedVersion);
   }
-  if (!has_name_ || !is_done_) {
+  if (!cursor_.HasMet(VCardProperty::kN) || !cursor_.has_ended()) {
     OSIF_Trace(0,
                "OSIF:  Error - vCard missing END tago or does not contain required VERSION or N "
                "properties");
-    result_ = OSIF_PARSE_ERROR;
+    cursor_.Refuse();
   }
-  return result_;
+  return cursor_.result();
 }
 
 }  // namespace

@@ -1,3 +1,11 @@
+// Headers are logical lines and are read as properties; content is not, because a blank at the start of one of
+// its lines is text. What divides the two is an empty line, so it is looked for in the stream's window before
+// each header.
+//
+// A multipart body's parts hang from the record in their order. Only the first one's content is kept; of the
+// others the content is passed over, so that its end is found. The content of a body that came before in the
+// same message is released first, and what has been read is the record's at every moment: whatever stops the
+// reading, releasing the record releases it all.
 #include "btosif/osif_parsers/vmessage_body.h"
 
 #include <optional>

@@ -1,3 +1,8 @@
+// Lines are taken one by one from the stream's window and handed on at once, so that an attachment of any size
+// needs the memory of its longest line. Of text the whole is collected, since the record holds it.
+//
+// An attachment's part names its file as soon as the file is there: whatever goes wrong afterwards, releasing
+// the record removes the file, and nothing else has to.
 #include "btosif/osif_parsers/vmessage_content.h"
 
 #include <algorithm>
@@ -5,6 +10,7 @@
 
 #include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/charset.h"
+#include "btosif/osif_util/line_rules.h"
 #include "btosif/osif_util/owned_text.h"
 #include "config/trace.h"
 #include "platform/api/win_types.h"
@@ -15,8 +21,8 @@ constexpr std::string_view kClosing = "--";
 
 // ---- Parameters of a content type -------------------------------------------------------------------
 
-// Behind the word, which is given in upper case, in any case; nothing when the text does not contain it.
-std::optional<std::string_view> Behind(std::string_view text, std::string_view word) {
+// What follows the word, which is given in upper case, in any case; nothing when the text does not contain it.
+std::optional<std::string_view> After(std::string_view text, std::string_view word) {
   const auto found = std::search(text.begin(), text.end(), word.begin(), word.end(),
                                  [](char a, char b) { return AsciiUpper(a) == b; });
   if (found == text.end()) return std::nullopt;
@@ -35,13 +41,6 @@ std::string ParameterValue(std::string_view text, const char* delimiters) {
     delimiters = "\"";
   }
   return std::string(text.substr(0, text.find_first_of(delimiters)));
-}
-
-// A name is a peer's word: what it says of folders does not count.
-std::string LastPart(const std::string& name) {
-  const size_t separator = name.find_last_of("/\\:");
-  const std::string last = separator == std::string::npos ? name : name.substr(separator + 1);
-  return last == "." || last == ".." ? std::string() : last;
 }
 
 // ---- Attachments ------------------------------------------------------------------------------------
@@ -131,29 +130,19 @@ ContentEnd ReadAttachment(OsifStream& stream, std::string_view terminator, const
 }  // namespace
 
 RawLine ReadRawLine(OsifStream& stream, std::string_view& line) {
-  size_t size;
-  for (size_t from = 0;;) {
-    const std::string_view window = stream.Window();
-    const size_t line_feed = window.find('\n', from);
-    size = line_feed == std::string_view::npos ? window.size() : line_feed + 1;
-    if (line_feed != std::string_view::npos) break;
-    from = size;
-    const OsifStream::Ahead ahead = stream.ReadAhead();
-    if (ahead == OsifStream::Ahead::kNoMemory) return RawLine::kNoMemory;
-    if (ahead == OsifStream::Ahead::kEnd) break;
-  }
-  if (size == 0) return RawLine::kEnd;
-  line = stream.Window().substr(0, size);
-  if (line.ends_with('\n')) line.remove_suffix(1);
-  line = line.substr(0, line.find('\r'));
-  line = line.substr(0, line.find('\0'));
-  stream.Skip(size);
+  const std::optional<size_t> line_feed = stream.FindLineFeed(0);
+  if (!line_feed) return RawLine::kNoMemory;
+  const std::string_view bytes = stream.Window().substr(0, *line_feed + 1);
+  if (bytes.empty()) return RawLine::kEnd;
+  line = WithoutLineEnd(bytes);
+  if (!stream.IsPlain()) line = CutLine(line);
+  stream.Skip(bytes.size());
   return RawLine::kRead;
 }
 
 std::optional<std::string> MultipartBoundary(std::string_view content_type) {
-  std::optional<std::string_view> rest = Behind(content_type, "MULTIPART");
-  while (rest && (rest = Behind(*rest, "BOUNDARY"))) {
+  std::optional<std::string_view> rest = After(content_type, "MULTIPART");
+  while (rest && (rest = After(*rest, "BOUNDARY"))) {
     const std::string_view value = WithoutLeadingBlanks(*rest);
     if (value.starts_with('=')) return ParameterValue(value.substr(1), "; \t");
   }
@@ -161,9 +150,10 @@ std::optional<std::string> MultipartBoundary(std::string_view content_type) {
 }
 
 std::optional<std::string> AttachmentName(std::string_view content_type) {
-  const std::optional<std::string_view> value = Behind(content_type, "NAME=");
+  const std::optional<std::string_view> value = After(content_type, "NAME=");
   if (!value) return std::nullopt;
-  return LastPart(ParameterValue(*value, " \t"));
+  const std::string path = ParameterValue(*value, " \t");
+  return std::string(FILE_LastPart(path));
 }
 
 ContentEnd ReadContent(OsifStream& stream, std::string_view terminator, MessagePart& part) {

@@ -25,8 +25,8 @@ std::optional<std::string> AttachmentName(std::string_view content_type);
 
 // How reading a content ended.
 struct ContentEnd {
-  OsifResult
-      result;  // OSIF_PARSE_OK when the terminator line was reached, else what ReadContent tells
+  // OSIF_PARSE_OK when the terminator line was reached, else what ReadContent returns.
+  OsifResult result;
   bool is_closing = false;  // the terminator line had "--" behind the terminator: no part follows
 };
 

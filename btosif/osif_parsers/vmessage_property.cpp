@@ -72,7 +72,7 @@ void StoreMessageValue(const MessagePropertyRow& row, std::string_view value, Os
 std::string MessageTypeWord(std::string_view value, OsifResult& result) {
   std::string word;
   for (const char c : value) {
-    if (c == ' ' || c == '\t') continue;
+    if (IsBlankOrTab(c)) continue;
     if (word.size() == kTypeLength) {
       result = OSIF_PARSE_WARNING;
       break;

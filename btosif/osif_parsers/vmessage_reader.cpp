@@ -1,3 +1,7 @@
+// A message is read by three readers, one inside the other: of the message, of its envelope, of its body
+// (vmessage_body). Each reads on from where the one outside it stands, and gives the stream back after its own
+// END line. What a BEGIN or END names decides here, unlike in the other formats, since the levels hold different
+// things; a message whose levels are not all closed is refused.
 #include "btosif/osif_parsers/vmessage_reader.h"
 
 #include <algorithm>
@@ -19,9 +23,9 @@ constexpr const char* kNoBegin = "OSIF:  Error - vMsg does not have a BEGIN tag"
 constexpr const char* kBlankInMessage = "OSIF:  Warning - Parser encounted a blank line in vMSG";
 constexpr const char* kBlankInEnvelope = "OSIF:  Warning - Parser encounted a blank line in vEnv";
 
-// Reads past a card, and clears what comes before the headers in the record: a card was once read through
-// the same storage, and what was lost to it then is lost still. What the card says is not kept, nor is
-// whether it was a good one. OSIF_PARSE_OK or OSIF_ERR_NO_MEMORY.
+// Reads past a card. What comes before the headers in the record starts anew with each card, so of a message's
+// id, version, status, type and folder those count that follow its last card. What the card says is not kept,
+// nor is whether it was a good one. OSIF_PARSE_OK or OSIF_ERR_NO_MEMORY.
 OsifResult ReadPastCard(OsifStream& stream, OsifObject& object) {
   OwnedObject card(OSIF_STORE_PB);
   const OsifResult result = VCard_ReadOne(stream, *card);
@@ -42,31 +46,26 @@ OsifResult ReadPastCard(OsifStream& stream, OsifObject& object) {
 class EnvelopeReader {
  public:
   EnvelopeReader(OsifStream& stream, PropertyLine& line, OsifObject& object)
-      : stream_(stream), line_(line), object_(object) {}
+      : line_(line), cursor_(stream, line, kBlankInEnvelope), object_(object) {}
 
   OsifResult Read();
 
  private:
   void TakeProperty();
   void TakeBegin(const std::string& type);
-  void Add(OsifResult result) {
-    if (result != OSIF_PARSE_OK) result_ = result;
-  }
 
-  OsifStream& stream_;
   PropertyLine& line_;
+  LineCursor cursor_;
   OsifObject& object_;
-  OsifResult result_ = OSIF_PARSE_OK;
   size_t depth_ = 1;
   bool has_body_ = false;
 };
 
 OsifResult EnvelopeReader::Read() {
-  while (depth_ > 0 && IsRead(result_) && !FILE_Eof(stream_)) {
-    if (ReadPropertyOf(stream_, line_, kBlankInEnvelope, result_)) TakeProperty();
-  }
-  const bool has_failed = !IsRead(result_) && result_ != OSIF_PARSE_ERROR;
-  if (has_failed || (has_body_ && depth_ == 0)) return result_;
+  while (cursor_.Next()) TakeProperty();
+  const OsifResult result = cursor_.result();
+  const bool has_failed = !IsRead(result) && result != OSIF_PARSE_ERROR;
+  if (has_failed || (has_body_ && cursor_.has_ended())) return result;
   OSIF_Trace(0, "OSIF:  Error - vMsg missing BODY section");
   return OSIF_PARSE_ERROR;
 }
@@ -74,10 +73,12 @@ OsifResult EnvelopeReader::Read() {
 void EnvelopeReader::TakeProperty() {
   switch (MessagePropertyIndex(line_.name())) {
     case MessageProperty::kBegin:
-      TakeBegin(MessageTypeWord(line_.value(), result_));
+      TakeBegin(MessageTypeWord(line_.value(), cursor_.result()));
       break;
     case MessageProperty::kEnd:
-      if (MessageTypeWord(line_.value(), result_) == "VENV") --depth_;
+      if (MessageTypeWord(line_.value(), cursor_.result()) == "VENV" && --depth_ == 0) {
+        cursor_.End();
+      }
       break;
     default:
       break;
@@ -85,11 +86,11 @@ void EnvelopeReader::TakeProperty() {
 }
 
 void EnvelopeReader::TakeBegin(const std::string& type) {
-  if (type == "VCARD") Add(ReadPastCard(stream_, object_));
+  if (type == "VCARD") cursor_.Add(ReadPastCard(cursor_.stream(), object_));
   if (type == "VENV") ++depth_;
   if (type == "VBODY" && !has_body_) {
     has_body_ = true;
-    Add(VMessage_ReadBody(stream_, line_, object_));
+    cursor_.Add(VMessage_ReadBody(cursor_.stream(), line_, object_));
   }
 }
 
@@ -97,7 +98,7 @@ void EnvelopeReader::TakeBegin(const std::string& type) {
 class MessageReader {
  public:
   MessageReader(OsifStream& stream, PropertyLine& line, OsifObject& object)
-      : stream_(stream), line_(line), object_(object) {}
+      : line_(line), cursor_(stream, line, kBlankInMessage), object_(object) {}
 
   OsifResult Read();
 
@@ -105,39 +106,28 @@ class MessageReader {
   void TakeProperty();
   void TakeBegin(const std::string& type);
   void TakeValue(const MessagePropertyRow& row);
-  void Add(OsifResult result) {
-    if (result != OSIF_PARSE_OK) result_ = result;
-  }
 
-  OsifStream& stream_;
   PropertyLine& line_;
+  LineCursor cursor_;
   OsifObject& object_;
-  OsifResult result_ = OSIF_PARSE_OK;
   bool has_envelope_ = false;
-  bool is_done_ = false;
 };
 
 OsifResult MessageReader::Read() {
-  while (!is_done_ && IsRead(result_) && !FILE_Eof(stream_)) {
-    if (ReadPropertyOf(stream_, line_, kBlankInMessage, result_)) TakeProperty();
-  }
-  const bool is_whole = has_envelope_ && is_done_;
-  if (IsRead(result_) && !is_whole) return OSIF_PARSE_ERROR;
-  return result_;
+  while (cursor_.Next()) TakeProperty();
+  const bool is_whole = has_envelope_ && cursor_.has_ended();
+  if (IsRead(cursor_.result()) && !is_whole) return OSIF_PARSE_ERROR;
+  return cursor_.result();
 }
 
 void MessageReader::TakeProperty() {
   const MessagePropertyRow* row = FindMessageProperty(line_.name());
   if (row == nullptr) {
-    OSIF_Trace(0, "OSIF:  Warning - Parser encountered unknown property: '%s'",
-               line_.name().data());
-    result_ = OSIF_PARSE_WARNING;
-    return;
-  }
-  if (row->property == MessageProperty::kBegin) {
-    TakeBegin(MessageTypeWord(line_.value(), result_));
+    cursor_.WarnOfName("OSIF:  Warning - Parser encountered unknown property: '%s'");
+  } else if (row->property == MessageProperty::kBegin) {
+    TakeBegin(MessageTypeWord(line_.value(), cursor_.result()));
   } else if (row->property == MessageProperty::kEnd) {
-    is_done_ = MessageTypeWord(line_.value(), result_) == "VMSG";
+    if (MessageTypeWord(line_.value(), cursor_.result()) == "VMSG") cursor_.End();
   } else if (row->level == MessageLevel::kMessage) {
     TakeValue(*row);
   }
@@ -145,21 +135,21 @@ void MessageReader::TakeProperty() {
 
 void MessageReader::TakeBegin(const std::string& type) {
   if (type == "VCARD") {
-    Add(ReadPastCard(stream_, object_));
+    cursor_.Add(ReadPastCard(cursor_.stream(), object_));
   } else if (type == "VENV") {
     has_envelope_ = true;
-    Add(EnvelopeReader(stream_, line_, object_).Read());
+    cursor_.Add(EnvelopeReader(cursor_.stream(), line_, object_).Read());
   } else {
-    result_ = OSIF_PARSE_ERROR;
+    cursor_.Refuse();
   }
 }
 
 void MessageReader::TakeValue(const MessagePropertyRow& row) {
-  StoreMessageValue(row, line_.value(), object_, object_.message.part, result_);
+  StoreMessageValue(row, line_.value(), object_, object_.message.part, cursor_.result());
   if (row.property != MessageProperty::kVersion) return;
   if (IsSupportedVersion(object_.version, kNewestVersion)) return;
   OSIF_Trace(0, "OSIF:  Error - vMsg version '%s' is not supported", object_.version);
-  result_ = OSIF_PARSE_ERROR;
+  cursor_.Refuse();
 }
 
 int32_t StoreOf(const OsifMessage& message) {

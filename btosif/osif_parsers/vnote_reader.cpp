@@ -1,6 +1,6 @@
+// Each property's row says which of the record's lists its value is appended to, still encoded. A note needs a
+// VERSION, be it that of an object inside it.
 #include "btosif/osif_parsers/vnote_reader.h"
-
-#include <array>
 
 #include "btosif/osif_parsers/object_loop.h"
 #include "btosif/osif_parsers/property_line.h"
@@ -12,8 +12,6 @@
 namespace {
 
 constexpr double kNewestVersion = 1.1;
-constexpr size_t kPropertyCount = 11;
-constexpr const char* kBlankLine = "OSIF:  Warning - Parser encounted a blank line in vNote";
 constexpr const char* kNoBegin = "OSIF:  Error - vNote does not have a BEGIN tag";
 
 struct PropertyRow {
@@ -36,64 +34,34 @@ constexpr PropertyRow kProperties[] = {
 };
 constexpr PropertyTable kTable(kProperties);
 
-// Reads one note, from behind its BEGIN line to its END, into a cleared record.
+constexpr CursorRules kRules = {"OSIF:  Warning - Parser encounted a blank line in vNote",
+                                "OSIF:  Warning - Parser encountered unknown property: '%s'",
+                                Nesting::kSkipped};
+
+// Reads one note, from after its BEGIN line to its END, into a cleared record.
 class NoteReader {
  public:
   NoteReader(OsifStream& stream, PropertyLine& line, OsifObject& object)
-      : stream_(stream), line_(line), object_(object) {}
+      : line_(line), cursor_(stream, line), object_(object) {}
 
   OsifResult Read();
 
  private:
-  void TakeProperty();
-  void TakeAtDepthOne(const PropertyRow& row);
+  void Take(const PropertyRow& row);
   void TakeVersion();
-  void AppendValue(const PropertyRow& row);
   OsifResult Finish();
 
-  OsifStream& stream_;
   PropertyLine& line_;
+  ObjectCursor<kTable, kRules> cursor_;
   OsifObject& object_;
-  std::array<PropertyValue*, kPropertyCount> last_values_{};  // of each property's list
-  OsifResult result_ = OSIF_PARSE_OK;
-  size_t depth_ = 1;
-  bool has_version_ = false;
-  bool is_done_ = false;
 };
 
 OsifResult NoteReader::Read() {
-  while (!is_done_ && !FILE_Eof(stream_)) {
-    if (ReadPropertyOf(stream_, line_, kBlankLine, result_)) TakeProperty();
-  }
+  while (const PropertyRow* row = cursor_.NextRow()) Take(*row);
   return Finish();
 }
 
-void NoteReader::TakeProperty() {
-  const PropertyRow* row = kTable.Find(line_.name());
-  if (row == nullptr) {
-    OSIF_Trace(0, "OSIF:  Warning - Parser encountered unknown property: '%s'",
-               line_.name().data());
-    result_ = OSIF_PARSE_WARNING;
-    return;
-  }
-  switch (row->property) {
-    case NoteProperty::kBegin:
-      ++depth_;
-      return;
-    case NoteProperty::kEnd:
-      is_done_ = depth_ == 1;
-      --depth_;
-      return;
-    case NoteProperty::kVersion:
-      has_version_ = true;  // a nested one, too
-      break;
-    default:
-      break;
-  }
-  if (depth_ == 1) TakeAtDepthOne(*row);
-}
-
-void NoteReader::TakeAtDepthOne(const PropertyRow& row) {
+void NoteReader::Take(const PropertyRow& row) {
   switch (row.property) {
     case NoteProperty::kLuid:
       CopyBounded(object_.xIrmcLuid, line_.value());
@@ -102,7 +70,7 @@ void NoteReader::TakeAtDepthOne(const PropertyRow& row) {
       TakeVersion();
       break;
     default:
-      AppendValue(row);
+      cursor_.Append(row, line_.params(), 1, object_.note.*row.list);
       break;
   }
 }
@@ -111,22 +79,17 @@ void NoteReader::TakeVersion() {
   CopyBounded(object_.version, line_.value());
   if (IsSupportedVersion(object_.version, kNewestVersion)) return;
   OSIF_Trace(0, "OSIF:  Error - vNote version '%s' is not supported", object_.version);
-  result_ = OSIF_PARSE_ERROR;
-  is_done_ = true;
-}
-
-void NoteReader::AppendValue(const PropertyRow& row) {
-  PropertyValue*& last = last_values_[static_cast<size_t>(row.property)];
-  PropertyValue_AppendLine(line_.value(), line_.params(), 1, object_.note.*row.list, last);
+  cursor_.Refuse();
+  cursor_.End();
 }
 
 OsifResult NoteReader::Finish() {
-  if (!has_version_ || !is_done_) {
+  if (!cursor_.HasMet(NoteProperty::kVersion) || !cursor_.has_ended()) {
     OSIF_Trace(
         0, "OSIF:  Error - vNote missing END tag or does not contain required VERSION property");
-    result_ = OSIF_PARSE_ERROR;
+    cursor_.Refuse();
   }
-  return result_;
+  return cursor_.result();
 }
 
 }  // namespace

@@ -8,6 +8,9 @@
 
 constexpr char AsciiUpper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
 
+// True for what may stand anywhere in a name or a type without a meaning.
+constexpr bool IsBlankOrTab(char c) { return c == ' ' || c == '\t'; }
+
 // True when the texts are equal without regard to case.
 constexpr bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;

@@ -1,3 +1,10 @@
+// Every conversion is left to the system; what is decided here is which code page it is asked for, and what
+// happens where it has none: received bytes are then tried in the system's own code page and at last as UTF-8,
+// so that a text always comes out.
+//
+// Most texts are short. They are converted in one call into a buffer on the stack; only where that is too small
+// is the length asked for. The three code pages that do not depend on a text come from the system and from the
+// registry, so they are looked up once and kept for the life of the process.
 #include "btosif/osif_util/charset.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Both directions look at every byte of every text that is not plain, so what a byte is and what a digit counts
+// is read from tables that are made at compile time. Encoding goes over the text twice, to measure and to write,
+// with one function, so that the two cannot disagree.
 #include "btosif/osif_util/quoted_printable.h"
 
 #include <array>

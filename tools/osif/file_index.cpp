@@ -9,8 +9,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "btosif/osif_parsers/line_reader.h"
 #include "btosif/osif_util/ascii.h"
+#include "btosif/osif_util/property_split.h"
 #include "tools/osif/logical_lines.h"
 
 namespace command {

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "btosif/osif_util/ascii.h"
+#include "btosif/osif_util/line_rules.h"
 
 namespace command {
 namespace {
@@ -10,26 +11,18 @@ namespace {
 // Beyond this a line is neither a BEGIN nor an END that the library would know.
 constexpr size_t kKept = 512;
 
-bool IsFold(char c) { return c == ' ' || c == '\t'; }
-
-bool EndsInSoftBreak(std::string_view text) {
-  const size_t other = text.find_last_not_of('=');
-  const size_t run = other == std::string_view::npos ? text.size() : text.size() - other - 1;
-  return run % 2 == 1;
-}
-
-// Appends what the library would see of a physical line: nothing behind a zero byte or a lone carriage
-// return. Returns false when one of them has ended the text.
+// Appends what the library would see of a physical line. Returns false when a zero byte or a lone carriage
+// return has ended the text.
 bool Append(std::string& text, std::string_view physical) {
-  const size_t end = physical.find_first_of(std::string_view("\0\r", 2));
-  if (text.size() < kKept) text += physical.substr(0, std::min(end, kKept - text.size()));
-  return end == std::string_view::npos;
+  const std::string_view seen = CutLine(physical);
+  if (text.size() < kKept) text += seen.substr(0, kKept - text.size());
+  return seen.size() == physical.size();
 }
 
 bool StartsWith(std::string_view physical, std::string_view start) {
   for (const char c : physical) {
     if (start.empty()) break;
-    if (IsFold(c)) continue;
+    if (IsBlankOrTab(c)) continue;
     if (AsciiUpper(c) != start.front()) return false;
     start.remove_prefix(1);
   }
@@ -47,14 +40,7 @@ void LogicalLines::ReadPhysical() {
   size_ = size > 0 ? static_cast<size_t>(size) : 0;
 }
 
-std::string_view LogicalLines::Content() const {
-  std::string_view text(buffer_, size_);
-  if (text.ends_with('\n')) {
-    text.remove_suffix(1);
-    if (text.ends_with('\r')) text.remove_suffix(1);
-  }
-  return text;
-}
+std::string_view LogicalLines::Content() const { return WithoutLineEnd({buffer_, size_}); }
 
 bool LogicalLines::Next(LogicalLine& line) {
   if (size_ == 0) return false;
@@ -70,7 +56,7 @@ bool LogicalLines::Next(LogicalLine& line) {
     position_ += static_cast<int64_t>(size_);
     ++number_;
     ReadPhysical();
-    goes_on = size_ > 0 && (soft || IsFold(buffer_[0]));
+    goes_on = size_ > 0 && (soft || IsFoldCharacter(buffer_[0]));
   }
   line.end = position_;
   line.next_line = number_;

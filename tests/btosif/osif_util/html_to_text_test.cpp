@@ -1,4 +1,4 @@
-#include "btosif/osif_generators/html_to_text.h"
+#include "btosif/osif_util/html_to_text.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck.h>

@@ -1,8 +1,8 @@
+#include "btosif/osif_util/property_split.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
-
-#include "btosif/osif_parsers/line_reader.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "btosif/osif_generators/html_entities.h"
+#include "btosif/osif_util/html_entities.h"
 
 #include <algorithm>
 #include <array>

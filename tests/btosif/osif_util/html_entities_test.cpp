@@ -1,4 +1,4 @@
-#include "btosif/osif_generators/html_entities.h"
+#include "btosif/osif_util/html_entities.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "btosif/osif_generators/html_to_text.h"
+#include "btosif/osif_util/html_to_text.h"
 #include "tests/support/files.h"
 
 namespace {

@@ -1,11 +1,16 @@
 // The input lies in memory, so a tag or an entity is a piece of it: nothing is collected, and one that is
-// never closed reaches to the end.
-#include "btosif/osif_generators/html_to_text.h"
+// never closed reaches to the end. What comes out goes to a sink that counts it all and stores what fits, so
+// that measuring and converting are the same walk.
+#include "btosif/osif_util/html_to_text.h"
 
 #include <cstdint>
 
+<<<<<<< HEAD:btosif/osif_generators/html_to_text.cpp
 #include "btosif/osif_generators/html_entities.h"
 #include "platform/utf8.h"
+=======
+#include "btosif/osif_util/html_entities.h"
+>>>>>>> w-fmt:btosif/osif_util/html_to_text.cpp
 
 namespace {
 
