@@ -18,7 +18,8 @@ inline constexpr std::string_view kLatin1Encoded = ";CHARSET=ISO-8859-1;ENCODING
 using LineSet = std::array<std::string_view, 8>;
 
 // Quoted-printable lines of a text: what handhelds send, no line longer than 76 characters, each line of the
-// text followed by an encoded line break and a soft one, some lines broken softly in the middle of a sentence.
+// text followed by an encoded line break and a soft one, some lines broken softly in the middle of a
+// sentence.
 inline constexpr LineSet kUtf8Lines = {
     "Der Schl=C3=BCssel liegt beim Nachbarn, zweite T=C3=BCr links.=0D=0A=\r\n",
     "Sprechstunden: Mo, Di und Fr von 8 bis 12 Uhr, nachmittags nur nach=\r\n "
@@ -50,8 +51,8 @@ inline constexpr LineSet kPlainLines = {
     "Left the pilots in spring, still has a key.",
     "Meetings on the first Thursday, room 12, second floor, door code 4417."};
 
-// What follows on a line, and on the last line, of a text of several lines: a plain one's in a quoted-printable
-// value, where the last ends without a soft line break; and one's in a folded value.
+// What follows on a line, and on the last line, of a text of several lines: a plain one's in a
+// quoted-printable value, where the last ends without a soft line break; and one's in a folded value.
 inline constexpr std::string_view kEncodedLineEnd = "=0D=0A=\r\n";
 inline constexpr std::string_view kEncodedEnd = "--=20\r\n";
 inline constexpr std::string_view kFold = "\r\n ";
@@ -65,7 +66,7 @@ inline std::string Lines(const LineSet& lines, int number, int count,
   return text;
 }
 
-// Plain lines of a value that is folded: each continues behind a line end and a blank.
+// Plain lines of a value that is folded: each continues after a line end and a blank.
 inline std::string FoldedLines(int number, int count) {
   return Joined({Lines(kPlainLines, number, count, kFold), kFoldedEnd});
 }
