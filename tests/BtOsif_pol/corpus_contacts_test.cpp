@@ -1,6 +1,5 @@
 // Contacts as real programs and devices send them: what is stored of each, and what is sent of it again.
 // The files lie in the folder that OSIF_CORPUS names; without it these tests are skipped.
-#include <cstdlib>
 #include <sstream>
 
 #include "BtOsif_pol/pol_contact.h"
@@ -8,6 +7,7 @@
 #include "BtOsif_pol/pol_search.h"
 #include "btosif/osif_generators/vcard_writer.h"
 #include "btosif/osif_util/charset.h"
+#include "tests/support/corpus.h"
 #include "tests/support/pol_fixture.h"
 
 namespace {
@@ -35,9 +35,9 @@ SentLines FilledLines(const std::string& card) {
 class CorpusContacts : public TempDeviceTest {
  protected:
   void SetUp() override {
-    const char* corpus = std::getenv("OSIF_CORPUS");
-    if (corpus == nullptr) GTEST_SKIP() << "OSIF_CORPUS names no folder";
-    folder_ = std::string(corpus) + "/vcard/";
+    const std::string corpus = support::CorpusFolder();
+    if (corpus.empty()) GTEST_SKIP() << support::kNoCorpus;
+    folder_ = corpus + "/vcard/";
     ForgetCharsetChoices();
     SetSetting(u"DoNotSendMsftProperties", 0);
     ASSERT_EQ(Code(POL_Open()), OSIF_OK);

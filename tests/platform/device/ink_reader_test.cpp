@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -11,6 +10,7 @@
 #include "platform/device/ink_text.h"
 #include "platform/device/ink_writer.h"
 #include "tests/platform/device/ink_document.h"
+#include "tests/support/corpus.h"
 
 namespace {
 
@@ -230,8 +230,8 @@ RC_GTEST_PROP(InkDocumentProperty, ParagraphsAloneGiveTheVisibleText, ()) {
 class HandheldDocument : public testing::Test {
  protected:
   void SetUp() override {
-    const char* folder = std::getenv("OSIF_CORPUS");
-    if (folder == nullptr) GTEST_SKIP() << "OSIF_CORPUS names no folder of real files";
+    const std::string folder = support::CorpusFolder();
+    if (folder.empty()) GTEST_SKIP() << support::kNoCorpus;
     folder_ = std::filesystem::path(folder) / "ink";
   }
 
