@@ -19,7 +19,7 @@ show osif find samples/changed.vcf
 say "Something in the second of these cards is unknown: the trace tells what, the card is stored all the same"
 show osif receive --trace samples/warning.vcf
 
-say "A vCard 3.0 is refused, and nothing is lost in silence: the card behind it is named"
+say "A vCard 3.0 is refused, and nothing is lost in silence: the card after it is named"
 show_refusing osif receive samples/mixed-versions.vcf
 
 say "Read one by one, the others arrive"

@@ -1,5 +1,5 @@
-// The four formats as the measurements use them: reading and writing a file of generated objects with the text
-// layer alone, without a store.
+// The four formats as the measurements use them: reading and writing a file of generated objects with the
+// text layer alone, without a store.
 #pragma once
 
 #include <stdlib.h>
@@ -122,7 +122,7 @@ class Records {
   std::vector<OsifObject> objects_;
 };
 
-// How many different records are written in turn. Who exports a store fills each record just before it is
+// How many different records are written in turn. Whoever exports a store fills each record just before it is
 // written; thousands of records that lie ready would measure how long memory takes to bring them.
 inline constexpr int kWrittenRecords = 50;
 

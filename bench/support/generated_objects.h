@@ -101,7 +101,7 @@ inline std::string Message(int number) {
        body, "END:VBODY\r\nEND:VENV\r\nEND:VMSG\r\n"});
 }
 
-// The texts of the objects 0 to `count` - 1, one behind the other.
+// The texts of the objects 0 to `count` - 1, one after the other.
 template <typename Make>
 std::string Repeated(int count, Make make) {
   std::string text;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <array>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -14,9 +15,12 @@ namespace bench {
 inline constexpr std::string_view kUtf8Encoded = ";CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE";
 inline constexpr std::string_view kLatin1Encoded = ";CHARSET=ISO-8859-1;ENCODING=QUOTED-PRINTABLE";
 
+using LineSet = std::array<std::string_view, 8>;
+
 // Quoted-printable lines of a text: what handhelds send, no line longer than 76 characters, each line of the
-// text followed by an encoded line break and a soft one, some lines broken softly in the middle of a sentence.
-inline constexpr std::array<std::string_view, 8> kUtf8Lines = {
+// text followed by an encoded line break and a soft one, some lines broken softly in the middle of a
+// sentence.
+inline constexpr LineSet kUtf8Lines = {
     "Der Schl=C3=BCssel liegt beim Nachbarn, zweite T=C3=BCr links.=0D=0A=\r\n",
     "Sprechstunden: Mo, Di und Fr von 8 bis 12 Uhr, nachmittags nur nach=\r\n "
     "Vereinbarung.=0D=0A=\r\n",
@@ -27,7 +31,7 @@ inline constexpr std::array<std::string_view, 8> kUtf8Lines = {
     "=D0=90=D0=B4=D1=80=D0=B5=D1=81 =D0=B2 =D0=B3=D0=BE=D1=80=D0=BE=D0=B4=D0=B5.=0D=0A=\r\n",
     "Sends his regards to everybody on the night watch.=0D=0A=\r\n"};
 
-inline constexpr std::array<std::string_view, 8> kLatin1Lines = {
+inline constexpr LineSet kLatin1Lines = {
     "Gr=FC=DFe von der Fahrt nach G=F6teborg; das Schiff hatte Versp=E4tung.=0D=0A=\r\n",
     "Le d=E9jeuner est =E0 midi et demi, la r=E9union juste apr=E8s.=0D=0A=\r\n",
     "Ma=F1ana por la ma=F1ana, en el muelle.=0D=0A=\r\n",
@@ -37,7 +41,7 @@ inline constexpr std::array<std::string_view, 8> kLatin1Lines = {
     "Zimmer 214, =FCber den Hof; der Aufzug f=E4hrt nicht bis ganz oben.=0D=0A=\r\n",
     "Prefers letters to calls, and calls to visits.=0D=0A=\r\n"};
 
-inline constexpr std::array<std::string_view, 8> kPlainLines = {
+inline constexpr LineSet kPlainLines = {
     "Call before nine or after six.",
     "Keeps the list of the moorings for the inner harbour and the fees.",
     "Two boxes of spare bulbs are in the store room, on the upper shelf.",
@@ -47,134 +51,188 @@ inline constexpr std::array<std::string_view, 8> kPlainLines = {
     "Left the pilots in spring, still has a key.",
     "Meetings on the first Thursday, room 12, second floor, door code 4417."};
 
+// What follows on a line, and on the last line, of a text of several lines: a plain one's in a
+// quoted-printable value, where the last ends without a soft line break; and one's in a folded value.
+inline constexpr std::string_view kEncodedLineEnd = "=0D=0A=\r\n";
+inline constexpr std::string_view kEncodedEnd = "--=20\r\n";
+inline constexpr std::string_view kFold = "\r\n ";
+inline constexpr std::string_view kFoldedEnd = "That is all.\r\n";
+
 // `count` of the lines, from one on that the number chooses.
-inline std::string Lines(const std::array<std::string_view, 8>& lines, int number, int count,
+inline std::string Lines(const LineSet& lines, int number, int count,
                          std::string_view line_end = "") {
   std::string text;
   for (int i = 0; i < count; ++i) text.append(lines[(number / 8 + i) % 8]).append(line_end);
   return text;
 }
 
-// Plain lines of a value that is folded: each continues behind a line end and a blank.
+// Plain lines of a value that is folded: each continues after a line end and a blank.
 inline std::string FoldedLines(int number, int count) {
-  return Lines(kPlainLines, number, count, "\r\n ") + "That is all.\r\n";
+  return Joined({Lines(kPlainLines, number, count, kFold), kFoldedEnd});
 }
 
 // A quoted-printable value of so many lines; the last one ends without a soft line break.
-inline std::string EncodedLines(const std::array<std::string_view, 8>& lines, int number,
-                                int count) {
-  return Lines(lines, number, count) + "--=20\r\n";
+inline std::string EncodedLines(const LineSet& lines, int number, int count) {
+  return Joined({Lines(lines, number, count), kEncodedEnd});
 }
 
 // ---- Cards ---------------------------------------------------------------------------------------------
 
-// A name of its own for each number below 1,000,000; twenty of 20,000 people share a family name.
-inline std::string Name(std::string_view parameters, std::string_view family,
-                        std::string_view given, int number) {
-  const std::string of_family = Numbered("%03d", number % 1000);
-  const std::string of_given = Numbered("%d", number / 1000);
-  return Joined({"N", parameters, ":", family, of_family, ";", given, of_given, "\r\nFN",
-                 parameters, ":", given, of_given, " ", family, of_family, "\r\n"});
+// A property line of a card. Each "*" stands for the kind's own character set and encoding, each "%d" for a
+// number made of the card's.
+struct CardLine {
+  const char* format;
+  int modulus = 0;  // the number goes round at it; 0: it does not
+  int more = 0;     // how far the number is beyond the card's
+
+  std::string Text(int number) const {
+    return Numbered(format, (modulus == 0 ? number : number % modulus) + more);
+  }
+};
+
+// A text of several lines, begun with the property's name.
+struct CardNote {
+  std::string_view begin;
+  const LineSet* lines = nullptr;  // null for a card without a note
+  int count = 0;
+  std::string_view line_end;  // after each line
+  std::string_view end;       // after the last one
+};
+
+// What a kind of device or program puts into its cards.
+struct CardKind {
+  std::string_view encoding;
+  std::string_view family;
+  std::string_view given;
+  std::array<CardLine, 14> properties;  // those with a format
+  CardNote note;
+};
+
+inline constexpr CardKind kCardKinds[] = {
+    // A telephone's.
+    {"",
+     "Harrow",
+     "Edith",
+     {{{"TEL;PREF;CELL;VOICE:+44 7700 %06d"},
+       {"TEL;HOME;VOICE:+44 1632 %06d"},
+       {"EMAIL;INTERNET;PREF:edith.%d@example.org"},
+       {"ADR;HOME:;;14 Mill Lane;Upper Northgate;Examshire;NG2 7QX;United Kingdom"},
+       {"BDAY:19640229"}}},
+     {"NOTE:", &kPlainLines, 1, "", "\r\n"}},
+    // One that encodes whatever is not ASCII, in UTF-8.
+    {kUtf8Encoded,
+     "M=C3=BC=C3=9Fig",
+     "J=C3=B6rg",
+     {{{"ORG*:L=C3=B6schwasser & S=C3=B6hne;Stra=C3=9Fenbau"},
+       {"TITLE*:Gesch=C3=A4ftsf=C3=BChrer"},
+       {"TEL;CELL;VOICE:+49 171 %07d"},
+       {"TEL;WORK;VOICE:+49 30 %07d"},
+       {"TEL;WORK;FAX:+49 30 %07d", 0, 1},
+       {"EMAIL;INTERNET:joerg.%d@example.de"},
+       {"ADR;WORK*:;;Sch=C3=B6nhauser Stra=C3=9Fe 17;K=C3=B6penick;Brandenburg;12555;"
+        "=C3=96sterreich"}}},
+     {"NOTE*:", &kUtf8Lines, 9, "", kEncodedEnd}},
+    // The same in Latin-1.
+    {kLatin1Encoded,
+     "Fen=EAtre",
+     "Aur=E9lie",
+     {{{"ORG*:Caf=E9 du March=E9;Comptabilit=E9"},
+       {"TEL;CELL;VOICE:+33 6 %08d"},
+       {"TEL;HOME;VOICE:+33 1 %08d"},
+       {"EMAIL;INTERNET:aurelie.%d@example.fr"},
+       {"ADR;HOME*:;;3 rue de l'=C9glise;Saint-=C9tienne;;42000;France"}}},
+     {"NOTE*:", &kLatin1Lines, 10, "", kEncodedEnd}},
+    // Latin-1 as it is.
+    {";CHARSET=ISO-8859-1",
+     "Ib\xE1\xF1"
+     "ez",
+     "Bego\xF1"
+     "a",
+     {{{"ORG*:Compa\xF1\xED"
+        "a Mar\xED"
+        "tima;Direcci\xF3"
+        "n"},
+       {"TITLE*:Capit\xE1"
+        "n"},
+       {"TEL;CELL:+34 600 %06d"},
+       {"TEL;WORK:+34 910 %06d"},
+       {"EMAIL;INTERNET:begona.%d@example.es"},
+       {"ADR;WORK*:;;Calle del Marqu\xE9s 8;Logro\xF1o;La Rioja;26001;Espa\xF1"
+        "a"},
+       {"NOTE*:Ma\xF1"
+        "ana por la ma\xF1"
+        "ana\\; despu\xE9s, en la oficina."}}},
+     {}},
+    // A desktop program's: everything twice, folded.
+    {"",
+     "van Dale",
+     "Pieter",
+     {{{"NICKNAME:Piet\r\nORG:Northgate Pilots;Night watch\r\nTITLE:Harbour pilot"},
+       {"ROLE:Second officer\r\nURL:http://pilots.example.com/people/"},
+       {"TEL;WORK;VOICE:+1 555 %07d\r\nTEL;WORK;VOICE:+1 556 %07d"},
+       {"TEL;HOME;VOICE:+1 557 %07d\r\nTEL;HOME;FAX:+1 558 %07d"},
+       {"TEL;CELL;VOICE:+1 559 %07d\r\nTEL;PAGER:+1 560 %07d"},
+       {"EMAIL;PREF;INTERNET:pieter.%d@pilots.example.com"},
+       {"EMAIL;INTERNET:p.vandale%d@example.net"},
+       {"EMAIL;INTERNET:vandale.%d@mail.example.org"},
+       {"ADR;WORK:;Pilot station;%d Quay Street;Northgate;;10100;Examplia", 200},
+       {"ADR;HOME:;;%d Hill Road;Upper Northgate;;10117;Examplia", 90},
+       {"BDAY:19710423\r\nX-SPOUSE:Carla\r\nX-ANNIVERSARY:19980606\r\nX-CAT:Business"}}},
+     {"NOTE:", &kPlainLines, 6, kFold, kFoldedEnd}},
+    // ASCII with a long encoded note.
+    {"",
+     "Abara",
+     "Tunde",
+     {{{"TEL;CELL;VOICE:+234 803 %07d"},
+       {"EMAIL;INTERNET:tunde.%d@example.ng"},
+       {"ADR;HOME:;Flat 4;22 Marina Road;Lagos;;101001;Nigeria"}}},
+     {"NOTE;ENCODING=QUOTED-PRINTABLE:", &kPlainLines, 17, kEncodedLineEnd, kEncodedEnd}},
+    // UTF-8 in another alphabet, several numbers.
+    {kUtf8Encoded,
+     "=D0=9A=D0=BE=D0=B2=D0=B0=D0=BB=D1=8C",
+     "=D0=9E=D0=BB=D0=B5=D0=BD=D0=B0",
+     {{{"TEL;PREF;CELL:+380 44 %07d"},
+       {"TEL;WORK:+380 45 %07d"},
+       {"TEL;HOME:+380 46 %07d"},
+       {"TEL;WORK;FAX:+380 47 %07d"},
+       {"EMAIL;INTERNET:olena.%d@example.ua"},
+       {"EMAIL;INTERNET:o.koval%d@example.com"},
+       {"ADR;HOME*:;;=D0=9C=D0=BE=D1=80=D1=81=D1=8C=D0=BA=D0=B0 17;=D0=9E=D0=B4=D0=B5=D1=81=D0=B0;;"
+        "65000;=D0=A3=D0=BA=D1=80=D0=B0=D1=97=D0=BD=D0=B0"}}},
+     {"NOTE*:", &kUtf8Lines, 8, "", kEncodedEnd}},
+    // From a SIM card.
+    {"", "Dunmore", "F", {{{"TEL;CELL:+15550%06d"}}}, {}},
+};
+
+// A text with a kind's encoding in the place of each "*".
+inline std::string Encoded(std::string_view text, std::string_view encoding) {
+  std::string encoded(text);
+  for (size_t at; (at = encoded.find('*')) != std::string::npos;) encoded.replace(at, 1, encoding);
+  return encoded;
 }
 
-// A card of about 900 bytes on average, of one of eight kinds by its number.
+// A name of its own for each number below 1,000,000; twenty of 20,000 people share a family name.
+inline std::string NameOf(const CardKind& kind, int number) {
+  const std::string of_family = Numbered("%03d", number % 1000);
+  const std::string of_given = Numbered("%d", number / 1000);
+  return Joined({"N", kind.encoding, ":", kind.family, of_family, ";", kind.given, of_given,
+                 "\r\nFN", kind.encoding, ":", kind.given, of_given, " ", kind.family, of_family,
+                 "\r\n"});
+}
+
+// A card of about 900 bytes on average, of a kind by its number.
 inline std::string MixedCard(int number, int) {
-  std::string card = "BEGIN:VCARD\r\nVERSION:2.1\r\n";
-  switch (number % 8) {
-    case 0:  // a telephone's
-      card +=
-          Joined({Name("", "Harrow", "Edith", number),
-                  Numbered("TEL;PREF;CELL;VOICE:+44 7700 %06d\r\n", number),
-                  Numbered("TEL;HOME;VOICE:+44 1632 %06d\r\n", number),
-                  Numbered("EMAIL;INTERNET;PREF:edith.%d@example.org\r\n", number),
-                  "ADR;HOME:;;14 Mill Lane;Upper Northgate;Examshire;NG2 7QX;United Kingdom\r\n",
-                  "BDAY:19640229\r\nNOTE:", kPlainLines[number / 8 % 8], "\r\n"});
-      break;
-    case 1:  // one that encodes whatever is not ASCII, in UTF-8
-      card += Joined(
-          {Name(kUtf8Encoded, "M=C3=BC=C3=9Fig", "J=C3=B6rg", number), "ORG", kUtf8Encoded,
-           ":L=C3=B6schwasser & S=C3=B6hne;Stra=C3=9Fenbau\r\nTITLE", kUtf8Encoded,
-           ":Gesch=C3=A4ftsf=C3=BChrer\r\n", Numbered("TEL;CELL;VOICE:+49 171 %07d\r\n", number),
-           Numbered("TEL;WORK;VOICE:+49 30 %07d\r\n", number),
-           Numbered("TEL;WORK;FAX:+49 30 %07d\r\n", number + 1),
-           Numbered("EMAIL;INTERNET:joerg.%d@example.de\r\n", number), "ADR;WORK", kUtf8Encoded,
-           ":;;Sch=C3=B6nhauser Stra=C3=9Fe 17;K=C3=B6penick;Brandenburg;12555;=C3=96sterreich\r\n",
-           "NOTE", kUtf8Encoded, ":", EncodedLines(kUtf8Lines, number, 9)});
-      break;
-    case 2:  // the same in Latin-1
-      card +=
-          Joined({Name(kLatin1Encoded, "Fen=EAtre", "Aur=E9lie", number), "ORG", kLatin1Encoded,
-                  ":Caf=E9 du March=E9;Comptabilit=E9\r\n",
-                  Numbered("TEL;CELL;VOICE:+33 6 %08d\r\n", number),
-                  Numbered("TEL;HOME;VOICE:+33 1 %08d\r\n", number),
-                  Numbered("EMAIL;INTERNET:aurelie.%d@example.fr\r\n", number), "ADR;HOME",
-                  kLatin1Encoded, ":;;3 rue de l'=C9glise;Saint-=C9tienne;;42000;France\r\nNOTE",
-                  kLatin1Encoded, ":", EncodedLines(kLatin1Lines, number, 10)});
-      break;
-    case 3:  // Latin-1 as it is
-      card += Joined(
-          {Name(";CHARSET=ISO-8859-1",
-                "Ib\xE1\xF1"
-                "ez",
-                "Bego\xF1"
-                "a",
-                number),
-           "ORG;CHARSET=ISO-8859-1:Compa\xF1\xED"
-           "a Mar\xED"
-           "tima;Direcci\xF3"
-           "n\r\n",
-           "TITLE;CHARSET=ISO-8859-1:Capit\xE1"
-           "n\r\n",
-           Numbered("TEL;CELL:+34 600 %06d\r\nTEL;WORK:+34 910 %06d\r\n", number),
-           Numbered("EMAIL;INTERNET:begona.%d@example.es\r\n", number),
-           "ADR;WORK;CHARSET=ISO-8859-1:;;Calle del Marqu\xE9s 8;Logro\xF1o;La Rioja;26001;Espa\xF1"
-           "a\r\n",
-           "NOTE;CHARSET=ISO-8859-1:Ma\xF1"
-           "ana por la ma\xF1"
-           "ana\\; despu\xE9s, en la oficina.\r\n"});
-      break;
-    case 4:  // a desktop program's: everything twice, folded
-      card += Joined(
-          {Name("", "van Dale", "Pieter", number),
-           "NICKNAME:Piet\r\nORG:Northgate Pilots;Night watch\r\n",
-           "TITLE:Harbour pilot\r\nROLE:Second "
-           "officer\r\nURL:http://pilots.example.com/people/\r\n",
-           Numbered("TEL;WORK;VOICE:+1 555 %07d\r\nTEL;WORK;VOICE:+1 556 %07d\r\n", number),
-           Numbered("TEL;HOME;VOICE:+1 557 %07d\r\nTEL;HOME;FAX:+1 558 %07d\r\n", number),
-           Numbered("TEL;CELL;VOICE:+1 559 %07d\r\nTEL;PAGER:+1 560 %07d\r\n", number),
-           Numbered("EMAIL;PREF;INTERNET:pieter.%d@pilots.example.com\r\n", number),
-           Numbered("EMAIL;INTERNET:p.vandale%d@example.net\r\n", number),
-           Numbered("EMAIL;INTERNET:vandale.%d@mail.example.org\r\n", number),
-           Numbered("ADR;WORK:;Pilot station;%d Quay Street;Northgate;;10100;Examplia\r\n",
-                    number % 200),
-           Numbered("ADR;HOME:;;%d Hill Road;Upper Northgate;;10117;Examplia\r\n", number % 90),
-           "BDAY:19710423\r\nX-SPOUSE:Carla\r\nX-ANNIVERSARY:19980606\r\nX-CAT:Business\r\nNOTE:",
-           FoldedLines(number, 6)});
-      break;
-    case 5:  // ASCII with a long encoded note
-      card += Joined(
-          {Name("", "Abara", "Tunde", number), Numbered("TEL;CELL;VOICE:+234 803 %07d\r\n", number),
-           Numbered("EMAIL;INTERNET:tunde.%d@example.ng\r\n", number),
-           "ADR;HOME:;Flat 4;22 Marina Road;Lagos;;101001;Nigeria\r\n",
-           "NOTE;ENCODING=QUOTED-PRINTABLE:", Lines(kPlainLines, number, 17, "=0D=0A=\r\n"),
-           "--=20\r\n"});
-      break;
-    case 6:  // UTF-8 in another alphabet, several numbers
-      card += Joined(
-          {Name(kUtf8Encoded, "=D0=9A=D0=BE=D0=B2=D0=B0=D0=BB=D1=8C",
-                "=D0=9E=D0=BB=D0=B5=D0=BD=D0=B0", number),
-           Numbered("TEL;PREF;CELL:+380 44 %07d\r\nTEL;WORK:+380 45 %07d\r\n", number),
-           Numbered("TEL;HOME:+380 46 %07d\r\nTEL;WORK;FAX:+380 47 %07d\r\n", number),
-           Numbered("EMAIL;INTERNET:olena.%d@example.ua\r\n", number),
-           Numbered("EMAIL;INTERNET:o.koval%d@example.com\r\n", number), "ADR;HOME", kUtf8Encoded,
-           ":;;=D0=9C=D0=BE=D1=80=D1=81=D1=8C=D0=BA=D0=B0 17;=D0=9E=D0=B4=D0=B5=D1=81=D0=B0;;"
-           "65000;=D0=A3=D0=BA=D1=80=D0=B0=D1=97=D0=BD=D0=B0\r\nNOTE",
-           kUtf8Encoded, ":", EncodedLines(kUtf8Lines, number, 8)});
-      break;
-    default:  // from a SIM card
-      card +=
-          Joined({Name("", "Dunmore", "F", number), Numbered("TEL;CELL:+15550%06d\r\n", number)});
-      break;
+  const CardKind& kind = kCardKinds[static_cast<size_t>(number) % std::size(kCardKinds)];
+  std::string card = Joined({"BEGIN:VCARD\r\nVERSION:2.1\r\n", NameOf(kind, number)});
+  for (const CardLine& line : kind.properties) {
+    if (line.format == nullptr) break;
+    card.append(Encoded(line.Text(number), kind.encoding)).append("\r\n");
+  }
+  const CardNote& note = kind.note;
+  if (note.lines != nullptr) {
+    card.append(Encoded(note.begin, kind.encoding))
+        .append(Lines(*note.lines, number, note.count, note.line_end))
+        .append(note.end);
   }
   return card + "END:VCARD\r\n";
 }
@@ -231,10 +289,10 @@ inline std::string MixedNote(int number, int) {
                       kLatin1Encoded, ":", EncodedLines(kLatin1Lines, number, 12)});
       break;
     default:
-      note +=
-          Joined({Numbered("SUMMARY:Tide tables %d\r\n", number),
-                  "BODY;ENCODING=QUOTED-PRINTABLE:", Lines(kPlainLines, number, 12, "=0D=0A=\r\n"),
-                  "--=20\r\nCATEGORIES:Business\r\n"});
+      note += Joined(
+          {Numbered("SUMMARY:Tide tables %d\r\n", number),
+           "BODY;ENCODING=QUOTED-PRINTABLE:", Lines(kPlainLines, number, 12, kEncodedLineEnd),
+           kEncodedEnd, "CATEGORIES:Business\r\n"});
       break;
   }
   return note +
@@ -262,13 +320,13 @@ inline std::string MixedMessage(int number, int) {
       message +=
           Joined({"Content-Type: text/plain; charset=UTF-8\r\n"
                   "Content-Transfer-Encoding: quoted-printable\r\n\r\n",
-                  Lines(kUtf8Lines, number, 20), "--=20\r\n"});
+                  EncodedLines(kUtf8Lines, number, 20)});
       break;
     case 2:
       message +=
           Joined({"Content-Type: text/plain; charset=ISO-8859-1\r\n"
                   "Content-Transfer-Encoding: quoted-printable\r\n\r\n",
-                  Lines(kLatin1Lines, number, 20), "--=20\r\n"});
+                  EncodedLines(kLatin1Lines, number, 20)});
       break;
     default:
       message +=

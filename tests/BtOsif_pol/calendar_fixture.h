@@ -84,8 +84,9 @@ bool FlagOf(Item& item, HRESULT (Item::*get)(VARIANT_BOOL*)) {
   return flag != 0;
 }
 
-inline std::vector<std::pair<std::string, std::string>> RecipientsOf(IAppointment& item) {
-  std::vector<std::pair<std::string, std::string>> pairs;
+// Calls `visit` with each recipient of an appointment.
+template <typename Visit>
+void ForEachRecipient(IAppointment& item, Visit visit) {
   ComPtr<IRecipients> recipients;
   EXPECT_EQ(item.get_Recipients(recipients.put()), S_OK);
   int count = 0;
@@ -93,9 +94,16 @@ inline std::vector<std::pair<std::string, std::string>> RecipientsOf(IAppointmen
   for (int i = 1; i <= count; ++i) {
     ComPtr<IRecipient> recipient;
     EXPECT_EQ(recipients->Item(i, recipient.put()), S_OK);
-    pairs.emplace_back(TextOf(*recipient, &IRecipient::get_Name),
-                       TextOf(*recipient, &IRecipient::get_Address));
+    visit(*recipient);
   }
+}
+
+inline std::vector<std::pair<std::string, std::string>> RecipientsOf(IAppointment& item) {
+  std::vector<std::pair<std::string, std::string>> pairs;
+  ForEachRecipient(item, [&](IRecipient& recipient) {
+    pairs.emplace_back(TextOf(recipient, &IRecipient::get_Name),
+                       TextOf(recipient, &IRecipient::get_Address));
+  });
   return pairs;
 }
 

@@ -1,11 +1,11 @@
 // Appointments and tasks as real programs and devices send them: what is stored of each, and what is sent of
 // it again. The files lie in the folder that OSIF_CORPUS names; without it these tests are skipped.
-#include <cstdlib>
 #include <sstream>
 
 #include "BtOsif_pol/pol_dispatch.h"
 #include "btosif/osif_generators/vcalendar_writer.h"
 #include "tests/BtOsif_pol/stored_items.h"
+#include "tests/support/corpus.h"
 
 namespace {
 
@@ -42,9 +42,9 @@ struct Received {
 class CorpusCalendar : public CalendarTest {
  protected:
   void SetUp() override {
-    const char* corpus = std::getenv("OSIF_CORPUS");
-    if (corpus == nullptr) GTEST_SKIP() << "OSIF_CORPUS names no folder";
-    folder_ = std::string(corpus) + "/vcalendar/";
+    const std::string corpus = support::CorpusFolder();
+    if (corpus.empty()) GTEST_SKIP() << support::kNoCorpus;
+    folder_ = corpus + "/vcalendar/";
     CalendarTest::SetUp();
   }
 

@@ -1,12 +1,12 @@
 // Contacts as real programs and devices send them: what is stored of each, and what is sent of it again.
 // The files lie in the folder that OSIF_CORPUS names; without it these tests are skipped.
-#include <cstdlib>
 #include <sstream>
 
 #include "BtOsif_pol/pol_contact.h"
 #include "BtOsif_pol/pol_dispatch.h"
 #include "btosif/osif_generators/vcard_writer.h"
 #include "btosif/osif_util/charset.h"
+#include "tests/support/corpus.h"
 #include "tests/support/pol_fixture.h"
 
 namespace {
@@ -34,9 +34,9 @@ SentLines FilledLines(const std::string& card) {
 class CorpusContacts : public TempDeviceTest {
  protected:
   void SetUp() override {
-    const char* corpus = std::getenv("OSIF_CORPUS");
-    if (corpus == nullptr) GTEST_SKIP() << "OSIF_CORPUS names no folder";
-    folder_ = std::string(corpus) + "/vcard/";
+    const std::string corpus = support::CorpusFolder();
+    if (corpus.empty()) GTEST_SKIP() << support::kNoCorpus;
+    folder_ = corpus + "/vcard/";
     ForgetCharsetChoices();
     SetSetting(u"DoNotSendMsftProperties", 0);
     ASSERT_EQ(Code(POL_Open()), OSIF_OK);

@@ -4,7 +4,6 @@
 // Most makers put their message's text among its headers, under names of their own, or leave the envelope
 // out. What the library refuses for that is given an envelope here, as the tests say, so that one sees what
 // would become of it.
-#include <cstdlib>
 #include <cstring>
 
 #include "BtOsif_pol/pol_dispatch.h"
@@ -14,8 +13,10 @@
 #include "btosif/osif_util/object_record.h"
 #include "mapi/mapi_session.h"
 #include "tests/platform/device/mail/fixture.h"
+#include "tests/support/corpus.h"
 #include "tests/support/dates.h"
 #include "tests/support/files.h"
+#include "tests/support/messages.h"
 #include "tests/support/settings.h"
 #include "tests/support/trace_receiver.h"
 
@@ -125,23 +126,12 @@ int32_t StoreMessage(int32_t store_id, OsifObject* object, OsifResult result, vo
   return 0;
 }
 
-// What a sender would have to put around the body for it to be read.
-std::string WithEnvelopes(std::string text) {
-  for (size_t at = 0; (at = text.find("BEGIN:VBODY", at)) != std::string::npos; at += 23) {
-    text.insert(at, "BEGIN:VENV\r\n");
-  }
-  for (size_t at = 0; (at = text.find("END:VBODY", at)) != std::string::npos; at += 9) {
-    text.insert(text.find('\n', at) + 1, "END:VENV\r\n");
-  }
-  return text;
-}
-
 class CorpusMessagesStored : public testing::Test {
  protected:
   void SetUp() override {
-    const char* corpus = std::getenv("OSIF_CORPUS");
-    if (corpus == nullptr) GTEST_SKIP() << "OSIF_CORPUS names no folder";
-    folder_ = std::string(corpus) + "/vmessage/";
+    const std::string corpus = support::CorpusFolder();
+    if (corpus.empty()) GTEST_SKIP() << support::kNoCorpus;
+    folder_ = corpus + "/vmessage/";
     UseCodePage(1252);
   }
   void TearDown() override {
@@ -161,8 +151,7 @@ class CorpusMessagesStored : public testing::Test {
   }
 
   std::string Bytes(const std::string& name) const {
-    std::ifstream in(folder_ + name, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    const std::string bytes = support::BytesOf(folder_ + name);
     EXPECT_FALSE(bytes.empty()) << name;
     return bytes;
   }
@@ -306,11 +295,12 @@ TEST_F(CorpusMessagesStored, OfAConverter) {
 // ---- Files that are read once they have an envelope ----
 
 TEST_F(CorpusMessagesStored, OfATestProgram) {
-  ExpectOnlyASubject(Only(WithEnvelopes(Bytes("auto-pts__vmsg-single.vmg"))), "");
+  ExpectOnlyASubject(Only(support::WithEnvelopes(Bytes("auto-pts__vmsg-single.vmg"))), "");
 }
 
 TEST_F(CorpusMessagesStored, OfATestProgramWithTwoMessages) {
-  const std::vector<Received> messages = Receive(WithEnvelopes(Bytes("auto-pts__vmsg-two.vmg")));
+  const std::vector<Received> messages =
+      Receive(support::WithEnvelopes(Bytes("auto-pts__vmsg-two.vmg")));
   ASSERT_THAT(messages, SizeIs(2));
   for (const Received& message : messages) ExpectOnlyASubject(message, "");
   EXPECT_NE(messages[0].id, messages[1].id);
@@ -319,23 +309,24 @@ TEST_F(CorpusMessagesStored, OfATestProgramWithTwoMessages) {
 // A header's value is taken as it stands, whatever its parameters say of its encoding. The blank behind the
 // "=" keeps its line from being joined with the next.
 TEST_F(CorpusMessagesStored, OfATelephoneWithBlanksBehindEachLine) {
-  ExpectOnlyASubject(Only(WithEnvelopes(Bytes("idx__perl-lg-trailing-space.vmg"))),
+  ExpectOnlyASubject(Only(support::WithEnvelopes(Bytes("idx__perl-lg-trailing-space.vmg"))),
                      "=4F=6B=2E=20=53=74=61= ");
 }
 
 TEST_F(CorpusMessagesStored, OfAPhoneService) {
-  ExpectOnlyASubject(Only(WithEnvelopes(Bytes("idx__tizen-msg-sample.vmg"))), "");
+  ExpectOnlyASubject(Only(support::WithEnvelopes(Bytes("idx__tizen-msg-sample.vmg"))), "");
 }
 
 TEST_F(CorpusMessagesStored, OfABackup) {
-  const std::vector<Received> messages = Receive(WithEnvelopes(Bytes("idx__zte-blade-sms.vmg")));
+  const std::vector<Received> messages =
+      Receive(support::WithEnvelopes(Bytes("idx__zte-blade-sms.vmg")));
   ASSERT_THAT(messages, SizeIs(2));
   ExpectOnlyASubject(messages[0], "=68=69=20=74=68=65=72=65");
   ExpectOnlyASubject(messages[1], "plain text");
 }
 
 TEST_F(CorpusMessagesStored, OfATelephoneWithItsTextInTheSubject) {
-  ExpectOnlyASubject(Only(WithEnvelopes(Bytes("vmsg2csv__comment-sample.vmg"))),
+  ExpectOnlyASubject(Only(support::WithEnvelopes(Bytes("vmsg2csv__comment-sample.vmg"))),
                      "=30=31=32=33=34=35=36");
 }
 

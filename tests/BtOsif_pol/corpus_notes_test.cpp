@@ -3,11 +3,11 @@
 // skipped.
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <functional>
 #include <utility>
 
 #include "btosif/osif_parsers/vnote_reader.h"
+#include "tests/support/corpus.h"
 #include "tests/support/files.h"
 #include "tests/support/notes.h"
 #include "tests/support/settings.h"
@@ -248,9 +248,9 @@ class CorpusNotes : public support::NoteTest, public testing::WithParamInterface
   using Visit = std::function<void(const ExpectedNote&, OsifObject&)>;
 
   void SetUp() override {
-    const char* corpus = std::getenv("OSIF_CORPUS");
-    if (corpus == nullptr) GTEST_SKIP() << "OSIF_CORPUS names no folder";
-    path_ = std::string(corpus) + "/vnote/" + GetParam().name + ".vnt";
+    const std::string corpus = support::CorpusFolder();
+    if (corpus.empty()) GTEST_SKIP() << support::kNoCorpus;
+    path_ = corpus + "/vnote/" + GetParam().name + ".vnt";
     ASSERT_TRUE(std::filesystem::exists(path_)) << path_;
     support::SetSystemCodePage(1252);
     ForgetCharsetChoices();
@@ -329,10 +329,10 @@ INSTANTIATE_TEST_SUITE_P(Files, CorpusNotes, testing::ValuesIn(kFiles), [](const
 });
 
 TEST(CorpusNotesFolder, HoldsNoFileThatIsNotExpectedHere) {
-  const char* corpus = std::getenv("OSIF_CORPUS");
-  if (corpus == nullptr) GTEST_SKIP() << "OSIF_CORPUS names no folder";
+  const std::string corpus = support::CorpusFolder();
+  if (corpus.empty()) GTEST_SKIP() << support::kNoCorpus;
   std::vector<std::string> there;
-  for (const auto& file : std::filesystem::directory_iterator(std::string(corpus) + "/vnote")) {
+  for (const auto& file : std::filesystem::directory_iterator(corpus + "/vnote")) {
     there.push_back(file.path().stem());
   }
   std::vector<std::string> expected;

@@ -5,7 +5,6 @@
 // The files lie in the folder that OSIF_CORPUS names; without it the tests over them are skipped.
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -17,6 +16,7 @@
 
 #include "BtOsif_pol/pol_recurrence.h"
 #include "tests/BtOsif_pol/calendar_fixture.h"
+#include "tests/support/corpus.h"
 
 namespace {
 
@@ -480,10 +480,9 @@ void AddRules(const std::string& path, std::set<CorpusRule>& rules) {
 class CorpusRules : public StoredRule {
  protected:
   void SetUp() override {
-    const char* corpus = std::getenv("OSIF_CORPUS");
-    if (corpus == nullptr) GTEST_SKIP() << "OSIF_CORPUS names no folder";
-    for (const auto& file :
-         std::filesystem::directory_iterator(std::string(corpus) + "/vcalendar")) {
+    const std::string corpus = support::CorpusFolder();
+    if (corpus.empty()) GTEST_SKIP() << support::kNoCorpus;
+    for (const auto& file : std::filesystem::directory_iterator(corpus + "/vcalendar")) {
       AddRules(file.path(), rules_);
     }
     CalendarTest::SetUp();

@@ -59,16 +59,10 @@ inline TextLines StoredLines(IAppointment& item) {
     texts.Add("Pattern", ShownPattern(*PatternOf(item)));
     for (const std::string& date : ExceptionsOf(item)) texts.Add("Exception", date);
   }
-  ComPtr<IRecipients> recipients;
-  EXPECT_EQ(item.get_Recipients(recipients.put()), S_OK);
-  int count = 0;
-  EXPECT_EQ(recipients->get_Count(&count), S_OK);
-  for (int i = 1; i <= count; ++i) {
-    ComPtr<IRecipient> recipient;
-    EXPECT_EQ(recipients->Item(i, recipient.put()), S_OK);
-    texts.Add("Recipient", "'" + Utf8Of(*recipient, &IRecipient::get_Name) + "' '" +
-                               Utf8Of(*recipient, &IRecipient::get_Address) + "'");
-  }
+  ForEachRecipient(item, [&](IRecipient& recipient) {
+    texts.Add("Recipient", "'" + Utf8Of(recipient, &IRecipient::get_Name) + "' '" +
+                               Utf8Of(recipient, &IRecipient::get_Address) + "'");
+  });
   return texts.lines;
 }
 

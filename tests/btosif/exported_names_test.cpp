@@ -1,5 +1,4 @@
 // The library exports its functions and nothing else, and its header asks for no more than C11.
-// OSIF_LIBRARY names the built library, OSIF_TEST_FILES the folder of the tests.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -7,6 +6,8 @@
 #include <set>
 #include <sstream>
 #include <string>
+
+#include "tests/support/built_files.h"
 
 namespace {
 
@@ -27,7 +28,7 @@ std::string OutputOf(const std::string& command) {
 
 TEST(ExportedNames, AreExactlyThoseOfTheTwentyOneFunctions) {
   std::set<std::string> names;
-  std::istringstream lines(OutputOf("nm -D --defined-only '" OSIF_LIBRARY "'"));
+  std::istringstream lines(OutputOf("nm -D --defined-only '" + support::kLibrary + "'"));
   for (std::string line; std::getline(lines, line);) {
     names.insert(line.substr(line.rfind(' ') + 1));
   }
@@ -63,9 +64,10 @@ class PublicHeader : public testing::TestWithParam<const char*> {};
 TEST_P(PublicHeader, CompilesAsC11WithoutAWarning) {
   const std::string compiler = GetParam();
   if (OutputOf("command -v " + compiler).empty()) GTEST_SKIP() << compiler << " is not installed";
-  EXPECT_EQ(OutputOf(compiler + " -std=c11 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror "
-                                "-fsyntax-only -x c '" OSIF_TEST_FILES
-                                "/../include/osif.h' 2>&1; echo $?"),
+  EXPECT_EQ(OutputOf(compiler +
+                     " -std=c11 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror "
+                     "-fsyntax-only -x c '" +
+                     support::kSources + "/include/osif.h' 2>&1; echo $?"),
             "0\n");
 }
 

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "osif.h"
+#include "tests/support/built_files.h"
 #include "tests/support/osif_fixture.h"
 
 namespace {
@@ -508,7 +509,7 @@ class OsifWholeWay : public OsifTest, public testing::WithParamInterface<const c
 // A received card is stored, fetched and sent again. Beside each card lies what is to be sent, byte for
 // byte, with "@ID@" for the id that the store gave.
 TEST_P(OsifWholeWay, InAndOut) {
-  const std::string card = OSIF_TEST_FILES "/btosif/cards/" + std::string(GetParam());
+  const std::string card = kSources + "/tests/btosif/cards/" + std::string(GetParam());
   const std::u16string path = Wide(card + ".vcf");
   std::vector<std::string> ids;
   ASSERT_EQ(ReadFile(path,
@@ -529,7 +530,8 @@ TEST_P(OsifWholeWay, InAndOut) {
 
 // What was sent comes back and is sent the same again.
 TEST_P(OsifWholeWay, AndOnceMoreChangesNothing) {
-  const std::string sent = OSIF_TEST_FILES "/btosif/cards/" + std::string(GetParam()) + ".sent.vcf";
+  const std::string sent =
+      kSources + "/tests/btosif/cards/" + std::string(GetParam()) + ".sent.vcf";
   TempFile in(WithCrLf(FileBytes(sent)));
   TempFile out;
   std::string new_id;

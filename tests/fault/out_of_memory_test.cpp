@@ -4,40 +4,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <new>
 #include <string>
 #include <vector>
 
 #include "osif.h"
 #include "platform/api/memory.h"
 #include "platform/posix/fault_injection.h"
+#include "tests/support/failing_new.h"
 #include "tests/support/files.h"
 #include "tests/support/temp_device.h"
-
-namespace {
-thread_local int news_until_failure = 0;
-thread_local int news_made = 0;
-}  // namespace
-
-void* operator new(size_t size) {
-  ++news_made;
-  if (news_until_failure > 0 && --news_until_failure == 0) throw std::bad_alloc();
-  if (void* memory = std::malloc(size ? size : 1)) return memory;
-  throw std::bad_alloc();
-}
-void* operator new(size_t size, const std::nothrow_t&) noexcept {
-  ++news_made;
-  if (news_until_failure > 0 && --news_until_failure == 0) return nullptr;
-  return std::malloc(size ? size : 1);
-}
-void* operator new[](size_t size) { return operator new(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
 
 namespace {
 
@@ -62,8 +39,6 @@ struct Heap {
   int (*count)(const std::function<void()>& work);
 };
 
-void FailNew(int nth) { news_until_failure = nth; }
-
 int CountPlatform(const std::function<void()>& work) {
   FailAllocation(kMoreThanAnyCallAllocates);
   work();
@@ -71,9 +46,9 @@ int CountPlatform(const std::function<void()>& work) {
 }
 
 int CountLanguage(const std::function<void()>& work) {
-  news_made = 0;
+  const int before = NewsMade();
   work();
-  return news_made;
+  return NewsMade() - before;
 }
 
 constexpr Heap kHeaps[] = {{"Platform", FailAllocation, CountPlatform},

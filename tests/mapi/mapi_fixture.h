@@ -17,15 +17,11 @@
 #include "platform/device/mail/session.h"
 #include "tests/support/dates.h"
 #include "tests/support/fake_mapi.h"
+#include "tests/support/result_code.h"
 #include "tests/support/text_test.h"
 #include "tests/support/trace_receiver.h"
 
 namespace support {
-
-using TraceLines = std::vector<std::string>;
-
-// Result codes as the names' own type.
-inline int Code(OsifResult result) { return static_cast<int>(result); }
 
 // A message's record. A longer text than its field is a fault of the test.
 class MailRecord {

@@ -1,31 +1,6 @@
 // What the adapter does when memory is short where it says so.
-#include <cstdlib>
-#include <new>
-#include <utility>
-
 #include "tests/mapi/mapi_fixture.h"
-
-namespace {
-thread_local bool next_new_fails = false;
-}  // namespace
-
-void* operator new(size_t size) {
-  if (!std::exchange(next_new_fails, false)) {
-    if (void* memory = std::malloc(size ? size : 1)) return memory;
-  }
-  throw std::bad_alloc();
-}
-void* operator new(size_t size, const std::nothrow_t&) noexcept {
-  return std::exchange(next_new_fails, false) ? nullptr : std::malloc(size ? size : 1);
-}
-void* operator new[](size_t size) { return operator new(size); }
-void* operator new[](size_t size, const std::nothrow_t& tag) noexcept {
-  return operator new(size, tag);
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
+#include "tests/support/failing_new.h"
 
 namespace {
 
@@ -36,8 +11,8 @@ class MapiMemory : public OpenFakeMapiTest {
  protected:
   ~MapiMemory() override { StopFailing(); }
 
-  static void FailNext() { next_new_fails = true; }
-  static void StopFailing() { next_new_fails = false; }
+  static void FailNext() { FailNew(1); }
+  static void StopFailing() { FailNew(0); }
 };
 
 // The list of recipients is what needs memory first after the flags.

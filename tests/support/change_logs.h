@@ -5,13 +5,12 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "osif.h"
+#include "tests/support/bytes.h"
 
 namespace support {
 
@@ -59,28 +58,6 @@ inline OsifAnchor MakeAnchor(uint32_t counter, std::string_view timestamp = "") 
 }
 
 inline bool FileExists(const std::string& path) { return std::filesystem::exists(path); }
-
-inline std::string BytesOf(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-inline void PutBytes(const std::string& path, std::string_view bytes) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  EXPECT_TRUE(out.good()) << path;
-}
-
-inline void AppendBytes(const std::string& path, std::string_view bytes) {
-  PutBytes(path, BytesOf(path) + std::string(bytes));
-}
-
-inline std::vector<std::string> LinesOf(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(in, line);) lines.push_back(line);
-  return lines;
-}
 
 // Adler-32 as RFC 1950 defines it, byte by byte, with the restart that an absent text causes.
 class PlainAdler {

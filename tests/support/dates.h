@@ -4,42 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
-#include <ctime>
-#include <optional>
 #include <string>
 
 #include "btosif/osif_date.h"
+#include "tests/support/environment.h"
 
 namespace support {
 
 // Zones west and east of UTC, with whole and half hours, with and without summer time.
 inline constexpr const char* kFiveZones[] = {"UTC", "Europe/Berlin", "America/New_York",
                                              "Asia/Kolkata", "Australia/Lord_Howe"};
-
-// The process's time zone while the object lives.
-class TimeZone {
- public:
-  explicit TimeZone(const char* name) {
-    if (const char* zone = std::getenv("TZ")) before_ = zone;
-    Set(name);
-  }
-  ~TimeZone() { Set(before_ ? before_->c_str() : nullptr); }
-  TimeZone(const TimeZone&) = delete;
-  TimeZone& operator=(const TimeZone&) = delete;
-
- private:
-  static void Set(const char* name) {
-    if (name) {
-      setenv("TZ", name, 1);
-    } else {
-      unsetenv("TZ");
-    }
-    tzset();
-  }
-
-  std::optional<std::string> before_;
-};
 
 // A file time from the seconds since 1970, and back.
 inline FILETIME FileTime(int64_t unix_time) {

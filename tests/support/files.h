@@ -6,13 +6,14 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <initializer_list>
-#include <iterator>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "btosif/osif_file.h"
+#include "tests/support/bytes.h"
+#include "tests/support/temp_folder.h"
 
 namespace support {
 
@@ -30,47 +31,21 @@ inline std::string Narrow(std::u16string_view wide) {
 class TempFile {
  public:
   explicit TempFile(std::string_view bytes = {}) {
-    std::string name = testing::TempDir() + "osif-XXXXXX";
-    int descriptor = mkstemp(name.data());
-    if (descriptor < 0) throw std::runtime_error("no temporary file in " + testing::TempDir());
+    path_ = std::filesystem::temp_directory_path() / "osif-test-XXXXXX";
+    const int descriptor = mkstemp(path_.data());
+    if (descriptor < 0) throw std::runtime_error("no temporary file like " + path_);
     close(descriptor);
-    path_ = name;
     Put(bytes);
   }
   ~TempFile() { unlink(path_.c_str()); }
   TempFile(const TempFile&) = delete;
   TempFile& operator=(const TempFile&) = delete;
 
-  void Put(std::string_view bytes) {
-    std::ofstream out(path_, std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  }
-
-  std::string Bytes() const {
-    std::ifstream in(path_, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  }
+  void Put(std::string_view bytes) { PutBytes(path_, bytes); }
+  std::string Bytes() const { return BytesOf(path_); }
 
   const std::string& path() const { return path_; }
   std::u16string wide_path() const { return Wide(path_); }
-
- private:
-  std::string path_;
-};
-
-// A folder of its own that goes away with everything in it.
-class TempFolder {
- public:
-  TempFolder() {
-    std::string name = testing::TempDir() + "osif-XXXXXX";
-    if (!mkdtemp(name.data())) throw std::runtime_error("no folder in " + testing::TempDir());
-    path_ = name;
-  }
-  ~TempFolder() { std::filesystem::remove_all(path_); }
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
-
-  std::string File(std::string_view name) const { return path_ + "/" + std::string(name); }
 
  private:
   std::string path_;
@@ -104,13 +79,6 @@ inline std::string Lines(std::initializer_list<std::string_view> lines) {
   std::string text;
   for (std::string_view line : lines) text.append(line).append("\r\n");
   return text;
-}
-
-inline std::string Repeated(std::string_view text, size_t count) {
-  std::string result;
-  result.reserve(text.size() * count);
-  for (size_t i = 0; i < count; ++i) result += text;
-  return result;
 }
 
 }  // namespace support

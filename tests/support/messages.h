@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <optional>
 #include <string>
@@ -43,6 +42,17 @@ inline std::string MessageWithProperty(std::string_view line) {
   return MessageText(std::string(line) + "\r\n" + EnvelopeText(BodyText("", "text\r\n")));
 }
 
+// Messages whose bodies have no envelope, with what a sender would have to put around each for it to be read.
+inline std::string WithEnvelopes(std::string text) {
+  for (size_t at = 0; (at = text.find("BEGIN:VBODY", at)) != std::string::npos; at += 23) {
+    text.insert(at, "BEGIN:VENV\r\n");
+  }
+  for (size_t at = 0; (at = text.find("END:VBODY", at)) != std::string::npos; at += 9) {
+    text.insert(text.find('\n', at) + 1, "END:VENV\r\n");
+  }
+  return text;
+}
+
 // What the record of a message held when it was handed on.
 struct ReadMessage {
   struct Part {
@@ -69,11 +79,6 @@ inline std::filesystem::path AttachmentPath(const MessagePart& part) {
   return path;
 }
 
-inline std::string BytesOfFile(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 inline ReadMessage MessageOf(const OsifObject& object) {
   const OsifMessage& m = object.message;
   ReadMessage read;
@@ -94,7 +99,7 @@ inline ReadMessage MessageOf(const OsifObject& object) {
   read.transfer_encoding = m.part.contentTransferEncoding;
   if (m.part.bodyText != nullptr) read.body = m.part.bodyText;
   read.attachment = AttachmentPath(m.part);
-  read.attachment_bytes = BytesOfFile(read.attachment);
+  read.attachment_bytes = BytesOf(read.attachment);
   for (const MessagePart* part = m.part.nextPart; part != nullptr; part = part->nextPart) {
     const bool has_content = part->bodyText != nullptr || part->attachmentFile[0] != 0;
     read.further_parts.push_back({part->contentType, part->contentTransferEncoding, has_content});

@@ -14,13 +14,11 @@
 
 #include "osif.h"
 #include "tests/support/files.h"
+#include "tests/support/result_code.h"
 #include "tests/support/temp_device.h"
 #include "tests/support/trace_receiver.h"
 
 namespace support {
-
-// Result codes as the names' own type.
-inline int Code(OsifResult result) { return static_cast<int>(result); }
 
 // Whether a trace line is that of a failed check of an argument.
 inline bool IsAssertion(const std::string& line) {
@@ -96,14 +94,7 @@ class OsifTest : public testing::Test {
     return count;
   }
 
-  // The trace, without the lines of the message store's adapter.
-  std::vector<std::string> Trace() {
-    std::vector<std::string> lines;
-    for (std::string& line : trace_.Lines()) {
-      if (line.rfind("MAPI:", 0) != 0) lines.push_back(std::move(line));
-    }
-    return lines;
-  }
+  TraceLines Trace() { return PimLines(trace_); }
 
   bool Traced(const std::string& line) {
     const std::vector<std::string> lines = Trace();
@@ -113,7 +104,5 @@ class OsifTest : public testing::Test {
   TempDevice device_;
   TraceReceiver trace_;
 };
-
-using TraceLines = std::vector<std::string>;
 
 }  // namespace support

@@ -14,6 +14,7 @@
 #include "btosif/osif_util/object_record.h"
 #include "tests/support/fake_pim.h"
 #include "tests/support/files.h"
+#include "tests/support/result_code.h"
 #include "tests/support/temp_device.h"
 #include "tests/support/trace_receiver.h"
 #include "tests/support/values.h"
@@ -49,17 +50,6 @@ class ContactRecord {
   OwnedObject object_{OSIF_STORE_PB};
 };
 
-// The lines of the trace, without those of the message store's adapter.
-inline std::vector<std::string> PimLines(TraceReceiver& trace) {
-  std::vector<std::string> lines;
-  for (std::string& line : trace.Lines()) {
-    if (line.rfind("MAPI:", 0) != 0) lines.push_back(std::move(line));
-  }
-  return lines;
-}
-
-using TraceLines = std::vector<std::string>;
-
 // A closed session over a fake PIM.
 class PolTest : public testing::Test {
  protected:
@@ -88,8 +78,5 @@ struct IdBuffer {
   explicit IdBuffer(std::string_view before = "before") { before.copy(text, sizeof text - 1); }
   char text[OSIF_ID_SIZE] = "";
 };
-
-// Adjusts unsigned result codes to the names' own type.
-inline int Code(OsifResult result) { return static_cast<int>(result); }
 
 }  // namespace support

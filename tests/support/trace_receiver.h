@@ -72,4 +72,13 @@ class TraceReceiver {
   int socket_;
 };
 
+using TraceLines = std::vector<std::string>;
+
+// The lines that came, without those of the message store's adapter.
+inline TraceLines PimLines(TraceReceiver& trace) {
+  TraceLines lines = trace.Lines();
+  std::erase_if(lines, [](const std::string& line) { return line.starts_with("MAPI:"); });
+  return lines;
+}
+
 }  // namespace support

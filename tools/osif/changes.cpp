@@ -1,8 +1,11 @@
 // osif changes, anchor and database-id: what a synchronisation partner asks for.
-#include <algorithm>
-#include <cstring>
+//
+// All three open the store's change log first, which compares the store with its last state: what other
+// programs changed meanwhile is in the log before it is asked. Changes are shown while the log is walked. The
+// name of a changed object is fetched from the store for each of them, and is missing for one that was
+// deleted or that the store does not hand out. A gap in the log is a result, not a failure: the partner
+// learns that it has to compare everything, and gets the entries that there are.
 #include <functional>
-#include <memory>
 
 #include "tools/osif/commands.h"
 #include "tools/osif/records.h"
@@ -11,6 +14,8 @@
 
 namespace command {
 namespace {
+
+// ---- The frame ------------------------------------------------------------------------------------
 
 // Opens the library and the store's change log, and does something with it.
 void WithChangeLog(int32_t store_id, const Options& options, Reporter& reporter,
@@ -22,9 +27,39 @@ void WithChangeLog(int32_t store_id, const Options& options, Reporter& reporter,
   if (result != OSIF_OK) reporter.Fail("the change log of " + StoreName(store_id), result);
 }
 
+// The action of a subcommand that only asks the log of a store.
+template <OsifResult (*show)(int32_t store_id, Reporter& reporter)>
+void RunOnLog(const StoreArgument& arguments, const Options& options, Reporter& reporter) {
+  WithChangeLog(arguments.store_id, options, reporter,
+                [&] { return show(arguments.store_id, reporter); });
+}
+
 // ---- changes --------------------------------------------------------------------------------------
 
 constexpr uint32_t kDeleted = 'H';
+constexpr size_t kLongestTime = sizeof(OsifAnchor::ts) - 1;
+
+struct ChangesArguments {
+  int32_t store_id = 0;
+  uint32_t counter = 0;
+  std::string time;
+};
+
+void DeclareChanges(CLI::App& subcommand, ChangesArguments& arguments) {
+  AddStoreArgument(subcommand, arguments.store_id);
+  CLI::Option* counter =
+      subcommand
+          .add_option("--since", arguments.counter, "The change counter seen last; 0 for all")
+          ->type_name("CC");
+  subcommand
+      .add_option("--since-time", arguments.time,
+                  "The time of the change seen last, such as 20050314T101500Z")
+      ->type_name("TS")
+      ->excludes(counter)
+      ->check([](const std::string& text) {
+        return text.size() <= kLongestTime ? std::string() : "a time has 19 characters at most";
+      });
+}
 
 // The name of a changed object; null for one that is gone or that the store does not show.
 Json NameOfChanged(int32_t store_id, const ChangeLogEntry& entry) {
@@ -80,60 +115,29 @@ OsifResult ShowDatabaseId(int32_t store_id, Reporter& reporter) {
   return OSIF_OK;
 }
 
-void AddLogCommand(CLI::App& app, const char* name, const char* help, const Options& options,
-                   Action& action, OsifResult (*show)(int32_t store_id, Reporter& reporter)) {
-  const auto store_id = std::make_shared<int32_t>(0);
-  CLI::App* subcommand = app.add_subcommand(name, help);
-  AddStoreArgument(*subcommand, *store_id);
-  subcommand->callback([store_id, &options, &action, show] {
-    action = [store_id, &options, show](Reporter& reporter) {
-      WithChangeLog(*store_id, options, reporter, [&] { return show(*store_id, reporter); });
-    };
-  });
+void ShowChangesOf(const ChangesArguments& arguments, const Options& options, Reporter& reporter) {
+  OsifAnchor since{};
+  since.cc = arguments.counter;
+  arguments.time.copy(since.ts, kLongestTime);
+  WithChangeLog(arguments.store_id, options, reporter,
+                [&] { return ShowChanges(arguments.store_id, since, reporter); });
 }
 
 }  // namespace
 
-void AddChanges(CLI::App& app, const Options& options, Action& action) {
-  struct Arguments {
-    int32_t store_id = 0;
-    OsifAnchor since{};
-    std::string since_time;
-  };
-  const auto arguments = std::make_shared<Arguments>();
-  CLI::App* subcommand = app.add_subcommand(
-      "changes", "Show what was added, modified (M) or deleted (H) since an anchor");
-  AddStoreArgument(*subcommand, arguments->store_id);
-  CLI::Option* counter =
-      subcommand
-          ->add_option("--since", arguments->since.cc, "The change counter seen last; 0 for all")
-          ->type_name("CC");
-  constexpr size_t kLongestTime = sizeof arguments->since.ts - 1;
-  subcommand
-      ->add_option("--since-time", arguments->since_time,
-                   "The time of the change seen last, such as 20050314T101500Z")
-      ->type_name("TS")
-      ->excludes(counter)
-      ->check([](const std::string& text) {
-        return text.size() <= kLongestTime ? std::string() : "a time has 19 characters at most";
-      });
-  subcommand->callback([arguments, &options, &action] {
-    arguments->since_time.copy(arguments->since.ts, kLongestTime);
-    action = [arguments, &options](Reporter& reporter) {
-      WithChangeLog(arguments->store_id, options, reporter,
-                    [&] { return ShowChanges(arguments->store_id, arguments->since, reporter); });
-    };
-  });
+void AddChanges(const CommandLine& line) {
+  AddSubcommand(line, "changes", "Show what was added, modified (M) or deleted (H) since an anchor",
+                DeclareChanges, ShowChangesOf);
 }
 
-void AddAnchor(CLI::App& app, const Options& options, Action& action) {
-  AddLogCommand(app, "anchor", "Show the anchor of a store: counter and time of its newest change",
-                options, action, ShowAnchor);
+void AddAnchor(const CommandLine& line) {
+  AddSubcommand(line, "anchor", "Show the anchor of a store: counter and time of its newest change",
+                DeclareStore, RunOnLog<ShowAnchor>);
 }
 
-void AddDatabaseId(CLI::App& app, const Options& options, Action& action) {
-  AddLogCommand(app, "database-id", "Show the database id of a store", options, action,
-                ShowDatabaseId);
+void AddDatabaseId(const CommandLine& line) {
+  AddSubcommand(line, "database-id", "Show the database id of a store", DeclareStore,
+                RunOnLog<ShowDatabaseId>);
 }
 
 }  // namespace command

@@ -20,7 +20,7 @@ constexpr const char* kFooter =
     "Exit status: 0 all well, 1 something failed, 2 wrong usage.\n"
     "In file names \"\\\" separates folders as \"/\" does.";
 
-constexpr void (*kSubcommands[])(CLI::App&, const Options&, Action&) = {
+constexpr void (*kSubcommands[])(const command::CommandLine&) = {
     command::AddReceive, command::AddSend,   command::AddExport,     command::AddList,
     command::AddFind,    command::AddCount,  command::AddDelete,     command::AddParse,
     command::AddChanges, command::AddAnchor, command::AddDatabaseId, command::AddSettings,
@@ -40,9 +40,9 @@ int Run(int argc, char** argv) {
   Options options;
   Action action;
   AddOptions(app, options);
-  // Options may stand behind the subcommand as well.
+  // Options may stand after the subcommand as well.
   app.fallthrough();
-  for (const auto add : kSubcommands) add(app, options, action);
+  for (const auto add : kSubcommands) add({app, options, action});
   app.require_subcommand(1);
   app.footer(kFooter);
   try {

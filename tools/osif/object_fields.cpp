@@ -1,3 +1,7 @@
+// A field of a record is a row: its name in JSON and where it is in the record. Fields that are empty are
+// left out, so that what is shown is what the file said. Of a value both is shown: the components decoded as
+// the stores get them, and the raw bytes, each byte as the character of its number, because they need not be
+// valid in any character set.
 #include "tools/osif/object_fields.h"
 
 #include <span>

@@ -1,3 +1,12 @@
+// The library reads a file from its start, stops at the first object that it refuses or at a line that
+// belongs to none, and says neither where that was nor what it has not read. So the file is looked through
+// beforehand (file_index), and what the library hands out is held against what is there: the records are
+// counted, and from their number follow the line of each, the object that was refused, and how many were not
+// reached. With --each every object is copied into one file in memory, one after the other, and read by
+// itself.
+//
+// The results that the library gives are the worst so far within a call. `had_warning_` keeps whether one
+// came before, so that a result that is not certainly a record's own is not taken for it.
 #include "tools/osif/object_file.h"
 
 #include <fcntl.h>
@@ -14,12 +23,8 @@
 namespace command {
 namespace {
 
-std::string Objects(size_t count) {
-  return std::to_string(count) + (count == 1 ? " object" : " objects");
-}
-
 std::string WereNotReached(size_t count) {
-  return Objects(count) + (count == 1 ? " was" : " were") + " not reached";
+  return ObjectCount(count) + (count == 1 ? " was" : " were") + " not reached";
 }
 
 // The results of a file's records as the library hands them out.
@@ -124,15 +129,15 @@ class FileReader {
       what = file_name_ + ": the calendar on line " + std::to_string(object.line);
     }
     what += " was refused";
-    if (read > 0) what += " after " + Objects(read) + " of " + std::to_string(object.records);
+    if (read > 0) what += " after " + ObjectCount(read) + " of " + std::to_string(object.records);
     if (!object.is_complete) what += "; it has no END";
     reporter_.Fail(what, result);
     visitor_.OnRefused(object.first_record + read + 1, object.kind);
-    // The refused one counts for itself; what the calendar holds behind it is lost with it.
+    // The refused one counts for itself; what the calendar holds after it is lost with it.
     if (read + 1 < object.records) visitor_.OnUnreached(object.records - read - 1);
   }
 
-  // The library refused an object of the whole file. A calendar may be refused behind its last record;
+  // The library refused an object of the whole file. A calendar may be refused after its last record;
   // then the calendar after it is named, and the message says that it is one of the two.
   void TellRefused(OsifResult result) {
     const FileObject& object = index_.ObjectOf(delivered_);
@@ -142,8 +147,8 @@ class FileReader {
     if (read == 0 && delivered_ > 0 && object.kind == ObjectKind::kVCalendar) {
       reporter_.Note(file_name_ + ": it may also be the end of the calendar before it");
     }
-    const size_t behind = object.first_record + object.records;
-    if (behind < index_.record_lines.size()) TellUnreached(behind, "", result);
+    const size_t next = object.first_record + object.records;
+    if (next < index_.record_lines.size()) TellUnreached(next, "", result);
   }
 
   // The library saw the file's end before its last object: a line between two objects ended it.

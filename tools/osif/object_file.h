@@ -23,14 +23,14 @@ struct FileRecord {
   bool is_certain;     // whether the result is known to be this record's own
 };
 
-// The result of one record. The library hands on the worst result so far, so behind a first warning in a
+// The result of one record. The library hands on the worst result so far, so after a first warning in a
 // file, or within a calendar, there is no telling.
 struct RecordResult {
   OsifResult result;
   bool is_certain;
 };
 
-// The results of a file's records, with those behind a warning learnt by reading each object by itself. It
+// The results of a file's records, with those after a warning learnt by reading each object by itself. It
 // uses the library, which need not be open for that: then nothing of this comes into the trace. Empty for a
 // file that cannot be read.
 std::vector<RecordResult> OwnResults(const std::string& file_name);
@@ -41,9 +41,9 @@ class FileVisitor {
   virtual ~FileVisitor() = default;
   virtual void OnRecord(const FileRecord& record) = 0;
   // An object that the library refused, after it was reported.
-  virtual void OnRefused(size_t number, ObjectKind kind) = 0;
+  virtual void OnRefused(size_t /*number*/, ObjectKind /*kind*/) {}
   // Records that the library did not reach, after they were reported.
-  virtual void OnUnreached(size_t count) = 0;
+  virtual void OnUnreached(size_t /*count*/) {}
 };
 
 // What OSIF_ReadObjects gives for the file: one code for the file read whole; for objects read one by one,

@@ -1,7 +1,10 @@
 // osif parse: what the library reads out of a file. No store is touched.
-#include <memory>
+//
+// The library is opened only when its trace is asked for: reading needs neither a store nor a device, and a
+// file can be looked at where no device can be made. Each record is shown while the library lends it, so a
+// file of any length is shown in the memory of one object. Each file ends with a line of its own that has its
+// code; where a file is read whole, that line alone tells JSON readers of a failure.
 #include <optional>
-#include <vector>
 
 #include "tools/osif/commands.h"
 #include "tools/osif/object_fields.h"
@@ -63,25 +66,22 @@ class Viewer : public FileVisitor {
     reporter_.Text(title);
     for (const auto& [name, field] : fields.items()) ShowField(name, field, reporter_);
   }
-  void OnRefused(size_t, ObjectKind) override {}
-  void OnUnreached(size_t) override {}
 
  private:
   Reporter& reporter_;
 };
 
-void Parse(const std::vector<std::string>& files, bool each, const Options& options,
-           Reporter& reporter) {
+void Parse(const FileArguments& arguments, const Options& options, Reporter& reporter) {
   // Reading needs no open library, but the trace begins when it is opened.
   std::optional<Session> session;
   if (options.trace) session.emplace(options, reporter);
   if (session && !session->is_open()) return;
   if (!session) PrepareTexts();
   // The code in each file's last line tells of its failure. Read one by one, objects fail one by one.
-  reporter.SetFailuresInJson(each);
-  for (const std::string& file : files) {
+  reporter.SetFailuresInJson(arguments.each);
+  for (const std::string& file : arguments.files) {
     Viewer viewer(reporter);
-    const OsifResult result = ReadObjectFile(file, each, {}, viewer, reporter);
+    const OsifResult result = ReadObjectFile(file, arguments.each, {}, viewer, reporter);
     reporter.JsonLine({{"file", file}, {"code", result}, {"text", CodeText(result)}});
     reporter.Text(file + ": " + CodeText(result));
   }
@@ -89,24 +89,9 @@ void Parse(const std::vector<std::string>& files, bool each, const Options& opti
 
 }  // namespace
 
-void AddParse(CLI::App& app, const Options& options, Action& action) {
-  struct Arguments {
-    std::vector<std::string> files;
-    bool each = false;
-  };
-  const auto arguments = std::make_shared<Arguments>();
-  CLI::App* subcommand =
-      app.add_subcommand("parse", "Read files without storing anything, and show what was read");
-  subcommand->add_option("FILE", arguments->files, "vCard, vCalendar, vNote or vMessage files")
-      ->type_name("")
-      ->required();
-  subcommand->add_flag("--each", arguments->each,
-                       "Read every object by itself, so that a bad one does not cost the rest");
-  subcommand->callback([arguments, &options, &action] {
-    action = [arguments, &options](Reporter& reporter) {
-      Parse(arguments->files, arguments->each, options, reporter);
-    };
-  });
+void AddParse(const CommandLine& line) {
+  AddSubcommand(line, "parse", "Read files without storing anything, and show what was read",
+                DeclareFiles, Parse);
 }
 
 }  // namespace command

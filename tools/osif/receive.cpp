@@ -1,6 +1,13 @@
 // osif receive: what an object push service does with a file that it got.
+//
+// Each object is looked for, then updated or added, while the library lends it; what was stored stays stored
+// when a later object fails. The library hands on the worst result so far, so after a first warning the
+// results of a file's records are not their own. They are learnt by reading the objects one by one
+// (OwnResults), and before the library is opened: then nothing of that reading comes into the trace, and each
+// of its lines is shown once. With --each the objects are read one by one anyway. A store's change log is
+// opened when its first object comes, since opening costs a comparison of the whole store; where that fails,
+// the objects are stored all the same, without anchors.
 #include <algorithm>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -123,40 +130,25 @@ class Receiver : public FileVisitor {
   std::string last_anchor_;  // of the newest change; empty while there is none
 };
 
-void Receive(const std::vector<std::string>& files, bool each, const Options& options,
-             Reporter& reporter) {
+void Receive(const FileArguments& arguments, const Options& options, Reporter& reporter) {
+  const std::vector<std::string>& files = arguments.files;
   std::vector<std::vector<RecordResult>> results(files.size());
-  if (!each) std::ranges::transform(files, results.begin(), OwnResults);
+  if (!arguments.each) std::ranges::transform(files, results.begin(), OwnResults);
   Session session(options, reporter);
   if (!session.is_open()) return;
   for (size_t i = 0; i < files.size(); ++i) {
     // Between the lines of the trace, each object says where it is.
     Receiver receiver(files[i], options.trace, session, reporter);
-    ReadObjectFile(files[i], each, results[i], receiver, reporter);
+    ReadObjectFile(files[i], arguments.each, results[i], receiver, reporter);
     receiver.Summarise();
   }
 }
 
 }  // namespace
 
-void AddReceive(CLI::App& app, const Options& options, Action& action) {
-  struct Arguments {
-    std::vector<std::string> files;
-    bool each = false;
-  };
-  const auto arguments = std::make_shared<Arguments>();
-  CLI::App* subcommand =
-      app.add_subcommand("receive", "Store every object of the files: update it where it is known");
-  subcommand->add_option("FILE", arguments->files, "vCard, vCalendar, vNote or vMessage files")
-      ->type_name("")
-      ->required();
-  subcommand->add_flag("--each", arguments->each,
-                       "Read every object by itself, so that a bad one does not cost the rest");
-  subcommand->callback([arguments, &options, &action] {
-    action = [arguments, &options](Reporter& reporter) {
-      Receive(arguments->files, arguments->each, options, reporter);
-    };
-  });
+void AddReceive(const CommandLine& line) {
+  AddSubcommand(line, "receive", "Store every object of the files: update it where it is known",
+                DeclareFiles, Receive);
 }
 
 }  // namespace command

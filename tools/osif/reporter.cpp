@@ -1,3 +1,9 @@
+// Both outputs may be the same terminal or file, and the trace comes on a third way. So that all stands in
+// the order in which it happened, standard output is flushed before a line on standard error, the trace's
+// lines are fetched before any line (SetBeforeLine), and a progress line is wiped out before anything else is
+// shown. Text is made safe for a terminal at the last step: whatever a peer put into a name ends up as one
+// line without control characters. Results are not flushed one by one; what could not be written is noticed
+// in Finish, where it still becomes the exit status.
 #include "tools/osif/reporter.h"
 
 #include <unistd.h>

@@ -1,11 +1,18 @@
 // osif send and osif export: objects of a store as text.
+//
+// The library appends each object to a file that it opens by name and closes again, and tells of a failed
+// write in its trace alone. So each object's end is looked for in the file before the next one is fetched,
+// and the first that is not whole ends an export: what stands in the file up to it can be read. An export
+// empties its file only when the store can be walked, so that a store that cannot keeps what was exported
+// before. For standard output the object is written to a file in memory and copied once it is whole: a reader
+// of the output never gets half an object. An interrupted command leaves the objects that it had written, the
+// last one perhaps cut.
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -91,21 +98,45 @@ void SendToOutput(int32_t store_id, const std::string& id, Reporter& reporter) {
   }
 }
 
-void Send(int32_t store_id, const std::string& argument, const std::string& output,
-          const Options& options, Reporter& reporter) {
-  const std::optional<std::string> file = OutputName(output, reporter);
+struct SendArguments {
+  int32_t store_id = 0;
+  std::string id;
+  std::string output;  // empty for standard output
+};
+
+void DeclareSend(CLI::App& subcommand, SendArguments& arguments) {
+  AddStoreArgument(subcommand, arguments.store_id);
+  subcommand.add_option("ID", arguments.id, "Its id as \"osif list\" shows it")
+      ->type_name("")
+      ->required();
+  subcommand.add_option("-o,--output", arguments.output, "The file; standard output without it")
+      ->type_name("FILE");
+}
+
+void Send(const SendArguments& arguments, const Options& options, Reporter& reporter) {
+  const std::optional<std::string> file = OutputName(arguments.output, reporter);
   if (!file) return;
   Session session(options, reporter);
   if (!session.is_open()) return;
-  const std::string id = IdFromArgument(argument);
+  const std::string id = IdFromArgument(arguments.id);
   if (file->empty()) {
-    SendToOutput(store_id, id, reporter);
+    SendToOutput(arguments.store_id, id, reporter);
   } else {
-    WriteObject(store_id, id.c_str(), *file, Truncate::kYes, reporter);
+    WriteObject(arguments.store_id, id.c_str(), *file, Truncate::kYes, reporter);
   }
 }
 
 // ---- export ---------------------------------------------------------------------------------------
+
+struct ExportArguments {
+  int32_t store_id = 0;
+  std::string output;
+};
+
+void DeclareExport(CLI::App& subcommand, ExportArguments& arguments) {
+  AddStoreArgument(subcommand, arguments.store_id);
+  subcommand.add_option("-o,--output", arguments.output, "The file")->type_name("FILE")->required();
+}
 
 // An empty store gives an empty file.
 bool MakeEmpty(const std::string& file, Reporter& reporter) {
@@ -119,9 +150,9 @@ bool MakeEmpty(const std::string& file, Reporter& reporter) {
 }
 
 // Ends at the first object that could not be written whole: nothing may follow half an object.
-void Export(int32_t store_id, const std::string& output, const Options& options,
-            Reporter& reporter) {
-  const std::optional<std::string> file = OutputName(output, reporter);
+void Export(const ExportArguments& arguments, const Options& options, Reporter& reporter) {
+  const int32_t store_id = arguments.store_id;
+  const std::optional<std::string> file = OutputName(arguments.output, reporter);
   if (!file) return;
   Session session(options, reporter);
   if (!session.is_open()) return;
@@ -148,48 +179,17 @@ void Export(int32_t store_id, const std::string& output, const Options& options,
     return;
   }
   reporter.Result({{"store", StoreName(store_id)}, {"file", *file}, {"count", written}},
-                  *file + ": " + std::to_string(written) + (written == 1 ? " object" : " objects"));
+                  *file + ": " + ObjectCount(written));
 }
 
 }  // namespace
 
-void AddSend(CLI::App& app, const Options& options, Action& action) {
-  struct Arguments {
-    int32_t store_id = 0;
-    std::string id;
-    std::string output;
-  };
-  const auto arguments = std::make_shared<Arguments>();
-  CLI::App* subcommand = app.add_subcommand("send", "Write one object of a store as text");
-  AddStoreArgument(*subcommand, arguments->store_id);
-  subcommand->add_option("ID", arguments->id, "Its id as \"osif list\" shows it")
-      ->type_name("")
-      ->required();
-  subcommand->add_option("-o,--output", arguments->output, "The file; standard output without it")
-      ->type_name("FILE");
-  subcommand->callback([arguments, &options, &action] {
-    action = [arguments, &options](Reporter& reporter) {
-      Send(arguments->store_id, arguments->id, arguments->output, options, reporter);
-    };
-  });
+void AddSend(const CommandLine& line) {
+  AddSubcommand(line, "send", "Write one object of a store as text", DeclareSend, Send);
 }
 
-void AddExport(CLI::App& app, const Options& options, Action& action) {
-  struct Arguments {
-    int32_t store_id = 0;
-    std::string output;
-  };
-  const auto arguments = std::make_shared<Arguments>();
-  CLI::App* subcommand = app.add_subcommand("export", "Write every object of a store to a file");
-  AddStoreArgument(*subcommand, arguments->store_id);
-  subcommand->add_option("-o,--output", arguments->output, "The file")
-      ->type_name("FILE")
-      ->required();
-  subcommand->callback([arguments, &options, &action] {
-    action = [arguments, &options](Reporter& reporter) {
-      Export(arguments->store_id, arguments->output, options, reporter);
-    };
-  });
+void AddExport(const CommandLine& line) {
+  AddSubcommand(line, "export", "Write every object of a store to a file", DeclareExport, Export);
 }
 
 }  // namespace command

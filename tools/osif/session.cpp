@@ -1,3 +1,9 @@
+// The order of opening and closing is what matters here. The device is looked at first, while a failure can
+// still be told in words; what decoding will need of the registry is read then, and the database let go of,
+// because closing it while the library has it open would drop the library's locks on it. The library learns
+// the trace's receiver from the registry, and only while it opens: the address is put there for that moment,
+// and the tap listens before. Change logs are opened when they are first needed and closed before the
+// library; the damage that was met is told after that, and the rest of the trace last.
 #include "tools/osif/session.h"
 
 #include <cerrno>
@@ -66,10 +72,7 @@ void Session::StartTrace() {
 }
 
 void Session::ShowTrace() {
-  for (std::string& line : tap_->TakeLines()) {
-    while (!line.empty() && line.back() == '\n') line.pop_back();
-    reporter_.ErrorLine(line);
-  }
+  for (const std::string& line : tap_->TakeLines()) reporter_.ErrorLine(line);
 }
 
 OsifResult Session::OpenChangeLog(int32_t store_id) {

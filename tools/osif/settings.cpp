@@ -1,10 +1,15 @@
 // osif settings: the registry settings that the library and its neighbours read.
+//
+// A row of the table says all of a setting: where it is stored, what kind of value it takes, and what holds
+// while it is not set. The library does not complain of a value that does not suit; it goes on with another
+// one. So a value is checked here, by the rules of its reader, before the device is touched; what does not
+// suit is wrong usage. The library itself is not opened. After writing, the setting is read again and shown
+// as it now stands.
 #include <arpa/inet.h>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <memory>
 #include <optional>
 
 #include "btosif/osif_util/ascii.h"
@@ -59,7 +64,7 @@ std::optional<uint32_t> FromDotted(const std::string& text) {
   return ntohl(network.s_addr);
 }
 
-// Decimal, or hexadecimal behind "0x".
+// Decimal, or hexadecimal after "0x".
 std::optional<uint32_t> FromDigits(std::string_view text) {
   const bool is_hexadecimal = text.starts_with("0x") || text.starts_with("0X");
   if (is_hexadecimal) text.remove_prefix(2);
@@ -118,7 +123,7 @@ bool IsCharset(const std::string& name) {
 std::string CharsetNames() {
   std::string names;
   for (const CharsetRow& row : CharsetTable()) {
-    // A name may stand in the table twice, one behind the other.
+    // A name may stand in the table twice, in two rows that follow each other.
     const std::string name = std::string(" ") + row.name + ",";
     if (!names.ends_with(name)) names += name;
   }
@@ -166,8 +171,19 @@ const Setting* FindSetting(const std::string& name) {
   return found == kSettings.end() ? nullptr : &*found;
 }
 
-void Settings(const std::optional<std::string>& name, const std::optional<std::string>& value,
-              Reporter& reporter) {
+struct SettingsArguments {
+  std::optional<std::string> name;
+  std::optional<std::string> value;
+};
+
+void DeclareSettings(CLI::App& subcommand, SettingsArguments& arguments) {
+  CLI::Option* name =
+      subcommand.add_option("NAME", arguments.name, "One setting; all without it")->type_name("");
+  subcommand.add_option("VALUE", arguments.value, "Its new value")->type_name("")->needs(name);
+}
+
+void Settings(const SettingsArguments& arguments, const Options&, Reporter& reporter) {
+  const auto& [name, value] = arguments;
   const Setting* setting = name ? FindSetting(*name) : nullptr;
   if (name && setting == nullptr) {
     reporter.WrongUsage("there is no setting \"" + *name + "\"; \"osif settings\" shows them all");
@@ -193,22 +209,9 @@ void Settings(const std::optional<std::string>& name, const std::optional<std::s
 
 }  // namespace
 
-void AddSettings(CLI::App& app, const Options&, Action& action) {
-  struct Arguments {
-    std::optional<std::string> name;
-    std::optional<std::string> value;
-  };
-  const auto arguments = std::make_shared<Arguments>();
-  CLI::App* subcommand =
-      app.add_subcommand("settings", "Show or change the settings in the device's registry");
-  CLI::Option* name =
-      subcommand->add_option("NAME", arguments->name, "One setting; all without it")->type_name("");
-  subcommand->add_option("VALUE", arguments->value, "Its new value")->type_name("")->needs(name);
-  subcommand->callback([arguments, &action] {
-    action = [arguments](Reporter& reporter) {
-      Settings(arguments->name, arguments->value, reporter);
-    };
-  });
+void AddSettings(const CommandLine& line) {
+  AddSubcommand(line, "settings", "Show or change the settings in the device's registry",
+                DeclareSettings, Settings);
 }
 
 }  // namespace command

@@ -1,7 +1,11 @@
 // osif list, count, delete and find: a look at the stores.
+//
+// A list goes through the ids and fetches each object for its name, while other programs may change the
+// store: an object that is gone when it is fetched is a failure of its own and the list goes on. Where the
+// answer of the library would hide damage in the database ("not found", a count), the damage is looked for
+// before the answer is given, and nothing is deleted any more once it was met.
 #include <algorithm>
 #include <cctype>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -63,7 +67,8 @@ void ListObject(int32_t store_id, const char* id, Reporter& reporter) {
   reporter.Result(line, text);
 }
 
-void List(int32_t store_id, const Options& options, Reporter& reporter) {
+void List(const StoreArgument& arguments, const Options& options, Reporter& reporter) {
+  const int32_t store_id = arguments.store_id;
   Session session(options, reporter);
   if (!session.is_open()) return;
   uint32_t total = 0;
@@ -78,7 +83,8 @@ void List(int32_t store_id, const Options& options, Reporter& reporter) {
 
 // ---- count ----------------------------------------------------------------------------------------
 
-void Count(int32_t store_id, const Options& options, Reporter& reporter) {
+void Count(const StoreArgument& arguments, const Options& options, Reporter& reporter) {
+  const int32_t store_id = arguments.store_id;
   Session session(options, reporter);
   if (!session.is_open()) return;
   uint32_t count = 0;
@@ -103,11 +109,23 @@ std::string FullId(int32_t store_id, std::string id) {
   return std::string(8 - id.size(), '0') + id;
 }
 
-void Delete(int32_t store_id, const std::vector<std::string>& ids, const Options& options,
-            Reporter& reporter) {
+struct DeleteArguments {
+  int32_t store_id = 0;
+  std::vector<std::string> ids;
+};
+
+void DeclareDelete(CLI::App& subcommand, DeleteArguments& arguments) {
+  AddStoreArgument(subcommand, arguments.store_id);
+  subcommand.add_option("ID", arguments.ids, "Ids as \"osif list\" shows them")
+      ->type_name("")
+      ->required();
+}
+
+void Delete(const DeleteArguments& arguments, const Options& options, Reporter& reporter) {
+  const int32_t store_id = arguments.store_id;
   Session session(options, reporter);
   if (!session.is_open()) return;
-  for (const std::string& argument : ids) {
+  for (const std::string& argument : arguments.ids) {
     const std::string id = FullId(store_id, IdFromArgument(argument));
     OsifAnchor* anchor = session.NewAnchor(store_id);
     if (TellDamage(reporter)) return;
@@ -150,70 +168,45 @@ class Finder : public FileVisitor {
                          (is_found ? IdInStore(record.store_id, id.data()) : "not found") + "  " +
                          name);
   }
-  void OnRefused(size_t, ObjectKind) override {}
-  void OnUnreached(size_t) override {}
 
  private:
   const std::string& file_name_;
   Reporter& reporter_;
 };
 
-void Find(const std::string& file, const Options& options, Reporter& reporter) {
-  Session session(options, reporter);
-  if (!session.is_open()) return;
-  Finder finder(file, reporter);
-  ReadObjectFile(file, false, {}, finder, reporter);
+struct FindArguments {
+  std::string file;
+};
+
+void DeclareFind(CLI::App& subcommand, FindArguments& arguments) {
+  subcommand.add_option("FILE", arguments.file, "A file of objects")->type_name("")->required();
 }
 
-// A subcommand whose only argument is a store.
-void AddStoreCommand(CLI::App& app, const char* name, const char* help, const Options& options,
-                     Action& action,
-                     void (*run)(int32_t store_id, const Options& options, Reporter& reporter)) {
-  const auto store_id = std::make_shared<int32_t>(0);
-  CLI::App* subcommand = app.add_subcommand(name, help);
-  AddStoreArgument(*subcommand, *store_id);
-  subcommand->callback([store_id, &options, &action, run] {
-    action = [store_id, &options, run](Reporter& reporter) { run(*store_id, options, reporter); };
-  });
+void Find(const FindArguments& arguments, const Options& options, Reporter& reporter) {
+  Session session(options, reporter);
+  if (!session.is_open()) return;
+  Finder finder(arguments.file, reporter);
+  ReadObjectFile(arguments.file, false, {}, finder, reporter);
 }
 
 }  // namespace
 
-void AddList(CLI::App& app, const Options& options, Action& action) {
-  AddStoreCommand(app, "list", "Show the ids and names of the objects of a store", options, action,
-                  List);
+void AddList(const CommandLine& line) {
+  AddSubcommand(line, "list", "Show the ids and names of the objects of a store", DeclareStore,
+                List);
 }
 
-void AddCount(CLI::App& app, const Options& options, Action& action) {
-  AddStoreCommand(app, "count", "Show how many objects a store holds", options, action, Count);
+void AddCount(const CommandLine& line) {
+  AddSubcommand(line, "count", "Show how many objects a store holds", DeclareStore, Count);
 }
 
-void AddDelete(CLI::App& app, const Options& options, Action& action) {
-  struct Arguments {
-    int32_t store_id = 0;
-    std::vector<std::string> ids;
-  };
-  const auto arguments = std::make_shared<Arguments>();
-  CLI::App* subcommand = app.add_subcommand("delete", "Delete objects of a store");
-  AddStoreArgument(*subcommand, arguments->store_id);
-  subcommand->add_option("ID", arguments->ids, "Ids as \"osif list\" shows them")
-      ->type_name("")
-      ->required();
-  subcommand->callback([arguments, &options, &action] {
-    action = [arguments, &options](Reporter& reporter) {
-      Delete(arguments->store_id, arguments->ids, options, reporter);
-    };
-  });
+void AddDelete(const CommandLine& line) {
+  AddSubcommand(line, "delete", "Delete objects of a store", DeclareDelete, Delete);
 }
 
-void AddFind(CLI::App& app, const Options& options, Action& action) {
-  const auto file = std::make_shared<std::string>();
-  CLI::App* subcommand =
-      app.add_subcommand("find", "For each object of a file, show its id in the store");
-  subcommand->add_option("FILE", *file, "A file of objects")->type_name("")->required();
-  subcommand->callback([file, &options, &action] {
-    action = [file, &options](Reporter& reporter) { Find(*file, options, reporter); };
-  });
+void AddFind(const CommandLine& line) {
+  AddSubcommand(line, "find", "For each object of a file, show its id in the store", DeclareFind,
+                Find);
 }
 
 }  // namespace command

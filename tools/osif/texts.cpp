@@ -81,6 +81,10 @@ std::string ObjectName(int32_t store_id, OsifObject& object) {
   return ToOutput(name);
 }
 
+std::string ObjectCount(size_t count) {
+  return std::to_string(count) + (count == 1 ? " object" : " objects");
+}
+
 std::string QuotedName(const std::string& name) {
   return name.empty() ? std::string() : " \"" + name + "\"";
 }

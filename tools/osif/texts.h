@@ -35,6 +35,9 @@ std::string CodeText(OsifResult code);
 // The display name of an object; empty when it has none.
 std::string ObjectName(int32_t store_id, OsifObject& object);
 
+// "1 object", "2 objects".
+std::string ObjectCount(size_t count);
+
 // An object's name in quotes with a blank before it, for messages; empty when there is none.
 std::string QuotedName(const std::string& name);
 

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <optional>
 
 #include "tools/osif/commands.h"
@@ -13,14 +12,24 @@
 namespace command {
 namespace {
 
-void ShowLine(std::string line, Reporter& reporter) {
-  while (!line.empty() && line.back() == '\n') line.pop_back();
+void ShowLine(const std::string& line, Reporter& reporter) {
   reporter.Result({{"line", line}}, line);
   std::fflush(stdout);
 }
 
-// `count` 0 goes on until the command is stopped.
-void Trace(uint16_t port, size_t count, Reporter& reporter) {
+struct TraceArguments {
+  uint16_t port = kTracePort;
+  size_t count = 0;  // 0: it goes on until the command is stopped
+};
+
+void DeclareTrace(CLI::App& subcommand, TraceArguments& arguments) {
+  subcommand.add_option("--port", arguments.port, "The port to listen on, 38182 without it")
+      ->type_name("N");
+  subcommand.add_option("--count", arguments.count, "End after N lines")->type_name("N");
+}
+
+void Trace(const TraceArguments& arguments, const Options&, Reporter& reporter) {
+  const auto [port, count] = arguments;
   std::optional<TraceReceiver> receiver = TraceReceiver::Listen(INADDR_ANY, port);
   if (!receiver) {
     reporter.Fail("port " + std::to_string(port) + ": " + std::strerror(errno), OSIF_ERR_GENERAL);
@@ -45,22 +54,9 @@ void Trace(uint16_t port, size_t count, Reporter& reporter) {
 
 }  // namespace
 
-void AddTrace(CLI::App& app, const Options&, Action& action) {
-  struct Arguments {
-    uint16_t port = kTracePort;
-    size_t count = 0;
-  };
-  const auto arguments = std::make_shared<Arguments>();
-  CLI::App* subcommand =
-      app.add_subcommand("trace", "Receive and print diagnostic lines until Ctrl-C");
-  subcommand->add_option("--port", arguments->port, "The port to listen on, 38182 without it")
-      ->type_name("N");
-  subcommand->add_option("--count", arguments->count, "End after N lines")->type_name("N");
-  subcommand->callback([arguments, &action] {
-    action = [arguments](Reporter& reporter) {
-      Trace(arguments->port, arguments->count, reporter);
-    };
-  });
+void AddTrace(const CommandLine& line) {
+  AddSubcommand(line, "trace", "Receive and print diagnostic lines until Ctrl-C", DeclareTrace,
+                Trace);
 }
 
 }  // namespace command

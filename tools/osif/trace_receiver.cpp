@@ -1,3 +1,9 @@
+// Lines come as fast as the library makes them, thousands within one of its calls, and the sender never
+// waits: what does not fit into the socket's buffer is gone. So the buffer is made as large as the system
+// allows, and the system is asked to count what it dropped. It tells the count with each datagram that gets
+// through, never by itself; whoever wants the count at the end sends a datagram of its own and takes it
+// (SendToItself). A datagram is trusted in nothing: its length in the header counts only as far as there are
+// bytes.
 #include "tools/osif/trace_receiver.h"
 
 #include <poll.h>
@@ -37,7 +43,9 @@ void Configure(int handle) {
 std::optional<std::string> TraceLine(const char* datagram, size_t size) {
   if (size < kHeaderSize) return std::nullopt;
   const size_t length = std::min<size_t>(LittleEndian16(datagram + 2), size - kHeaderSize);
-  return std::string(datagram + kHeaderSize, length);
+  std::string line(datagram + kHeaderSize, length);
+  while (line.ends_with('\n')) line.pop_back();
+  return line;
 }
 
 std::optional<TraceReceiver> TraceReceiver::Listen(uint32_t address, uint16_t port) {

@@ -43,7 +43,7 @@ class TraceReceiver {
   uint32_t lost_ = 0;
 };
 
-// The text of one datagram; nothing when it is too short to be one.
+// The text of one datagram without its line end; nothing when it is too short to be one.
 std::optional<std::string> TraceLine(const char* datagram, size_t size);
 
 }  // namespace command

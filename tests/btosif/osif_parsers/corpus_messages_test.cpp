@@ -2,12 +2,12 @@
 // refused. The files lie in the folder that OSIF_CORPUS names; without it these tests are skipped.
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "tests/support/corpus.h"
 #include "tests/support/messages.h"
 #include "tests/support/trace_receiver.h"
 
@@ -35,13 +35,13 @@ std::string Unknown(const std::string& name) {
 class CorpusMessages : public support::MessageTest {
  protected:
   void SetUp() override {
-    const char* corpus = std::getenv("OSIF_CORPUS");
-    if (corpus == nullptr) GTEST_SKIP() << "OSIF_CORPUS names no folder";
-    folder_ = std::string(corpus) + "/vmessage/";
+    const std::string corpus = support::CorpusFolder();
+    if (corpus.empty()) GTEST_SKIP() << support::kNoCorpus;
+    folder_ = corpus + "/vmessage/";
   }
 
   std::string Bytes(const std::string& name) const {
-    const std::string bytes = support::BytesOfFile(folder_ + name);
+    const std::string bytes = support::BytesOf(folder_ + name);
     EXPECT_FALSE(bytes.empty()) << name;
     return bytes;
   }
@@ -208,20 +208,9 @@ TEST_F(CorpusMessages, EveryFileIsHeldByATestAbove) {
                                  "xiirus__nokia-pcsuite.vmg"));
 }
 
-// What a sender would have to put around the body for it to be read.
-std::string WithEnvelopes(std::string text) {
-  for (size_t at = 0; (at = text.find("BEGIN:VBODY", at)) != std::string::npos; at += 23) {
-    text.insert(at, "BEGIN:VENV\r\n");
-  }
-  for (size_t at = 0; (at = text.find("END:VBODY", at)) != std::string::npos; at += 9) {
-    text.insert(text.find('\n', at) + 1, "END:VENV\r\n");
-  }
-  return text;
-}
-
 TEST_F(CorpusMessages, AFileRefusedForItsMissingEnvelopeIsReadWithOne) {
   const ReadMessageOutcome outcome =
-      support::ReadMessages(WithEnvelopes(Bytes("idx__zte-blade-sms.vmg")));
+      support::ReadMessages(support::WithEnvelopes(Bytes("idx__zte-blade-sms.vmg")));
   EXPECT_EQ(outcome.result, kWarning);
   ASSERT_THAT(outcome.messages, SizeIs(2));
   EXPECT_EQ(outcome.messages[0].date, "2018/01/29 13:14:17");
@@ -235,7 +224,7 @@ TEST_F(CorpusMessages, AFileRefusedForItsMissingEnvelopeIsReadWithOne) {
 
 TEST_F(CorpusMessages, EveryBeginningOfEveryFileIsReadOrRefused) {
   for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
-    const std::string bytes = WithEnvelopes(Bytes(entry.path().filename()));
+    const std::string bytes = support::WithEnvelopes(Bytes(entry.path().filename()));
     for (size_t length = 0; length < bytes.size(); ++length) {
       const ReadMessageOutcome outcome = support::ReadMessages(bytes.substr(0, length));
       EXPECT_TRUE(outcome.result == kError || !outcome.messages.empty())

@@ -191,7 +191,7 @@ TEST_F(VMessageAttachment, AFileThatHasTheNameAlreadyIsLeftAlone) {
   ExpectInTempFolder(outcome.Only().attachment);
   EXPECT_THAT(outcome.Only().attachment.filename().string(), StartsWith("zul"));
   EXPECT_EQ(outcome.Only().attachment_bytes, "one\r\ntwo\r\n");
-  EXPECT_EQ(support::BytesOfFile(temp_folder() / "a.gif"), "mine");
+  EXPECT_EQ(support::BytesOf(temp_folder() / "a.gif"), "mine");
   EXPECT_EQ(TempFileCount(), 1u);
 }
 

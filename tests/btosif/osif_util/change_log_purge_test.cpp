@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 
 #include "btosif/osif_util/change_log_names.h"
-#include "tests/btosif/osif_util/change_log_fixture.h"
 #include "btosif/osif_util/stores.h"
+#include "tests/btosif/osif_util/change_log_fixture.h"
 #include "tests/support/trace_receiver.h"
 
 namespace {

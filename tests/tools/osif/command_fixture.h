@@ -1,5 +1,4 @@
 // Runs the built command as a user does, each test in a fresh folder with a fresh device.
-// OSIF_LAUNCHER is what programs of ours are started with, such as an emulator and its arguments.
 #pragma once
 
 #include <fcntl.h>
@@ -19,6 +18,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "tests/support/built_files.h"
 
 namespace command_test {
 
@@ -84,7 +85,7 @@ class CommandTest : public testing::Test {
   // program that starts it.
   static std::vector<std::string> Launched(const std::vector<std::string>& command_line,
                                            std::vector<std::string> behind = {}) {
-    const std::vector<std::string> launcher = {OSIF_LAUNCHER};
+    const std::vector<std::string> launcher = support::Launcher();
     behind.insert(behind.end(), launcher.begin(), launcher.end());
     behind.insert(behind.end(), command_line.begin(), command_line.end());
     return behind;
@@ -92,7 +93,7 @@ class CommandTest : public testing::Test {
 
   // Runs the command on the test's device. No test may end in a sanitizer's report.
   Outcome Osif(std::vector<std::string> arguments, Errors errors = Errors::kApart) const {
-    arguments.insert(arguments.begin(), OSIF_COMMAND);
+    arguments.insert(arguments.begin(), support::kCommand);
     return Run(Launched(arguments), errors);
   }
 

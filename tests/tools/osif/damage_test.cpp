@@ -158,8 +158,9 @@ TEST_F(CommandBusy, WhatOnlyReadsDoesNotWait) {
 }
 
 TEST_F(CommandBusy, WhatWritesWaitsForTheOthersEnd) {
-  const pid_t receiver = Start(
-      Launched({OSIF_COMMAND, "receive", Write("b.vcf", Card({"N:Berg;Ole"}))}), Path("receive"));
+  const pid_t receiver =
+      Start(Launched({support::kCommand, "receive", Write("b.vcf", Card({"N:Berg;Ole"}))}),
+            Path("receive"));
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   EXPECT_EQ(kill(receiver, 0), 0);
   EXPECT_EQ(ReadFile(Path("receive.out")), "");

@@ -73,7 +73,7 @@ class CommandMessage : public CommandTest {
 // ---- receive ------------------------------------------------------------------------------------------
 
 TEST_F(CommandMessage, ReceiveStoresTheThreeMessagesOfTheSample) {
-  const std::string file = std::string(OSIF_SAMPLES) + "/messages.vmg";
+  const std::string file = support::kSources + "/samples/messages.vmg";
   const Outcome outcome = Osif({"receive", "--json", file});
   EXPECT_EQ(outcome.status, 0);
   const std::vector<Json> lines = outcome.JsonLines();

@@ -229,10 +229,10 @@ TEST_F(CommandReceive, AFileNameThatIsNotUtf8IsSaidToBeSo) {
 TEST_F(CommandReceive, EachNeedsNoFolderForTemporaryFiles) {
   const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
   // Nobody may make a file there.
-  EXPECT_EQ(
-      Run(Launched({OSIF_COMMAND, "receive", "--each", file}, {"/usr/bin/env", "TMPDIR=/proc"}))
-          .status,
-      0);
+  EXPECT_EQ(Run(Launched({support::kCommand, "receive", "--each", file},
+                         {"/usr/bin/env", "TMPDIR=/proc"}))
+                .status,
+            0);
   EXPECT_THAT(Names(), ElementsAre("Ann Lee", "Ole Berg"));
 }
 

@@ -7,7 +7,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-std::string Sample(const std::string& name) { return std::string(OSIF_SAMPLES) + "/" + name; }
+std::string Sample(const std::string& name) { return support::kSources + "/samples/" + name; }
 
 class Samples : public CommandTest {
  protected:
@@ -52,7 +52,7 @@ TEST_F(Samples, OneCardOfMixedVersionsIsRefused) {
 }
 
 TEST_F(Samples, TheCProgramAddsAFileAndPrintsTheIds) {
-  const Outcome outcome = Run(Launched({OSIF_ADD_FILE, Sample("warning.vcf")}));
+  const Outcome outcome = Run(Launched({support::kAddFile, Sample("warning.vcf")}));
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.OutLines(),
               ElementsAre("store 0: 00000001", "store 0: 00000002 (something was not understood)",
@@ -61,10 +61,10 @@ TEST_F(Samples, TheCProgramAddsAFileAndPrintsTheIds) {
 }
 
 TEST_F(Samples, TheCProgramSaysWhatFailed) {
-  const Outcome missing = Run(Launched({OSIF_ADD_FILE, Path("none.vcf")}));
+  const Outcome missing = Run(Launched({support::kAddFile, Path("none.vcf")}));
   EXPECT_EQ(missing.status, 1);
   EXPECT_EQ(missing.err, Path("none.vcf") + ": Could not open the file (code 7)\n");
-  EXPECT_EQ(Run(Launched({OSIF_ADD_FILE})).status, 2);
+  EXPECT_EQ(Run(Launched({support::kAddFile})).status, 2);
 }
 
 }  // namespace

@@ -44,7 +44,7 @@ TEST_F(CommandStore, ListShowsNoIdTwiceWhenAnObjectIsDeletedMeanwhile) {
   // The reader comes first: without one the writer's start would wait.
   const int pipe = open(Path("list.out").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   ASSERT_GE(pipe, 0);
-  const pid_t lister = Start(Launched({OSIF_COMMAND, "list", "pb"}), Path("list"));
+  const pid_t lister = Start(Launched({support::kCommand, "list", "pb"}), Path("list"));
   ASSERT_EQ(fcntl(pipe, F_SETFL, 0), 0);
   // An emulator may go on before the writer has opened the pipe: to read would show its end.
   pollfd written = {pipe, POLLIN, 0};
@@ -277,8 +277,8 @@ TEST_F(CommandOwnFiles, AnotherFileInTheDevicesFolderMayBeWritten) {
 }
 
 TEST_F(CommandStore, OutputThatCannotBeWrittenIsAFailure) {
-  const Outcome outcome = Run(
-      Launched({OSIF_COMMAND, "count", "pb"}, {"/bin/sh", "-c", "exec \"$@\" >/dev/full", "sh"}));
+  const Outcome outcome = Run(Launched({support::kCommand, "count", "pb"},
+                                       {"/bin/sh", "-c", "exec \"$@\" >/dev/full", "sh"}));
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err, HasSubstr("standard output"));
 }
@@ -346,7 +346,7 @@ TEST_F(CommandStore, ChangesWithNothingChangedIsEmptyAndNoFailure) {
 }
 
 TEST_F(CommandStore, ChangesShowsNotesAndMessagesThatWereReceived) {
-  const std::string samples = OSIF_SAMPLES;
+  const std::string samples = support::kSources + "/samples";
   ASSERT_EQ(Osif({"receive", samples + "/note.vnt", samples + "/messages.vmg"}).status, 0);
   for (const char* store : {"note", "msg-in", "msg-sent", "msg-out"}) {
     const std::vector<Json> lines = Osif({"changes", store, "--json"}).JsonLines();

@@ -105,7 +105,7 @@ TEST_F(CommandTrace, TwoCommandsAtOnceShowTheirOwnLinesOnly) {
                      "X-OWN" + std::to_string(i) + ":1"});
     }
     stems.push_back(Path("own" + std::to_string(i)));
-    children.push_back(Start(Launched({OSIF_COMMAND, "receive", "--trace",
+    children.push_back(Start(Launched({support::kCommand, "receive", "--trace",
                                        Write("own" + std::to_string(i) + ".vcf", cards)}),
                              stems.back()));
   }
@@ -136,8 +136,9 @@ void SendDatagram(uint16_t port, const std::string& bytes) {
 TEST_F(CommandTrace, TheReceiverPrintsLinesUntilItHasItsCount) {
   constexpr uint16_t kPort = 38999;
   const std::string stem = Path("trace");
-  const pid_t child = Start(
-      Launched({OSIF_COMMAND, "trace", "--port", std::to_string(kPort), "--count", "3"}), stem);
+  const pid_t child =
+      Start(Launched({support::kCommand, "trace", "--port", std::to_string(kPort), "--count", "3"}),
+            stem);
   for (int i = 0; i < 500 && ReadFile(stem + ".err").empty(); ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }

@@ -1,0 +1,21 @@
+// Where this build has put what the tests start and look at. The tests are compiled once for several builds;
+// what differs is said here, in a file that each build compiles for itself.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace support {
+
+// The paths of the library, the command and the C sample; empty in programs that have no use for them.
+extern const std::string kLibrary;
+extern const std::string kCommand;
+extern const std::string kAddFile;
+
+// The project's own folder; empty in programs that have no use for it.
+extern const std::string kSources;
+
+// What a program of ours is started with, such as an emulator and its arguments.
+std::vector<std::string> Launcher();
+
+}  // namespace support

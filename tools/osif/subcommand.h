@@ -1,0 +1,55 @@
+// The frame of a subcommand: a name, a help text, arguments that are declared, and what is done with them
+// once the whole command line is understood.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/osif/reporter.h"
+#include "tools/osif/session.h"
+
+namespace command {
+
+using Action = std::function<void(Reporter& reporter)>;
+
+// What a subcommand is added to. All three outlive it.
+struct CommandLine {
+  CLI::App& app;
+  const Options& options;  // filled before the action is called
+  Action& action;          // that of the subcommand that was chosen
+};
+
+// Adds a subcommand. `declare` names its arguments to the parser, which fills them; `run` gets them filled,
+// with the options that every subcommand has.
+template <typename Arguments>
+void AddSubcommand(const CommandLine& line, const char* name, const char* help,
+                   void (*declare)(CLI::App& subcommand, Arguments& arguments),
+                   void (*run)(const Arguments& arguments, const Options& options,
+                               Reporter& reporter)) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* subcommand = line.app.add_subcommand(name, help);
+  declare(*subcommand, *arguments);
+  subcommand->callback([arguments, run, &options = line.options, &action = line.action] {
+    action = [arguments, run, &options](Reporter& reporter) { run(*arguments, options, reporter); };
+  });
+}
+
+// ---- Arguments that several subcommands have ----------------------------------------------------------
+
+// STORE alone.
+struct StoreArgument {
+  int32_t store_id = 0;
+};
+void DeclareStore(CLI::App& subcommand, StoreArgument& arguments);
+
+// FILE... and --each.
+struct FileArguments {
+  std::vector<std::string> files;
+  bool each = false;  // every object is read by itself
+};
+void DeclareFiles(CLI::App& subcommand, FileArguments& arguments);
+
+}  // namespace command
