@@ -5,12 +5,8 @@
 
 #include <cstdint>
 
-<<<<<<< HEAD:btosif/osif_generators/html_to_text.cpp
-#include "btosif/osif_generators/html_entities.h"
-#include "platform/utf8.h"
-=======
 #include "btosif/osif_util/html_entities.h"
->>>>>>> w-fmt:btosif/osif_util/html_to_text.cpp
+#include "platform/utf8.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Each subcommand on the calendar store: appointments and tasks, which share it.
-#include "tests/tools/osif/command_fixture.h"
+#include "tests/tools/osif/hostile_files.h"
 
 namespace command_test {
 namespace {
@@ -20,12 +20,6 @@ const std::string kRefusedCalendar =
 
 std::string Calendar(const std::string& items) { return kBegin + items + kEnd; }
 
-std::string Joined(const Lines& lines) {
-  std::string text;
-  for (const std::string& line : lines) text += line + "\r\n";
-  return text;
-}
-
 // An event that has all that an event must have, and these lines more.
 std::string Event(const std::string& subject, const std::string& start, const Lines& more = {}) {
   return Joined({"BEGIN:VEVENT", "SUMMARY:" + subject, "DESCRIPTION:", "DTSTART:" + start}) +
@@ -44,25 +38,10 @@ const std::string kBooks = Todo("Books", {"DUE:20261120", "DTSTART:20261118"});
 
 class CommandCalendar : public CommandTest {
  protected:
-  Outcome Receive(const std::string& bytes, const Lines& options = {}) const {
-    Lines arguments = {"receive", Write("received.vcs", bytes)};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    return Osif(arguments);
-  }
-  void Store(const std::string& bytes) const { ASSERT_EQ(Receive(bytes).status, 0); }
-
-  // The file that Receive has written.
-  std::string Received() const { return Path("received.vcs"); }
+  CommandCalendar() : CommandTest(".vcs") {}
 
   Lines List() const { return Osif({"list", "cal"}).OutLines(); }
-  Lines Sent(const std::string& id) const {
-    Lines lines = Osif({"send", "cal", id}).OutLines();
-    for (std::string& line : lines) {
-      EXPECT_THAT(line, testing::EndsWith("\r"));
-      if (!line.empty()) line.pop_back();
-    }
-    return lines;
-  }
+  Lines Sent(const std::string& id) const { return CommandTest::Sent("cal", id); }
 };
 
 // ---- receive ------------------------------------------------------------------------------------------
@@ -418,70 +397,48 @@ TEST_F(CommandCalendar, ParseWithEachShowsTheCalendarsBehindARefusedOne) {
 
 // ---- Hostile files ------------------------------------------------------------------------------------
 
-std::string Repeat(const std::string& text, size_t times) {
-  std::string all;
-  for (size_t i = 0; i < times; ++i) all += text;
-  return all;
-}
-
-struct HostileCalendar {
-  const char* name;
-  std::string bytes;
-  const char* reason;
-};
-
-class CommandHostileCalendar : public CommandCalendar,
-                               public testing::WithParamInterface<HostileCalendar> {};
+using CommandHostileCalendar = HostileTest<CommandCalendar>;
 
 TEST_P(CommandHostileCalendar, IsNamedWithAReasonAndLeavesTheStoredItemsAsTheyWere) {
   Store(Calendar(kChoir + kBooks));
   const Lines before[] = {Sent("1"), Sent("2")};
-  const std::string file = Write("hostile.vcs", GetParam().bytes);
-  const std::vector<Lines> uses = {
-      {"receive", file}, {"receive", "--each", file}, {"find", file}, {"parse", file}};
-  for (const Lines& arguments : uses) {
-    const Outcome outcome = Osif(arguments);
-    EXPECT_EQ(outcome.status, 1) << arguments[0];
-    EXPECT_THAT(outcome.err, HasSubstr("osif: " + file + ": "));
-    EXPECT_THAT(outcome.err, HasSubstr(GetParam().reason));
-  }
+  ExpectRefused();
   EXPECT_THAT(List(), SizeIs(2));
   EXPECT_EQ(Sent("1"), before[0]);
   EXPECT_EQ(Sent("2"), before[1]);
   EXPECT_THAT(Osif({"changes", "cal"}).OutLines(), SizeIs(2));
 }
 
-constexpr char kNoObject[] = "The stream of data does not contain a valid object (code 8)";
-constexpr char kNoEnd[] =
+constexpr char kCalendarNoEnd[] =
     "the calendar on line 1 was refused; it has no END: Parsing error (code 20)";
-constexpr char kRefused[] = "the calendar on line 1 was refused: Parsing error (code 20)";
+constexpr char kCalendarRefused[] = "the calendar on line 1 was refused: Parsing error (code 20)";
 const std::string kOpenEvent = kBegin + Joined({"BEGIN:VEVENT", "SUMMARY:Lost", "DESCRIPTION:"});
 
 INSTANTIATE_TEST_SUITE_P(
     Files, CommandHostileCalendar,
     testing::Values(
-        HostileCalendar{"CutInALine", kOpenEvent + "DTSTART:2026", kNoEnd},
-        HostileCalendar{"CutBehindItsFirstLine", "BEGIN:VCALENDAR\r\n", kNoEnd},
-        HostileCalendar{"CutInASoftLineBreak",
-                        kOpenEvent + "LOCATION;ENCODING=QUOTED-PRINTABLE:M=\r\n", kNoEnd},
-        HostileCalendar{"BinaryBehindItsName",
-                        "BEGIN:VCALENDAR" + std::string("\x00\xFF\x7F\x80\x01", 5), kNoEnd},
-        HostileCalendar{"LongLineCut", kOpenEvent + "LOCATION:" + std::string(1'000'000, 'x'),
-                        kNoEnd},
-        HostileCalendar{
+        HostileFile{"CutInALine", kOpenEvent + "DTSTART:2026", kCalendarNoEnd},
+        HostileFile{"CutBehindItsFirstLine", "BEGIN:VCALENDAR\r\n", kCalendarNoEnd},
+        HostileFile{"CutInASoftLineBreak", kOpenEvent + "LOCATION;ENCODING=QUOTED-PRINTABLE:M=\r\n",
+                    kCalendarNoEnd},
+        HostileFile{"BinaryBehindItsName",
+                    "BEGIN:VCALENDAR" + std::string("\x00\xFF\x7F\x80\x01", 5), kCalendarNoEnd},
+        HostileFile{"LongLineCut", kOpenEvent + "LOCATION:" + std::string(1'000'000, 'x'),
+                    kCalendarNoEnd},
+        HostileFile{
             "LongVersion",
             "BEGIN:VCALENDAR\r\nVERSION:" + std::string(1'000'000, '9') + "\r\n" + kChoir + kEnd,
-            kRefused},
-        HostileCalendar{"TenThousandAttendeesCut",
-                        kOpenEvent + Repeat("ATTENDEE:a@example.org\r\n", 10'000), kNoEnd},
-        HostileCalendar{"DeepNestingOpen", kOpenEvent + Repeat("BEGIN:VEVENT\r\n", 100'000),
-                        kNoEnd},
-        HostileCalendar{"NestedCalendars", kBegin + Repeat(kBegin, 10'000) + Repeat(kEnd, 10'001),
-                        kRefused},
-        HostileCalendar{"NoItem", Calendar(""), kRefused},
-        HostileCalendar{"Binary", std::string("\x00\x01\xFF\xFE\x00BEGIN:VCALENDAR\r\n", 22),
-                        kNoObject}),
-    [](const auto& row) { return row.param.name; });
+            kCalendarRefused},
+        HostileFile{"TenThousandAttendeesCut",
+                    kOpenEvent + Repeated("ATTENDEE:a@example.org\r\n", 10'000), kCalendarNoEnd},
+        HostileFile{"DeepNestingOpen", kOpenEvent + Repeated("BEGIN:VEVENT\r\n", 100'000),
+                    kCalendarNoEnd},
+        HostileFile{"NestedCalendars", kBegin + Repeated(kBegin, 10'000) + Repeated(kEnd, 10'001),
+                    kCalendarRefused},
+        HostileFile{"NoItem", Calendar(""), kCalendarRefused},
+        HostileFile{"Binary", std::string("\x00\x01\xFF\xFE\x00BEGIN:VCALENDAR\r\n", 22),
+                    kNoObject}),
+    NameOfHostile);
 
 TEST_F(CommandCalendar, TheItemsBeforeTheEndOfACutFileAreStored) {
   const Outcome outcome = Receive(kBegin + kChoir + kBooks + "BEGIN:VEVENT\r\nSUMMARY:Cut\r\n");
@@ -505,7 +462,7 @@ TEST_F(CommandCalendar, ALineOfAMillionBytesAndNestedObjectsInAnEventDoNotHinder
   Store(Calendar(
       Event("Choir", "20261005T180000Z", {"LOCATION:" + std::string(1'000'000, 'x')}) +
       Event("Lunch", "20261006T110000Z",
-            {Repeat("BEGIN:X\r\n", 50'000) + Repeat("END:X\r\n", 50'000) + "CLASS:PUBLIC"})));
+            {Repeated("BEGIN:X\r\n", 50'000) + Repeated("END:X\r\n", 50'000) + "CLASS:PUBLIC"})));
   EXPECT_THAT(Sent("1"), testing::Contains("LOCATION:" + std::string(1'000'000, 'x')));
   EXPECT_EQ(Osif({"count", "cal"}).out, "2\n");
 }

@@ -12,16 +12,24 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
+<<<<<<< HEAD
 #include "tests/support/built_files.h"
+=======
+#include "tests/support/bytes.h"
+#include "tests/support/temp_folder.h"
+>>>>>>> w-cmd
 
 namespace command_test {
+
+using support::BytesOf;
+using support::Repeated;
 
 using Json = nlohmann::json;
 using Lines = std::vector<std::string>;
@@ -53,42 +61,38 @@ struct Outcome {
   }
 };
 
-inline std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 // Where the program's standard error goes.
 enum class Errors { kApart, kIntoOutput };
 
 class CommandTest : public testing::Test {
  protected:
-  CommandTest() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "osif-test-XXXXXX").string();
-    folder_ = mkdtemp(pattern.data());
-    device_ = folder_ + "/device";
-  }
-  ~CommandTest() override {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-  }
+  // `extension` is that of the files that Receive writes.
+  explicit CommandTest(std::string extension = ".vcf") : extension_(std::move(extension)) {}
 
   // A path inside the test's folder.
-  std::string Path(const std::string& name) const { return folder_ + "/" + name; }
+  std::string Path(const std::string& name) const { return place_.File(name); }
 
   std::string Write(const std::string& name, const std::string& bytes) const {
-    std::ofstream(Path(name), std::ios::binary) << bytes;
+    support::PutBytes(Path(name), bytes);
     return Path(name);
   }
 
-  // A command line of one of our programs, as this machine has to start it; behind the words of another
+  // A command line of one of our programs, as this machine has to start it; after the words of another
   // program that starts it.
   static std::vector<std::string> Launched(const std::vector<std::string>& command_line,
+<<<<<<< HEAD
                                            std::vector<std::string> behind = {}) {
     const std::vector<std::string> launcher = support::Launcher();
     behind.insert(behind.end(), launcher.begin(), launcher.end());
     behind.insert(behind.end(), command_line.begin(), command_line.end());
     return behind;
+=======
+                                           std::vector<std::string> start = {}) {
+    const std::vector<std::string> launcher = {OSIF_LAUNCHER};
+    start.insert(start.end(), launcher.begin(), launcher.end());
+    start.insert(start.end(), command_line.begin(), command_line.end());
+    return start;
+>>>>>>> w-cmd
   }
 
   // Runs the command on the test's device. No test may end in a sanitizer's report.
@@ -103,8 +107,8 @@ class CommandTest : public testing::Test {
     const pid_t child = Start(command_line, stem, errors);
     Outcome outcome;
     outcome.status = WaitFor(child);
-    outcome.out = ReadFile(stem + ".out");
-    outcome.err = ReadFile(stem + ".err");
+    outcome.out = BytesOf(stem + ".out");
+    outcome.err = BytesOf(stem + ".err");
     for (const char* report : {"Sanitizer", "runtime error:"}) {
       EXPECT_THAT(outcome.out + outcome.err, testing::Not(testing::HasSubstr(report)));
     }
@@ -157,8 +161,37 @@ class CommandTest : public testing::Test {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
 
-  std::string folder_;
-  std::string device_;
+  // ---- What a test of a store does over and over ------------------------------------------------------
+
+  // Writes a file and has it received.
+  Outcome Receive(const std::string& bytes, const Lines& options = {}) const {
+    Lines arguments = {"receive", Write("received" + extension_, bytes)};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return Osif(arguments);
+  }
+  // The file that Receive has written.
+  std::string Received() const { return Path("received" + extension_); }
+
+  // Has a file received of which nothing may be refused.
+  void Store(const std::string& bytes) const { ASSERT_EQ(Receive(bytes).status, 0); }
+
+  // The lines of an object as it is sent.
+  Lines Sent(const std::string& store, const std::string& id) const {
+    Lines lines = Osif({"send", store, id}).OutLines();
+    for (std::string& line : lines) {
+      EXPECT_THAT(line, testing::EndsWith("\r"));
+      if (!line.empty()) line.pop_back();
+    }
+    return lines;
+  }
+
+ private:
+  support::TempFolder place_;
+  std::string extension_;
+
+ protected:
+  const std::string folder_ = place_.path();
+  std::string device_ = Path("device");
 
  private:
   static constexpr int kSeconds = 120;
@@ -174,11 +207,16 @@ class CommandTest : public testing::Test {
   }
 };
 
-// A vCard of these property lines, behind VERSION:2.1.
-inline std::string Card(const Lines& properties, const std::string& line_end = "\r\n") {
-  std::string text = "BEGIN:VCARD" + line_end + "VERSION:2.1" + line_end;
-  for (const std::string& property : properties) text += property + line_end;
-  return text + "END:VCARD" + line_end;
+// Lines as an object file holds them.
+inline std::string Joined(const Lines& lines) {
+  std::string text;
+  for (const std::string& line : lines) text += line + "\r\n";
+  return text;
+}
+
+// A vCard of these property lines, after VERSION:2.1.
+inline std::string Card(const Lines& properties) {
+  return "BEGIN:VCARD\r\nVERSION:2.1\r\n" + Joined(properties) + "END:VCARD\r\n";
 }
 
 inline const std::string kRefusedCard = "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Old;Card\r\nEND:VCARD\r\n";

@@ -65,7 +65,7 @@ class CommandDamage : public CommandTest {
 
   // Expects that each command line fails, says why, and leaves the database as it is.
   void ExpectToldAndLeft(const std::vector<std::vector<std::string>>& command_lines) const {
-    const std::string before = ReadFile(DatabasePath());
+    const std::string before = BytesOf(DatabasePath());
     for (const std::vector<std::string>& arguments : command_lines) {
       SCOPED_TRACE(arguments[0]);
       const Outcome outcome = Osif(arguments);
@@ -73,7 +73,7 @@ class CommandDamage : public CommandTest {
       EXPECT_THAT(outcome.err, HasSubstr("osif: The device's database '" + DatabasePath() +
                                          "' is damaged: a part of it could not be read: "
                                          "General PIM Error (code 14)\n"));
-      EXPECT_TRUE(ReadFile(DatabasePath()) == before);
+      EXPECT_TRUE(BytesOf(DatabasePath()) == before);
     }
   }
 
@@ -113,7 +113,7 @@ TEST_F(CommandDamage, OfTheListOfObjectsKeepsTheOldFileOfAnExport) {
   const std::string file = Write("all.vcf", "old");
   Damage("pim_objects");
   ExpectToldAndLeft({{"export", "pb", "-o", file}});
-  EXPECT_EQ(ReadFile(file), "old");
+  EXPECT_EQ(BytesOf(file), "old");
 }
 
 TEST_F(CommandDamage, OfTheSettingsIsTold) {
@@ -163,7 +163,7 @@ TEST_F(CommandBusy, WhatWritesWaitsForTheOthersEnd) {
             Path("receive"));
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   EXPECT_EQ(kill(receiver, 0), 0);
-  EXPECT_EQ(ReadFile(Path("receive.out")), "");
+  EXPECT_EQ(BytesOf(Path("receive.out")), "");
   Execute("COMMIT");
   EXPECT_EQ(WaitFor(receiver), 0);
   EXPECT_EQ(Osif({"count", "pb"}).out, "2\n");

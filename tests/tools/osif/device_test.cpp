@@ -38,7 +38,7 @@ TEST_F(CommandDevice, AFolderThatCannotBeMadeIsNamed) {
 TEST_F(CommandDevice, AFileInItsPlaceIsNamedAndLeftAsItIs) {
   device_ = Write("file", "no folder");
   ExpectRefused(device_);
-  EXPECT_EQ(ReadFile(device_), "no folder");
+  EXPECT_EQ(BytesOf(device_), "no folder");
 }
 
 TEST_F(CommandDevice, AFolderThatNobodyMayMakeIsNamed) {
@@ -51,7 +51,7 @@ TEST_F(CommandDevice, ADamagedDatabaseIsNamedAndLeftAsItIs) {
   const std::string bytes = "this is no database, " + std::string(8192, '?');
   const std::string file = Write("device/device.db", bytes);
   ExpectRefused(file);
-  EXPECT_EQ(ReadFile(file), bytes);
+  EXPECT_EQ(BytesOf(file), bytes);
 }
 
 TEST_F(CommandDevice, ADatabaseOfANewerVersionIsNamedAndLeftAsItIs) {
@@ -62,10 +62,10 @@ TEST_F(CommandDevice, ADatabaseOfANewerVersionIsNamedAndLeftAsItIs) {
   ASSERT_EQ(sqlite3_exec(database, "PRAGMA user_version = 999", nullptr, nullptr, nullptr),
             SQLITE_OK);
   sqlite3_close(database);
-  const std::string bytes = ReadFile(file);
+  const std::string bytes = BytesOf(file);
   ExpectRefused(file);
   EXPECT_THAT(Osif({"count", "pb"}).err, HasSubstr("newer"));
-  EXPECT_EQ(ReadFile(file), bytes);
+  EXPECT_EQ(BytesOf(file), bytes);
 }
 
 TEST_F(CommandDevice, ParsingNeedsNoDevice) {

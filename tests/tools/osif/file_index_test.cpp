@@ -2,11 +2,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <chrono>
-#include <filesystem>
-#include <fstream>
+
+#include "tests/support/files.h"
 
 namespace command {
 namespace {
@@ -16,11 +15,8 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 FileIndex Index(const std::string& bytes) {
-  const std::string name =
-      std::filesystem::temp_directory_path() / ("osif-index-" + std::to_string(getpid()));
-  std::ofstream(name, std::ios::binary) << bytes;
-  const std::optional<FileIndex> index = IndexFile(name);
-  std::filesystem::remove(name);
+  const support::TempFile file(bytes);
+  const std::optional<FileIndex> index = IndexFile(file.path());
   EXPECT_TRUE(index.has_value());
   return index.value_or(FileIndex{});
 }

@@ -1,6 +1,6 @@
 // Each subcommand on the three message stores. They can be written to, searched, and read by id, but not
 // walked.
-#include "tests/tools/osif/command_fixture.h"
+#include "tests/tools/osif/hostile_files.h"
 
 namespace command_test {
 namespace {
@@ -13,12 +13,6 @@ using testing::SizeIs;
 constexpr const char* kStores[] = {"msg-in", "msg-sent", "msg-out"};
 // No message ever had this id.
 constexpr char kUnknownId[] = "000000004F534D0500000000000000FF";
-
-std::string Joined(const Lines& lines) {
-  std::string text;
-  for (const std::string& line : lines) text += line + "\r\n";
-  return text;
-}
 
 // A body with these headers and this content.
 std::string Body(const Lines& headers, const Lines& content) {
@@ -42,11 +36,7 @@ const std::string kRefusedMessage = Wrapped({}, Body({}, {"lost"}));
 
 class CommandMessage : public CommandTest {
  protected:
-  Outcome Receive(const std::string& bytes, const Lines& options = {}) const {
-    Lines arguments = {"receive", Write("received.vmg", bytes)};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    return Osif(arguments);
-  }
+  CommandMessage() : CommandTest(".vmg") {}
 
   // The ids of a file's messages, which are stored.
   Lines Store(const std::string& bytes) const {
@@ -55,18 +45,6 @@ class CommandMessage : public CommandTest {
     Lines ids;
     for (const Json& line : outcome.JsonLines()) ids.push_back(line["id"]);
     return ids;
-  }
-
-  // The file that Receive has written.
-  std::string Received() const { return Path("received.vmg"); }
-
-  Lines Sent(const std::string& store, const std::string& id) const {
-    Lines lines = Osif({"send", store, id}).OutLines();
-    for (std::string& line : lines) {
-      EXPECT_THAT(line, testing::EndsWith("\r"));
-      if (!line.empty()) line.pop_back();
-    }
-    return lines;
   }
 };
 
@@ -221,7 +199,7 @@ TEST_F(CommandMessage, IdsThatAreNoneAreRefusedByEachCommand) {
     EXPECT_EQ(outcome.status, 1) << id;
     EXPECT_EQ(outcome.err, "osif: msg-in " + id + ": General PIM Error (code 14)\n");
   }
-  EXPECT_EQ(ReadFile(file), "old");
+  EXPECT_EQ(BytesOf(file), "old");
 }
 
 TEST_F(CommandMessage, AnIdOfAMillionDigitsIsRefused) {
@@ -269,7 +247,7 @@ TEST_F(CommandMessage, ListingCountingExportingAndDeletingAreNotImplemented) {
     EXPECT_EQ(Osif({"send", store, ids.at(i)}).status, 0);
     EXPECT_THAT(Osif({"changes", store}).OutLines(), SizeIs(1));
   }
-  EXPECT_EQ(ReadFile(file), "old");
+  EXPECT_EQ(BytesOf(file), "old");
 }
 
 TEST_F(CommandMessage, WhatIsNotImplementedIsToldInJson) {
@@ -349,7 +327,7 @@ TEST_F(CommandMessage, ParseShowsWhereAnAttachmentWasAndLeavesNoneBehind) {
   const Json fields = Osif({"parse", "--json", file}).JsonLines().at(0)["fields"];
   EXPECT_THAT(fields["attachmentFile"].get<std::string>(), testing::EndsWith("list.txt"));
   EXPECT_FALSE(fields.contains("bodyText"));
-  Store(ReadFile(file));
+  Store(BytesOf(file));
   EXPECT_TRUE(std::filesystem::is_empty(device_ + "/Temp"));
 }
 
@@ -368,33 +346,12 @@ TEST_F(CommandMessage, ParseWithEachShowsTheMessagesBehindARefusedOne) {
 
 // ---- Hostile files ------------------------------------------------------------------------------------
 
-std::string Repeat(const std::string& text, size_t times) {
-  std::string all;
-  for (size_t i = 0; i < times; ++i) all += text;
-  return all;
-}
-
-struct HostileMessage {
-  const char* name;
-  std::string bytes;
-  const char* reason;
-};
-
-class CommandHostileMessage : public CommandMessage,
-                              public testing::WithParamInterface<HostileMessage> {};
+using CommandHostileMessage = HostileTest<CommandMessage>;
 
 TEST_P(CommandHostileMessage, IsNamedWithAReasonAndLeavesTheStoredMessageAsItWas) {
   const std::string id = Store(Message("INBOX", "Lunch")).at(0);
   const Lines before = Sent("msg-in", id);
-  const std::string file = Write("hostile.vmg", GetParam().bytes);
-  const std::vector<Lines> uses = {
-      {"receive", file}, {"receive", "--each", file}, {"find", file}, {"parse", file}};
-  for (const Lines& arguments : uses) {
-    const Outcome outcome = Osif(arguments);
-    EXPECT_EQ(outcome.status, 1) << arguments[0];
-    EXPECT_THAT(outcome.err, HasSubstr("osif: " + file + ": "));
-    EXPECT_THAT(outcome.err, HasSubstr(GetParam().reason));
-  }
+  ExpectRefused();
   EXPECT_EQ(Sent("msg-in", id), before);
   EXPECT_THAT(Osif({"changes", "msg-in"}).OutLines(), SizeIs(1));
   std::error_code missing;
@@ -402,9 +359,6 @@ TEST_P(CommandHostileMessage, IsNamedWithAReasonAndLeavesTheStoredMessageAsItWas
                !std::filesystem::is_empty(device_ + "/Temp"));
 }
 
-constexpr char kNoObject[] = "The stream of data does not contain a valid object (code 8)";
-constexpr char kNoEnd[] = "object 1 (line 1) was refused; it has no END: Parsing error (code 20)";
-constexpr char kRefused[] = "object 1 (line 1) was refused: Parsing error (code 20)";
 const std::string kOpenMessage = "BEGIN:VMSG\r\nVERSION:1.1\r\n";
 const std::string kOpenBody = kOpenMessage + "BEGIN:VENV\r\nBEGIN:VBODY\r\n" + kDate + "\r\n";
 const std::string kOpenMultipart = kOpenBody + "Content-Type:multipart/mixed; boundary=b\r\n\r\n";
@@ -412,38 +366,38 @@ const std::string kOpenMultipart = kOpenBody + "Content-Type:multipart/mixed; bo
 INSTANTIATE_TEST_SUITE_P(
     Files, CommandHostileMessage,
     testing::Values(
-        HostileMessage{"CutInAHeader", kOpenBody + "Subj", kNoEnd},
-        HostileMessage{"CutInItsText", kOpenBody + "\r\nHel", kNoEnd},
-        HostileMessage{"CutInASoftLineBreak", kOpenBody + "\r\nHel=\r\n", kNoEnd},
-        HostileMessage{"CutInAnAttachment",
-                       kOpenBody + "Content-Type:text/plain; name=a.txt\r\n\r\nHel", kNoEnd},
-        HostileMessage{"BinaryText", kOpenBody + "\r\n" + std::string(100'000, '\0'), kNoEnd},
-        HostileMessage{"LongLineCut", kOpenBody + "\r\n" + std::string(1'000'000, 'x'), kNoEnd},
-        HostileMessage{"LongHeaderCut", kOpenBody + "Subject:" + std::string(1'000'000, 'x'),
-                       kNoEnd},
-        HostileMessage{"LongBoundaryCut",
-                       kOpenBody + "Content-Type:multipart/mixed; boundary=" +
-                           std::string(1'000'000, 'b') + "\r\n\r\n--b\r\n",
-                       kNoEnd},
-        HostileMessage{
+        HostileFile{"CutInAHeader", kOpenBody + "Subj", kNoEnd},
+        HostileFile{"CutInItsText", kOpenBody + "\r\nHel", kNoEnd},
+        HostileFile{"CutInASoftLineBreak", kOpenBody + "\r\nHel=\r\n", kNoEnd},
+        HostileFile{"CutInAnAttachment",
+                    kOpenBody + "Content-Type:text/plain; name=a.txt\r\n\r\nHel", kNoEnd},
+        HostileFile{"BinaryText", kOpenBody + "\r\n" + std::string(100'000, '\0'), kNoEnd},
+        HostileFile{"LongLineCut", kOpenBody + "\r\n" + std::string(1'000'000, 'x'), kNoEnd},
+        HostileFile{"LongHeaderCut", kOpenBody + "Subject:" + std::string(1'000'000, 'x'), kNoEnd},
+        HostileFile{"LongBoundaryCut",
+                    kOpenBody + "Content-Type:multipart/mixed; boundary=" +
+                        std::string(1'000'000, 'b') + "\r\n\r\n--b\r\n",
+                    kNoEnd},
+        HostileFile{
             "TenThousandPartsCut",
-            kOpenMultipart + Repeat("--b\r\nContent-Type:text/plain\r\n\r\nx\r\n", 10'000), kNoEnd},
-        HostileMessage{"DeepNestingOpen", kOpenMessage + Repeat("BEGIN:VENV\r\n", 100'000), kNoEnd},
-        HostileMessage{
+            kOpenMultipart + Repeated("--b\r\nContent-Type:text/plain\r\n\r\nx\r\n", 10'000),
+            kNoEnd},
+        HostileFile{"DeepNestingOpen", kOpenMessage + Repeated("BEGIN:VENV\r\n", 100'000), kNoEnd},
+        HostileFile{
             "DeepNestingWithoutABody",
-            Wrapped({}, Repeat("BEGIN:VENV\r\n", 10'000) + Repeat("END:VENV\r\n", 10'000)),
+            Wrapped({}, Repeated("BEGIN:VENV\r\n", 10'000) + Repeated("END:VENV\r\n", 10'000)),
             kRefused},
-        HostileMessage{"NestedMessages", Wrapped({}, Message("INBOX", "Lost")), kRefused},
-        HostileMessage{"Binary", std::string("\x00\x01\xFF\xFE\x00BEGIN:VMSG\r\n", 17), kNoObject}),
-    [](const auto& row) { return row.param.name; });
+        HostileFile{"NestedMessages", Wrapped({}, Message("INBOX", "Lost")), kRefused},
+        HostileFile{"Binary", std::string("\x00\x01\xFF\xFE\x00BEGIN:VMSG\r\n", 17), kNoObject}),
+    NameOfHostile);
 
 TEST_F(CommandMessage, AMessageOfTenThousandPartsKeepsTheTextOfItsFirst) {
   const std::string id =
-      Store(Wrapped({},
-                    Envelope(Body(
-                        {kDate, "Subject:Many", "Content-Type:multipart/mixed; boundary=b"},
-                        {"--b", "", "first",
-                         Repeat("--b\r\nContent-Type:text/html\r\n\r\nx\r\n", 9'999) + "--b--"}))))
+      Store(Wrapped({}, Envelope(Body(
+                            {kDate, "Subject:Many", "Content-Type:multipart/mixed; boundary=b"},
+                            {"--b", "", "first",
+                             Repeated("--b\r\nContent-Type:text/html\r\n\r\nx\r\n", 9'999) +
+                                 "--b--"}))))
           .at(0);
   const Lines sent = Sent("msg-in", id);
   EXPECT_THAT(sent, testing::Contains("first"));
@@ -459,9 +413,9 @@ TEST_F(CommandMessage, ALineOfAMillionBytesIsStoredAndSentWhole) {
 }
 
 TEST_F(CommandMessage, AMessageInTenThousandEnvelopesIsStored) {
-  const std::string id = Store(Wrapped({}, Repeat("BEGIN:VENV\r\n", 10'000) +
+  const std::string id = Store(Wrapped({}, Repeated("BEGIN:VENV\r\n", 10'000) +
                                                Body({kDate, "Subject:Deep"}, {"Hello"}) +
-                                               Repeat("END:VENV\r\n", 10'000)))
+                                               Repeated("END:VENV\r\n", 10'000)))
                              .at(0);
   EXPECT_THAT(Sent("msg-in", id), testing::Contains("Subject:Deep"));
 }

@@ -1,6 +1,6 @@
 // Each subcommand on the note store. A note is known by its name; the store can be written to and searched,
 // but neither walked nor read.
-#include "tests/tools/osif/command_fixture.h"
+#include "tests/tools/osif/hostile_files.h"
 
 namespace command_test {
 namespace {
@@ -12,9 +12,7 @@ using testing::SizeIs;
 using testing::UnorderedElementsAre;
 
 std::string Note(const Lines& properties) {
-  std::string text = "BEGIN:VNOTE\r\nVERSION:1.1\r\n";
-  for (const std::string& property : properties) text += property + "\r\n";
-  return text + "END:VNOTE\r\n";
+  return "BEGIN:VNOTE\r\nVERSION:1.1\r\n" + Joined(properties) + "END:VNOTE\r\n";
 }
 
 const std::string kShopping = Note({"SUMMARY:Shopping", "BODY:Apples"});
@@ -22,15 +20,7 @@ const std::string kWithoutVersion = "BEGIN:VNOTE\r\nSUMMARY:Old\r\nBODY:x\r\nEND
 
 class CommandNote : public CommandTest {
  protected:
-  Outcome Receive(const std::string& bytes, const Lines& options = {}) const {
-    Lines arguments = {"receive", Write("received.vnt", bytes)};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    return Osif(arguments);
-  }
-  void Store(const std::string& bytes) const { ASSERT_EQ(Receive(bytes).status, 0); }
-
-  // The file that Receive has written.
-  std::string Received() const { return Path("received.vnt"); }
+  CommandNote() : CommandTest(".vnt") {}
 
   // The names of the files in the device's documents folder.
   Lines Documents() const {
@@ -76,11 +66,11 @@ TEST_F(CommandNote, ReceiveTellsTheNameAsTheId) {
 
 TEST_F(CommandNote, ReceiveReplacesTheNoteOfTheSameName) {
   Store(kShopping);
-  const std::string before = ReadFile(device_ + "/Documents/Shopping.pwi");
+  const std::string before = BytesOf(device_ + "/Documents/Shopping.pwi");
   EXPECT_THAT(Receive(Note({"SUMMARY:Shopping", "BODY:" + std::string(5000, 'x')})).out,
               HasSubstr(": 0 added, 1 updated, 0 refused, anchor note 2 "));
   EXPECT_THAT(Documents(), ElementsAre("Shopping.pwi"));
-  EXPECT_GT(ReadFile(device_ + "/Documents/Shopping.pwi").size(), before.size() + 4000);
+  EXPECT_GT(BytesOf(device_ + "/Documents/Shopping.pwi").size(), before.size() + 4000);
 }
 
 TEST_F(CommandNote, ANameWithSignsThatNoFileMayHaveIsFoundByItsFullText) {
@@ -165,7 +155,7 @@ TEST_F(CommandNote, ListingCountingAndExportingAreNotImplemented) {
     EXPECT_EQ(outcome.out, "") << arguments[0];
     EXPECT_EQ(outcome.err, "osif: note: Not Implemented (code 16)\n") << arguments[0];
   }
-  EXPECT_EQ(ReadFile(file), "old");
+  EXPECT_EQ(BytesOf(file), "old");
 }
 
 TEST_F(CommandNote, SendingAndDeletingAreNotImplementedWhetherOrNotTheNoteIsThere) {
@@ -181,7 +171,7 @@ TEST_F(CommandNote, SendingAndDeletingAreNotImplementedWhetherOrNotTheNoteIsTher
       EXPECT_EQ(outcome.err, "osif: note " + std::string(id) + ": Not Implemented (code 16)\n");
     }
   }
-  EXPECT_EQ(ReadFile(file), "old");
+  EXPECT_EQ(BytesOf(file), "old");
   EXPECT_EQ(Found(kShopping), "Shopping");
   EXPECT_THAT(Osif({"changes", "note"}).OutLines(), SizeIs(1));
 }
@@ -271,67 +261,44 @@ TEST_F(CommandNote, ParseWithEachShowsTheNotesBehindARefusedOne) {
 
 // ---- Hostile files ------------------------------------------------------------------------------------
 
-std::string Repeat(const std::string& text, size_t times) {
-  std::string all;
-  for (size_t i = 0; i < times; ++i) all += text;
-  return all;
-}
-
-struct HostileNote {
-  const char* name;
-  std::string bytes;
-  const char* reason;
-};
-
-class CommandHostileNote : public CommandNote, public testing::WithParamInterface<HostileNote> {};
+using CommandHostileNote = HostileTest<CommandNote>;
 
 TEST_P(CommandHostileNote, IsNamedWithAReasonAndLeavesTheStoredNoteAsItWas) {
   Store(kShopping);
-  const std::string before = ReadFile(device_ + "/Documents/Shopping.pwi");
-  const std::string file = Write("hostile.vnt", GetParam().bytes);
-  const std::vector<Lines> uses = {
-      {"receive", file}, {"receive", "--each", file}, {"find", file}, {"parse", file}};
-  for (const Lines& arguments : uses) {
-    const Outcome outcome = Osif(arguments);
-    EXPECT_EQ(outcome.status, 1) << arguments[0];
-    EXPECT_THAT(outcome.err, HasSubstr("osif: " + file + ": "));
-    EXPECT_THAT(outcome.err, HasSubstr(GetParam().reason));
-  }
+  const std::string before = BytesOf(device_ + "/Documents/Shopping.pwi");
+  ExpectRefused();
   EXPECT_THAT(Documents(), ElementsAre("Shopping.pwi"));
-  EXPECT_EQ(ReadFile(device_ + "/Documents/Shopping.pwi"), before);
+  EXPECT_EQ(BytesOf(device_ + "/Documents/Shopping.pwi"), before);
   EXPECT_THAT(Osif({"changes", "note"}).OutLines(), SizeIs(1));
 }
 
-constexpr char kNoObject[] = "The stream of data does not contain a valid object (code 8)";
-constexpr char kNoEnd[] = "object 1 (line 1) was refused; it has no END: Parsing error (code 20)";
-constexpr char kRefused[] = "object 1 (line 1) was refused: Parsing error (code 20)";
 const std::string kOpenNote = "BEGIN:VNOTE\r\nVERSION:1.1\r\nSUMMARY:Shopping\r\n";
 
 INSTANTIATE_TEST_SUITE_P(
     Files, CommandHostileNote,
     testing::Values(
-        HostileNote{"CutInALine", kOpenNote + "BODY:App", kNoEnd},
-        HostileNote{"CutInAnEncodedByte", kOpenNote + "BODY;ENCODING=QUOTED-PRINTABLE:Caf=C",
+        HostileFile{"CutInALine", kOpenNote + "BODY:App", kNoEnd},
+        HostileFile{"CutInAnEncodedByte", kOpenNote + "BODY;ENCODING=QUOTED-PRINTABLE:Caf=C",
                     kNoEnd},
-        HostileNote{"CutInASoftLineBreak", kOpenNote + "BODY;ENCODING=QUOTED-PRINTABLE:a=\r\n",
+        HostileFile{"CutInASoftLineBreak", kOpenNote + "BODY;ENCODING=QUOTED-PRINTABLE:a=\r\n",
                     kNoEnd},
-        HostileNote{"LongLineCut", kOpenNote + "BODY:" + std::string(1'000'000, 'x'), kNoEnd},
-        HostileNote{"LongVersion",
+        HostileFile{"LongLineCut", kOpenNote + "BODY:" + std::string(1'000'000, 'x'), kNoEnd},
+        HostileFile{"LongVersion",
                     "BEGIN:VNOTE\r\nVERSION:" + std::string(1'000'000, '9') + "\r\nEND:VNOTE\r\n",
                     kRefused},
-        HostileNote{"TenThousandCategoriesCut", kOpenNote + Repeat("CATEGORIES:a\r\n", 10'000),
+        HostileFile{"TenThousandCategoriesCut", kOpenNote + Repeated("CATEGORIES:a\r\n", 10'000),
                     kNoEnd},
-        HostileNote{"DeepNestingOpen", kOpenNote + Repeat("BEGIN:X\r\n", 100'000), kNoEnd},
-        HostileNote{"ZeroBytes", kOpenNote + std::string(100'000, '\0'), kNoEnd},
-        HostileNote{"Binary", std::string("\x00\x01\xFF\xFE\x00BEGIN:VNOTE\r\n", 18), kNoObject}),
-    [](const auto& row) { return row.param.name; });
+        HostileFile{"DeepNestingOpen", kOpenNote + Repeated("BEGIN:X\r\n", 100'000), kNoEnd},
+        HostileFile{"ZeroBytes", kOpenNote + std::string(100'000, '\0'), kNoEnd},
+        HostileFile{"Binary", std::string("\x00\x01\xFF\xFE\x00BEGIN:VNOTE\r\n", 18), kNoObject}),
+    NameOfHostile);
 
 TEST_F(CommandNote, ABodyOfAMillionBytesAndNestedObjectsDoNotHinderANote) {
   Store(Note({"SUMMARY:Long", "BODY:" + std::string(1'000'000, 'x')}) +
         Note({"SUMMARY:Deep",
-              Repeat("BEGIN:X\r\n", 50'000) + Repeat("END:X\r\n", 50'000) + "BODY:"}));
+              Repeated("BEGIN:X\r\n", 50'000) + Repeated("END:X\r\n", 50'000) + "BODY:"}));
   EXPECT_THAT(Documents(), UnorderedElementsAre("Long.pwi", "Deep.pwi"));
-  EXPECT_GT(ReadFile(device_ + "/Documents/Long.pwi").size(), 1'000'000u);
+  EXPECT_GT(BytesOf(device_ + "/Documents/Long.pwi").size(), 1'000'000u);
 }
 
 TEST_F(CommandNote, ANameOfAMillionBytesIsCut) {

@@ -14,17 +14,12 @@ using testing::MatchesRegex;
 using testing::Not;
 using testing::SizeIs;
 
-class CommandStore : public CommandTest {
- protected:
-  void Receive(const std::string& cards) const {
-    ASSERT_EQ(Osif({"receive", Write("received.vcf", cards)}).status, 0);
-  }
-};
+class CommandStore : public CommandTest {};
 
 // ---- list, count, delete, find ------------------------------------------------------------------------
 
 TEST_F(CommandStore, ListShowsIdsAndNames) {
-  Receive(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
+  Store(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
   EXPECT_EQ(Osif({"list", "pb"}).out, "00000001  Ann Lee\n00000002  Ole Berg\n");
   EXPECT_THAT(Osif({"list", "pb", "--json"}).JsonLines(),
               ElementsAre(Json{{"store", "pb"}, {"id", "00000001"}, {"name", "Ann Lee"}},
@@ -39,7 +34,7 @@ TEST_F(CommandStore, ListShowsNoIdTwiceWhenAnObjectIsDeletedMeanwhile) {
   for (int i = 0; i < kContacts; ++i) {
     cards += Card({"N:" + std::string(1000, 'x') + ";Ann" + std::to_string(i)});
   }
-  Receive(cards);
+  Store(cards);
   ASSERT_EQ(mkfifo(Path("list.out").c_str(), 0600), 0);
   // The reader comes first: without one the writer's start would wait.
   const int pipe = open(Path("list.out").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -58,7 +53,7 @@ TEST_F(CommandStore, ListShowsNoIdTwiceWhenAnObjectIsDeletedMeanwhile) {
   }
   close(pipe);
   EXPECT_EQ(WaitFor(lister), 1);
-  EXPECT_EQ(ReadFile(Path("list.err")), "osif: pb: The object was not found (code 6)\n");
+  EXPECT_EQ(BytesOf(Path("list.err")), "osif: pb: The object was not found (code 6)\n");
   const Lines lines = Outcome::Split(out);
   ASSERT_THAT(lines, SizeIs(kContacts - 1));
   EXPECT_THAT(lines.back(), testing::StartsWith("00000063  "));
@@ -71,7 +66,7 @@ TEST_F(CommandStore, ListOfAnEmptyStoreIsEmpty) {
 }
 
 TEST_F(CommandStore, CountCounts) {
-  Receive(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
+  Store(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
   EXPECT_EQ(Osif({"count", "pb"}).out, "2\n");
   EXPECT_THAT(Osif({"count", "pb", "--json"}).JsonLines(),
               ElementsAre(Json{{"store", "pb"}, {"count", 2}}));
@@ -86,7 +81,7 @@ TEST_F(CommandStore, WhatAStoreDoesNotOfferIsSaidInTheLibrarysWords) {
 }
 
 TEST_F(CommandStore, DeleteDeletesEachIdAndGoesOnBehindAnUnknownOne) {
-  Receive(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}) + Card({"N:Cruz;Eva"}));
+  Store(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}) + Card({"N:Cruz;Eva"}));
   const Outcome outcome = Osif({"delete", "pb", "00000001", "000000ff", "zebra", "3"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.OutLines(),
@@ -99,7 +94,7 @@ TEST_F(CommandStore, DeleteDeletesEachIdAndGoesOnBehindAnUnknownOne) {
 }
 
 TEST_F(CommandStore, FindTellsTheIdOrThatThereIsNone) {
-  Receive(Card({"N:Lee;Ann"}));
+  Store(Card({"N:Lee;Ann"}));
   const std::string file = Write("find.vcf", Card({"N:Berg;Ole"}) + Card({"N:Lee;Ann"}));
   const Outcome outcome = Osif({"find", file});
   EXPECT_EQ(outcome.status, 0);
@@ -114,7 +109,7 @@ TEST_F(CommandStore, FindTellsTheIdOrThatThereIsNone) {
 // ---- send and export ----------------------------------------------------------------------------------
 
 TEST_F(CommandStore, SendWritesAVCardToStandardOutput) {
-  Receive(Card({"N:Lee;Ann", "TITLE:Pilot"}));
+  Store(Card({"N:Lee;Ann", "TITLE:Pilot"}));
   const Outcome outcome = Osif({"send", "pb", "00000001"});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.out, testing::StartsWith("BEGIN:VCARD\r\nVERSION:2.1\r\nN:Lee;Ann"));
@@ -123,12 +118,12 @@ TEST_F(CommandStore, SendWritesAVCardToStandardOutput) {
 }
 
 TEST_F(CommandStore, SendReplacesAFileThatIsThere) {
-  Receive(Card({"N:Lee;Ann"}));
+  Store(Card({"N:Lee;Ann"}));
   const std::string file = Write("out.vcf", std::string(100'000, 'x'));
   const Outcome outcome = Osif({"send", "pb", "00000001", "-o", file});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out, "");
-  EXPECT_EQ(ReadFile(file), Osif({"send", "pb", "00000001"}).out);
+  EXPECT_EQ(BytesOf(file), Osif({"send", "pb", "00000001"}).out);
 }
 
 TEST_F(CommandStore, SendOfAnUnknownIdNamesIt) {
@@ -139,7 +134,7 @@ TEST_F(CommandStore, SendOfAnUnknownIdNamesIt) {
 }
 
 TEST_F(CommandStore, SendToAFileThatCannotBeMadeNamesIt) {
-  Receive(Card({"N:Lee;Ann"}));
+  Store(Card({"N:Lee;Ann"}));
   const std::string file = Path("no/such/folder.vcf");
   const Outcome outcome = Osif({"send", "pb", "1", "-o", file});
   EXPECT_EQ(outcome.status, 1);
@@ -147,7 +142,7 @@ TEST_F(CommandStore, SendToAFileThatCannotBeMadeNamesIt) {
 }
 
 TEST_F(CommandStore, ExportWritesEveryObjectAndReceiveReadsThemBack) {
-  Receive(Card({"N:Lee;Ann", "TEL;CELL:1"}) + Card({"N;CHARSET=UTF-8:M\xC3\xBCller;J\xC3\xB6rg"}));
+  Store(Card({"N:Lee;Ann", "TEL;CELL:1"}) + Card({"N;CHARSET=UTF-8:M\xC3\xBCller;J\xC3\xB6rg"}));
   const std::string file = Path("all.vcf");
   EXPECT_EQ(Osif({"export", "pb", "-o", file}).out, file + ": 2 objects\n");
   const Outcome again = Osif({"--device", Path("other"), "receive", file});
@@ -159,11 +154,11 @@ TEST_F(CommandStore, ExportWritesEveryObjectAndReceiveReadsThemBack) {
 TEST_F(CommandStore, ExportOfAnEmptyStoreGivesAnEmptyFile) {
   const std::string file = Write("all.vcf", "old");
   EXPECT_EQ(Osif({"export", "pb", "-o", file}).status, 0);
-  EXPECT_EQ(ReadFile(file), "");
+  EXPECT_EQ(BytesOf(file), "");
 }
 
 TEST_F(CommandStore, ExportToAFolderThatDoesNotExistNamesTheFile) {
-  Receive(Card({"N:Lee;Ann"}));
+  Store(Card({"N:Lee;Ann"}));
   const std::string file = Path("no/such/all.vcf");
   const Outcome outcome = Osif({"export", "pb", "-o", file});
   EXPECT_EQ(outcome.status, 1);
@@ -176,11 +171,11 @@ TEST_F(CommandStore, ExportKeepsTheOldFileWhenTheStoreCannotBeWalked) {
   const Outcome outcome = Osif({"export", "msg-in", "-o", file});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.err, "osif: msg-in: Not Implemented (code 16)\n");
-  EXPECT_EQ(ReadFile(file), "old");
+  EXPECT_EQ(BytesOf(file), "old");
 }
 
 TEST_F(CommandStore, WhatIsNoFileOfObjectsIsNotWritten) {
-  Receive(Card({"N:Lee;Ann"}));
+  Store(Card({"N:Lee;Ann"}));
   EXPECT_EQ(Osif({"send", "pb", "1", "-o", "/dev/full"}).err,
             "osif: /dev/full: is no regular file: Could not open the file (code 7)\n");
   EXPECT_EQ(Osif({"export", "pb", "-o", folder_}).err,
@@ -192,7 +187,7 @@ class CommandFullDisk : public CommandStore {
  protected:
   CommandFullDisk() {
     const std::string note = "NOTE:" + std::string(200'000, 'x');
-    Receive(Card({"N:Lee;Ann", note}) + Card({"N:Berg;Ole", note}));
+    Store(Card({"N:Lee;Ann", note}) + Card({"N:Berg;Ole", note}));
     size_of_one_ = Osif({"send", "pb", "1"}).out.size();
   }
 
@@ -217,7 +212,7 @@ TEST_F(CommandFullDisk, ExportSaysWhichObjectIsNotWhole) {
 
 TEST_F(CommandFullDisk, ExportNoticesAnObjectOfWhichNothingWasWritten) {
   ExpectCut({"export", "pb", "-o", Path("all.vcf")}, size_of_one_, "00000002");
-  EXPECT_EQ(ReadFile(Path("all.vcf")).size(), size_of_one_);
+  EXPECT_EQ(BytesOf(Path("all.vcf")).size(), size_of_one_);
 }
 
 TEST_F(CommandFullDisk, ADiskWithRoomForAllIsNoHindrance) {
@@ -229,10 +224,10 @@ TEST_F(CommandFullDisk, ADiskWithRoomForAllIsNoHindrance) {
 
 class CommandOwnFiles : public CommandStore {
  protected:
-  CommandOwnFiles() { Receive(Card({"N:Lee;Ann"})); }
+  CommandOwnFiles() { Store(Card({"N:Lee;Ann"})); }
 
   void ExpectLeftAlone(const std::string& file) const {
-    const std::string before = ReadFile(file);
+    const std::string before = BytesOf(file);
     const std::vector<std::vector<std::string>> uses = {{"export", "pb", "-o", file},
                                                         {"send", "pb", "1", "-o", file},
                                                         {"receive", file},
@@ -245,7 +240,7 @@ class CommandOwnFiles : public CommandStore {
                                  ": belongs to the device itself and is left alone: "
                                  "Could not open the file (code 7)\n");
     }
-    EXPECT_EQ(ReadFile(file), before);
+    EXPECT_EQ(BytesOf(file), before);
     EXPECT_EQ(Osif({"list", "pb"}).out, "00000001  Ann Lee\n");
   }
 };
@@ -286,7 +281,7 @@ TEST_F(CommandStore, OutputThatCannotBeWrittenIsAFailure) {
 // ---- changes, anchor, database-id ---------------------------------------------------------------------
 
 TEST_F(CommandStore, ChangesShowsWhatCameBehindAnAnchor) {
-  Receive(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
+  Store(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
   Osif({"delete", "pb", "00000001"});
   const std::vector<Json> all = Osif({"changes", "pb", "--json", "--since", "1"}).JsonLines();
   ASSERT_THAT(all, SizeIs(2));
@@ -302,18 +297,18 @@ TEST_F(CommandStore, ChangesShowsWhatCameBehindAnAnchor) {
 }
 
 TEST_F(CommandStore, ChangesSinceATimeAreThoseBehindIt) {
-  Receive(Card({"N:Lee;Ann"}));
+  Store(Card({"N:Lee;Ann"}));
   EXPECT_THAT(Osif({"changes", "pb", "--since-time", "20000101T000000Z"}).OutLines(), SizeIs(1));
   EXPECT_THAT(Osif({"changes", "pb", "--since-time", "29990101T000000Z"}).OutLines(), SizeIs(0));
 }
 
 TEST_F(CommandStore, ChangesTellsOfAGapFirst) {
-  Receive(Card({"N:Lee;Ann"}));
+  Store(Card({"N:Lee;Ann"}));
   // The log no longer holds the entry with counter 1.
-  Receive(Card({"N:Lee;Ann", "TITLE:x"}));
+  Store(Card({"N:Lee;Ann", "TITLE:x"}));
   const std::string log = device_ + "/Sync/pol_pb_change.log";
-  const std::string text = ReadFile(log);
-  std::ofstream(log, std::ios::binary) << text.substr(text.find('\n') + 1);
+  const std::string text = BytesOf(log);
+  support::PutBytes(log, text.substr(text.find('\n') + 1));
   const std::vector<Json> lines = Osif({"changes", "pb", "--json"}).JsonLines();
   ASSERT_THAT(lines, SizeIs(2));
   EXPECT_EQ(lines[0], (Json{{"gap", true}}));
@@ -321,11 +316,11 @@ TEST_F(CommandStore, ChangesTellsOfAGapFirst) {
 }
 
 TEST_F(CommandStore, ChangesTellsOfAGapInWords) {
-  Receive(Card({"N:Lee;Ann"}));
-  Receive(Card({"N:Lee;Ann", "TITLE:x"}));
+  Store(Card({"N:Lee;Ann"}));
+  Store(Card({"N:Lee;Ann", "TITLE:x"}));
   const std::string log = device_ + "/Sync/pol_pb_change.log";
-  const std::string text = ReadFile(log);
-  std::ofstream(log, std::ios::binary) << text.substr(text.find('\n') + 1);
+  const std::string text = BytesOf(log);
+  support::PutBytes(log, text.substr(text.find('\n') + 1));
   const Outcome outcome = Osif({"changes", "pb"});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.OutLines(),
@@ -339,7 +334,7 @@ TEST_F(CommandStore, ChangesWithNothingChangedIsEmptyAndNoFailure) {
     EXPECT_EQ(outcome.status, 0) << store;
     EXPECT_EQ(outcome.out + outcome.err, "") << store;
   }
-  Receive(Card({"N:Lee;Ann"}));
+  Store(Card({"N:Lee;Ann"}));
   const Outcome outcome = Osif({"changes", "pb", "--since", "1"});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out + outcome.err, "");
@@ -357,7 +352,7 @@ TEST_F(CommandStore, ChangesShowsNotesAndMessagesThatWereReceived) {
 }
 
 TEST_F(CommandStore, AnchorIsThatOfTheNewestChange) {
-  Receive(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
+  Store(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
   const std::vector<Json> lines = Osif({"anchor", "pb", "--json"}).JsonLines();
   ASSERT_THAT(lines, SizeIs(1));
   EXPECT_EQ(lines[0]["store"], "pb");

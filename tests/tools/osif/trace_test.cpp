@@ -111,7 +111,7 @@ TEST_F(CommandTrace, TwoCommandsAtOnceShowTheirOwnLinesOnly) {
   }
   for (const pid_t child : children) EXPECT_EQ(WaitFor(child), 0);
   for (int i = 0; i < 2; ++i) {
-    const Lines lines = Outcome::Split(ReadFile(stems[i] + ".err"));
+    const Lines lines = Outcome::Split(BytesOf(stems[i] + ".err"));
     const std::string own = kUnknown + ("X-OWN" + std::to_string(i)) + "'";
     const std::string other = kUnknown + ("X-OWN" + std::to_string(1 - i)) + "'";
     EXPECT_EQ(std::count(lines.begin(), lines.end(), own), 40);
@@ -139,7 +139,7 @@ TEST_F(CommandTrace, TheReceiverPrintsLinesUntilItHasItsCount) {
   const pid_t child =
       Start(Launched({support::kCommand, "trace", "--port", std::to_string(kPort), "--count", "3"}),
             stem);
-  for (int i = 0; i < 500 && ReadFile(stem + ".err").empty(); ++i) {
+  for (int i = 0; i < 500 && BytesOf(stem + ".err").empty(); ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   SendDatagram(kPort, std::string("\0\0\5\0\0\0\0\0hello", 13));
@@ -148,7 +148,7 @@ TEST_F(CommandTrace, TheReceiverPrintsLinesUntilItHasItsCount) {
   SendDatagram(kPort, "junk");
   EXPECT_EQ(WaitFor(child), 0);
   EXPECT_THAT(
-      Outcome::Split(ReadFile(stem + ".out")),
+      Outcome::Split(BytesOf(stem + ".out")),
       ElementsAre("hello", "ASSERT at x line 1", "(a datagram of 4 bytes that is no trace line)"));
 }
 

@@ -5,18 +5,12 @@
 #include <fstream>
 #include <iterator>
 
-<<<<<<< HEAD:tests/platform/device/ink/reader_test.cpp
 #include "platform/device/ink/text.h"
 #include "platform/device/ink/writer.h"
 #include "tests/platform/device/ink/document.h"
-#include "tests/support/ink_reader.h"
-    =======
-#include "platform/device/ink_text.h"
-#include "platform/device/ink_writer.h"
-#include "tests/platform/device/ink_document.h"
 #include "tests/support/corpus.h"
-    >>>>>>> w-cmd:tests/platform/device/ink_reader_test.cpp
-
+#include "tests/support/ink_reader.h"
+    
     namespace {
 
   using device::ReadInkDocument;
