@@ -12,8 +12,8 @@
 
 // A character above U+FFFF is a pair of UTF-16 units, a lead and a trail surrogate; no character has the
 // number of one.
-constexpr bool IsLeadSurrogate(WCHAR unit) { return (unit & 0xFC00) == 0xD800; }
-constexpr bool IsTrailSurrogate(WCHAR unit) { return (unit & 0xFC00) == 0xDC00; }
+constexpr bool IsLeadSurrogate(WCHAR unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+constexpr bool IsTrailSurrogate(WCHAR unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 constexpr bool IsSurrogate(char32_t number) { return number >= 0xD800 && number <= 0xDFFF; }
 
 // Writes a character as one unit or as a pair, and returns how many there are.
