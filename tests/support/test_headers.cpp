@@ -1,1 +1,0 @@
-// Nothing: the headers that are read once for all tests need a source that they belong to.
