@@ -75,16 +75,21 @@ class Scanner {
   size_t begin_ = 0;  // of the physical line to look at next
 };
 
-// Most lines are neither folded nor odd, and the window shows it: the length of such a line with its line
-// end; 0 when there is more to look at. An "=" at the end is taken for a soft break without counting, since
-// it is counted where the line is looked at more closely.
-size_t PlainLineLength(const OsifStream& stream) {
+// A line without anything odd.
+struct PlainLine {
+  size_t raw_length;  // with its line end; 0 when there is more to look at
+  std::string_view text;
+};
+
+// Most lines are neither folded nor odd, and the window shows it. An "=" at the end is taken for a soft break
+// without counting, since it is counted where the line is looked at more closely.
+PlainLine FindPlainLine(const OsifStream& stream) {
   const std::string_view window = stream.Window();
   const size_t line_feed = window.find('\n');
-  if (!stream.IsPlain() || line_feed >= window.size() - 1) return 0;
-  const size_t before_end = line_feed > 0 && window[line_feed - 1] == '\r' ? 2 : 1;
-  const bool is_soft_break = line_feed >= before_end && window[line_feed - before_end] == '=';
-  return is_soft_break || IsFoldCharacter(window[line_feed + 1]) ? 0 : line_feed + 1;
+  if (!stream.IsPlain() || line_feed >= window.size() - 1) return {0, {}};
+  const std::string_view text = WithoutLineEnd(window.substr(0, line_feed + 1));
+  if (text.ends_with('=') || IsFoldCharacter(window[line_feed + 1])) return {0, {}};
+  return {line_feed + 1, text};
 }
 
 // Room for a line of so many bytes in the file, and for its terminator.
@@ -115,10 +120,9 @@ size_t CopyJoined(OsifStream& stream, char* text) {
 }  // namespace
 
 LogicalLine ReadLogicalLine(OsifStream& stream) {
-  if (const size_t length = PlainLineLength(stream); length > 0) {
-    const std::string_view text = WithoutLineEnd(stream.Window().substr(0, length));
-    stream.Skip(length);
-    return {true, length, text, nullptr};
+  if (const PlainLine plain = FindPlainLine(stream); plain.raw_length > 0) {
+    stream.Skip(plain.raw_length);
+    return {true, plain.raw_length, plain.text, nullptr};
   }
   Scanner scanner(stream);
   std::optional<PhysicalLine> line = scanner.Next();
