@@ -2,6 +2,7 @@
 #include <sqlite3.h>
 
 #include <memory>
+#include <optional>
 
 #include "tests/tools/osif/command_fixture.h"
 
@@ -26,16 +27,24 @@ Connection Connect(const std::string& path) {
 
 class CommandDamage : public CommandTest {
  protected:
-  // A database so large that opening it looks at its head only.
-  CommandDamage() {
+  // A device with a database so large that opening it looks at its head only. It is made once; each test gets
+  // a copy.
+  CommandDamage() : cards_(Path("cards.vcf")) {
+    if (original_) {
+      Copy(original_->path(), folder_);
+      return;
+    }
     std::string cards;
     for (int i = 0; i < 50; ++i) {
       cards += Card({"N:Lee;Ann" + std::to_string(i), "NOTE:" + std::string(100'000, 'x')});
     }
-    cards_ = Write("cards.vcf", cards);
+    Write("cards.vcf", cards);
     EXPECT_EQ(Osif({"receive", cards_}).status, 0);
     EXPECT_GT(std::filesystem::file_size(DatabasePath()), 5'000'000u);
+    original_.emplace();
+    Copy(folder_, original_->path());
   }
+  static void TearDownTestSuite() { original_.reset(); }
 
   std::string DatabasePath() const { return device_ + "/device.db"; }
 
@@ -77,7 +86,14 @@ class CommandDamage : public CommandTest {
     }
   }
 
-  std::string cards_;
+  const std::string cards_;
+
+ private:
+  static void Copy(const std::string& from, const std::string& to) {
+    std::filesystem::copy(from, to, std::filesystem::copy_options::recursive);
+  }
+
+  inline static std::optional<support::TempFolder> original_;
 };
 
 TEST_F(CommandDamage, OfTheListOfObjectsIsTold) {
