@@ -45,20 +45,21 @@ struct ChangesArguments {
   std::string time;
 };
 
-void DeclareChanges(CLI::App& subcommand, ChangesArguments& arguments) {
-  AddStoreArgument(subcommand, arguments.store_id);
-  CLI::Option* counter =
-      subcommand
-          .add_option("--since", arguments.counter, "The change counter seen last; 0 for all")
-          ->type_name("CC");
-  subcommand
-      .add_option("--since-time", arguments.time,
-                  "The time of the change seen last, such as 20050314T101500Z")
-      ->type_name("TS")
-      ->excludes(counter)
-      ->check([](const std::string& text) {
-        return text.size() <= kLongestTime ? std::string() : "a time has 19 characters at most";
-      });
+std::string WhatIsWrongWithTime(const std::string& text) {
+  return text.size() <= kLongestTime ? std::string() : "a time has 19 characters at most";
+}
+
+void DeclareChanges(Declarations& declarations, ChangesArguments& arguments) {
+  declarations.AddStore(arguments.store_id);
+  const Argument counter =
+      declarations.Add("--since", arguments.counter, "The change counter seen last; 0 for all")
+          .Called("CC");
+  declarations
+      .Add("--since-time", arguments.time,
+           "The time of the change seen last, such as 20050314T101500Z")
+      .Called("TS")
+      .Excludes(counter)
+      .Check(WhatIsWrongWithTime);
 }
 
 // The name of a changed object; null for one that is gone or that the store does not show.

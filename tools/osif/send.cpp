@@ -104,13 +104,11 @@ struct SendArguments {
   std::string output;  // empty for standard output
 };
 
-void DeclareSend(CLI::App& subcommand, SendArguments& arguments) {
-  AddStoreArgument(subcommand, arguments.store_id);
-  subcommand.add_option("ID", arguments.id, "Its id as \"osif list\" shows it")
-      ->type_name("")
-      ->required();
-  subcommand.add_option("-o,--output", arguments.output, "The file; standard output without it")
-      ->type_name("FILE");
+void DeclareSend(Declarations& declarations, SendArguments& arguments) {
+  declarations.AddStore(arguments.store_id);
+  declarations.Add("ID", arguments.id, "Its id as \"osif list\" shows it").Required();
+  declarations.Add("-o,--output", arguments.output, "The file; standard output without it")
+      .Called("FILE");
 }
 
 void Send(const SendArguments& arguments, const Options& options, Reporter& reporter) {
@@ -133,9 +131,9 @@ struct ExportArguments {
   std::string output;
 };
 
-void DeclareExport(CLI::App& subcommand, ExportArguments& arguments) {
-  AddStoreArgument(subcommand, arguments.store_id);
-  subcommand.add_option("-o,--output", arguments.output, "The file")->type_name("FILE")->required();
+void DeclareExport(Declarations& declarations, ExportArguments& arguments) {
+  declarations.AddStore(arguments.store_id);
+  declarations.Add("-o,--output", arguments.output, "The file").Called("FILE").Required();
 }
 
 // An empty store gives an empty file.

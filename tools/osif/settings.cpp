@@ -176,10 +176,9 @@ struct SettingsArguments {
   std::optional<std::string> value;
 };
 
-void DeclareSettings(CLI::App& subcommand, SettingsArguments& arguments) {
-  CLI::Option* name =
-      subcommand.add_option("NAME", arguments.name, "One setting; all without it")->type_name("");
-  subcommand.add_option("VALUE", arguments.value, "Its new value")->type_name("")->needs(name);
+void DeclareSettings(Declarations& declarations, SettingsArguments& arguments) {
+  const Argument name = declarations.Add("NAME", arguments.name, "One setting; all without it");
+  declarations.Add("VALUE", arguments.value, "Its new value").Needs(name);
 }
 
 void Settings(const SettingsArguments& arguments, const Options&, Reporter& reporter) {

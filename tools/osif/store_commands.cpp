@@ -114,11 +114,9 @@ struct DeleteArguments {
   std::vector<std::string> ids;
 };
 
-void DeclareDelete(CLI::App& subcommand, DeleteArguments& arguments) {
-  AddStoreArgument(subcommand, arguments.store_id);
-  subcommand.add_option("ID", arguments.ids, "Ids as \"osif list\" shows them")
-      ->type_name("")
-      ->required();
+void DeclareDelete(Declarations& declarations, DeleteArguments& arguments) {
+  declarations.AddStore(arguments.store_id);
+  declarations.Add("ID", arguments.ids, "Ids as \"osif list\" shows them").Required();
 }
 
 void Delete(const DeleteArguments& arguments, const Options& options, Reporter& reporter) {
@@ -178,8 +176,8 @@ struct FindArguments {
   std::string file;
 };
 
-void DeclareFind(CLI::App& subcommand, FindArguments& arguments) {
-  subcommand.add_option("FILE", arguments.file, "A file of objects")->type_name("")->required();
+void DeclareFind(Declarations& declarations, FindArguments& arguments) {
+  declarations.Add("FILE", arguments.file, "A file of objects").Required();
 }
 
 void Find(const FindArguments& arguments, const Options& options, Reporter& reporter) {

@@ -2,12 +2,12 @@
 // once the whole command line is understood.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "tools/osif/arguments.h"
 #include "tools/osif/reporter.h"
 #include "tools/osif/session.h"
 
@@ -22,19 +22,25 @@ struct CommandLine {
   Action& action;          // that of the subcommand that was chosen
 };
 
-// Adds a subcommand. `declare` names its arguments to the parser, which fills them; `run` gets them filled,
-// with the options that every subcommand has.
+// Adds a subcommand that keeps its arguments itself.
+void AddSubcommand(const CommandLine& line, const char* name, const char* help,
+                   const std::function<void(Declarations&)>& declare,
+                   const std::function<void(const Options&, Reporter&)>& run);
+
+// Adds a subcommand. `declare` names its arguments, which the parser fills; `run` gets them filled, with the
+// options that every subcommand has.
 template <typename Arguments>
 void AddSubcommand(const CommandLine& line, const char* name, const char* help,
-                   void (*declare)(CLI::App& subcommand, Arguments& arguments),
+                   void (*declare)(Declarations& declarations, Arguments& arguments),
                    void (*run)(const Arguments& arguments, const Options& options,
                                Reporter& reporter)) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App* subcommand = line.app.add_subcommand(name, help);
-  declare(*subcommand, *arguments);
-  subcommand->callback([arguments, run, &options = line.options, &action = line.action] {
-    action = [arguments, run, &options](Reporter& reporter) { run(*arguments, options, reporter); };
-  });
+  AddSubcommand(
+      line, name, help,
+      [arguments, declare](Declarations& declarations) { declare(declarations, *arguments); },
+      [arguments, run](const Options& options, Reporter& reporter) {
+        run(*arguments, options, reporter);
+      });
 }
 
 // ---- Arguments that several subcommands have ----------------------------------------------------------
@@ -43,13 +49,13 @@ void AddSubcommand(const CommandLine& line, const char* name, const char* help,
 struct StoreArgument {
   int32_t store_id = 0;
 };
-void DeclareStore(CLI::App& subcommand, StoreArgument& arguments);
+void DeclareStore(Declarations& declarations, StoreArgument& arguments);
 
 // FILE... and --each.
 struct FileArguments {
   std::vector<std::string> files;
   bool each = false;  // every object is read by itself
 };
-void DeclareFiles(CLI::App& subcommand, FileArguments& arguments);
+void DeclareFiles(Declarations& declarations, FileArguments& arguments);
 
 }  // namespace command

@@ -22,10 +22,9 @@ struct TraceArguments {
   size_t count = 0;  // 0: it goes on until the command is stopped
 };
 
-void DeclareTrace(CLI::App& subcommand, TraceArguments& arguments) {
-  subcommand.add_option("--port", arguments.port, "The port to listen on, 38182 without it")
-      ->type_name("N");
-  subcommand.add_option("--count", arguments.count, "End after N lines")->type_name("N");
+void DeclareTrace(Declarations& declarations, TraceArguments& arguments) {
+  declarations.Add("--port", arguments.port, "The port to listen on, 38182 without it").Called("N");
+  declarations.Add("--count", arguments.count, "End after N lines").Called("N");
 }
 
 void Trace(const TraceArguments& arguments, const Options&, Reporter& reporter) {
