@@ -140,7 +140,8 @@ OsifStream::Ahead OsifStream::ReadAhead() {
   return count == 0 ? Ahead::kEnd : Ahead::kMore;
 }
 
-std::optional<size_t> OsifStream::FindLineFeed(size_t from, size_t limit) {
+// FindLineFeed where the window does not have one.
+std::optional<size_t> OsifStream::ReadToLineFeed(size_t from, size_t limit) {
   for (;;) {
     const std::string_view window = Window().substr(0, limit);
     const size_t found = window.find('\n', from);

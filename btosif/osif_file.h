@@ -49,7 +49,10 @@ class OsifStream {
   // Where the first line feed at or after a place in the window stands; for it the window is made longer as
   // far as needed. Without one the window's length at the end of the file, or the limit once so many bytes
   // are at hand. Nothing when memory is short.
-  std::optional<size_t> FindLineFeed(size_t from, size_t limit = std::string_view::npos);
+  std::optional<size_t> FindLineFeed(size_t from, size_t limit = std::string_view::npos) {
+    const size_t found = Window().find('\n', from);
+    return found < limit ? found : ReadToLineFeed(from, limit);
+  }
 
   // Moves the position forward over bytes of the window.
   void Skip(size_t count) { begin_ += count; }
@@ -83,6 +86,7 @@ class OsifStream {
   bool Gather(std::string_view bytes);
   bool HandOver();
   void LookAtNewBytes(size_t count);
+  std::optional<size_t> ReadToLineFeed(size_t from, size_t limit);
 
   std::unique_ptr<FILE, Close> file_;
   std::unique_ptr<char, Free> window_;

@@ -34,7 +34,7 @@ bool IsSupportedVersion(std::string_view version, double newest) {
 }
 
 bool LineCursor::Next() {
-  while (!has_ended_ && IsRead(result_) && !FILE_Eof(stream_)) {
+  while (goes_on_ && !FILE_Eof(stream_)) {
     const PropertyLine::Kind kind = line_.Read(stream_);
     if (kind == PropertyLine::Kind::kProperty) return true;
     if (kind == PropertyLine::Kind::kBlank) OSIF_Trace(0, blank_line_message_);

@@ -77,19 +77,23 @@ class LineCursor {
   OsifStream& stream() { return stream_; }
   PropertyLine& line() { return line_; }
 
-  // OSIF_PARSE_OK or OSIF_PARSE_WARNING as long as the object can be read; anything else refuses it.
+  // OSIF_PARSE_OK or OSIF_PARSE_WARNING as long as the object can be read. Only a warning may be put in.
   OsifResult& result() { return result_; }
-  // Anything but OSIF_PARSE_OK takes the place of the result.
+  // Anything but OSIF_PARSE_OK takes the place of the result; what is no warning refuses the object.
   void Add(OsifResult result) {
     if (result != OSIF_PARSE_OK) result_ = result;
+    if (!IsRead(result)) goes_on_ = false;
   }
-  void Refuse() { result_ = OSIF_PARSE_ERROR; }
+  void Refuse() { Add(OSIF_PARSE_ERROR); }
 
   // Makes the result a warning, and traces the message with the property's name.
   void WarnOfName(const char* message);
 
   // The line at hand is the last one of the object.
-  void End() { has_ended_ = true; }
+  void End() {
+    has_ended_ = true;
+    goes_on_ = false;
+  }
   bool has_ended() const { return has_ended_; }
 
  private:
@@ -98,6 +102,7 @@ class LineCursor {
   const char* blank_line_message_;
   OsifResult result_ = OSIF_PARSE_OK;
   bool has_ended_ = false;
+  bool goes_on_ = true;  // neither ended nor refused
 };
 
 // What becomes of an object inside the object.

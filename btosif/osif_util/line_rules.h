@@ -15,6 +15,7 @@ constexpr bool IsFoldCharacter(char c) { return IsBlankOrTab(c); }
 // In a run of "=" at the end two of them are a pair, which is text; only the one that is left over breaks.
 constexpr bool EndsInSoftBreak(std::string_view line) {
   if (!line.ends_with('=')) return false;
+  if (line.size() == 1 || line[line.size() - 2] != '=') return true;
   const size_t other = line.find_last_not_of('=');
   const size_t run = other == std::string_view::npos ? line.size() : line.size() - other - 1;
   return run % 2 == 1;
