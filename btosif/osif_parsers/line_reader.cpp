@@ -13,19 +13,23 @@
 
 namespace {
 
-constexpr const char* kNoMemory = "OSIF:  Memory allocation of %d bytes failed in 'FileLine'";
+constexpr const char* kNoMemoryMessage =
+    "OSIF:  Memory allocation of %d bytes failed in 'FileLine'";
 
 enum class Ending {
   kLine,       // the logical line ends here
   kFold,       // a line end and a blank or tab, which become one blank
   kSoftBreak,  // "=" and a line end, which are dropped
+  kNoMemory,   // what follows could not be read
 };
 
-// One physical line within a window, measured from the window's start.
+// One physical line within a window, which the next one follows at the scanner's place.
 struct PhysicalLine {
-  size_t end;   // of its text, without "=" of a soft break and line end
-  size_t next;  // where the next one begins
+  size_t end;  // of its text, without "=" of a soft break and line end, from the window's start
   Ending ending;
+
+  // True when another one belongs to the same logical line.
+  bool GoesOn() const { return ending == Ending::kFold || ending == Ending::kSoftBreak; }
 };
 
 // Looks at one physical line of the stream at a time and makes the window longer as it needs.
@@ -33,33 +37,31 @@ class Scanner {
  public:
   explicit Scanner(OsifStream& stream) : stream_(stream) {}
 
-  // The next physical line; nothing when memory is short.
-  std::optional<PhysicalLine> Next() {
-    const std::optional<size_t> line_feed = stream_.FindLineFeed(begin_);
-    if (!line_feed) return std::nullopt;
+  PhysicalLine Next() {
+    const std::optional<size_t> line_feed = stream_.FindLineFeed(place_);
+    if (!line_feed) return {0, Ending::kNoMemory};
     const std::string_view window = stream_.Window();
     if (*line_feed == window.size()) return LastLine(window);
 
-    const size_t next = *line_feed + 1;
-    const std::string_view text = WithoutLineEnd(window.substr(begin_, next - begin_));
-    const size_t end = begin_ + text.size();
-    if (EndsInSoftBreak(text)) return Take({end - 1, next, Ending::kSoftBreak});
-    const std::optional<bool> folds = FoldsAt(next);
-    if (!folds) return std::nullopt;
-    return *folds ? Take({end, next + 1, Ending::kFold}) : Take({end, next, Ending::kLine});
+    const std::string_view text = WithoutLineEnd(window.substr(place_, *line_feed + 1 - place_));
+    const size_t end = place_ + text.size();
+    place_ = *line_feed + 1;
+    if (EndsInSoftBreak(text)) return {end - 1, Ending::kSoftBreak};
+    const std::optional<bool> folds = FoldsAt(place_);
+    if (!folds) return {0, Ending::kNoMemory};
+    if (!*folds) return {end, Ending::kLine};
+    ++place_;
+    return {end, Ending::kFold};
   }
 
-  size_t begin() const { return begin_; }
+  // Where the physical line begins that comes next, from the window's start.
+  size_t place() const { return place_; }
 
  private:
-  PhysicalLine Take(PhysicalLine line) {
-    begin_ = line.next;
-    return line;
-  }
-
   PhysicalLine LastLine(std::string_view window) {
-    const bool has_soft_break = EndsInSoftBreak(window.substr(begin_));
-    return Take({window.size() - (has_soft_break ? 1 : 0), window.size(), Ending::kLine});
+    const bool has_soft_break = EndsInSoftBreak(window.substr(place_));
+    place_ = window.size();
+    return {place_ - (has_soft_break ? 1 : 0), Ending::kLine};
   }
 
   std::optional<bool> FoldsAt(size_t position) {
@@ -72,7 +74,7 @@ class Scanner {
   }
 
   OsifStream& stream_;
-  size_t begin_ = 0;  // of the physical line to look at next
+  size_t place_ = 0;
 };
 
 // A line without anything odd.
@@ -99,7 +101,7 @@ OwnedText NewLine(size_t raw_length) {
 
 // Tells that there was no room for a line, and leaves the first bytes of the window behind.
 LogicalLine NoMemory(OsifStream& stream, size_t bytes, size_t raw_length) {
-  OSIF_Trace(0, kNoMemory, static_cast<int>(raw_length + 1));
+  OSIF_Trace(0, kNoMemoryMessage, static_cast<int>(raw_length + 1));
   stream.Skip(bytes);
   return {false, 0, {}, nullptr};
 }
@@ -109,10 +111,10 @@ size_t CopyJoined(OsifStream& stream, char* text) {
   Scanner scanner(stream);
   char* out = text;
   for (;;) {
-    const size_t begin = scanner.begin();
-    const PhysicalLine line = *scanner.Next();
+    const size_t begin = scanner.place();
+    const PhysicalLine line = scanner.Next();
     out += stream.Window().copy(out, line.end - begin, begin);
-    if (line.ending == Ending::kLine) return static_cast<size_t>(out - text);
+    if (!line.GoesOn()) return static_cast<size_t>(out - text);
     if (line.ending == Ending::kFold) *out++ = ' ';
   }
 }
@@ -125,19 +127,22 @@ LogicalLine ReadLogicalLine(OsifStream& stream) {
     return {true, plain.raw_length, plain.text, nullptr};
   }
   Scanner scanner(stream);
-  std::optional<PhysicalLine> line = scanner.Next();
-  const bool is_folded = line && line->ending != Ending::kLine;
-  while (line && line->ending != Ending::kLine) line = scanner.Next();
-  if (!line) return NoMemory(stream, stream.Window().size(), stream.Window().size());
+  PhysicalLine line = scanner.Next();
+  const bool is_folded = line.GoesOn();
+  while (line.GoesOn()) line = scanner.Next();
+  if (line.ending == Ending::kNoMemory) {
+    return NoMemory(stream, stream.Window().size(), stream.Window().size());
+  }
 
-  LogicalLine read = {true, line->next, stream.Window().substr(0, line->end), nullptr};
+  const size_t raw_length = scanner.place();
+  LogicalLine read = {true, raw_length, stream.Window().substr(0, line.end), nullptr};
   if (is_folded) {
-    read.joined = NewLine(line->next);
-    if (read.joined == nullptr) return NoMemory(stream, line->next, line->next);
+    read.joined = NewLine(raw_length);
+    if (read.joined == nullptr) return NoMemory(stream, raw_length, raw_length);
     read.text = {read.joined.get(), CopyJoined(stream, read.joined.get())};
   }
   if (!stream.IsPlain()) read.text = CutLine(read.text);
-  stream.Skip(line->next);
+  stream.Skip(raw_length);
   return read;
 }
 
