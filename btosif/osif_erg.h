@@ -44,7 +44,7 @@ inline constexpr int32_t kForever = 0;
 // The room of an end date, terminator included.
 inline constexpr size_t kEndDateRoom = 20;
 
-// ---- Entries. `end_marker` tells of a "$" behind the entry. -------------------------------------
+// ---- Entries. `end_marker` tells of a "$" after the entry. -------------------------------------
 
 struct TimeEntry {
   int32_t hour = 0;    // 0 to 23

@@ -126,7 +126,7 @@ std::optional<DayEntry> ReadDay(std::string_view token) {
   return DayEntry{is_negative ? -day : day, end_marker};
 }
 
-// A number from 1 to `limit` of at most `max_digits` digits, with or without "$" behind it.
+// A number from 1 to `limit` of at most `max_digits` digits, with or without "$" after it.
 template <typename Entry>
 std::optional<Entry> ReadLimited(std::string_view token, size_t max_digits, int32_t limit) {
   const size_t digits = CountDigits(token);

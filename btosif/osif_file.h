@@ -12,7 +12,7 @@
 
 #include "osif.h"
 
-// What FILE_WriteLine puts behind a line: the object formats ask for CR LF (RFC 2045, section 2.1), the
+// What FILE_WriteLine puts after a line: the object formats ask for CR LF (RFC 2045, section 2.1), the
 // library's own log files have LF.
 enum class LineEnd { kLf, kCrLf };
 

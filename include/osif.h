@@ -373,7 +373,7 @@ OSIF_API OsifResult OSIF_GetObjectById(int32_t store_id, const char* id, OsifObj
  */
 OSIF_API OsifResult OSIF_GetFirstId(int32_t store_id, char* id);
 
-/** The next id of the walk, as OSIF_GetFirstId gave the first; OSIF_ERR_END_OF_STORE behind the last. */
+/** The next id of the walk, as OSIF_GetFirstId gave the first; OSIF_ERR_END_OF_STORE after the last. */
 OSIF_API OsifResult OSIF_GetNextId(int32_t store_id, char* id);
 
 /**
@@ -431,7 +431,7 @@ OSIF_API OsifResult OSIF_CL_Close(int32_t store_id);
 
 /**
  * The anchor of the newest entry; zero and empty for an empty log. OSIF_ERR_CL_NOT_OPENED when the log
- * is not open, as from the two functions behind.
+ * is not open, as from the two functions that follow.
  */
 OSIF_API OsifResult OSIF_CL_GetCurrentAnchor(int32_t store_id, OsifAnchor* anchor);
 
@@ -443,7 +443,7 @@ OSIF_API OsifResult OSIF_CL_GetCurrentAnchor(int32_t store_id, OsifAnchor* ancho
 OSIF_API OsifResult OSIF_CL_GetFirstEntry(int32_t store_id, const OsifAnchor* anchor,
                                           ChangeLogEntry* entry);
 
-/** The next entry behind the one given last; OSIF_ERR_EOF at the end. */
+/** The next entry after the one given last; OSIF_ERR_EOF at the end. */
 OSIF_API OsifResult OSIF_CL_GetNextEntry(int32_t store_id, ChangeLogEntry* entry);
 
 /** The room that the buffer of OSIF_CL_GetDatabaseId must have; the id itself has 8 characters. */

@@ -1,4 +1,4 @@
-// Property lines of vObject text (vCard 2.1, section 2.1). Lines are broken only behind encoded line
+// Property lines of vObject text (vCard 2.1, section 2.1). Lines are broken only after encoded line
 // feeds, with a quoted-printable soft line break (RFC 2045, section 6.7); there is no folding by width.
 #pragma once
 
@@ -26,5 +26,5 @@ int WritePropertyLine(OsifStream& stream, std::string_view name, std::string_vie
 int WritePropertyList(OsifStream& stream, std::string_view name, PropertyValue* list, bool required,
                       const WriterMessages& messages = kVCardMessages);
 
-// Writes a line, broken with "=" behind each "=0A" that is not its end. 1 after a failure.
+// Writes a line, broken with "=" after each "=0A" that is not its end. 1 after a failure.
 int WriteSplitLine(OsifStream& stream, std::string_view line);

@@ -8,5 +8,5 @@
 
 // Writes one vCard with the record's own VERSION text. With `write_luid` the record's id goes out as
 // X-IRMC-LUID (IrMC). Properties that only one vendor's PIM knows are left out when the setting
-// DoNotSendMsftProperties says so. Failures are told in the trace only: always 0.
+// DoNotSendMsftProperties says so. Failures are traced only: always 0.
 OsifResult VCard_Write(OsifStream& stream, OsifObject& object, uint8_t write_luid);

@@ -43,5 +43,5 @@ VCardProperty PropertyIndex(std::string_view name);
 // not handed on and reading stops) or OSIF_ERR_NO_MEMORY.
 OsifResult VCard_ReadFile(OsifStream& stream, OsifReadCallback callback, void* context);
 
-// Reads the properties of one vCard behind its BEGIN line into a cleared record. The same results.
+// Reads the properties of one vCard after its BEGIN line into a cleared record. The same results.
 OsifResult VCard_ReadOne(OsifStream& stream, OsifObject& object);

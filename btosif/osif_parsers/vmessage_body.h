@@ -5,7 +5,7 @@
 #include "btosif/osif_parsers/property_line.h"
 #include "osif.h"
 
-// Reads a body, from behind its BEGIN line to its END, into the message fields of the record; a content that
+// Reads a body, from after its BEGIN line to its END, into the message fields of the record; a content that
 // the record held before is released. `line` is the caller's, filled again for each header.
 //
 // The first part's content becomes its text, or the temporary file of an attachment; of later parts only the

@@ -27,7 +27,7 @@ std::optional<std::string> AttachmentName(std::string_view content_type);
 struct ContentEnd {
   // OSIF_PARSE_OK when the terminator line was reached, else what ReadContent returns.
   OsifResult result;
-  bool is_closing = false;  // the terminator line had "--" behind the terminator: no part follows
+  bool is_closing = false;  // the terminator line had "--" after the terminator: no part follows
 };
 
 // Reads content up to a line that begins with the terminator: into the file of an attachment when the part's

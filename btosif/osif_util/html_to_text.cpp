@@ -62,7 +62,7 @@ uint32_t Number(WideView text, uint32_t base) {
   return number;
 }
 
-// The character of the text behind "&" whose first character is "#".
+// The character of the text after "&" whose first character is "#".
 uint32_t NumberedCharacter(WideView text) {
   text = WithoutLeading(text, '#');
   if (text.empty() || text.front() != 'x') return Number(text, 10);

@@ -156,7 +156,7 @@ class ObjectBuilder {
     }
   }
 
-  // Returns the first mark behind the object.
+  // Returns the first mark after the object.
   size_t AddObject(size_t first) {
     const Mark& begin = marks_[first];
     FileObject object{};
@@ -225,7 +225,7 @@ struct Place {
   uint64_t line;
 };
 
-// The line on which each object ends is told by the marks: of its END, or of the object behind it.
+// The line on which each object ends is told by the marks: of its END, or of the object after it.
 void FindOutside(FILE* file, const std::vector<Mark>& marks, int64_t file_start, int64_t file_size,
                  FileIndex& index) {
   Place place{file_start, 1};

@@ -30,7 +30,7 @@ struct FileObject {
   size_t records;       // at least 1
 };
 
-// Text between objects, before the first or behind the last.
+// Text between objects, before the first or after the last.
 struct OutsideText {
   size_t next_object;                 // the index of the object that follows it
   uint64_t line;                      // its first line
