@@ -11,6 +11,7 @@
 #include <string>
 
 #include "BtOsif_pol/pol_id.h"
+#include "BtOsif_pol/pol_item.h"
 #include "BtOsif_pol/pol_mapping.h"
 #include "BtOsif_pol/pol_recurrence.h"
 #include "BtOsif_pol/pol_reminder.h"
@@ -92,7 +93,8 @@ void PutWhenText(Item& item, HRESULT (Item::*put)(DATE), PropertyValue* list) {
 
 template <typename Item>
 void PutSensitivity(Item& item, const OsifCalendar& record) {
-  if (pol_HasFirstText(record.class_)) item.put_Sensitivity(SensitivityOf(DecodedText(record.class_)));
+  if (pol_HasFirstText(record.class_))
+    item.put_Sensitivity(SensitivityOf(DecodedText(record.class_)));
 }
 
 // Some devices repeat the summary in the description and put the note into ATTACH.
@@ -205,13 +207,10 @@ WideText AttendeeText(IRecipient& recipient) {
 
 void GetAttendees(IAppointment& appointment, OsifCalendar& record) {
   ComPtr<IRecipients> recipients;
-  if (FAILED(appointment.get_Recipients(recipients.put())) || !recipients) return;
-  const int count = pol_Get(*recipients, &IRecipients::get_Count);
-  for (int index = 1; index <= count; ++index) {
-    ComPtr<IRecipient> recipient;
-    if (FAILED(recipients->Item(index, recipient.put())) || !recipient) continue;
-    pol_AppendText(record.tail.event.attendee, AttendeeText(*recipient), "ROLE=ATTENDEE");
-  }
+  if (FAILED(appointment.get_Recipients(recipients.put()))) return;
+  pol_ForEach<IRecipient>(recipients, [&](IRecipient& recipient) {
+    pol_AppendText(record.tail.event.attendee, AttendeeText(recipient), "ROLE=ATTENDEE");
+  });
 }
 
 }  // namespace
@@ -223,7 +222,8 @@ void pol_PutTask(OsifObject& object, ITask& task) {
     pol_PutText(task, &ITask::put_Categories, DecodedText(record.categories));
   }
   PutTaskDates(record, task);
-  if (pol_HasFirstText(record.priority)) task.put_Importance(ImportanceOf(DecodedText(record.priority)));
+  if (pol_HasFirstText(record.priority))
+    task.put_Importance(ImportanceOf(DecodedText(record.priority)));
   if (record.status != nullptr) task.put_Complete(Flag(DecodedText(record.status) == u"COMPLETED"));
   PutSensitivity(task, record);
   PutBody(task, record, record.tail.todo.attach);

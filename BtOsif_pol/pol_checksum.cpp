@@ -8,6 +8,7 @@
 
 #include <variant>
 
+#include "BtOsif_pol/pol_item.h"
 #include "BtOsif_pol/pol_item_properties.h"
 #include "BtOsif_pol/pol_mapping.h"
 #include "platform/api/com_ptr.h"
@@ -68,13 +69,9 @@ bool IsSet(Item& item, HRESULT (Item::*get)(VARIANT_BOOL*)) {
 
 void FeedExceptions(IRecurrencePattern& pattern, Checksum& checksum) {
   ComPtr<IExceptions> exceptions;
-  if (FAILED(pattern.get_Exceptions(exceptions.put())) || !exceptions) return;
-  const int count = pol_Get(*exceptions, &IExceptions::get_Count);
-  for (int index = 1; index <= count; ++index) {
-    ComPtr<IException> exception;
-    if (FAILED(exceptions->Item(index, exception.put())) || !exception) continue;
-    checksum.Feed(*exception, kExceptionProperties);
-  }
+  if (FAILED(pattern.get_Exceptions(exceptions.put()))) return;
+  pol_ForEach<IException>(
+      exceptions, [&](IException& exception) { checksum.Feed(exception, kExceptionProperties); });
 }
 
 template <typename Item>
@@ -88,13 +85,9 @@ void FeedRecurrence(Item& item, Checksum& checksum) {
 
 void FeedRecipients(IAppointment& appointment, Checksum& checksum) {
   ComPtr<IRecipients> recipients;
-  if (FAILED(appointment.get_Recipients(recipients.put())) || !recipients) return;
-  const int count = pol_Get(*recipients, &IRecipients::get_Count);
-  for (int index = 1; index <= count; ++index) {
-    ComPtr<IRecipient> recipient;
-    if (FAILED(recipients->Item(index, recipient.put())) || !recipient) continue;
-    checksum.Feed(*recipient, kRecipientProperties);
-  }
+  if (FAILED(appointment.get_Recipients(recipients.put()))) return;
+  pol_ForEach<IRecipient>(
+      recipients, [&](IRecipient& recipient) { checksum.Feed(recipient, kRecipientProperties); });
 }
 
 }  // namespace

@@ -64,3 +64,16 @@ inline ComPtr<IPOutlookItemCollection> pol_ItemsOf(IPOutlookApp& application, in
   if (folder) folder->get_Items(items.put());
   return items;
 }
+
+// Calls `take` with each element of a collection. Elements that cannot be had are passed over, and so is a
+// collection that was not given.
+template <typename Element, typename Collection, typename Take>
+void pol_ForEach(const ComPtr<Collection>& collection, Take take) {
+  int count = 0;
+  if (!collection || FAILED(collection->get_Count(&count))) return;
+  for (int index = 1; index <= count; ++index) {
+    ComPtr<Element> element;
+    if (FAILED(collection->Item(index, element.put())) || !element) continue;
+    take(*element);
+  }
+}

@@ -17,6 +17,7 @@
 #include <new>
 #include <string>
 
+#include "BtOsif_pol/pol_item.h"
 #include "BtOsif_pol/pol_mapping.h"
 #include "btosif/osif_date.h"
 #include "btosif/osif_erg.h"
@@ -390,19 +391,16 @@ DATE WithTimeOfDay(DATE day, DATE time) {
 // last value is kept so that a long list is not gone through for each.
 void AppendExceptions(IRecurrencePattern& pattern, DATE start, PropertyValue*& list) {
   ComPtr<IExceptions> exceptions;
-  if (FAILED(pattern.get_Exceptions(exceptions.put())) || !exceptions) return;
-  const int count = pol_Get(*exceptions, &IExceptions::get_Count);
+  if (FAILED(pattern.get_Exceptions(exceptions.put()))) return;
   PropertyValue* last = nullptr;
-  for (int index = 1; index <= count; ++index) {
-    ComPtr<IException> exception;
-    if (FAILED(exceptions->Item(index, exception.put())) || !exception) continue;
-    const DATE day = pol_Get(*exception, &IException::get_OriginalDate, kNoDate);
+  pol_ForEach<IException>(exceptions, [&](IException& exception) {
+    const DATE day = pol_Get(exception, &IException::get_OriginalDate, kNoDate);
     char text[kTimeStampRoom];
     DateToIso8601(WithTimeOfDay(day, start), text, sizeof text, true, false);
     PropertyValue* value = PropertyValue_Append(list, last);
     if (value == nullptr) throw std::bad_alloc();
     PropertyValue_SetText(WideText(text, text + std::char_traits<char>::length(text)), value, 0, 0);
-  }
+  });
 }
 
 template <typename Item>

@@ -55,4 +55,23 @@ class InputFile {
   WideText name_;
 };
 
+// Has a reader read the fuzzer's bytes, on a device of its own. The reader answers one of the parse outcomes
+// or a failure before them, nothing else.
+inline void Read(OsifResult (*read)(OsifStream&, OsifReadCallback, void*), const uint8_t* bytes,
+                 size_t size, OsifReadCallback callback, void* context) {
+  UseOwnDevice();
+  const InputFile input(bytes, size);
+  OsifStream stream;
+  input.Open(stream);
+  const OsifResult result = read(stream, callback, context);
+  if (result < OSIF_PARSE_OK || result > OSIF_PARSE_ERROR) abort();
+}
+
+// Where records are written to be forgotten.
+inline OsifStream& Sink() {
+  static OsifStream sink;
+  if (!sink.is_open()) FILE_Open(sink, u"/dev/null", u"w", LineEnd::kCrLf);
+  return sink;
+}
+
 }  // namespace fuzz

@@ -98,12 +98,7 @@ int32_t Check(int32_t store_id, OsifObject* object, OsifResult result, void*) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  fuzz::UseOwnDevice();
-  const fuzz::InputFile input(bytes, size);
-  OsifStream stream;
-  input.Open(stream);
-  const OsifResult result = VMessage_ReadFile(stream, Check, nullptr);
-  if (result < OSIF_PARSE_OK || result > OSIF_PARSE_ERROR) abort();
+  fuzz::Read(VMessage_ReadFile, bytes, size, Check, nullptr);
   if (!IsTempFolderEmpty()) abort();
   return 0;
 }

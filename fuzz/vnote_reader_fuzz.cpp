@@ -30,13 +30,6 @@ int32_t Decode(int32_t store_id, OsifObject* object, OsifResult result, void* co
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  fuzz::UseOwnDevice();
-  const fuzz::InputFile input(bytes, size);
-  OsifStream stream;
-  input.Open(stream);
-  static OsifStream sink;
-  if (!sink.is_open()) FILE_Open(sink, u"/dev/null", u"w", LineEnd::kCrLf);
-  const OsifResult result = VNote_ReadFile(stream, Decode, &sink);
-  if (result < OSIF_PARSE_OK || result > OSIF_PARSE_ERROR) abort();
+  fuzz::Read(VNote_ReadFile, bytes, size, Decode, &fuzz::Sink());
   return 0;
 }
