@@ -39,7 +39,7 @@ class Declarations {
  public:
   explicit Declarations(CLI::App& subcommand) : subcommand_(subcommand) {}
 
-  // `name` is "-o,--output" for an option, "FILE" for what stands by its place. Values are std::string,
+  // `name` is "-o,--output" for an option, "FILE" for what stands by its place. Values are std::string (optional
   // std::vector<std::string> (one or more), and unsigned numbers of 16, 32 and 64 bits.
   template <typename Value>
   Argument Add(const char* name, Value& value, const char* help);
