@@ -39,8 +39,8 @@ class Declarations {
  public:
   explicit Declarations(CLI::App& subcommand) : subcommand_(subcommand) {}
 
-  // `name` is "-o,--output" for an option, "FILE" for what stands by its place. Values are std::string (optional
-  // std::vector<std::string> (one or more), and unsigned numbers of 16, 32 and 64 bits.
+  // `name` is "-o,--output" for an option, "FILE" for what stands by its place. Values are std::string, alone
+  // or in an std::optional, std::vector<std::string> (one or more), and unsigned numbers of 16, 32 and 64 bits.
   template <typename Value>
   Argument Add(const char* name, Value& value, const char* help);
 
