@@ -93,8 +93,9 @@ void PutWhenText(Item& item, HRESULT (Item::*put)(DATE), PropertyValue* list) {
 
 template <typename Item>
 void PutSensitivity(Item& item, const OsifCalendar& record) {
-  if (pol_HasFirstText(record.class_))
+  if (pol_HasFirstText(record.class_)) {
     item.put_Sensitivity(SensitivityOf(DecodedText(record.class_)));
+  }
 }
 
 // Some devices repeat the summary in the description and put the note into ATTACH.
@@ -222,8 +223,9 @@ void pol_PutTask(OsifObject& object, ITask& task) {
     pol_PutText(task, &ITask::put_Categories, DecodedText(record.categories));
   }
   PutTaskDates(record, task);
-  if (pol_HasFirstText(record.priority))
+  if (pol_HasFirstText(record.priority)) {
     task.put_Importance(ImportanceOf(DecodedText(record.priority)));
+  }
   if (record.status != nullptr) task.put_Complete(Flag(DecodedText(record.status) == u"COMPLETED"));
   PutSensitivity(task, record);
   PutBody(task, record, record.tail.todo.attach);
@@ -239,8 +241,9 @@ void pol_PutAppointment(OsifObject& object, IAppointment& appointment) {
   PutWhenText(appointment, &IAppointment::put_Start, record.dtStart);
   PutWhenText(appointment, &IAppointment::put_End, record.dtEnd);
   PutSensitivity(appointment, record);
-  if (record.status != nullptr)
+  if (record.status != nullptr) {
     appointment.put_BusyStatus(BusyStatusOf(DecodedText(record.status)));
+  }
   PutBody(appointment, record, record.tail.event.attach);
   // A recurrence may be saved here with its exceptions, so what an occurrence is made of stands before it.
   pol_PutAppointmentRecurrence(record, appointment);

@@ -49,9 +49,8 @@ void AppendModified(CPoomEntries& current, const CPoomEntries& saved, ChangesFou
   for (bool more = current.first(&id, &checksum); more; more = current.next(&id, &checksum)) {
     uint32_t saved_checksum = 0;
     const bool is_known = saved.find(id, &saved_checksum);
-    if (is_known && saved_checksum == checksum) {
-      known.put(id, checksum);
-    } else if (changes.Append(kChangeModified, id)) {
+    const bool is_unchanged = is_known && saved_checksum == checksum;
+    if (is_unchanged || changes.Append(kChangeModified, id)) {
       known.put(id, checksum);
     } else if (is_known) {
       known.put(id, saved_checksum);

@@ -152,8 +152,8 @@ bool Replace(const WideText& unfinished, const WideText& path) {
   if (!MoveFileW(unfinished.c_str(), replacement.c_str())) return false;
   DeleteFileW(path.c_str());
   if (MoveFileW(replacement.c_str(), path.c_str())) return true;
-  if (GetLastError() == ERROR_ALREADY_EXISTS)
-    DeleteFileW(replacement.c_str());  // the old one stayed
+  // The old one stayed.
+  if (GetLastError() == ERROR_ALREADY_EXISTS) DeleteFileW(replacement.c_str());
   return false;
 }
 

@@ -13,9 +13,9 @@
 
 namespace {
 
-constexpr int64_t kSecondsPerDay = 24 * 60 * 60;
+constexpr int64_t kSecondsPerDay = int64_t{24} * 60 * 60;
 constexpr int64_t kSecondsPerMinute = 60;
-constexpr int64_t kMinutesPerDay = 24 * 60;
+constexpr int64_t kMinutesPerDay = int64_t{24} * 60;
 constexpr double kLongestDays = 45;
 constexpr int64_t kLongestMinutes = 45 * kMinutesPerDay;
 constexpr LONG kDialogOption = olDialog;

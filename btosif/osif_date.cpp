@@ -23,7 +23,7 @@
 
 namespace {
 
-constexpr int64_t kSecondsPerDay = 24 * 60 * 60;
+constexpr int64_t kSecondsPerDay = int64_t{24} * 60 * 60;
 constexpr int64_t kTicksPerSecond = 10'000'000;
 constexpr int64_t kTicksPerMinute = 60 * kTicksPerSecond;
 constexpr int64_t kEpochDay = 693593;     // 30 December 1899, counted from 1 January of the year 1
@@ -82,8 +82,9 @@ bool SecondsOf(const SYSTEMTIME& time, int64_t* seconds) {
   if (time.wMonth < 1 || time.wMonth > 12) return false;
   if (time.wDay < 1 || time.wDay > DaysInMonth(time.wYear, time.wMonth)) return false;
   const bool is_end_of_day = time.wHour == 24 && time.wMinute == 0 && time.wSecond == 0;
-  if (is_end_of_day && time.wYear == kLastYear && time.wMonth == 12 && time.wDay == 31)
+  if (is_end_of_day && time.wYear == kLastYear && time.wMonth == 12 && time.wDay == 31) {
     return false;
+  }
   if (!is_end_of_day && (time.wHour > 23 || time.wMinute > 59 || time.wSecond > 59)) return false;
   *seconds = (DayNumber(time.wYear, time.wMonth, time.wDay) - kEpochDay) * kSecondsPerDay +
              time.wHour * 3600 + time.wMinute * 60 + time.wSecond;

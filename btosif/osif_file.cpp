@@ -27,8 +27,8 @@
 
 namespace {
 
-constexpr size_t kFirstWindow = 64 * 1024;
-constexpr size_t kMostGathered = 16 * 1024;
+constexpr size_t kFirstWindow = size_t{64} * 1024;
+constexpr size_t kMostGathered = size_t{16} * 1024;
 constexpr uint32_t kEndOfFileMark = 0xFFFFFFFF;
 constexpr WCHAR kTempPrefix[] = {'z', 'u', 'l', 0};
 constexpr DWORD kTempFolderRoom = 256;

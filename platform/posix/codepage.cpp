@@ -41,8 +41,9 @@ int Finish(size_t length, int room) {
 int MultiByteToWideChar(UINT code_page, DWORD flags, LPCSTR text, int length, LPWSTR buffer,
                         int room) {
   const CodePage* page = Resolve(code_page);
-  if (page == nullptr || !AreValid(text, length, buffer, room))
+  if (page == nullptr || !AreValid(text, length, buffer, room)) {
     return Fail(ERROR_INVALID_PARAMETER);
+  }
   if ((flags & ~(MB_PRECOMPOSED | MB_ERR_INVALID_CHARS)) != 0) return Fail(ERROR_INVALID_FLAGS);
 
   ConversionOutput<char16_t> output(buffer, static_cast<size_t>(room));

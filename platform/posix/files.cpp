@@ -212,8 +212,9 @@ DWORD GetTempPathW(DWORD room, LPWSTR buffer) {
 }
 
 UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT number, LPWSTR buffer) {
-  if (folder == nullptr || buffer == nullptr)
+  if (folder == nullptr || buffer == nullptr) {
     return static_cast<UINT>(Fail(ERROR_INVALID_PARAMETER));
+  }
   std::u16string start = folder;
   if (start.size() > MAX_PATH - 14) return static_cast<UINT>(Fail(ERROR_BUFFER_OVERFLOW));
   if (!start.empty() && start.back() != u'\\' && start.back() != u'/') start += u'\\';

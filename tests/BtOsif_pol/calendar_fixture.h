@@ -227,8 +227,9 @@ class CalendarTest : public TextTest {
   TraceTexts Trace() {
     TraceTexts lines;
     for (std::string& line : trace_.Lines()) {
-      if (line.rfind("MAPI:", 0) != 0 && line != kIncompleteRecord)
+      if (line.rfind("MAPI:", 0) != 0 && line != kIncompleteRecord) {
         lines.push_back(std::move(line));
+      }
     }
     return lines;
   }

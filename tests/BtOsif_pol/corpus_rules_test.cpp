@@ -175,8 +175,9 @@ bool Includes(const Meaning& rule, sys_days start, sys_days day) {
     return weeks % rule.interval == 0 && rule.weekdays.count(WeekdayOf(day)) == 1;
   }
   if (rule.kind == "MP") return months % rule.interval == 0 && IsAtAny(day, rule.positions);
-  if (rule.kind == "MD")
+  if (rule.kind == "MD") {
     return months % rule.interval == 0 && IsOneOf(day, month, month_end, rule.days);
+  }
   if (years % rule.interval != 0) return false;
   if (rule.kind == "YMD") {
     return rule.months.count(unsigned{date.month()}) == 1 &&

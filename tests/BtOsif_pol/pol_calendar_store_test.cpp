@@ -435,8 +435,9 @@ class CalendarChanges : public CalendarStore {
     CloseLog();
     std::vector<std::string> entries = Entries();
     entries.erase(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(before));
-    for (std::string& entry : entries)
+    for (std::string& entry : entries) {
       entry = entry.substr(0, 2) + entry.substr(entry.rfind(' ') + 1);
+    }
     return entries;
   }
 };

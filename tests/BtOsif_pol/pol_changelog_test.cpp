@@ -96,8 +96,9 @@ TEST_F(ChangeLog, CannotBeOpenedInAFolderThatIsNotThere) {
 // A path of this many characters to a folder that is made.
 std::string FolderOfLength(const std::string& parent, size_t length) {
   std::string path = parent;
-  while (path.size() < length)
+  while (path.size() < length) {
     path += "/" + std::string(std::min<size_t>(200, length - path.size() - 1), 'd');
+  }
   std::filesystem::create_directories(path);
   return path;
 }

@@ -437,8 +437,9 @@ TEST_F(PolPutContact, TakesEscapesOut) {
 // the empty ones at the end.
 std::u16string Shown(PropertyValue& value) {
   std::u16string line;
-  for (const std::string& param : ParamsOf(value))
+  for (const std::string& param : ParamsOf(value)) {
     line += (line.empty() ? u"" : u",") + Wide(param);
+  }
   line += u':';
   const size_t count = ComponentsOf(value).size();
   for (size_t i = 0; i < count; ++i) {

@@ -423,8 +423,9 @@ TEST_F(ObjectLog, IsTheOnlyFileThatIsLeftOfSavingIt) {
   EXPECT_TRUE(snapshot_.saveToFile(OSIF_STORE_PB, Folder()));
   EXPECT_TRUE(snapshot_.saveToFile(OSIF_STORE_PB, Folder()));
   std::vector<std::string> names;
-  for (const auto& file : std::filesystem::directory_iterator(Path("")))
+  for (const auto& file : std::filesystem::directory_iterator(Path(""))) {
     names.push_back(file.path().filename());
+  }
   EXPECT_THAT(names, ElementsAre("pol_pb_object.log"));
 }
 

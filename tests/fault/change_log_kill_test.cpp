@@ -138,12 +138,14 @@ class ContactLogKill : public ChangeLogKill {
     {
       OtherProgram other;
       // Nobody ever touches Ivy: in the end her entry is purged and only the snapshot knows her.
-      for (const char* name : {"Ann", "Bob", "Cid", "Dan", "Eve", "Ivy"})
+      for (const char* name : {"Ann", "Bob", "Cid", "Dan", "Eve", "Ivy"}) {
         ids_.push_back(other.Add(name));
+      }
       ASSERT_EQ(Open(kContactStore), kOk);
       OsifAnchor anchor{};
-      for (int i = 0; i < 260; ++i)
+      for (int i = 0; i < 260; ++i) {
         support::ModifyContact(ids_[4], "Eve" + std::to_string(i), &anchor);
+      }
       ASSERT_EQ(POL_CL_Close(kContactStore), kOk);
       ASSERT_EQ(support::LinesOf(Path("pol_pb_change.log")).size(), 250u);
       ASSERT_EQ(Open(kContactStore), kOk);

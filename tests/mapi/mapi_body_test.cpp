@@ -264,8 +264,9 @@ class MapiBodyOut : public OpenFakeMapiTest {
 };
 
 std::string Upper(std::string text) {
-  for (char& letter : text)
+  for (char& letter : text) {
     letter = static_cast<char>(std::toupper(static_cast<unsigned char>(letter)));
+  }
   return text;
 }
 

@@ -153,8 +153,9 @@ TEST_F(MapiDevice, TheFlagsAreStored) {
   LONG expected = 0x21;
   for (const std::string& id : ids) {
     std::string bytes;
-    for (size_t i = 0; i < id.size(); i += 2)
+    for (size_t i = 0; i < id.size(); i += 2) {
       bytes += static_cast<char>(std::stoi(id.substr(i, 2), nullptr, 16));
+    }
     const auto message = mapi_test::Open(*program.inbox, bytes);
     EXPECT_EQ(mapi_test::Get(*message, {PR_MESSAGE_FLAGS})[0].Value.l, expected);
     expected = 0x20;
@@ -177,8 +178,9 @@ TEST_F(MapiDevice, AChangeAddsItsRecipients) {
   mapi_test::Program program;
   program.Open();
   std::string bytes;
-  for (size_t i = 0; i < id.size(); i += 2)
+  for (size_t i = 0; i < id.size(); i += 2) {
     bytes += static_cast<char>(std::stoi(id.substr(i, 2), nullptr, 16));
+  }
   EXPECT_THAT(mapi_test::Addresses(*mapi_test::Open(*program.inbox, bytes)),
               ElementsAre(u"a@example.org", u"b@example.org"));
 }

@@ -84,8 +84,9 @@ TEST_F(ChangeLogPurge, ThePurgeLeavesNothingElseInTheFolder) {
   PutBytes(LogPath(), EntryLines(1, 300));
   EXPECT_EQ(Purge(), OsifResult{OSIF_OK});
   std::vector<std::string> names;
-  for (const auto& file : std::filesystem::directory_iterator(Path("")))
+  for (const auto& file : std::filesystem::directory_iterator(Path(""))) {
     names.push_back(file.path().filename());
+  }
   EXPECT_THAT(names, ElementsAre("pol_pb_change.log"));
 }
 

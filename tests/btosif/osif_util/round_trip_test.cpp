@@ -134,8 +134,9 @@ TEST_P(CharsetRoundTrip, GivesBackTextOfItsOwnLettersAndAscii) {
 INSTANTIATE_TEST_SUITE_P(Charsets, CharsetRoundTrip, testing::ValuesIn(kRepertoires),
                          [](const auto& row) {
                            std::string name = row.param.charset;
-                           for (char& c : name)
+                           for (char& c : name) {
                              c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+                           }
                            return name;
                          });
 

@@ -278,8 +278,9 @@ TEST_F(RegistryOfTwo, AnAnswerOfOneDeviceIsNoneOfAnother) {
 }
 
 TEST_F(RegistryOfTwo, AnyNumberOfQuestionsIsAnsweredRightly) {
-  for (int i = 0; i < 600; ++i)
+  for (int i = 0; i < 600; ++i) {
     SetNumber(u"Key", (u"V" + Digits(i)).c_str(), static_cast<DWORD>(i));
+  }
   for (int round = 0; round < 2; ++round) {
     for (int i = 0; i < 600; ++i) {
       const auto value = Get(u"Key", (u"V" + Digits(i)).c_str());

@@ -189,8 +189,9 @@ class CommandTest : public testing::Test {
     std::vector<std::string> variables = {"OSIF_DEVICE=" + device_, "LC_ALL=C.UTF-8", "TZ=UTC",
                                           "HOME=" + folder_, "PATH=/usr/bin:/bin"};
     for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
-      if (const char* value = std::getenv(name))
+      if (const char* value = std::getenv(name)) {
         variables.push_back(std::string(name) + "=" + value);
+      }
     }
     return variables;
   }

@@ -14,8 +14,9 @@ class CommandReceive : public CommandTest {
   // The names in the contact store, in its order.
   Lines Names() const {
     Lines names;
-    for (const Json& line : Osif({"list", "pb", "--json"}).JsonLines())
+    for (const Json& line : Osif({"list", "pb", "--json"}).JsonLines()) {
       names.push_back(line["name"]);
+    }
     return names;
   }
 };

@@ -265,8 +265,9 @@ TEST_F(PimFind, CollectionsSearchIndependently) {
 TEST_F(PimFind, UnderstandsTheLongestAndTheDeepestRestriction) {
   const LONG oid = SaveContact({{kLast, u"Lee"}});
   std::u16string longest = u"[LastName]=\"Lee\"";
-  for (int i = 1; i < device::kMaxRestrictionComparisons; ++i)
+  for (int i = 1; i < device::kMaxRestrictionComparisons; ++i) {
     longest += u" OR [FirstName]=\"Ann\"";
+  }
   EXPECT_EQ(FindAll(longest), Oids{oid});
   std::u16string deepest = u"[LastName]=\"Lee\"";
   for (int i = 0; i < device::kMaxRestrictionDepth; ++i) {
