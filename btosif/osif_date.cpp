@@ -87,7 +87,7 @@ bool SecondsOf(const SYSTEMTIME& time, int64_t* seconds) {
   }
   if (!is_end_of_day && (time.wHour > 23 || time.wMinute > 59 || time.wSecond > 59)) return false;
   *seconds = (DayNumber(time.wYear, time.wMonth, time.wDay) - kEpochDay) * kSecondsPerDay +
-             time.wHour * 3600 + time.wMinute * 60 + time.wSecond;
+             int64_t{time.wHour} * 3600 + int64_t{time.wMinute} * 60 + time.wSecond;
   return true;
 }
 
