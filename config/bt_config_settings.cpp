@@ -187,6 +187,7 @@ bool BtConfigSettings::operator==(const BtConfigSettings& other) const {
 bool BtConfigSettings::operator!=(const BtConfigSettings& other) const { return !(*this == other); }
 
 BtConfigSettings& BtConfigSettings::operator=(const BtConfigSettings& other) {
+  if (this == &other) return *this;
   assign(other);
   copyValues(other);
   return *this;

@@ -95,6 +95,7 @@ bool RegistryKeyRecord::operator!=(const RegistryKeyRecord& other) const { retur
 bool RegistryKeyRecord::operator==(const RegistryKeyRecord& other) const { return equals(other); }
 
 RegistryKeyRecord& RegistryKeyRecord::operator=(const RegistryKeyRecord& other) {
+  if (this == &other) return *this;
   assign(other);
   return *this;
 }
