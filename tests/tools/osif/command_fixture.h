@@ -19,12 +19,9 @@
 #include <utility>
 #include <vector>
 
-<<<<<<< HEAD
 #include "tests/support/built_files.h"
-=======
 #include "tests/support/bytes.h"
 #include "tests/support/temp_folder.h"
->>>>>>> w-cmd
 
 namespace command_test {
 
@@ -80,19 +77,11 @@ class CommandTest : public testing::Test {
   // A command line of one of our programs, as this machine has to start it; after the words of another
   // program that starts it.
   static std::vector<std::string> Launched(const std::vector<std::string>& command_line,
-<<<<<<< HEAD
-                                           std::vector<std::string> behind = {}) {
-    const std::vector<std::string> launcher = support::Launcher();
-    behind.insert(behind.end(), launcher.begin(), launcher.end());
-    behind.insert(behind.end(), command_line.begin(), command_line.end());
-    return behind;
-=======
                                            std::vector<std::string> start = {}) {
-    const std::vector<std::string> launcher = {OSIF_LAUNCHER};
+    const std::vector<std::string> launcher = support::Launcher();
     start.insert(start.end(), launcher.begin(), launcher.end());
     start.insert(start.end(), command_line.begin(), command_line.end());
     return start;
->>>>>>> w-cmd
   }
 
   // Runs the command on the test's device. No test may end in a sanitizer's report.
