@@ -12,6 +12,9 @@ class Option;
 
 namespace command {
 
+// What is wrong with a text that is to be a number of decimal digits; empty when nothing is.
+std::string WhatIsWrongWithNumber(const std::string& text, uint64_t least, uint64_t most);
+
 // One argument that was declared. What is said of it later can be added to the declaration.
 class Argument {
  public:
@@ -40,7 +43,7 @@ class Declarations {
   explicit Declarations(CLI::App& subcommand) : subcommand_(subcommand) {}
 
   // `name` is "-o,--output" for an option, "FILE" for what stands by its place. Values are std::string,
-  // std::vector<std::string> (one or more), and unsigned numbers of 16, 32 and 64 bits.
+  // std::optional<std::string>, std::vector<std::string> (one or more), and unsigned numbers of 16, 32 and 64 bits.
   template <typename Value>
   Argument Add(const char* name, Value& value, const char* help);
 

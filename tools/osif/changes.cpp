@@ -5,8 +5,11 @@
 // name of a changed object is fetched from the store for each of them, and is missing for one that was
 // deleted or that the store does not hand out. A gap in the log is a result, not a failure: the partner
 // learns that it has to compare everything, and gets the entries that there are.
+#include <algorithm>
 #include <functional>
+#include <string_view>
 
+#include "btosif/osif_date.h"
 #include "tools/osif/commands.h"
 #include "tools/osif/records.h"
 #include "tools/osif/store.h"
@@ -45,15 +48,27 @@ struct ChangesArguments {
   std::string time;
 };
 
+// A time as the log has it, "20050314T101500Z"; without the "Z" it is local, and a day alone is its midnight.
+// The library takes a text that is none for a time before or after all others.
 std::string WhatIsWrongWithTime(const std::string& text) {
-  return text.size() <= kLongestTime ? std::string() : "a time has 19 characters at most";
+  constexpr std::string_view kForm = "00000000T000000Z";
+  const auto fits = [](char form, char c) {
+    return form == '0' ? c >= '0' && c <= '9' : form == c;
+  };
+  const bool has_form = (text.size() == 8 || text.size() == 15 || text.size() == 16) &&
+                        std::ranges::equal(kForm.substr(0, text.size()), text, fits);
+  FILETIME time = {};
+  if (has_form && Iso8601ToFileTime(text.c_str(), &time) != 0) return {};
+  return "\"" + text + "\" is no time such as 20050314T101500Z";
 }
 
 void DeclareChanges(Declarations& declarations, ChangesArguments& arguments) {
   declarations.AddStore(arguments.store_id);
   const Argument counter =
       declarations.Add("--since", arguments.counter, "The change counter seen last; 0 for all")
-          .Called("CC");
+          .Called("CC")
+          .Check(
+              [](const std::string& text) { return WhatIsWrongWithNumber(text, 0, UINT32_MAX); });
   declarations
       .Add("--since-time", arguments.time,
            "The time of the change seen last, such as 20050314T101500Z")
