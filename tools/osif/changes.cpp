@@ -9,7 +9,7 @@
 #include <functional>
 #include <string_view>
 
-#include "btosif/osif_date.h"
+#include "platform/api/system_time.h"
 #include "tools/osif/commands.h"
 #include "tools/osif/records.h"
 #include "tools/osif/store.h"
@@ -48,6 +48,26 @@ struct ChangesArguments {
   std::string time;
 };
 
+// Whether the digits of "YYYYMMDDThhmmss" are a day and a time that there are; what is missing is zero.
+bool IsTime(const std::string& text) {
+  const auto number = [&](size_t begin, size_t size) {
+    WORD value = 0;
+    for (const char digit : text.substr(std::min(begin, text.size()), size)) {
+      value = static_cast<WORD>(value * 10 + digit - '0');
+    }
+    return value;
+  };
+  SYSTEMTIME parts = {};
+  parts.wYear = number(0, 4);
+  parts.wMonth = number(4, 2);
+  parts.wDay = number(6, 2);
+  parts.wHour = number(9, 2);
+  parts.wMinute = number(11, 2);
+  parts.wSecond = number(13, 2);
+  FILETIME time = {};
+  return SystemTimeToFileTime(&parts, &time) != FALSE;
+}
+
 // A time as the log has it, "20050314T101500Z"; without the "Z" it is local, and a day alone is its midnight.
 // The library takes a text that is none for a time before or after all others.
 std::string WhatIsWrongWithTime(const std::string& text) {
@@ -57,9 +77,7 @@ std::string WhatIsWrongWithTime(const std::string& text) {
   };
   const bool has_form = (text.size() == 8 || text.size() == 15 || text.size() == 16) &&
                         std::ranges::equal(kForm.substr(0, text.size()), text, fits);
-  FILETIME time = {};
-  if (has_form && Iso8601ToFileTime(text.c_str(), &time) != 0) return {};
-  return "\"" + text + "\" is no time such as 20050314T101500Z";
+  return has_form && IsTime(text) ? "" : "\"" + text + "\" is no time such as 20050314T101500Z";
 }
 
 void DeclareChanges(Declarations& declarations, ChangesArguments& arguments) {

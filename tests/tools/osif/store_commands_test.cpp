@@ -289,6 +289,8 @@ TEST_F(CommandStore, ChangesSinceATimeAreThoseBehindIt) {
   Store(Card({"N:Lee;Ann"}));
   EXPECT_THAT(Osif({"changes", "pb", "--since-time", "20000101T000000Z"}).OutLines(), SizeIs(1));
   EXPECT_THAT(Osif({"changes", "pb", "--since-time", "29990101T000000Z"}).OutLines(), SizeIs(0));
+  EXPECT_THAT(Osif({"changes", "pb", "--since-time", "20000101"}).OutLines(), SizeIs(1));
+  EXPECT_THAT(Osif({"changes", "pb", "--since-time", "29990101T000000"}).OutLines(), SizeIs(0));
 }
 
 TEST_F(CommandStore, ChangesTellsOfAGapFirst) {
