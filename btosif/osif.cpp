@@ -110,7 +110,8 @@ struct FirstLine {
 OsifResult ReadStream(OsifStream& stream, OsifReadCallback callback, void* context) {
   FirstLine line;
   line.Read(stream);
-  FILE_Rewind(stream);
+  // A pipe has no beginning to go back to.
+  if (FILE_Rewind(stream) != 0) return OSIF_ERR_FILE_OPEN;
   if (std::strstr(line.tag, "BEGIN") == nullptr) {
     OSIF_Trace(0, "OSIF:  Stream '%s' does not contain BEGIN tag", line.tag);
     return OSIF_ERR_INVALID_STREAM;

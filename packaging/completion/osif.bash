@@ -29,7 +29,7 @@ __osif_offer_folders() {
 __osif_options() {
   case "$1" in
     receive | parse) echo --each ;;
-    send | export) echo -o --output ;;
+    send | export) echo -o --output --raw ;;
     changes) echo --since --since-time ;;
     trace) echo --port --count ;;
   esac

@@ -4,6 +4,7 @@
 _osif() {
   local -a common subcommands
   local store='1:store:(pb cal note msg-in msg-sent msg-out)'
+  local raw='--raw[write the bytes as they are also to a terminal]'
   local state line
   common=(
     '--device[the folder of the device]:folder:_files -/'
@@ -35,9 +36,9 @@ _osif() {
         receive | parse)
           _arguments $common '--each[read every object by itself]' '*:file:_files' ;;
         send)
-          _arguments $common '(-o --output)'{-o,--output}'[the file]:file:_files' $store '2:id:' ;;
+          _arguments $common '(-o --output)'{-o,--output}'[the file]:file:_files' $raw $store '2:id:' ;;
         export)
-          _arguments $common '(-o --output)'{-o,--output}'[the file]:file:_files' $store ;;
+          _arguments $common '(-o --output)'{-o,--output}'[the file]:file:_files' $raw $store ;;
         list | count | anchor | database-id) _arguments $common $store ;;
         find) _arguments $common '1:file:_files' ;;
         delete) _arguments $common $store '*:id:' ;;

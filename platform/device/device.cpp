@@ -1,16 +1,18 @@
 // Opening goes in steps, so that what is not ours is never changed: the header and the content of an
 // existing database are checked through a read-only connection that makes no files and takes no locks,
 // and only then is it opened for use. A new database is made under another name and
-// put in place when it is whole. A lock on the folder keeps two programs from doing this at once.
+// put in place when it is whole. Folders and files are made for their owner alone. A lock on the folder keeps two programs from doing this at once.
 
 #include "platform/device/device.h"
 
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -50,6 +52,14 @@ std::shared_ptr<Database> Refuse(OpenError error, std::string text) {
   return nullptr;
 }
 
+// Why a file or its folder cannot be used, in the system's words, or else in SQLite's.
+std::string ReasonFor(const std::string& path, int sqlite_code) {
+  const std::string folder = fs::path(path).parent_path().string();
+  if (access(folder.c_str(), R_OK | W_OK | X_OK) != 0) return std::strerror(errno);
+  if (access(path.c_str(), R_OK | W_OK) != 0 && errno != ENOENT) return std::strerror(errno);
+  return sqlite3_errstr(sqlite_code);
+}
+
 std::shared_ptr<Database> RefuseFile(OpenError error, const std::string& path, int sqlite_code) {
   switch (error) {
     case OpenError::kDamaged:
@@ -61,7 +71,7 @@ std::shared_ptr<Database> RefuseFile(OpenError error, const std::string& path, i
                         "' was made by a newer version of this program. It was left as it is.");
     default:
       return Refuse(error, "The device's database '" + path +
-                               "' cannot be used: " + sqlite3_errstr(sqlite_code) + ".");
+                               "' cannot be used: " + ReasonFor(path, sqlite_code) + ".");
   }
 }
 
@@ -88,10 +98,22 @@ fs::path ChosenFolder() {
   return fs::path(HomeFolder()) / ".local/share/osif";
 }
 
+// Whatever the user's mask is: what a device holds is its owner's alone.
+void MakeFolder(const std::string& folder, std::error_code& error) {
+  if (fs::is_directory(folder)) return;
+  fs::create_directories(fs::path(folder).parent_path(), error);
+  if (error) return;
+  const bool is_made = mkdir(folder.c_str(), S_IRWXU) == 0 && chmod(folder.c_str(), S_IRWXU) == 0;
+  if (!is_made && errno != EEXIST) error.assign(errno, std::system_category());
+  if (!is_made && errno == EEXIST && !fs::is_directory(folder)) {
+    error = std::make_error_code(std::errc::not_a_directory);
+  }
+}
+
 bool MakeFolders(const std::string& folder) {
   for (const char* name : {"", "/Documents", "/Temp"}) {
     std::error_code error;
-    fs::create_directories(folder + name, error);
+    MakeFolder(folder + name, error);
     if (error) {
       Refuse(OpenError::kFolder, "The device's folder '" + folder + name +
                                      "' cannot be made: " + error.message() + ".");
@@ -240,6 +262,11 @@ void RemoveDatabase(const std::string& path) {
 int MakeDatabase(const std::string& folder) {
   const std::string path = folder + std::string(kNewDatabaseName);
   RemoveDatabase(path);  // what a killed program may have left
+  // Made here, so that nobody else can read it; SQLite gives the files beside it the same mode.
+  const int made = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (made < 0) return SQLITE_CANTOPEN;
+  fchmod(made, S_IRUSR | S_IWUSR);
+  close(made);
   int code = SQLITE_OK;
   {
     const std::unique_ptr<Database> database = Database::Open(path, &code);

@@ -112,6 +112,18 @@ std::u16string HexDigits(UINT number) {
   return digits;
 }
 
+// Whether a file lies in the device, where everything is its owner's alone.
+bool IsInDevice(const std::string& path) { return path.starts_with(device::Folder() + "/"); }
+
+// Opens a file as fopen does. What is made in the device, nobody else can read.
+FILE* OpenStream(const std::string& path, const std::string& mode) {
+  const bool may_make = mode.find_first_of("wa") != std::string::npos;
+  const bool is_private = may_make && IsInDevice(path) && access(path.c_str(), F_OK) != 0;
+  FILE* stream = std::fopen(path.c_str(), mode.c_str());
+  if (stream != nullptr && is_private) fchmod(fileno(stream), S_IRUSR | S_IWUSR);
+  return stream;
+}
+
 // Creates an empty file. False with errno when it is there already or cannot be made.
 bool CreateEmpty(std::u16string_view path) {
   const int descriptor =
@@ -129,7 +141,7 @@ FILE* _wfopen(LPCWSTR name, LPCWSTR mode) {
     SetLastErrorFromErrno();
     return nullptr;
   }
-  FILE* stream = std::fopen(NativePath(name).c_str(), ToUtf8(mode).c_str());
+  FILE* stream = OpenStream(NativePath(name), ToUtf8(mode));
   if (stream == nullptr) {
     SetLastErrorFromErrno();
   } else if (IsFolder(fileno(stream))) {
@@ -157,8 +169,9 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD /*share*/, void* security, 
   if (name == nullptr || security != nullptr || model != nullptr || !flags) {
     return FailHandle(ERROR_INVALID_PARAMETER);
   }
-  const int descriptor =
-      open(NativePath(name).c_str(), FlagsOfAccess(access) | *flags | O_CLOEXEC, 0666);
+  const std::string path = NativePath(name);
+  const mode_t mode = IsInDevice(path) ? S_IRUSR | S_IWUSR : 0666;
+  const int descriptor = open(path.c_str(), FlagsOfAccess(access) | *flags | O_CLOEXEC, mode);
   if (descriptor < 0) {
     const bool is_taken = disposition == CREATE_NEW && errno == EEXIST;
     return FailHandle(is_taken ? ERROR_FILE_EXISTS : ErrorOfErrno(errno));

@@ -1,4 +1,6 @@
 // Reading object files and writing them, and the whole way of a contact in and out again.
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstring>
 
@@ -166,6 +168,18 @@ INSTANTIATE_TEST_SUITE_P(Of, OsifReadTypeWord,
                                          ObjectOfAType{"VmsgSentbox", MessageText("SENTBOX"), 4},
                                          ObjectOfAType{"VmsgOutbox", MessageText("OUTBOX"), 5}),
                          [](const auto& test) { return test.param.name; });
+
+// The first line chooses the reader, which then begins at the beginning.
+TEST_F(OsifRead, APipeCannotBeOpenedBecauseItHasNoBeginningToGoBackTo) {
+  const std::string card = Lines({"BEGIN:VCARD", "VERSION:2.1", "N:Lee;Ann", "END:VCARD"});
+  int ends[2] = {-1, -1};
+  ASSERT_EQ(pipe(ends), 0);
+  ASSERT_EQ(write(ends[1], card.data(), card.size()), static_cast<ssize_t>(card.size()));
+  close(ends[1]);
+  const std::string path = "/proc/self/fd/" + std::to_string(ends[0]);
+  EXPECT_EQ(Code(OSIF_ReadObjects(Wide(path).c_str(), nullptr, nullptr)), OSIF_ERR_FILE_OPEN);
+  close(ends[0]);
+}
 
 TEST_F(OsifRead, RunsTheNoteReaderForABeginLineInSmallLettersWithALeadingBlank) {
   EXPECT_EQ(Read(Lines({" begin:vnote", "VERSION:1.1", "SUMMARY:Ideas", "BODY:Tea", "END:VNOTE"})),

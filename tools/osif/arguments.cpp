@@ -1,7 +1,9 @@
 #include "tools/osif/arguments.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <optional>
+#include <system_error>
 #include <vector>
 
 #include "btosif/osif_util/stores.h"
@@ -22,6 +24,15 @@ std::string NameToNumber(std::string& argument) {
 }
 
 }  // namespace
+
+std::string WhatIsWrongWithNumber(const std::string& text, uint64_t least, uint64_t most) {
+  uint64_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  const bool is_number = error == std::errc() && end == text.data() + text.size();
+  if (is_number && number >= least && number <= most) return {};
+  return "\"" + text + "\" is no number from " + std::to_string(least) + " to " +
+         std::to_string(most);
+}
 
 Argument& Argument::Required() {
   option_->required();
@@ -59,6 +70,7 @@ Argument Declarations::Add(const char* name, Value& value, const char* help) {
 template Argument Declarations::Add(const char*, std::string&, const char*);
 template Argument Declarations::Add(const char*, std::optional<std::string>&, const char*);
 template Argument Declarations::Add(const char*, std::vector<std::string>&, const char*);
+template Argument Declarations::Add(const char*, std::optional<std::string>&, const char*);
 template Argument Declarations::Add(const char*, uint16_t&, const char*);
 template Argument Declarations::Add(const char*, uint32_t&, const char*);
 template Argument Declarations::Add(const char*, uint64_t&, const char*);

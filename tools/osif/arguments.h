@@ -12,6 +12,9 @@ class Option;
 
 namespace command {
 
+// What is wrong with a text that is to be a number of decimal digits; empty when nothing is.
+std::string WhatIsWrongWithNumber(const std::string& text, uint64_t least, uint64_t most);
+
 // One argument that was declared. What is said of it later can be added to the declaration.
 class Argument {
  public:

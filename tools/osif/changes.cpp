@@ -5,8 +5,11 @@
 // name of a changed object is fetched from the store for each of them, and is missing for one that was
 // deleted or that the store does not hand out. A gap in the log is a result, not a failure: the partner
 // learns that it has to compare everything, and gets the entries that there are.
+#include <algorithm>
 #include <functional>
+#include <string_view>
 
+#include "platform/api/system_time.h"
 #include "tools/osif/commands.h"
 #include "tools/osif/records.h"
 #include "tools/osif/store.h"
@@ -45,15 +48,45 @@ struct ChangesArguments {
   std::string time;
 };
 
+// Whether the digits of "YYYYMMDDThhmmss" are a day and a time that there are; what is missing is zero.
+bool IsTime(const std::string& text) {
+  const auto number = [&](size_t begin, size_t size) {
+    WORD value = 0;
+    for (const char digit : text.substr(std::min(begin, text.size()), size)) {
+      value = static_cast<WORD>(value * 10 + digit - '0');
+    }
+    return value;
+  };
+  SYSTEMTIME parts = {};
+  parts.wYear = number(0, 4);
+  parts.wMonth = number(4, 2);
+  parts.wDay = number(6, 2);
+  parts.wHour = number(9, 2);
+  parts.wMinute = number(11, 2);
+  parts.wSecond = number(13, 2);
+  FILETIME time = {};
+  return SystemTimeToFileTime(&parts, &time) != FALSE;
+}
+
+// A time as the log has it, "20050314T101500Z"; without the "Z" it is local, and a day alone is its midnight.
+// The library takes a text that is none for a time before or after all others.
 std::string WhatIsWrongWithTime(const std::string& text) {
-  return text.size() <= kLongestTime ? std::string() : "a time has 19 characters at most";
+  constexpr std::string_view kForm = "00000000T000000Z";
+  const auto fits = [](char form, char c) {
+    return form == '0' ? c >= '0' && c <= '9' : form == c;
+  };
+  const bool has_form = (text.size() == 8 || text.size() == 15 || text.size() == 16) &&
+                        std::ranges::equal(kForm.substr(0, text.size()), text, fits);
+  return has_form && IsTime(text) ? "" : "\"" + text + "\" is no time such as 20050314T101500Z";
 }
 
 void DeclareChanges(Declarations& declarations, ChangesArguments& arguments) {
   declarations.AddStore(arguments.store_id);
   const Argument counter =
       declarations.Add("--since", arguments.counter, "The change counter seen last; 0 for all")
-          .Called("CC");
+          .Called("CC")
+          .Check(
+              [](const std::string& text) { return WhatIsWrongWithNumber(text, 0, UINT32_MAX); });
   declarations
       .Add("--since-time", arguments.time,
            "The time of the change seen last, such as 20050314T101500Z")

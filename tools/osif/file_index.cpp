@@ -79,15 +79,23 @@ ObjectKind KindOf(Word word) {
   return row == kWords.end() ? ObjectKind::kOther : row->kind;
 }
 
+// In bytes: what has no BEGIN up to here is no file of objects.
+constexpr int64_t kFirstLook = 64 * 1024 * 1024;
+
 // Collects the marks of a file and matches them as they come.
 class MarkReader {
  public:
   explicit MarkReader(FILE* file) : lines_(file) {}
 
   std::vector<Mark> Read() {
-    for (LogicalLine line; lines_.Next(line);) Look(line);
+    for (LogicalLine line; lines_.Next(line);) {
+      Look(line);
+      if (marks_.empty() && line.end > kFirstLook) break;
+    }
     return std::move(marks_);
   }
+
+  std::optional<uint64_t> long_line() const { return lines_.long_line(); }
 
  private:
   void Look(const LogicalLine& line) {
@@ -265,11 +273,13 @@ std::optional<FileIndex> IndexFile(const std::string& file_name) {
                         std::memcmp(start.data(), "\xEF\xBB\xBF", 3) == 0;
   const int64_t file_start = has_mark ? 3 : 0;
   fseeko(file.get(), file_start, SEEK_SET);
-  const std::vector<Mark> marks = MarkReader(file.get()).Read();
+  MarkReader reader(file.get());
+  const std::vector<Mark> marks = reader.Read();
   if (std::ferror(file.get()) != 0) return std::nullopt;
   fseeko(file.get(), 0, SEEK_END);
   const int64_t file_size = ftello(file.get());
   FileIndex index = ObjectBuilder(marks, file_size).Build();
+  index.long_line = reader.long_line();
   FindOutside(file.get(), marks, file_start, file_size, index);
   return index;
 }

@@ -41,13 +41,16 @@ struct FileIndex {
   std::vector<FileObject> objects;
   std::vector<uint64_t> record_lines;  // the line on which each record begins
   std::vector<OutsideText> outside;
+  // A line that is longer than any that is sent; it and what follows it were not looked at.
+  std::optional<uint64_t> long_line;
 
   // The object that a record belongs to; the last one for records beyond.
   const FileObject& ObjectOf(size_t record) const;
 };
 
-// Reads the file once from its start to its end; what it keeps is small. Nothing when the file cannot be
-// read; errno tells why.
+// Reads the file once from its start to its end; what it keeps is small, whatever the file holds. A file without
+// a BEGIN in its first 64 MB is not read on and has no objects. Nothing when the file cannot be read; errno
+// tells why.
 std::optional<FileIndex> IndexFile(const std::string& file_name);
 
 }  // namespace command

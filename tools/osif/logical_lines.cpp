@@ -1,7 +1,5 @@
 #include "tools/osif/logical_lines.h"
 
-#include <cstdlib>
-
 #include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/line_rules.h"
 
@@ -33,17 +31,28 @@ bool StartsWith(std::string_view physical, std::string_view start) {
 
 LogicalLines::LogicalLines(FILE* file) : file_(file), position_(ftello(file)) { ReadPhysical(); }
 
-LogicalLines::~LogicalLines() { std::free(buffer_); }
-
+// Byte by byte, so that no more than the longest line is ever held.
 void LogicalLines::ReadPhysical() {
-  const ssize_t size = getline(&buffer_, &room_, file_);
-  size_ = size > 0 ? static_cast<size_t>(size) : 0;
+  physical_.clear();
+  for (int c = 0; c != '\n' && (c = getc_unlocked(file_)) != EOF;) {
+    physical_ += static_cast<char>(c);
+    if (physical_.size() <= static_cast<size_t>(kLongestLine)) continue;
+    long_line_ = number_;
+    physical_.clear();
+    return;
+  }
 }
 
-std::string_view LogicalLines::Content() const { return WithoutLineEnd({buffer_, size_}); }
+void LogicalLines::PassPhysical() {
+  position_ += static_cast<int64_t>(physical_.size());
+  ++number_;
+  ReadPhysical();
+}
+
+std::string_view LogicalLines::Content() const { return WithoutLineEnd(physical_); }
 
 bool LogicalLines::Next(LogicalLine& line) {
-  if (size_ == 0) return false;
+  if (physical_.empty()) return false;
   line.text.clear();
   line.begin = position_;
   line.line = number_;
@@ -53,10 +62,10 @@ bool LogicalLines::Next(LogicalLine& line) {
     const bool soft = EndsInSoftBreak(content);
     if (soft) content.remove_suffix(1);
     if (has_more_text) has_more_text = Append(line.text, content);
-    position_ += static_cast<int64_t>(size_);
-    ++number_;
-    ReadPhysical();
-    goes_on = size_ > 0 && (soft || IsFoldCharacter(buffer_[0]));
+    PassPhysical();
+    goes_on = !physical_.empty() && (soft || IsFoldCharacter(physical_[0]));
+    if (position_ - line.begin > kLongestLine) long_line_ = line.line;
+    if (long_line_) return false;
   }
   line.end = position_;
   line.next_line = number_;
@@ -64,11 +73,7 @@ bool LogicalLines::Next(LogicalLine& line) {
 }
 
 void LogicalLines::SkipTo(std::string_view start) {
-  while (size_ > 0 && !StartsWith(Content(), start)) {
-    position_ += static_cast<int64_t>(size_);
-    ++number_;
-    ReadPhysical();
-  }
+  while (!physical_.empty() && !StartsWith(Content(), start)) PassPhysical();
 }
 
 }  // namespace command

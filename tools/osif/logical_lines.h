@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -17,16 +18,21 @@ struct LogicalLine {
   uint64_t next_line;
 };
 
+// In bytes. Nobody sends a longer line; whoever makes one wants the memory that it takes.
+inline constexpr int64_t kLongestLine = 64 * 1024 * 1024;
+
 class LogicalLines {
  public:
   // Reads from the file's present position, which counts as line 1. The file stays its owner's.
   explicit LogicalLines(FILE* file);
-  ~LogicalLines();
   LogicalLines(const LogicalLines&) = delete;
   LogicalLines& operator=(const LogicalLines&) = delete;
 
-  // False at the end of the file.
+  // False at the end of the file, and at a line that is longer than kLongestLine.
   bool Next(LogicalLine& line);
+
+  // The number of that line, when there is one; what follows it is not looked at.
+  std::optional<uint64_t> long_line() const { return long_line_; }
 
   // Skips physical lines up to one that begins with a text (upper case); blanks, tabs and case are
   // ignored. That line is the next one.
@@ -34,12 +40,13 @@ class LogicalLines {
 
  private:
   void ReadPhysical();
+  void PassPhysical();
   std::string_view Content() const;
 
   FILE* file_;
-  char* buffer_ = nullptr;  // the physical line that comes next, its line end included
-  size_t room_ = 0;
-  size_t size_ = 0;  // 0 at the end of the file
+  std::string
+      physical_;  // the physical line that comes next, its line end included; empty at the end
+  std::optional<uint64_t> long_line_;
   int64_t position_;
   uint64_t number_ = 1;
 };

@@ -7,15 +7,21 @@
 //
 // The results that the library gives are the worst so far within a call. `had_warning_` keeps whether one
 // came before, so that a result that is not certainly a record's own is not taken for it.
+//
+// What can be looked through is bounded before anything is read: a line of any length, or a pipe without an end,
+// would take the memory that it asks for, here and in the library.
 #include "tools/osif/object_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
+#include "tools/osif/logical_lines.h"
 #include "tools/osif/object_file_name.h"
 #include "tools/osif/temp_file.h"
 #include "tools/osif/texts.h"
@@ -23,12 +29,15 @@
 namespace command {
 namespace {
 
+// In bytes. A pipe without an end would take all memory.
+constexpr int64_t kMostOfAPipe = int64_t{1} << 30;
+
 std::string WereNotReached(size_t count) {
   return ObjectCount(count) + (count == 1 ? " was" : " were") + " not reached";
 }
 
 // The results of a file's records as the library hands them out.
-std::vector<RecordResult> ResultsOf(const std::string& file_name) {
+std::vector<RecordResult> ResultsOf(const std::string& path) {
   std::vector<RecordResult> results;
   const auto note = [](int32_t, OsifObject*, OsifResult result, void* context) -> int32_t {
     auto& noted = *static_cast<std::vector<RecordResult>*>(context);
@@ -36,22 +45,23 @@ std::vector<RecordResult> ResultsOf(const std::string& file_name) {
     noted.push_back({result, !had_warning});
     return 0;
   };
-  OSIF_ReadObjects(ToWide(file_name).c_str(), note, &results);
+  OSIF_ReadObjects(ToWide(path).c_str(), note, &results);
   return results;
 }
 
 class FileReader {
  public:
-  FileReader(const std::string& file_name, const std::vector<RecordResult>& own_results,
-             FileVisitor& visitor, Reporter& reporter, FileIndex index)
-      : file_name_(file_name),
+  FileReader(const ObjectFile& file, const std::vector<RecordResult>& own_results,
+             FileVisitor& visitor, Reporter& reporter)
+      : file_(file),
+        file_name_(file.name()),
+        index_(file.index()),
         own_results_(own_results),
         visitor_(visitor),
-        reporter_(reporter),
-        index_(std::move(index)) {}
+        reporter_(reporter) {}
 
   OsifResult ReadWhole() {
-    const OsifResult result = ReadFile(file_name_, 0);
+    const OsifResult result = ReadFile(file_.path(), 0);
     if (delivered_ >= index_.record_lines.size() && result == OSIF_OK) {
       TellOutside(index_.objects.size());
       return result;
@@ -68,13 +78,13 @@ class FileReader {
     return result;
   }
 
-  OsifResult ReadEach(int source, TempFile& piece) {
+  OsifResult ReadEach(TempFile& piece) {
     // The library tells why there is no object.
     if (index_.objects.empty()) return ReadWhole();
     OsifResult worst = OSIF_OK;
     for (size_t i = 0; i < index_.objects.size(); ++i) {
       TellOutside(i);
-      const OsifResult result = ReadPiece(index_.objects[i], source, piece);
+      const OsifResult result = ReadPiece(index_.objects[i], piece);
       if (worst == OSIF_OK) worst = result;
     }
     TellOutside(index_.objects.size());
@@ -106,9 +116,9 @@ class FileReader {
     reporter_.Progress(file_name_ + ": object", record + 1, index_.record_lines.size());
   }
 
-  OsifResult ReadPiece(const FileObject& object, int source, TempFile& piece) {
+  OsifResult ReadPiece(const FileObject& object, TempFile& piece) {
     const std::string place = PlaceOf(file_name_, object.first_record + 1, object.line);
-    if (!piece.HoldPiece(source, object.begin, object.end)) {
+    if (!piece.HoldPiece(file_.handle(), object.begin, object.end)) {
       reporter_.Fail(place + ": " + std::strerror(errno), OSIF_ERR_GENERAL);
       return OSIF_ERR_GENERAL;
     }
@@ -185,11 +195,12 @@ class FileReader {
     }
   }
 
+  const ObjectFile& file_;
   const std::string& file_name_;
+  const FileIndex& index_;
   const std::vector<RecordResult>& own_results_;
   FileVisitor& visitor_;
   Reporter& reporter_;
-  const FileIndex index_;
   size_t outside_ = 0;      // the outside texts told so far
   size_t next_record_ = 0;  // counted from 0 over the whole file
   size_t delivered_ = 0;    // by the present call of the library
@@ -219,53 +230,102 @@ std::optional<int32_t> StoreOf(ObjectKind kind) {
   return std::nullopt;
 }
 
-std::vector<RecordResult> OwnResults(const std::string& argument) {
-  const std::optional<std::string> file_name = FileName(argument);
-  if (!file_name || !WhyNoObjectFile(*file_name).empty()) return {};
-  std::vector<RecordResult> results = ResultsOf(*file_name);
+ObjectFile::ObjectFile(const std::string& argument) : name_(argument) {
+  if (argument == "-") {
+    HoldRest(STDIN_FILENO);
+  } else if (const std::optional<std::string> file_name = FileName(argument)) {
+    name_ = *file_name;
+    Open();
+  } else {
+    Refuse("the name is not UTF-8");
+  }
+  if (why_not_.empty()) LookThrough();
+}
+
+ObjectFile::ObjectFile(ObjectFile&& other) noexcept
+    : name_(std::move(other.name_)),
+      path_(std::move(other.path_)),
+      why_not_(std::move(other.why_not_)),
+      why_not_code_(other.why_not_code_),
+      handle_(std::exchange(other.handle_, -1)),
+      held_(std::move(other.held_)),
+      index_(std::move(other.index_)) {}
+
+ObjectFile::~ObjectFile() {
+  if (handle_ >= 0) close(handle_);
+}
+
+void ObjectFile::Refuse(const std::string& why, OsifResult code) {
+  why_not_ = why;
+  why_not_code_ = code;
+}
+
+void ObjectFile::Open() {
+  path_ = name_;
+  if (const std::string why = WhyNoInputFile(name_); !why.empty()) return Refuse(why);
+  handle_ = open(name_.c_str(), O_RDONLY | O_CLOEXEC);
+  if (handle_ < 0) return Refuse(std::strerror(errno));
+  struct stat status {};
+  if (fstat(handle_, &status) == 0 && S_ISREG(status.st_mode)) return;
+  const int pipe = std::exchange(handle_, -1);
+  HoldRest(pipe);
+  close(pipe);
+}
+
+void ObjectFile::HoldRest(int source) {
+  held_.emplace();
+  if (!held_->is_open()) return Refuse(std::strerror(errno));
+  if (!held_->HoldRest(source, kMostOfAPipe, kLongestLine)) {
+    if (errno != EFBIG) return Refuse(std::strerror(errno));
+    return Refuse("more than a pipe may bring (1 GB, and 64 MB in a line)",
+                  OSIF_ERR_INVALID_STREAM);
+  }
+  path_ = held_->name();
+  handle_ = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+  if (handle_ < 0) Refuse(std::strerror(errno));
+}
+
+void ObjectFile::LookThrough() {
+  std::optional<FileIndex> index = IndexFile(path_);
+  if (!index) return Refuse(std::strerror(errno));
+  if (index->long_line) {
+    return Refuse("line " + std::to_string(*index->long_line) + " is longer than 64 MB",
+                  OSIF_ERR_INVALID_STREAM);
+  }
+  index_ = std::move(*index);
+}
+
+std::vector<RecordResult> OwnResults(const ObjectFile& file) {
+  if (!file.why_not().empty()) return {};
+  std::vector<RecordResult> results = ResultsOf(file.path());
   const bool are_certain =
       std::ranges::all_of(results, [](const RecordResult& one) { return one.is_certain; });
-  if (are_certain) return results;
-
-  const std::optional<FileIndex> index = IndexFile(*file_name);
-  const int source = open(file_name->c_str(), O_RDONLY | O_CLOEXEC);
   TempFile piece;
-  if (index && source >= 0 && piece.is_open()) {
-    for (const FileObject& object : index->objects) {
-      if (!piece.HoldPiece(source, object.begin, object.end)) continue;
-      const std::vector<RecordResult> own = ResultsOf(piece.name());
-      for (size_t i = 0; i < own.size() && object.first_record + i < results.size(); ++i) {
-        results[object.first_record + i] = own[i];
-      }
+  if (are_certain || !piece.is_open()) return results;
+
+  for (const FileObject& object : file.index().objects) {
+    if (!piece.HoldPiece(file.handle(), object.begin, object.end)) continue;
+    const std::vector<RecordResult> own = ResultsOf(piece.name());
+    for (size_t i = 0; i < own.size() && object.first_record + i < results.size(); ++i) {
+      results[object.first_record + i] = own[i];
     }
   }
-  close(source);
   return results;
 }
 
-OsifResult ReadObjectFile(const std::string& argument, bool each,
+OsifResult ReadObjectFile(const ObjectFile& file, bool each,
                           const std::vector<RecordResult>& own_results, FileVisitor& visitor,
                           Reporter& reporter) {
-  const std::optional<std::string> file_name = FileName(argument);
-  const std::string why = file_name ? WhyNoObjectFile(*file_name) : "the name is not UTF-8";
-  if (!why.empty()) {
-    reporter.Fail(argument + ": " + why, OSIF_ERR_FILE_OPEN);
-    return OSIF_ERR_FILE_OPEN;
+  if (!file.why_not().empty()) {
+    reporter.Fail(file.name() + ": " + file.why_not(), file.why_not_code());
+    return file.why_not_code();
   }
-  // A file that cannot be read here cannot be read by the library either, which then tells why.
-  FileReader reader(*file_name, own_results, visitor, reporter,
-                    IndexFile(*file_name).value_or(FileIndex{}));
-  const int source = each ? open(file_name->c_str(), O_RDONLY | O_CLOEXEC) : -1;
-  if (source < 0) return reader.ReadWhole();
+  FileReader reader(file, own_results, visitor, reporter);
+  if (!each) return reader.ReadWhole();
   TempFile piece;
-  OsifResult result = OSIF_ERR_GENERAL;
-  if (piece.is_open()) {
-    result = reader.ReadEach(source, piece);
-  } else {
-    reporter.Fail(argument + ": " + std::strerror(errno), result);
-  }
-  close(source);
-  return result;
+  if (piece.is_open()) return reader.ReadEach(piece);
+  reporter.Fail(file.name() + ": " + std::strerror(errno), OSIF_ERR_GENERAL);
+  return OSIF_ERR_GENERAL;
 }
 
 }  // namespace command

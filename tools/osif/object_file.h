@@ -10,6 +10,7 @@
 #include "osif.h"
 #include "tools/osif/file_index.h"
 #include "tools/osif/reporter.h"
+#include "tools/osif/temp_file.h"
 
 namespace command {
 
@@ -30,10 +31,45 @@ struct RecordResult {
   bool is_certain;
 };
 
+// A file that was named on the command line, looked through and ready to be read as often as is wanted. What
+// comes from standard input ("-") or from a pipe is held in memory, since the library goes back in its files.
+class ObjectFile {
+ public:
+  explicit ObjectFile(const std::string& argument);
+  ~ObjectFile();
+  ObjectFile(ObjectFile&& other) noexcept;
+  ObjectFile& operator=(ObjectFile&&) = delete;
+
+  // Why it cannot be read, and the code for that; empty when it can.
+  const std::string& why_not() const { return why_not_; }
+  OsifResult why_not_code() const { return why_not_code_; }
+
+  // The name for messages.
+  const std::string& name() const { return name_; }
+  // The name under which the library opens it.
+  const std::string& path() const { return path_; }
+  int handle() const { return handle_; }
+  const FileIndex& index() const { return index_; }
+
+ private:
+  void Refuse(const std::string& why, OsifResult code = OSIF_ERR_FILE_OPEN);
+  void Open();
+  void HoldRest(int source);
+  void LookThrough();
+
+  std::string name_;
+  std::string path_;
+  std::string why_not_;
+  OsifResult why_not_code_ = OSIF_OK;
+  int handle_ = -1;
+  std::optional<TempFile> held_;  // what came from a pipe
+  FileIndex index_;
+};
+
 // The results of a file's records, with those after a warning learnt by reading each object by itself. It
 // uses the library, which need not be open for that: then nothing of this comes into the trace. Empty for a
 // file that cannot be read.
-std::vector<RecordResult> OwnResults(const std::string& file_name);
+std::vector<RecordResult> OwnResults(const ObjectFile& file);
 
 // What is done with the objects of a file.
 class FileVisitor {
@@ -48,7 +84,7 @@ class FileVisitor {
 
 // What OSIF_ReadObjects gives for the file: one code for the file read whole; for objects read one by one,
 // the first code that is not OSIF_OK. `own_results` may be empty.
-OsifResult ReadObjectFile(const std::string& file_name, bool each,
+OsifResult ReadObjectFile(const ObjectFile& file, bool each,
                           const std::vector<RecordResult>& own_results, FileVisitor& visitor,
                           Reporter& reporter);
 

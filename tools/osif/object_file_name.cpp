@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <system_error>
 
@@ -25,18 +27,33 @@ bool IsTheDevicesOwn(const std::string& file_name) {
   const fs::path folder = Resolved(device::Folder());
   const bool has_its_name = file.filename().string().starts_with("device.db");
   if (has_its_name && file.parent_path() == folder) return true;
-  if (file.parent_path() == Resolved(folder / "Sync")) return true;
+  if (file.string().starts_with(Resolved(folder / "Sync").string() + "/")) return true;
   std::error_code error;  // one of the two does not exist: they are not the same
   return fs::equivalent(file, folder / "device.db", error);
 }
 
-}  // namespace
-
-std::string WhyNoObjectFile(const std::string& file_name) {
+std::string WhyNone(const std::string& file_name, bool (*may_be)(mode_t mode)) {
   if (IsTheDevicesOwn(file_name)) return "belongs to the device itself and is left alone";
   struct stat status {};
-  if (stat(file_name.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return {};
-  return S_ISDIR(status.st_mode) ? "is a directory" : "is no regular file";
+  if (stat(file_name.c_str(), &status) != 0 || may_be(status.st_mode)) return {};
+  return S_ISDIR(status.st_mode) ? std::strerror(EISDIR) : "is no regular file";
+}
+
+}  // namespace
+
+std::string WhyNoInputFile(const std::string& file_name) {
+  return WhyNone(file_name, [](mode_t mode) { return S_ISREG(mode) || S_ISFIFO(mode); });
+}
+
+std::string WhyNoOutputFile(const std::string& file_name) {
+  return WhyNone(file_name, [](mode_t mode) { return S_ISREG(mode); });
+}
+
+bool IsSameFile(const std::string& file_name, int handle) {
+  struct stat named {};
+  struct stat open {};
+  return stat(file_name.c_str(), &named) == 0 && fstat(handle, &open) == 0 &&
+         named.st_dev == open.st_dev && named.st_ino == open.st_ino;
 }
 
 }  // namespace command

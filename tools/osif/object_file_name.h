@@ -5,12 +5,17 @@
 
 namespace command {
 
-// Why a file may be neither read nor written as one of objects: it is a directory, no regular file, or the
-// device's own database or change log. Empty when it may, and for a file that does not exist: what comes of
-// that is the library's to tell.
+// Why a file may not be read as one of objects: it is a directory, a device, or the handheld's own database or
+// change log. Empty when it may, and for a file that does not exist. Pipes may be read.
 //
 // The device's own files are left alone also when they would only be read: closing the database's file
 // would drop the locks that this process holds on it.
-std::string WhyNoObjectFile(const std::string& file_name);
+std::string WhyNoInputFile(const std::string& file_name);
+
+// The same for writing, where a file has to be a regular one.
+std::string WhyNoOutputFile(const std::string& file_name);
+
+// Whether a name means a file that this process has open.
+bool IsSameFile(const std::string& file_name, int handle);
 
 }  // namespace command

@@ -81,7 +81,8 @@ void Parse(const FileArguments& arguments, const Options& options, Reporter& rep
   reporter.SetFailuresInJson(arguments.each);
   for (const std::string& file : arguments.files) {
     Viewer viewer(reporter);
-    const OsifResult result = ReadObjectFile(file, arguments.each, {}, viewer, reporter);
+    const ObjectFile object_file(file);
+    const OsifResult result = ReadObjectFile(object_file, arguments.each, {}, viewer, reporter);
     reporter.JsonLine({{"file", file}, {"code", result}, {"text", CodeText(result)}});
     reporter.Text(file + ": " + CodeText(result));
   }

@@ -7,12 +7,17 @@
 // of its lines is shown once. With --each the objects are read one by one anyway. A store's change log is
 // opened when its first object comes, since opening costs a comparison of the whole store; where that fails,
 // the objects are stored all the same, without anchors.
+//
+// Asked to stop, it stores no further object, says how far it came, and closes its change logs as at any other
+// end: a log that is not closed has to be compared with the store anew, and what was stored here would be told
+// twice.
 #include <algorithm>
 #include <optional>
 #include <vector>
 
 #include "tools/osif/commands.h"
 #include "tools/osif/damage.h"
+#include "tools/osif/interrupt.h"
 #include "tools/osif/object_file.h"
 #include "tools/osif/records.h"
 #include "tools/osif/store.h"
@@ -38,6 +43,10 @@ class Receiver : public FileVisitor {
       : file_name_(file_name), tells_all_(tells_all), session_(session), reporter_(reporter) {}
 
   void OnRecord(const FileRecord& record) override {
+    if (WasInterrupted()) {
+      ++interrupted_;
+      return;
+    }
     const std::string name = ObjectName(record.store_id, *record.object);
     const std::string place = PlaceOf(file_name_, record.number, record.line) + QuotedName(name);
     TellWarning(record, place);
@@ -77,6 +86,11 @@ class Receiver : public FileVisitor {
   void OnUnreached(size_t count) override { counts_.unreached += count; }
 
   void Summarise() {
+    if (interrupted_ > 0) {
+      counts_.unreached += interrupted_;
+      reporter_.Fail(file_name_ + ": interrupted before the last " + ObjectCount(interrupted_),
+                     OSIF_OK);
+    }
     if (counts_.uncertain > 0) {
       reporter_.Note(file_name_ + ": a warning may hold for " + std::to_string(counts_.uncertain) +
                      " more behind it in its calendar as well");
@@ -127,18 +141,25 @@ class Receiver : public FileVisitor {
   Session& session_;
   Reporter& reporter_;
   Counts counts_;
+  size_t interrupted_ = 0;   // records that came after the command was asked to stop
   std::string last_anchor_;  // of the newest change; empty while there is none
 };
 
 void Receive(const FileArguments& arguments, const Options& options, Reporter& reporter) {
-  const std::vector<std::string>& files = arguments.files;
+  const std::vector<ObjectFile> files(arguments.files.begin(), arguments.files.end());
   std::vector<std::vector<RecordResult>> results(files.size());
   if (!arguments.each) std::ranges::transform(files, results.begin(), OwnResults);
+  // It outlives the session, which closes the change logs.
+  const InterruptWatch watch;
   Session session(options, reporter);
   if (!session.is_open()) return;
   for (size_t i = 0; i < files.size(); ++i) {
+    if (WasInterrupted()) {
+      reporter.Fail(files[i].name() + ": interrupted before its first object", OSIF_OK);
+      continue;
+    }
     // Between the lines of the trace, each object says where it is.
-    Receiver receiver(files[i], options.trace, session, reporter);
+    Receiver receiver(arguments.files[i], options.trace, session, reporter);
     ReadObjectFile(files[i], arguments.each, results[i], receiver, reporter);
     receiver.Summarise();
   }

@@ -6,12 +6,14 @@
 // in Finish, where it still becomes the exit status.
 #include "tools/osif/reporter.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "platform/utf8.h"
 #include "tools/osif/texts.h"
 
 namespace command {
@@ -20,7 +22,26 @@ namespace {
 constexpr auto kProgressInterval = std::chrono::milliseconds(100);
 
 std::string Dump(const Json& object) {
-  return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return EscapedJson(object.dump(-1, ' ', false, Json::error_handler_t::replace));
+}
+
+size_t TerminalColumns() {
+  constexpr size_t kUsual = 80;
+  winsize size{};
+  const bool is_known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
+  return is_known ? size.ws_col : kUsual;
+}
+
+// The end of a line, as much as fits. Characters beyond ASCII may be two columns wide and count as such.
+std::string LastColumns(const std::string& line, size_t columns) {
+  const WideText text = FromUtf8(OneLine(line));
+  size_t begin = text.size();
+  for (size_t used = 0; begin > 0; --begin) {
+    used += text[begin - 1] < 0x80 ? 1 : 2;
+    if (used > columns) break;
+  }
+  if (begin < text.size() && IsTrailSurrogate(text[begin])) ++begin;
+  return ToOutput(WideView(text).substr(begin));
 }
 
 // Where the library found nothing wrong there is nothing to add.
@@ -56,6 +77,7 @@ void Reporter::FailText(const std::string& what, OsifResult code) {
 void Reporter::WrongUsage(const std::string& text) {
   status_ = kWrongUsage;
   Note(text);
+  JsonLine({{"error", text}, {"code", nullptr}, {"text", "Wrong usage"}});
 }
 
 void Reporter::Note(const std::string& text) {
@@ -70,7 +92,7 @@ void Reporter::Progress(const std::string& work, size_t done, size_t total) {
   progress_shown_ = true;
   std::string line = work + " " + std::to_string(done);
   if (total > 0) line += " of " + std::to_string(total);
-  std::fprintf(stderr, "\r\x1b[K%s", OneLine(line).c_str());
+  std::fprintf(stderr, "\r\x1b[K%s", LastColumns(line, TerminalColumns() - 1).c_str());
   std::fflush(stderr);
 }
 

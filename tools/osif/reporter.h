@@ -33,12 +33,13 @@ class Reporter {
   void Fail(const std::string& what, OsifResult code);
   // Whether failures are also told in JSON; they are at first.
   void SetFailuresInJson(bool on) { failures_in_json_ = on; }
-  // The arguments make no sense; the exit status becomes 2.
+  // The arguments make no sense; the exit status becomes 2. In JSON mode it is an object like a failure, whose
+  // code is null: the library was not asked.
   void WrongUsage(const std::string& text);
   // Something to know that is no failure.
   void Note(const std::string& text);
 
-  // Shows on a terminal how far a long work is; `total` 0 when that is not known.
+  // Shows on a terminal, in one line of it, how far a long work is; `total` 0 when that is not known.
   void Progress(const std::string& work, size_t done, size_t total);
 
   // Called before each line, so that lines that came from elsewhere in the meantime stand before it.

@@ -1,24 +1,27 @@
 // osif send and osif export: objects of a store as text.
 //
-// The library appends each object to a file that it opens by name and closes again, and tells of a failed
-// write in its trace alone. So each object's end is looked for in the file before the next one is fetched,
-// and the first that is not whole ends an export: what stands in the file up to it can be read. An export
-// empties its file only when the store can be walked, so that a store that cannot keeps what was exported
-// before. For standard output the object is written to a file in memory and copied once it is whole: a reader
-// of the output never gets half an object. An interrupted command leaves the objects that it had written, the
-// last one perhaps cut.
+// The library writes each object to a file that it opens by name, and tells of a failed write in its trace
+// alone. So it writes into a file in memory, where the object is looked at: what does not end with the last line
+// of an object is not whole. From there the command writes it on by itself, and so knows what became of each
+// byte and why. A file is written beside its place and takes it when everything is in it (object_output): an
+// export that fails or is interrupted leaves the file that was there, and says nothing of success. On standard
+// output every object is whole; an export that fails ends there between two objects.
+//
+// What a peer has put into an object may steer a terminal, so there it is shown as messages are, unless raw
+// bytes are asked for. With JSON the text is a field of an object.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <optional>
 #include <string_view>
-#include <system_error>
 
 #include "tools/osif/commands.h"
-#include "tools/osif/object_file_name.h"
+#include "tools/osif/interrupt.h"
+#include "tools/osif/object_id.h"
+#include "tools/osif/object_output.h"
 #include "tools/osif/records.h"
 #include "tools/osif/store.h"
 #include "tools/osif/temp_file.h"
@@ -27,81 +30,100 @@
 namespace command {
 namespace {
 
-enum class Truncate : uint8_t { kNo, kYes };
+std::string Reason(int error) { return std::string(": ") + std::strerror(error); }
 
-// The file that an argument names; nothing, and a message, when it must not be written.
-std::optional<std::string> OutputName(const std::string& argument, Reporter& reporter) {
-  const std::optional<std::string> file = FileName(argument);
-  const std::string why = !file           ? "the name is not UTF-8"
-                          : file->empty() ? std::string()
-                                          : WhyNoObjectFile(*file);
-  if (why.empty()) return file;
-  reporter.Fail(argument + ": " + why, OSIF_ERR_FILE_OPEN);
-  return std::nullopt;
+// True when a text ends with the last line of an object, so that nothing of it is missing.
+bool EndsWithObject(std::string_view text) {
+  constexpr size_t kLongestEnd = 15;  // "END:VCALENDAR" and its line end
+  const std::string_view end = text.substr(text.size() - std::min(text.size(), kLongestEnd));
+  return end.ends_with("\r\n") && end.find("END:V") != std::string_view::npos;
 }
 
-// 0 for a file that does not exist.
-uintmax_t SizeOf(const std::string& file) {
-  std::error_code missing;
-  const uintmax_t size = std::filesystem::file_size(file, missing);
-  return missing ? 0 : size;
-}
+// Writes objects of one store to one place.
+class Sender {
+ public:
+  // `tells_texts`: in JSON mode each object is a result of its own, with its text.
+  Sender(int32_t store_id, ObjectOutput& output, bool raw, bool tells_texts, Reporter& reporter)
+      : store_id_(store_id),
+        output_(output),
+        is_raw_(raw || !output.is_standard_output() || isatty(STDOUT_FILENO) == 0),
+        tells_texts_(tells_texts && reporter.json()),
+        reporter_(reporter) {}
 
-// True when the file ends with the last line of an object, so that nothing of it is missing.
-bool EndsWithObject(const std::string& file) {
-  constexpr long kLongestEnd = 16;  // "END:VCALENDAR" and its line end
-  char end[kLongestEnd + 1] = "";
-  FILE* stream = std::fopen(file.c_str(), "rb");
-  if (stream == nullptr) return false;
-  if (std::fseek(stream, -kLongestEnd, SEEK_END) != 0) std::rewind(stream);
-  const size_t size = std::fread(end, 1, kLongestEnd, stream);
-  std::fclose(stream);
-  const std::string_view text(end, size);
-  return text.ends_with("\r\n") && text.find("END:V") != std::string_view::npos;
-}
+  // Each of them tells of a failure and is then false.
+  bool Open() {
+    if (!piece_.is_open()) return FailOutput(errno, OSIF_ERR_GENERAL);
+    return output_.Open() || FailOutput(errno, OSIF_ERR_FILE_OPEN);
+  }
 
-// Fetches an object and writes it to a file. The library tells of a failed write in its trace alone, so
-// the file is looked at: it must have grown, too, or what it ends with is the object before.
-bool WriteObject(int32_t store_id, const char* id, const std::string& file, Truncate truncate,
-                 Reporter& reporter) {
-  FetchedObject fetched(store_id, id);
-  if (fetched.result() != OSIF_OK) {
-    reporter.Fail(IdInStore(store_id, id), fetched.result());
+  bool Send(const char* id) {
+    const std::optional<std::string> text = TextOf(id);
+    if (!text) return false;
+    if (!WritesJsonOnly() && !output_.Write(is_raw_ ? *text : Printable(*text))) {
+      return FailOutput(errno, OSIF_ERR_GENERAL);
+    }
+    if (tells_texts_) {
+      reporter_.JsonLine({{"store", StoreName(store_id_)},
+                          {"id", IdToOutput(id)},
+                          {"file", output_.is_standard_output() ? Json() : Json(output_.name())},
+                          {"text", TextOrBytes(*text)}});
+    }
+    return true;
+  }
+
+  bool Close() { return output_.PutInPlace() || FailOutput(errno, OSIF_ERR_GENERAL); }
+
+ private:
+  // Between JSON lines nothing else stands.
+  bool WritesJsonOnly() const { return tells_texts_ && output_.is_standard_output(); }
+
+  bool FailOutput(int error, OsifResult code) {
+    const std::string name = output_.is_standard_output() ? "standard output" : output_.name();
+    reporter_.Fail(name + Reason(error), code);
     return false;
   }
-  const uintmax_t size_before = truncate == Truncate::kYes ? 0 : SizeOf(file);
-  const OsifResult result = OSIF_WriteObject(store_id, &fetched.object(), ToWide(file).c_str(),
-                                             static_cast<uint8_t>(truncate));
-  if (result != OSIF_OK) {
-    reporter.Fail(file, result);
-    return false;
+
+  // Nothing, and a message, when the object cannot be had whole.
+  std::optional<std::string> TextOf(const char* id) {
+    FetchedObject fetched(store_id_, id);
+    if (fetched.result() != OSIF_OK) {
+      reporter_.Fail(IdInStore(store_id_, id), fetched.result());
+      return std::nullopt;
+    }
+    const OsifResult result =
+        OSIF_WriteObject(store_id_, &fetched.object(), ToWide(piece_.name()).c_str(), 1);
+    std::string text;
+    if (result == OSIF_OK && piece_.Read(text) && EndsWithObject(text)) return text;
+    const int why = piece_.WhyFull();
+    reporter_.Fail(IdInStore(store_id_, id) + " could not be written whole" +
+                       (why == 0 ? std::string() : Reason(why)),
+                   result == OSIF_OK ? OsifResult{OSIF_ERR_GENERAL} : result);
+    return std::nullopt;
   }
-  if (SizeOf(file) <= size_before || !EndsWithObject(file)) {
-    reporter.Fail(file + ": " + IdInStore(store_id, id) + " could not be written whole",
-                  OSIF_ERR_GENERAL);
-    return false;
-  }
-  return true;
+
+  const int32_t store_id_;
+  ObjectOutput& output_;
+  const bool is_raw_;
+  const bool tells_texts_;
+  Reporter& reporter_;
+  TempFile piece_;
+};
+
+bool MayBeWritten(const ObjectOutput& output, Reporter& reporter) {
+  const std::string why = output.WhyRefused();
+  if (!why.empty()) reporter.Fail(output.name() + ": " + why, OSIF_ERR_FILE_OPEN);
+  return why.empty();
 }
+
+constexpr const char* kRawHelp = "Write the bytes as they are also to a terminal";
 
 // ---- send -----------------------------------------------------------------------------------------
-
-void SendToOutput(int32_t store_id, const std::string& id, Reporter& reporter) {
-  const TempFile file;
-  if (!file.is_open()) {
-    reporter.Fail(IdInStore(store_id, id.c_str()) + ": " + std::strerror(errno), OSIF_ERR_GENERAL);
-    return;
-  }
-  if (!WriteObject(store_id, id.c_str(), file.name(), Truncate::kYes, reporter)) return;
-  if (!file.CopyTo(STDOUT_FILENO)) {
-    reporter.Fail(std::string("standard output: ") + std::strerror(errno), OSIF_ERR_GENERAL);
-  }
-}
 
 struct SendArguments {
   int32_t store_id = 0;
   std::string id;
   std::string output;  // empty for standard output
+  bool raw = false;
 };
 
 void DeclareSend(Declarations& declarations, SendArguments& arguments) {
@@ -109,19 +131,20 @@ void DeclareSend(Declarations& declarations, SendArguments& arguments) {
   declarations.Add("ID", arguments.id, "Its id as \"osif list\" shows it").Required();
   declarations.Add("-o,--output", arguments.output, "The file; standard output without it")
       .Called("FILE");
+  declarations.AddFlag("--raw", arguments.raw, kRawHelp);
 }
 
 void Send(const SendArguments& arguments, const Options& options, Reporter& reporter) {
-  const std::optional<std::string> file = OutputName(arguments.output, reporter);
-  if (!file) return;
+  const int32_t store_id = arguments.store_id;
+  if (!AreIds(store_id, {arguments.id}, reporter)) return;
+  const InterruptWatch watch;
+  ObjectOutput output(arguments.output);
+  if (!MayBeWritten(output, reporter)) return;
   Session session(options, reporter);
   if (!session.is_open()) return;
-  const std::string id = IdFromArgument(arguments.id);
-  if (file->empty()) {
-    SendToOutput(arguments.store_id, id, reporter);
-  } else {
-    WriteObject(arguments.store_id, id.c_str(), *file, Truncate::kYes, reporter);
-  }
+  Sender sender(store_id, output, arguments.raw, true, reporter);
+  if (!sender.Open() || !sender.Send(LibraryId(store_id, arguments.id).c_str())) return;
+  sender.Close();
 }
 
 // ---- export ---------------------------------------------------------------------------------------
@@ -129,55 +152,59 @@ void Send(const SendArguments& arguments, const Options& options, Reporter& repo
 struct ExportArguments {
   int32_t store_id = 0;
   std::string output;
+  bool raw = false;
 };
 
 void DeclareExport(Declarations& declarations, ExportArguments& arguments) {
   declarations.AddStore(arguments.store_id);
-  declarations.Add("-o,--output", arguments.output, "The file").Called("FILE").Required();
+  declarations.Add("-o,--output", arguments.output, "The file; - for standard output")
+      .Called("FILE")
+      .Required();
+  declarations.AddFlag("--raw", arguments.raw, kRawHelp);
 }
 
-// An empty store gives an empty file.
-bool MakeEmpty(const std::string& file, Reporter& reporter) {
-  FILE* stream = std::fopen(file.c_str(), "wb");
-  if (stream == nullptr) {
-    reporter.Fail(file + ": " + std::strerror(errno), OSIF_ERR_FILE_OPEN);
-    return false;
-  }
-  std::fclose(stream);
-  return true;
+// How many objects were written; nothing, and a message, when not all were.
+std::optional<size_t> SendAll(int32_t store_id, const std::string& name, Sender& sender,
+                              Reporter& reporter) {
+  uint32_t total = 0;  // stays 0, not known, where the store does not count
+  OSIF_GetObjectCount(store_id, &total);
+  size_t written = 0;
+  bool is_whole = true;
+  const OsifResult result = ForEachId(store_id, [&](const char* id) {
+    is_whole = is_whole && !WasInterrupted() && sender.Send(id);
+    if (!is_whole) return;
+    ++written;
+    reporter.Progress(name + ": object", written, total);
+  });
+  if (WasInterrupted()) reporter.Fail(name + ": interrupted", OSIF_OK);
+  if (result != OSIF_OK) reporter.Fail(StoreName(store_id), result);
+  return is_whole && result == OSIF_OK && !WasInterrupted() ? std::optional(written) : std::nullopt;
 }
 
-// Ends at the first object that could not be written whole: nothing may follow half an object.
 void Export(const ExportArguments& arguments, const Options& options, Reporter& reporter) {
   const int32_t store_id = arguments.store_id;
-  const std::optional<std::string> file = OutputName(arguments.output, reporter);
-  if (!file) return;
+  const InterruptWatch watch;
+  ObjectOutput output(arguments.output);
+  if (!MayBeWritten(output, reporter)) return;
   Session session(options, reporter);
   if (!session.is_open()) return;
-  // A store that cannot be walked leaves the file as it was.
   ObjectId first{};
   const OsifResult walked = Forgive(OSIF_GetFirstId(store_id, first.data()), OSIF_ERR_END_OF_STORE);
   if (walked != OSIF_OK) {
     reporter.Fail(StoreName(store_id), walked);
     return;
   }
-  if (!MakeEmpty(*file, reporter)) return;
-  uint32_t total = 0;  // stays 0, not known, where the store does not count
-  OSIF_GetObjectCount(store_id, &total);
-  size_t written = 0;
-  bool is_whole = true;
-  const OsifResult result = ForEachId(store_id, [&](const char* id) {
-    is_whole = is_whole && WriteObject(store_id, id, *file, Truncate::kNo, reporter);
-    if (!is_whole) return;
-    ++written;
-    reporter.Progress(*file + ": object", written, total);
-  });
-  if (result != OSIF_OK) {
-    reporter.Fail(StoreName(store_id), result);
+  Sender sender(store_id, output, arguments.raw, output.is_standard_output(), reporter);
+  if (!sender.Open()) return;
+  const std::optional<size_t> written = SendAll(store_id, output.name(), sender, reporter);
+  if (!written || !sender.Close()) return;
+  // Standard output is for the objects.
+  if (output.is_standard_output() && !reporter.json()) {
+    reporter.Note("standard output: " + ObjectCount(*written));
     return;
   }
-  reporter.Result({{"store", StoreName(store_id)}, {"file", *file}, {"count", written}},
-                  *file + ": " + ObjectCount(written));
+  reporter.Result({{"store", StoreName(store_id)}, {"file", output.name()}, {"count", *written}},
+                  output.name() + ": " + ObjectCount(*written));
 }
 
 }  // namespace

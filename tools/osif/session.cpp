@@ -12,6 +12,7 @@
 
 #include "platform/device/device.h"
 #include "tools/osif/damage.h"
+#include "tools/osif/private_files.h"
 #include "tools/osif/records.h"
 #include "tools/osif/store.h"
 #include "tools/osif/texts.h"
@@ -22,6 +23,7 @@ namespace command {
 bool CheckDevice(Reporter& reporter) {
   const bool usable = device::OpenDatabase() != nullptr;
   if (!usable) reporter.Fail(device::ErrorText(), OSIF_ERR_PIM);
+  if (usable) TellIfOthersCanRead(reporter);
   return usable;
 }
 

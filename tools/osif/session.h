@@ -18,7 +18,7 @@ struct Options {
   bool trace = false;
 };
 
-// Says what is wrong when the device cannot be used.
+// Says what is wrong when the device cannot be used, and when others can look into it.
 bool CheckDevice(Reporter& reporter);
 
 // Reads now what decoding and showing texts will need of the registry, and lets go of the database: once

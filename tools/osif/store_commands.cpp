@@ -3,16 +3,18 @@
 // A list goes through the ids and fetches each object for its name, while other programs may change the
 // store: an object that is gone when it is fetched is a failure of its own and the list goes on. Where the
 // answer of the library would hide damage in the database ("not found", a count), the damage is looked for
-// before the answer is given, and nothing is deleted any more once it was met.
+// before the answer is given, and nothing is deleted any more once it was met. All ids are looked for before the
+// first object is deleted.
 #include <algorithm>
-#include <cctype>
 #include <string>
 #include <vector>
 
 #include "btosif/osif_util/value_text.h"
 #include "tools/osif/commands.h"
 #include "tools/osif/damage.h"
+#include "tools/osif/interrupt.h"
 #include "tools/osif/object_file.h"
+#include "tools/osif/object_id.h"
 #include "tools/osif/records.h"
 #include "tools/osif/store.h"
 #include "tools/osif/texts.h"
@@ -99,16 +101,6 @@ void Count(const StoreArgument& arguments, const Options& options, Reporter& rep
 
 // ---- delete ---------------------------------------------------------------------------------------
 
-// An id of contacts or the calendar as the library writes it, so that the change log knows the object by one
-// name only. Other ids stay as they are.
-std::string FullId(int32_t store_id, std::string id) {
-  const bool is_number = id.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
-  const bool is_in_pim = store_id == OSIF_STORE_PB || store_id == OSIF_STORE_CAL;
-  if (!is_in_pim || !is_number || id.empty() || id.size() > 8) return id;
-  std::ranges::transform(id, id.begin(), [](unsigned char c) { return std::tolower(c); });
-  return std::string(8 - id.size(), '0') + id;
-}
-
 struct DeleteArguments {
   int32_t store_id = 0;
   std::vector<std::string> ids;
@@ -119,25 +111,66 @@ void DeclareDelete(Declarations& declarations, DeleteArguments& arguments) {
   declarations.Add("ID", arguments.ids, "Ids as \"osif list\" shows them").Required();
 }
 
+// The ids that are to be deleted, each once.
+std::vector<std::string> ChosenIds(const DeleteArguments& arguments) {
+  std::vector<std::string> ids;
+  for (const std::string& argument : arguments.ids) {
+    const std::string id = LibraryId(arguments.store_id, argument);
+    if (std::ranges::find(ids, id) == ids.end()) ids.push_back(id);
+  }
+  return ids;
+}
+
+// Tells of each id that the store does not have. A store that does not fetch cannot tell.
+bool AreThere(int32_t store_id, const std::vector<std::string>& ids, Reporter& reporter) {
+  bool are_there = true;
+  for (const std::string& id : ids) {
+    const FetchedObject fetched(store_id, id.c_str());
+    if (fetched.result() != OSIF_ERR_NOT_FOUND) continue;
+    are_there = false;
+    reporter.Fail(IdInStore(store_id, id.c_str()), OSIF_ERR_NOT_FOUND);
+  }
+  return are_there;
+}
+
+void DeleteOne(int32_t store_id, const std::string& id, OsifAnchor* anchor, Reporter& reporter) {
+  const OsifResult result = OSIF_DeleteObject(store_id, id.c_str(), anchor);
+  if (result != OSIF_OK) {
+    reporter.Fail(IdInStore(store_id, id.c_str()), result);
+    return;
+  }
+  reporter.Result({{"store", StoreName(store_id)},
+                   {"action", "deleted"},
+                   {"id", IdToOutput(id.c_str())},
+                   {"anchor", AnchorJson(anchor)}},
+                  "deleted " + IdInStore(store_id, id.c_str()) +
+                      (anchor == nullptr ? "" : ", anchor " + AnchorText(store_id, *anchor)));
+}
+
+// All or nothing, as far as that can be known beforehand: a wrong id among them may mean that the others are
+// wrong as well.
 void Delete(const DeleteArguments& arguments, const Options& options, Reporter& reporter) {
   const int32_t store_id = arguments.store_id;
+  if (!AreIds(store_id, arguments.ids, reporter)) return;
+  // It outlives the session, which closes the change log.
+  const InterruptWatch watch;
   Session session(options, reporter);
   if (!session.is_open()) return;
-  for (const std::string& argument : arguments.ids) {
-    const std::string id = FullId(store_id, IdFromArgument(argument));
+  const std::vector<std::string> ids = ChosenIds(arguments);
+  const bool are_there = AreThere(store_id, ids, reporter);
+  if (TellDamage(reporter)) return;
+  if (!are_there) {
+    reporter.Note("nothing was deleted");
+    return;
+  }
+  for (const std::string& id : ids) {
+    if (WasInterrupted()) {
+      reporter.Fail("interrupted before " + IdInStore(store_id, id.c_str()), OSIF_OK);
+      return;
+    }
     OsifAnchor* anchor = session.NewAnchor(store_id);
     if (TellDamage(reporter)) return;
-    const OsifResult result = OSIF_DeleteObject(store_id, id.c_str(), anchor);
-    if (result != OSIF_OK) {
-      reporter.Fail(IdInStore(store_id, id.c_str()), result);
-      continue;
-    }
-    reporter.Result({{"store", StoreName(store_id)},
-                     {"action", "deleted"},
-                     {"id", IdToOutput(id.c_str())},
-                     {"anchor", AnchorJson(anchor)}},
-                    "deleted " + IdInStore(store_id, id.c_str()) +
-                        (anchor == nullptr ? "" : ", anchor " + AnchorText(store_id, *anchor)));
+    DeleteOne(store_id, id, anchor, reporter);
   }
 }
 
@@ -177,14 +210,15 @@ struct FindArguments {
 };
 
 void DeclareFind(Declarations& declarations, FindArguments& arguments) {
-  declarations.Add("FILE", arguments.file, "A file of objects").Required();
+  declarations.Add("FILE", arguments.file, "A file of objects; - for standard input").Required();
 }
 
 void Find(const FindArguments& arguments, const Options& options, Reporter& reporter) {
   Session session(options, reporter);
   if (!session.is_open()) return;
   Finder finder(arguments.file, reporter);
-  ReadObjectFile(arguments.file, false, {}, finder, reporter);
+  const ObjectFile file(arguments.file);
+  ReadObjectFile(file, false, {}, finder, reporter);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace command {
 
@@ -11,9 +12,9 @@ class TempFile {
  public:
   // Makes an empty file. is_open() is false when that failed; errno tells why.
   TempFile();
+  TempFile(TempFile&& other) noexcept;
+  TempFile& operator=(TempFile&&) = delete;
   ~TempFile();
-  TempFile(const TempFile&) = delete;
-  TempFile& operator=(const TempFile&) = delete;
 
   bool is_open() const { return handle_ >= 0; }
   // A name under which this process, and the library in it, can open the file while it lives.
@@ -23,12 +24,22 @@ class TempFile {
   // tells why.
   bool HoldPiece(int source, int64_t begin, int64_t end);
 
-  // Writes what the file holds to another open file. False when that failed.
-  bool CopyTo(int target) const;
+  // Makes the file hold what can be read from an open file, which may be a pipe. False when that failed, or
+  // when it is more than `most` bytes or has a line of more than `longest_line`; errno tells why.
+  bool HoldRest(int source, int64_t most, int64_t longest_line);
+
+  // All that the file holds. False when that failed; errno tells why.
+  bool Read(std::string& bytes) const;
+
+  // Why nothing more can be written to the file; 0 when something can.
+  int WhyFull() const;
 
  private:
   int handle_;
   std::string name_;
 };
+
+// Writes all bytes to an open file. False when that failed; errno tells why.
+bool WriteAll(int handle, std::string_view bytes);
 
 }  // namespace command

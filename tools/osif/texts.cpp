@@ -7,7 +7,12 @@
 namespace command {
 namespace {
 
-bool IsControl(unsigned char c) { return c < 0x20 || c == 0x7F; }
+bool IsWithin(WCHAR c, WCHAR first, WCHAR last) { return c >= first && c <= last; }
+
+bool SteersTerminal(WCHAR c) {
+  return c < 0x20 || IsWithin(c, 0x7F, 0x9F) || IsWithin(c, 0x2028, 0x202E) ||
+         IsWithin(c, 0x2066, 0x2069);
+}
 
 }  // namespace
 
@@ -39,17 +44,47 @@ std::string ByteText(std::string_view bytes) {
 }
 
 std::string OneLine(std::string_view text) {
-  std::string line(text);
-  for (size_t i = 0; i < line.size(); ++i) {
-    const auto c = static_cast<unsigned char>(line[i]);
-    if (IsControl(c)) line[i] = ' ';
-    // U+0080 to U+009F are control characters too, of two bytes in UTF-8.
-    if (c == 0xC2 && i + 1 < line.size() && static_cast<unsigned char>(line[i + 1]) < 0xA0) {
-      line[i] = ' ';
-      line[i + 1] = ' ';
+  WideText line = FromUtf8(text);
+  std::ranges::replace_if(line, SteersTerminal, u' ');
+  return ToOutput(line);
+}
+
+std::string Printable(std::string_view text) {
+  std::string printable;
+  while (!text.empty()) {
+    const size_t end = std::min(text.find('\n'), text.size());
+    const std::string_view line = text.substr(0, end);
+    printable += OneLine(line.ends_with('\r') ? line.substr(0, end - 1) : line) + "\n";
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return printable;
+}
+
+std::string EscapedJson(std::string_view json) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  const WideText text = FromUtf8(json);
+  if (std::ranges::none_of(text, SteersTerminal)) return std::string(json);
+  std::string escaped;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const WCHAR c = text[i];
+    if (SteersTerminal(c)) {
+      escaped += {'\\',
+                  'u',
+                  kDigits[c >> 12],
+                  kDigits[c >> 8 & 0xF],
+                  kDigits[c >> 4 & 0xF],
+                  kDigits[c & 0xF]};
+    } else {
+      const size_t units = IsLeadSurrogate(c) ? 2 : 1;
+      escaped += ToUtf8(WideView(text).substr(i, units));
+      i += units - 1;
     }
   }
-  return line;
+  return escaped;
+}
+
+std::string TextOrBytes(std::string_view bytes) {
+  return ToUtf8(FromUtf8(bytes)) == bytes ? std::string(bytes) : ByteText(bytes);
 }
 
 std::optional<std::string> FileName(std::string_view argument) {

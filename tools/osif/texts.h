@@ -17,8 +17,19 @@ std::string ToOutput(WideView text);
 // Each byte as the character of the same number (U+0000 to U+00FF), in UTF-8.
 std::string ByteText(std::string_view bytes);
 
-// A line that is safe on a terminal: control characters become blanks.
+// A line that is safe on a terminal: whatever steers one (control characters, overrides and isolates of the
+// writing direction, separators of lines and paragraphs) becomes a blank, and a byte that belongs to no
+// character U+FFFD.
 std::string OneLine(std::string_view text);
+
+// The same for each line of a text, which keeps its lines.
+std::string Printable(std::string_view text);
+
+// JSON in which such characters are escaped.
+std::string EscapedJson(std::string_view json);
+
+// A text of bytes in UTF-8: as it is when it is UTF-8, else as ByteText.
+std::string TextOrBytes(std::string_view bytes);
 
 // A file name as the library sees it: "\" separates folders as well as "/" does. Nothing when the
 // argument is not UTF-8, because the library's wide names cannot express it.

@@ -23,8 +23,12 @@ struct TraceArguments {
 };
 
 void DeclareTrace(Declarations& declarations, TraceArguments& arguments) {
-  declarations.Add("--port", arguments.port, "The port to listen on, 38182 without it").Called("N");
-  declarations.Add("--count", arguments.count, "End after N lines").Called("N");
+  declarations.Add("--port", arguments.port, "The port to listen on, 38182 without it")
+      .Called("N")
+      .Check([](const std::string& text) { return WhatIsWrongWithNumber(text, 1, UINT16_MAX); });
+  declarations.Add("--count", arguments.count, "End after N lines")
+      .Called("N")
+      .Check([](const std::string& text) { return WhatIsWrongWithNumber(text, 1, INT32_MAX); });
 }
 
 void Trace(const TraceArguments& arguments, const Options&, Reporter& reporter) {

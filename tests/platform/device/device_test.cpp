@@ -1,6 +1,7 @@
 #include "platform/device/device.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,7 +12,9 @@
 #include <thread>
 #include <vector>
 
+#include "platform/api/files.h"
 #include "platform/device/schema.h"
+#include "platform/posix/paths.h"
 #include "tests/support/temp_device.h"
 
 namespace {
@@ -99,6 +102,57 @@ TEST_F(Device, FirstUseMakesTheFolderWithItsParts) {
   EXPECT_TRUE(fs::is_directory(device_.Path("a/b/Temp")));
   EXPECT_TRUE(fs::is_regular_file(device_.Path("a/b/device.db")));
   EXPECT_EQ(device::Error(), OpenError::kNone);
+}
+
+// A mask that leaves everything to everybody.
+class OpenMask {
+ public:
+  OpenMask() : former_(umask(0)) {}
+  ~OpenMask() { umask(former_); }
+  OpenMask(const OpenMask&) = delete;
+  OpenMask& operator=(const OpenMask&) = delete;
+
+ private:
+  mode_t former_;
+};
+
+TEST_F(Device, WhatIsMadeInItIsItsOwnersAloneWhateverTheMaskIs) {
+  const OpenMask mask;
+  const auto database = device::OpenDatabase();
+  ASSERT_NE(database, nullptr);
+  ASSERT_EQ(database->Execute("CREATE TABLE t(a); INSERT INTO t VALUES(1)"), SQLITE_OK);
+  const std::u16string documents = WidePath(device_.Path("Documents"));
+  FILE* stream = _wfopen((documents + u"\\stream").c_str(), u"wb");
+  ASSERT_NE(stream, nullptr);
+  std::fclose(stream);
+  const HANDLE file = CreateFileW((documents + u"\\file").c_str(), GENERIC_WRITE, 0, nullptr,
+                                  CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+  ASSERT_NE(file, INVALID_HANDLE_VALUE);
+  CloseHandle(file);
+
+  const auto mode_of = [](const fs::path& path) {
+    return static_cast<unsigned>(fs::status(path).permissions());
+  };
+  EXPECT_EQ(mode_of(device_.folder()), 0700u);
+  std::set<std::string> files;
+  for (const auto& entry : fs::recursive_directory_iterator(device_.folder())) {
+    EXPECT_EQ(mode_of(entry.path()), entry.is_directory() ? 0700u : 0600u) << entry.path();
+    if (entry.is_regular_file()) files.insert(entry.path().filename());
+  }
+  EXPECT_EQ(files, (std::set<std::string>{"device.db", "device.db-shm", "device.db-wal", "file",
+                                          "stream"}));
+}
+
+TEST_F(Device, AFileOutsideOfItHasTheModeThatTheMaskLeaves) {
+  const std::string outside = device_.folder() + "-outside";
+  {
+    const OpenMask mask;
+    FILE* stream = _wfopen(WidePath(outside).c_str(), u"wb");
+    ASSERT_NE(stream, nullptr);
+    std::fclose(stream);
+  }
+  EXPECT_EQ(static_cast<unsigned>(fs::status(outside).permissions()), 0666u);
+  fs::remove(outside);
 }
 
 TEST_F(Device, ANewDatabaseBearsItsMarks) {

@@ -73,6 +73,98 @@ TEST_F(CommandDevice, ParsingNeedsNoDevice) {
   EXPECT_EQ(Osif({"parse", Write("a.vcf", Card({"N:Lee;Ann"}))}).status, 0);
 }
 
+// ---- Who can read it ----------------------------------------------------------------------------------
+
+unsigned ModeOf(const std::filesystem::path& path) {
+  return static_cast<unsigned>(std::filesystem::status(path).permissions());
+}
+
+TEST_F(CommandDevice, IsMadeForItsOwnerAloneWhateverTheMaskIs) {
+  const std::string samples = support::kSources + "/samples/";
+  ASSERT_EQ(Run(Launched({support::kCommand, "receive", samples + "plain.vcf", samples + "note.vnt",
+                          samples + "calendar.vcs"},
+                         {"/bin/sh", "-c", "umask 0; exec \"$@\"", "sh"}))
+                .status,
+            0);
+  EXPECT_EQ(ModeOf(device_), 0700u);
+  size_t files = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(device_)) {
+    EXPECT_EQ(ModeOf(entry.path()), entry.is_directory() ? 0700u : 0600u) << entry.path();
+    if (entry.is_regular_file()) ++files;
+  }
+  EXPECT_GE(files, 4u);  // the database, a note, two logs
+}
+
+TEST_F(CommandDevice, AFolderThatOthersCanReadIsToldOnce) {
+  ASSERT_EQ(Osif({"count", "pb"}).err, "");
+  std::filesystem::permissions(device_, std::filesystem::perms(0755));
+  const Outcome outcome = Osif({"count", "pb"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "osif: others can look into the device's folder '" + device_ +
+                             "'; \"chmod 700\" on it keeps them out\n");
+  EXPECT_EQ(Osif({"count", "pb"}).err, "");
+}
+
+// ---- What cannot be read or written -------------------------------------------------------------------
+
+// A command that may do no more than the modes of files allow, also when the superuser runs the tests.
+class CommandWithoutPrivileges : public CommandDevice {
+ protected:
+  Outcome Plain(Lines arguments) const {
+    arguments.insert(arguments.begin(), support::kCommand);
+    if (geteuid() != 0) return Run(Launched(arguments));
+    return Run(
+        Launched(arguments, {"/usr/bin/setpriv", "--bounding-set=-dac_override,-dac_read_search",
+                             "--inh-caps=-dac_override,-dac_read_search"}));
+  }
+
+  // Whether this machine lets us give up the privileges.
+  bool IsPossible() const {
+    const std::string file = Write("forbidden", "");
+    std::filesystem::permissions(file, std::filesystem::perms::none);
+    if (geteuid() != 0) return true;
+    if (!std::filesystem::exists("/usr/bin/setpriv")) return false;
+    return Run({"/usr/bin/setpriv", "--bounding-set=-dac_override,-dac_read_search",
+                "--inh-caps=-dac_override,-dac_read_search", "/bin/cat", file})
+               .status == 1;
+  }
+};
+
+TEST_F(CommandWithoutPrivileges, AFileThatMayNotBeReadIsNamedWithTheSystemsReason) {
+  if (!IsPossible()) GTEST_SKIP() << "privileges cannot be given up here";
+  const std::string file = Write("secret.vcf", Card({"N:Lee;Ann"}));
+  std::filesystem::permissions(file, std::filesystem::perms::none);
+  for (const char* subcommand : {"receive", "find", "parse"}) {
+    const Outcome outcome = Plain({subcommand, file});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err,
+              "osif: " + file + ": Permission denied: Could not open the file (code 7)\n");
+  }
+}
+
+TEST_F(CommandWithoutPrivileges, AFolderThatMayNotBeWrittenIsNamedWithTheSystemsReason) {
+  if (!IsPossible()) GTEST_SKIP() << "privileges cannot be given up here";
+  Store(Card({"N:Lee;Ann"}));
+  std::filesystem::create_directory(Path("closed"));
+  std::filesystem::permissions(Path("closed"), std::filesystem::perms(0555));
+  const Outcome outcome = Plain({"export", "pb", "-o", Path("closed/all.vcf")});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err, "osif: " + Path("closed/all.vcf") +
+                             ": Permission denied: Could not open the file (code 7)\n");
+}
+
+TEST_F(CommandWithoutPrivileges, ADeviceThatMayNotBeWrittenIsNamedWithTheSystemsReason) {
+  if (!IsPossible()) GTEST_SKIP() << "privileges cannot be given up here";
+  Store(Card({"N:Lee;Ann"}));
+  std::filesystem::permissions(device_, std::filesystem::perms(0500));
+  const Outcome outcome = Plain({"receive", Received()});
+  std::filesystem::permissions(device_, std::filesystem::perms(0700));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err,
+            "osif: The device's database '" + device_ +
+                "/device.db' cannot be used: Permission denied.: General PIM Error (code 14)\n");
+}
+
 // ---- settings -----------------------------------------------------------------------------------------
 
 TEST_F(CommandDevice, SettingsShowsAllWithTheirDefaults) {

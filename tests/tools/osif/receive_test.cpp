@@ -242,16 +242,19 @@ TEST_F(CommandReceive, EachNeedsNoFolderForTemporaryFiles) {
 TEST_F(CommandReceive, AMissingFileIsNamed) {
   const Outcome outcome = Osif({"receive", "--json", Path("none.vcf")});
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.err, "osif: " + Path("none.vcf") + ": Could not open the file (code 7)\n");
+  EXPECT_EQ(outcome.err, "osif: " + Path("none.vcf") +
+                             ": No such file or directory: Could not open the file (code 7)\n");
   EXPECT_EQ(outcome.JsonLines().at(0),
-            (Json{{"error", Path("none.vcf")}, {"code", 7}, {"text", "Could not open the file"}}));
+            (Json{{"error", Path("none.vcf") + ": No such file or directory"},
+                  {"code", 7},
+                  {"text", "Could not open the file"}}));
 }
 
 TEST_F(CommandReceive, ADirectoryIsSaidToBeOne) {
   const Outcome outcome = Osif({"receive", folder_});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.err,
-            "osif: " + folder_ + ": is a directory: Could not open the file (code 7)\n");
+            "osif: " + folder_ + ": Is a directory: Could not open the file (code 7)\n");
 }
 
 struct BadFile {

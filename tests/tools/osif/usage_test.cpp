@@ -67,13 +67,33 @@ TEST_P(WrongUsage, EndsWithStatusTwoAndAMessage) {
   EXPECT_EQ(outcome.status, 2);
   EXPECT_EQ(outcome.out, "");
   EXPECT_THAT(outcome.err, HasSubstr(GetParam().message));
+  EXPECT_THAT(outcome.ErrLines(), testing::Each(testing::StartsWith("osif: ")));
+  EXPECT_FALSE(std::filesystem::exists(device_));
+}
+
+TEST_P(WrongUsage, IsAnObjectInJson) {
+  std::vector<std::string> arguments = GetParam().arguments;
+  arguments.insert(arguments.begin(), "--json");
+  const Outcome outcome = Osif(arguments);
+  EXPECT_EQ(outcome.status, 2);
+  const std::vector<Json> lines = outcome.JsonLines();
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_THAT("osif: " + lines[0]["error"].get<std::string>() + "\n",
+              HasSubstr(GetParam().message));
+  EXPECT_EQ(lines[0]["code"], nullptr);
+  EXPECT_EQ(lines[0]["text"], "Wrong usage");
 }
 
 INSTANTIATE_TEST_SUITE_P(
     CommandLines, WrongUsage,
     testing::Values(
         WrongLine{"NoSubcommand", {}, "subcommand is required"},
-        WrongLine{"UnknownSubcommand", {"steal", "pb"}, "subcommand is required"},
+        WrongLine{"UnknownSubcommand",
+                  {"steal", "pb"},
+                  "osif: there is no subcommand \"steal\"; the nearest one is \"send\"\n"},
+        WrongLine{"MisspeltSubcommand",
+                  {"recieve", "a.vcf"},
+                  "osif: there is no subcommand \"recieve\"; the nearest one is \"receive\"\n"},
         WrongLine{"UnknownOption", {"list", "pb", "--backwards"}, "--backwards"},
         WrongLine{"UnknownStore", {"list", "fridge"}, "there is no store \"fridge\""},
         WrongLine{"StoreByNumber", {"list", "0"}, "there is no store \"0\""},
@@ -81,13 +101,38 @@ INSTANTIATE_TEST_SUITE_P(
         WrongLine{"MissingFile", {"receive"}, "FILE is required"},
         WrongLine{"MissingId", {"send", "pb"}, "ID is required"},
         WrongLine{"ExportWithoutFile", {"export", "pb"}, "--output is required"},
-        WrongLine{
-            "BothAnchors", {"changes", "pb", "--since", "1", "--since-time", "x"}, "excludes"},
+        WrongLine{"BothAnchors",
+                  {"changes", "pb", "--since", "1", "--since-time", "20260101"},
+                  "excludes"},
         WrongLine{"CounterNoNumber", {"changes", "pb", "--since", "soon"}, "soon"},
         WrongLine{"LongTime",
                   {"changes", "pb", "--since-time", "20050314T101500.0000Z"},
-                  "19 characters"},
-        WrongLine{"PortTooLarge", {"trace", "--port", "70000"}, "70000"},
+                  "\"20050314T101500.0000Z\" is no time such as 20050314T101500Z"},
+        WrongLine{"WordForATime", {"changes", "pb", "--since-time", "foo"}, "\"foo\" is no time"},
+        WrongLine{"DateWithHyphens",
+                  {"changes", "pb", "--since-time", "2026-01-01"},
+                  "\"2026-01-01\" is no time"},
+        WrongLine{"ThirteenthMonth",
+                  {"changes", "pb", "--since-time", "20261301T000000Z"},
+                  "\"20261301T000000Z\" is no time"},
+        WrongLine{"TwentyFifthHour",
+                  {"changes", "pb", "--since-time", "20260101T250000"},
+                  "\"20260101T250000\" is no time"},
+        WrongLine{"NegativeCounter", {"changes", "pb", "--since=-1"}, "\"-1\" is no number"},
+        WrongLine{"PortTooLarge", {"trace", "--port", "70000"}, "\"70000\" is no number from 1 to"},
+        WrongLine{"PortZero", {"trace", "--port", "0"}, "\"0\" is no number from 1 to 65535"},
+        WrongLine{"CountZero", {"trace", "--count", "0"}, "\"0\" is no number from 1 to"},
+        WrongLine{"NegativeCount", {"trace", "--count=-1"}, "\"-1\" is no number from 1 to"},
+        WrongLine{"IdWithAName", {"delete", "pb", "3.vcf"}, "\"3.vcf\" is no id of pb: it takes"},
+        WrongLine{"IdWithABlank", {"delete", "pb", "5 6"}, "\"5 6\" is no id of pb"},
+        WrongLine{"IdThatBeginsAsOne", {"send", "cal", "ALL"}, "\"ALL\" is no id of cal"},
+        WrongLine{"IdWithAPrefix", {"send", "pb", "0x1"}, "\"0x1\" is no id of pb"},
+        WrongLine{
+            "LongId", {"send", "pb", "000000001"}, "it has more than eight hexadecimal digits"},
+        WrongLine{"EmptyId", {"delete", "cal", ""}, "\"\" is no id of cal: it is empty"},
+        WrongLine{"OddIdOfAMessage",
+                  {"send", "msg-in", "123"},
+                  "\"123\" is no id of msg-in: it has an odd number of hexadecimal digits"},
         WrongLine{"UnknownSetting", {"settings", "Colour"}, "there is no setting \"Colour\""},
         WrongLine{"SettingNoNumber", {"settings", "MinorClass", "four"}, "takes a number"},
         WrongLine{"SettingNoCharset",
