@@ -392,10 +392,7 @@ void GetOrganisation(IContact& contact, OsifContact& record, bool is_suppressed)
   PropertyValue* organisation = pol_AppendValue(record.org);
   PropertyValue_SetText(pol_GetText(contact, &IContact::get_CompanyName), organisation, 0, 0);
   PropertyValue_SetText(department, organisation, 0, 1);
-  if (is_suppressed) return;
-  // A reader puts DEPT's text beside that of ORG, and reads both as ORG's parameters say.
-  const uint32_t encoding = organisation->flags & OSIF_VALUE_QUOTED_PRINTABLE;
-  pol_AppendText(record.dept, department, nullptr, encoding);
+  if (!is_suppressed) pol_AppendText(record.dept, department);
 }
 
 void GetTelephones(IContact& contact, OsifContact& record, bool is_suppressed) {

@@ -4,7 +4,8 @@
 // thousands of items. It takes more than is wanted (it does not mind case, and what is empty is not asked
 // for), so everything that it gives is compared once more, exactly.
 //
-// A text that a restriction cannot say is left out of it; where nothing is left, every item is visited.
+// A text that a restriction cannot say is left out of it; where nothing is left, or the PIM fails at searching,
+// every item of the calendar is visited.
 // Either way the first item that matches, in the order of the folder, is the one.
 #include "BtOsif_pol/pol_find.h"
 
@@ -36,19 +37,24 @@ bool FitsRestriction(const WideText& text) {
   return true;
 }
 
-// The identifier of the first item that a restriction finds and `is_match` takes. A search that fails
-// finds nothing.
+struct Search {
+  std::optional<LONG> oid;  // nothing when no item was found
+  bool is_whole;            // false when the PIM failed, or gave what is no item of the kind
+};
+
+// The identifier of the first item that a restriction finds and `is_match` takes.
 template <typename Item, typename IsMatch>
-std::optional<LONG> FindFirst(IPOutlookItemCollection& items, const WideText& restriction,
-                              IsMatch is_match) {
+Search FindFirst(IPOutlookItemCollection& items, const WideText& restriction, IsMatch is_match) {
+  bool is_whole = true;
   ComPtr<IDispatch> found;
   HRESULT result = items.Find(pol_MakeBstr(restriction).get(), found.put());
   while (SUCCEEDED(result) && found) {
     const ComPtr<Item> item = pol_As<Item>(found);
-    if (item && is_match(*item)) return pol_OidOf(*item);
+    if (item && is_match(*item)) return {pol_OidOf(*item), is_whole};
+    is_whole = is_whole && item;
     result = items.FindNext(found.put());
   }
-  return std::nullopt;
+  return {std::nullopt, is_whole && SUCCEEDED(result)};
 }
 
 // The identifier of the first item of a folder that `is_match` takes.
@@ -62,6 +68,14 @@ std::optional<LONG> VisitAll(IPOutlookItemCollection& items, IsMatch is_match) {
     if (item && is_match(*item)) return pol_OidOf(*item);
   }
   return std::nullopt;
+}
+
+// Asks the PIM, and visits every item where it fails to answer.
+template <typename Item, typename IsMatch>
+std::optional<LONG> FindOrVisit(IPOutlookItemCollection& items, const WideText& restriction,
+                                IsMatch is_match) {
+  const Search search = FindFirst<Item>(items, restriction, is_match);
+  return search.oid || search.is_whole ? search.oid : VisitAll<Item>(items, is_match);
 }
 
 // ---- A contact by its name --------------------------------------------------------------------------
@@ -139,7 +153,7 @@ std::optional<LONG> FindByStartAndText(IPOutlookItemCollection& items, DATE star
   if (!text.empty() && FitsRestriction(text)) {
     restriction.append(u" AND ").append(Comparison(property, text));
   }
-  return FindFirst<IAppointment>(items, restriction, is_match);
+  return FindOrVisit<IAppointment>(items, restriction, is_match);
 }
 
 }  // namespace
@@ -149,8 +163,8 @@ std::optional<LONG> pol_FindContact(OsifContact& record) {
   const WideText restriction = NameRestriction(name);
   const auto items = pol_ItemsOf(*pol_Application(), olFolderContacts);
   if (restriction.empty() || !items) return std::nullopt;
-  return FindFirst<IContact>(*items, restriction,
-                             [&](IContact& contact) { return IsNamed(contact, name); });
+  const auto is_match = [&](IContact& contact) { return IsNamed(contact, name); };
+  return FindFirst<IContact>(*items, restriction, is_match).oid;
 }
 
 std::optional<LONG> pol_FindEvent(OsifCalendar& record) {
@@ -172,5 +186,5 @@ std::optional<LONG> pol_FindTask(OsifCalendar& record) {
     return pol_GetText(task, &ITask::get_Subject).view() == summary;
   };
   if (!FitsRestriction(summary)) return VisitAll<ITask>(*items, is_match);
-  return FindFirst<ITask>(*items, Comparison(u"[Subject]", summary), is_match);
+  return FindOrVisit<ITask>(*items, Comparison(u"[Subject]", summary), is_match);
 }

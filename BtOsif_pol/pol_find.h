@@ -1,5 +1,6 @@
 // Finding the stored item that a record describes. The session is open. Each gives the item's object
-// identifier, or nothing: there is no such item, the record has nothing to go by, or the PIM does not answer.
+// identifier, or nothing: there is no such item, the record has nothing to go by, or the PIM does not answer. A
+// PIM that cannot search the calendar is gone through item by item.
 #pragma once
 
 #include <optional>

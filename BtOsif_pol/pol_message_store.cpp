@@ -3,6 +3,7 @@
 // store's.
 #include "BtOsif_pol/pol_id.h"
 #include "BtOsif_pol/pol_stores.h"
+#include "BtOsif_pol/pol_walk.h"
 #include "mapi/mapi_mail.h"
 #include "mapi/mapi_session.h"
 
@@ -35,7 +36,13 @@ WideText Name(OsifObject& object) {
 // What is not offered starts the messaging session all the same, and answers as it does where it cannot.
 OsifResult CountNotOffered(uint32_t&) { return MAPI_NotImplemented(); }
 OsifResult RemoveNotOffered(const Subject&) { return MAPI_NotImplemented(); }
-OsifResult WalkNotOffered(char*) { return MAPI_NotImplemented(); }
+OsifResult NextIdNotOffered(char*) { return MAPI_NotImplemented(); }
+
+// There is one walk at a time, and asking for another store's first id ends it, whatever the answer.
+OsifResult FirstIdNotOffered(char*) {
+  pol_EndWalk();
+  return MAPI_NotImplemented();
+}
 
 }  // namespace
 
@@ -48,7 +55,7 @@ constinit const StoreOperations kMessageStore = {
     .remove = RemoveNotOffered,
     .get = Get,
     .find = Find,
-    .first_id = WalkNotOffered,
-    .next_id = WalkNotOffered,
+    .first_id = FirstIdNotOffered,
+    .next_id = NextIdNotOffered,
     .name = Name,
 };

@@ -5,6 +5,7 @@
 #include "BtOsif_pol/pol_mapping.h"
 #include "BtOsif_pol/pol_note.h"
 #include "BtOsif_pol/pol_stores.h"
+#include "BtOsif_pol/pol_walk.h"
 #include "btosif/osif_util/value_text.h"
 
 namespace {
@@ -36,6 +37,12 @@ bool Find(OsifObject& object, char* id) {
   return true;
 }
 
+// There is one walk at a time, and asking for another store's first id ends it, whatever the answer.
+OsifResult FirstId(char*) {
+  pol_EndWalk();
+  return OSIF_ERR_NOT_IMPLEMENTED;
+}
+
 WideText Name(OsifObject& object) { return DecodedText(object.note.summary, 0); }
 
 }  // namespace
@@ -49,7 +56,7 @@ constinit const StoreOperations kNoteStore = {
     .remove = pol_Always<OSIF_ERR_NOT_IMPLEMENTED>,
     .get = pol_Always<OSIF_ERR_NOT_IMPLEMENTED>,
     .find = Find,
-    .first_id = pol_Always<OSIF_ERR_NOT_IMPLEMENTED>,
+    .first_id = FirstId,
     .next_id = pol_Always<OSIF_ERR_NOT_IMPLEMENTED>,
     .name = Name,
 };

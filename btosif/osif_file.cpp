@@ -278,10 +278,13 @@ int FILE_Remove(const WCHAR* name) {
   return 1;
 }
 
-std::string_view FILE_LastPart(std::string_view name) {
-  const size_t separator = name.find_last_of("/\\:");
-  if (separator != std::string_view::npos) name.remove_prefix(separator + 1);
-  return name == "." || name == ".." ? std::string_view() : name;
+// Characters are looked at and not bytes: in some code pages the second byte of a letter is that of a separator.
+WideText FILE_LastPart(std::string_view name) {
+  WideText part = MultiByteToText(NativeCodePage(), name);
+  const size_t separator = part.find_last_of(u"/\\:");
+  if (separator != WideText::npos) part.erase(0, separator + 1);
+  if (part == u"." || part == u"..") part.clear();
+  return part;
 }
 
 int FILE_TempFilename(const char* wanted_name, WCHAR* path) {
@@ -295,11 +298,10 @@ int FILE_TempFilename(const char* wanted_name, WCHAR* path) {
   if (length == 0 || length > kTempFolderRoom) {
     return Failed("OSIF: FILE_TempFilename; PATH error (%d)");
   }
-  const std::string_view name = wanted_name == nullptr ? "" : FILE_LastPart(wanted_name);
+  const WideText name = FILE_LastPart(wanted_name == nullptr ? "" : wanted_name);
   if (name.empty()) return UniqueTempFilename(folder, path);
 
-  const WideText wide_name = MultiByteToText(NativeCodePage(), name).substr(0, kTempFolderRoom);
-  const WideText full = folder + wide_name;
+  const WideText full = folder + name.substr(0, kTempFolderRoom);
   full.copy(path, full.size());
   path[full.size()] = 0;
   return 0;

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "btosif/osif_util/charset.h"
 #include "osif.h"
 
 // What FILE_WriteLine puts after a line: the object formats ask for CR LF (RFC 2045, section 2.1), the
@@ -142,9 +143,10 @@ int FILE_Error(const OsifStream& stream);
 int FILE_Rename(const WCHAR* old_name, const WCHAR* new_name);
 int FILE_Remove(const WCHAR* name);
 
-// The last part of a name that a peer gave a file, whichever separators it uses: what it says of folders does
-// not count, and it must not lead out of the folder in which the file is made. Empty for a name of a folder.
-std::string_view FILE_LastPart(std::string_view name);
+// The last part of a name, in the system's code page, that a peer gave a file, whichever separators it uses: what
+// it says of folders does not count, and it must not lead out of the folder in which the file is made. Empty for a
+// name of a folder.
+WideText FILE_LastPart(std::string_view name);
 
 // Makes the path of a temporary file, kTempPathRoom characters at most: the wanted name (in the system's
 // code page; FILE_LastPart of it only) in the folder for temporary files, where nothing is created; or, without

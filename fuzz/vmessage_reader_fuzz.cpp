@@ -8,9 +8,9 @@
 #include <string_view>
 
 #include "btosif/osif_generators/vmessage_writer.h"
-#include "btosif/osif_parsers/vmessage_content.h"
 #include "btosif/osif_parsers/vmessage_reader.h"
 #include "btosif/osif_util/ascii.h"
+#include "btosif/osif_util/content_type.h"
 #include "fuzz/fuzz_input.h"
 #include "platform/api/files.h"
 

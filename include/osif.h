@@ -240,7 +240,23 @@ typedef struct OsifMessage {
 
 /**
  * One object of any store: the store id of the call says which fields are meant. A record owns every
- * list and text that hangs from it; OSIF_FreeObject releases them. Never copy a record field by field.
+ * list and text that hangs from it, whoever made it; OSIF_FreeObject releases them all. Never copy a
+ * record field by field.
+ *
+ * A caller may make records, and add to those that it was lent or has fetched. It begins with a record
+ * whose bytes are all zero. Each value, node (OsifText), text, message part and body is a block of its
+ * own from malloc or calloc, and every member of it is set, those that are not needed to zero. Once it
+ * hangs from a record the library frees it with free:
+ *
+ * - A caller's values may stand in one list with the library's, and its nodes and texts in a value of
+ *   the library's, anywhere.
+ * - Where a caller puts a node or a text of its own in the place of one that the library made, or
+ *   unlinks one, it does not free the old one: that stays its value's, and goes with it. What the
+ *   caller made and takes out again, it frees itself.
+ * - A value that the library made is never freed by a caller. It may go from one list to another; its
+ *   nodes and texts stay in it.
+ * - A message's bodyText and nextPart are always blocks of their own: who replaces one frees the old
+ *   one with free. The file that attachmentFile names is removed with the record.
  */
 typedef struct OsifObject {
   uint32_t flags;       /**< reserved, 0 */
@@ -351,7 +367,8 @@ OSIF_API OsifResult OSIF_DeleteObject(int32_t store_id, const char* id, OsifAnch
 
 /**
  * Looks for the stored object with the same content: contacts by their five name parts, events by
- * start and summary, tasks and notes by summary, messages by time and subject.
+ * start and summary, tasks and notes by summary, messages by time and subject or, where there is no
+ * time, by subject, sender and body.
  *
  * @param id  written when the object is found (OSIF_ID_SIZE characters of room); may be null
  * @return    a truth value, not a result code

@@ -12,6 +12,7 @@
 
 #include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/base64.h"
+#include "btosif/osif_util/html_to_text.h"
 #include "btosif/osif_util/owned_text.h"
 #include "btosif/osif_util/quoted_printable.h"
 
@@ -38,6 +39,27 @@ uint32_t CodePageOf(const MessagePart& part) {
   const uint32_t code_page =
       CharsetToCodePage(CharsetParamValue(parameter.substr(0, parameter.find(';'))));
   return code_page == 0 ? InputCodePage() : code_page;
+}
+
+// The length is asked for first: entities and left-out markup let no one guess it.
+WideText TextOfHtml(const WideText& html) {
+  WideText text(HtmlToText(html.c_str(), nullptr, 0), u'\0');
+  HtmlToText(html.c_str(), text.data(), text.size() + 1);
+  return text;
+}
+
+// Twice, so that a lone closing tag, which many programs leave at the end of a fragment, does not end it.
+constexpr WideView kBeginOfBody = u"<BODY><BODY>";
+
+// A record's lines may end with line feeds alone, the store's end with both.
+WideText WithCarriageReturns(const WideText& text) {
+  WideText lines;
+  lines.reserve(text.size());
+  for (const WCHAR c : text) {
+    if (c == u'\n' && !lines.ends_with(u'\r')) lines.push_back(u'\r');
+    lines.push_back(c);
+  }
+  return lines;
 }
 
 struct EncodedBody {
@@ -89,7 +111,18 @@ WideText mapi_DecodeBody(const MessagePart& part) {
   return MultiByteToText(CodePageOf(part), UndoTransferEncoding(part, decoded));
 }
 
-bool mapi_IsHtml(const MessagePart& part) { return ContainsIgnoringCase(part.contentType, "HTML"); }
+WideText mapi_PlainText(const MessagePart& part, const WideText& content) {
+  if (!ContainsIgnoringCase(part.contentType, "HTML")) return WithCarriageReturns(content);
+  switch (HtmlExtentOf(content.c_str())) {
+    case HtmlExtent::kDocument:
+      return TextOfHtml(content);
+    case HtmlExtent::kFragment:
+      return TextOfHtml(WideText(kBeginOfBody).append(content));
+    case HtmlExtent::kText:
+      break;
+  }
+  return WithCarriageReturns(content);
+}
 
 void mapi_EncodeBody(WideView text, MessagePart& part) {
   const WideText lines = WithLineFeedsOnly(text);

@@ -9,8 +9,11 @@
 // is the configured one. Throws std::bad_alloc.
 WideText mapi_DecodeBody(const MessagePart& part);
 
-// Whether a part is HTML.
-bool mapi_IsHtml(const MessagePart& part);
+// The decoded text of a part as the messaging store holds it: its lines end with both carriage return and line
+// feed, and of HTML only the text is left (empty where there is none, as for a picture). Markup without a BODY
+// element counts as the content of one; a text that claims to be HTML and has no markup is plain text. Throws
+// std::bad_alloc.
+WideText mapi_PlainText(const MessagePart& part, const WideText& content);
 
 // Fills an empty part with a text, its lines ended by line feeds: as it is when it is plain ASCII, else
 // quoted-printable in the configured character set, or in UTF-8 where that cannot hold the text. Throws

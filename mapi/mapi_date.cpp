@@ -1,6 +1,8 @@
 #include "mapi/mapi_date.h"
 
+#include <algorithm>
 #include <cctype>
+#include <string>
 #include <string_view>
 
 #include "btosif/osif_date.h"
@@ -17,11 +19,19 @@ bool LooksLikeIso8601(std::string_view text) {
   return true;
 }
 
+// A header's value follows its ":" after a blank, mostly.
+std::string WithoutBlanksAround(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t";
+  text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+  return std::string(text.substr(0, text.find_last_not_of(kBlanks) + 1));
+}
+
 }  // namespace
 
 // A text that looks like ISO 8601 is not tried as anything else, so that its failure is traced as such. The
 // legacy form comes last, since its reader traces whatever none of them can read.
 bool mapi_DateToFileTime(const char* text, FILETIME* time) {
-  if (LooksLikeIso8601(text)) return Iso8601ToFileTime(text, time) != 0;
-  return Rfc822ToFileTime(text, time) != 0 || LegacyDateToFileTime(text, time) != 0;
+  const std::string date = WithoutBlanksAround(text);
+  if (LooksLikeIso8601(date)) return Iso8601ToFileTime(date.c_str(), time) != 0;
+  return Rfc822ToFileTime(date.c_str(), time) != 0 || LegacyDateToFileTime(date.c_str(), time) != 0;
 }

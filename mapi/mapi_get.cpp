@@ -126,7 +126,35 @@ void ReadRecipients(IMessage& message, OsifMessage& record) {
   for (ULONG i = 0; i < rows->cRows; ++i) ReadRecipient(rows->aRow[i], record);
 }
 
+// What is missing comes back under another type, and a buffer of it.
+std::optional<WideText> ReadSender(IMessage& message) {
+  SizedSPropTagArray(1, tags) = {1, {PR_SENDER_EMAIL_ADDRESS}};
+  ULONG count = 0;
+  LPSPropValue found = nullptr;
+  const HRESULT result =
+      message.GetProps(reinterpret_cast<LPSPropTagArray>(&tags), MAPI_UNICODE, &count, &found);
+  const MapiBuffer<SPropValue> owner(found);
+  if (FAILED(result) || count == 0 || found == nullptr) return std::nullopt;
+  return WideText(mapi_GetString(*found));
+}
+
+std::optional<WideText> ReadWholeBody(IMessage& message) {
+  ComPtr<IUnknown> object;
+  const HRESULT result = message.OpenProperty(PR_BODY, &IID_IStream, 0, 0, object.put());
+  if (result == MAPI_E_NOT_FOUND) return WideText();
+  if (FAILED(result)) return std::nullopt;
+  const ComPtr<IStream> stream(static_cast<IStream*>(object.release()));
+  return ReadText(*stream);
+}
+
 }  // namespace
+
+std::optional<MailContent> mapi_GetContent(IMessage& message) {
+  std::optional<WideText> sender = ReadSender(message);
+  std::optional<WideText> body = ReadWholeBody(message);
+  if (!sender || !body) return std::nullopt;
+  return MailContent{*std::move(sender), *std::move(body)};
+}
 
 OsifResult mapi_GetMail(IMessage& message, OsifMessage& record) {
   SizedSPropTagArray(4, tags) = {

@@ -3,16 +3,19 @@
 // until then the store has the old one, or none.
 //
 // Nothing in a message is an id that another device would know it by, so a message is found by when it came
-// and what it is about.
+// and what it is about; one without a time, of which there can be many about the same, by what it says as well.
 #include "mapi/mapi_mail.h"
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/charset.h"
 #include "config/trace.h"
+#include "mapi/mapi_body.h"
 #include "mapi/mapi_buffer.h"
 #include "mapi/mapi_date.h"
 #include "mapi/mapi_entry_id.h"
@@ -32,6 +35,9 @@ constexpr LONG kRowsAtOnce = 50;
 struct Wanted {
   FILETIME time = {};
   WideText subject;
+  const OsifMessage* record = nullptr;
+
+  bool HasTime() const { return time.dwLowDateTime != 0 || time.dwHighDateTime != 0; }
 };
 
 constexpr ULONG kSubjectColumn = 0;
@@ -60,8 +66,7 @@ ComPtr<IMAPITable> OpenContents(IMAPIFolder& folder) {
   return table;
 }
 
-// Traces every row that is looked at. A missing property counts as the empty one, so that a record without a
-// date finds a message without one.
+// Traces every row that is looked at. A missing property counts as the empty one.
 bool IsWanted(const SRow& row, const Wanted& wanted, int number) {
   if (row.cValues < kColumns) return false;
   const SPropValue& subject_value = row.lpProps[kSubjectColumn];
@@ -74,11 +79,29 @@ bool IsWanted(const SRow& row, const Wanted& wanted, int number) {
   return CompareFileTime(&time, &wanted.time) == 0 && wanted.subject == subject;
 }
 
+// The content that a record would give a message. A body ends at its first zero character.
+MailContent ContentOf(const OsifMessage& record) {
+  WideText body = mapi_PlainText(record.part, mapi_DecodeBody(record.part));
+  body.resize(std::min(body.find(u'\0'), body.size()));
+  return {mapi_HeaderText(record.from), std::move(body)};
+}
+
+// Without a time the subject alone would take any two messages of the same few words for one, and the newer
+// would be written over the older. A message that cannot be read is none that may be written over.
+bool HasWantedContent(IMAPIFolder& folder, const SBinary& entry, const Wanted& wanted) {
+  ComPtr<IUnknown> object;
+  ULONG type = 0;
+  const HRESULT result = folder.OpenEntry(entry.cb, reinterpret_cast<LPENTRYID>(entry.lpb), nullptr,
+                                          MAPI_BEST_ACCESS, &type, object.put());
+  if (FAILED(result) || type != MAPI_MESSAGE) return false;
+  const ComPtr<IMessage> message(static_cast<IMessage*>(object.release()));
+  return mapi_GetContent(*message) == ContentOf(*wanted.record);
+}
+
 // Lets the store look for the rows that may be wanted, where it can. A trace shows every row, so then all
 // are gone through. A store that cannot restrict the table leaves it whole, and each row is compared anyway.
 void Narrow(IMAPITable& table, Wanted& wanted) {
-  const bool has_time = wanted.time.dwLowDateTime != 0 || wanted.time.dwHighDateTime != 0;
-  if (!has_time || OSIF_IsTraced()) return;
+  if (!wanted.HasTime() || OSIF_IsTraced()) return;
   SPropValue time = {};
   time.ulPropTag = PR_MESSAGE_DELIVERY_TIME;
   time.Value.ft = wanted.time;
@@ -97,7 +120,7 @@ void Narrow(IMAPITable& table, Wanted& wanted) {
 }
 
 // Looks through the rows of a table from where it stands, some at a time: a folder may hold any number.
-bool FindRow(IMAPITable& table, const Wanted& wanted, char* id) {
+bool FindRow(IMAPIFolder& folder, IMAPITable& table, const Wanted& wanted, char* id) {
   int number = 0;
   while (true) {
     LPSRowSet found = nullptr;
@@ -112,7 +135,9 @@ bool FindRow(IMAPITable& table, const Wanted& wanted, char* id) {
       const SRow& row = rows->aRow[i];
       if (!IsWanted(row, wanted, ++number)) continue;
       const SPropValue& entry = row.lpProps[kEntryIdColumn];
-      return entry.ulPropTag == PR_ENTRYID && mapi_WriteId(entry.Value.bin, id);
+      if (entry.ulPropTag != PR_ENTRYID) return false;
+      if (!wanted.HasTime() && !HasWantedContent(folder, entry.Value.bin, wanted)) continue;
+      return mapi_WriteId(entry.Value.bin, id);
     }
   }
   OSIF_Trace(0, "MAPI:  MAPI_FindMail - No more rows found (total=%d)", number);
@@ -193,6 +218,7 @@ bool MAPI_FindMail(const OsifObject& record, char* id) {
     return false;
   }
   Wanted wanted;
+  wanted.record = &fields;
   if (fields.date[0] != '\0') mapi_DateToFileTime(fields.date, &wanted.time);
   wanted.subject = mapi_HeaderText(fields.subject);
   const MessageFolder chosen = mapi_FolderOfName(fields.xBtFolder);
@@ -205,7 +231,7 @@ bool MAPI_FindMail(const OsifObject& record, char* id) {
   const ComPtr<IMAPITable> table = OpenContents(*chosen.folder);
   if (!table) return false;
   Narrow(*table, wanted);
-  return FindRow(*table, wanted, id);
+  return FindRow(*chosen.folder, *table, wanted, id);
 }
 
 OsifResult MAPI_AddMail(const OsifObject& record, char* id) {

@@ -15,7 +15,6 @@
 
 #include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/charset.h"
-#include "btosif/osif_util/html_to_text.h"
 #include "config/trace.h"
 #include "mapi/mapi_body.h"
 #include "mapi/mapi_buffer.h"
@@ -64,33 +63,6 @@ void SetDeliveryTime(const OsifMessage& record, IMessage& message) {
 
 // ---- Body -------------------------------------------------------------------------------------------
 
-// The length is asked for first: entities and left-out markup let no one guess it.
-WideText PlainTextOf(const WideText& html) {
-  WideText text(HtmlToText(html.c_str(), nullptr, 0), u'\0');
-  HtmlToText(html.c_str(), text.data(), text.size() + 1);
-  return text;
-}
-
-// A record's lines may end with line feeds alone, the store's end with both.
-WideText WithCarriageReturns(const WideText& text) {
-  WideText lines;
-  lines.reserve(text.size());
-  for (const WCHAR c : text) {
-    if (c == u'\n' && !lines.ends_with(u'\r')) lines.push_back(u'\r');
-    lines.push_back(c);
-  }
-  return lines;
-}
-
-// The store's programs show plain text. HTML that holds none is kept as it came rather than lost.
-WideText TextToStore(const MessagePart& part, const WideText& content) {
-  if (!mapi_IsHtml(part)) return WithCarriageReturns(content);
-  WideText text = PlainTextOf(content);
-  if (!text.empty() || content.empty()) return text;
-  OSIF_Trace(0, "MAPI:  Could not convert BODY to plain text");
-  return WithCarriageReturns(content);
-}
-
 // Through a stream, as properties of any size are written, and in one piece with the terminator.
 void SetBody(const MessagePart& part, IMessage& message) {
   if (part.bodyText == nullptr || part.bodyText[0] == '\0') return;
@@ -103,7 +75,10 @@ void SetBody(const MessagePart& part, IMessage& message) {
     OSIF_Trace(0, "MAPI:  pMapiMessage->OpenProperty failed with code: 0x%08x", result);
     return;
   }
-  const WideText text = TextToStore(part, content);
+  const WideText text = mapi_PlainText(part, content);
+  if (text.empty() && !content.empty()) {
+    OSIF_Trace(0, "MAPI:  Could not convert BODY to plain text");
+  }
   const size_t bytes = (text.size() + 1) * sizeof(WCHAR);
   const ComPtr<IStream> stream(static_cast<IStream*>(object.release()));
   result = bytes > UINT32_MAX ? E_OUTOFMEMORY

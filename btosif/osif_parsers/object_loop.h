@@ -177,9 +177,10 @@ class ObjectCursor : public LineCursor {
 // The trace gets `no_begin_message` for a file without any object.
 template <typename Begins, typename Read>
 OsifResult ReadEachObject(OsifStream& stream, ObjectDelivery& delivery,
-                          const char* no_begin_message, Begins begins, Read read) {
+                          const char* no_begin_message, Begins begins, Read read,
+                          PropertyLine::Shortage shortage = PropertyLine::Shortage::kTraced) {
   if (FILE_Eof(stream)) return OSIF_PARSE_ERROR;
-  PropertyLine line;
+  PropertyLine line(shortage);
   if (!line.has_buffers()) return OSIF_ERR_NO_MEMORY;
 
   for (bool has_object = false;; has_object = true) {

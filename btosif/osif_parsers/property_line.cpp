@@ -2,11 +2,11 @@
 
 #include "config/trace.h"
 
-PropertyLine::PropertyLine()
+PropertyLine::PropertyLine(Shortage shortage)
     : name_(static_cast<Buffer<kNameRoom>*>(OsifAlloc(kNameRoom))),
       params_(static_cast<Buffer<kParamRoom>*>(OsifAlloc(kParamRoom))) {
   if (has_buffers()) return;
-  OsifAssert("ASSERT at %s line %d\n", __FILE__, __LINE__);
+  if (shortage == Shortage::kAsserted) OsifAssert("ASSERT at %s line %d\n", __FILE__, __LINE__);
   OSIF_Trace(0, "OSIF:  Error - Memory allocation error");
 }
 

@@ -18,9 +18,12 @@ class PropertyLine {
     kNoMemory,  // the line could not be read and was passed over
   };
 
-  PropertyLine();
+  // Whether a shortage of memory for the buffers is an assertion as well, which it is for cards alone.
+  enum class Shortage { kTraced, kAsserted };
 
-  // False when there was no memory for the buffers; the assertion and the message are then in the trace.
+  explicit PropertyLine(Shortage shortage);
+
+  // False when there was no memory for the buffers; the trace then says so.
   bool has_buffers() const { return name_ != nullptr && params_ != nullptr; }
 
   // Reads and splits the next line. Name and parameters lose all their blanks and tabs.

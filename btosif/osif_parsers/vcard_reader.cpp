@@ -64,6 +64,8 @@ constexpr CursorRules kRules = {"OSIF:  Warning - Parser encounted a blank line 
                                 "OSIF:  Warning - Parser encountered unknown property: '%s'",
                                 Nesting::kSkipped};
 
+constexpr PropertyLine::Shortage kShortage = PropertyLine::Shortage::kAsserted;
+
 // Reads the properties of one vCard into a record.
 class CardReader {
  public:
@@ -78,7 +80,7 @@ class CardReader {
   PropertyValue* FirstOrganisation();
   OsifResult Finish();
 
-  PropertyLine line_;
+  PropertyLine line_{kShortage};
   ObjectCursor<kTable, kRules> cursor_;
   OsifObject& object_;
   bool has_version_ = false;
@@ -164,9 +166,10 @@ OsifResult VCard_ReadFile(OsifStream& stream, OsifReadCallback callback, void* c
   const auto begins = [](const PropertyLine& line) {
     return PropertyIndex(line.name()) == VCardProperty::kBegin;
   };
-  return ReadEachObject(stream, delivery, kNoBegin, begins, [&](PropertyLine&) {
+  const auto read = [&](PropertyLine&) {
     const OsifResult result = VCard_ReadOne(stream, delivery.object());
     if (IsRead(result)) delivery.Deliver(result);
     return result;
-  });
+  };
+  return ReadEachObject(stream, delivery, kNoBegin, begins, read, kShortage);
 }

@@ -15,6 +15,7 @@
 #include "btosif/osif_parsers/object_loop.h"
 #include "btosif/osif_parsers/vmessage_content.h"
 #include "btosif/osif_parsers/vmessage_property.h"
+#include "btosif/osif_util/content_type.h"
 #include "btosif/osif_util/object_record.h"
 #include "btosif/osif_util/owned_text.h"
 #include "config/trace.h"

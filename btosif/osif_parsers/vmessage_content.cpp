@@ -8,8 +8,8 @@
 #include <algorithm>
 #include <iterator>
 
-#include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/charset.h"
+#include "btosif/osif_util/content_type.h"
 #include "btosif/osif_util/line_rules.h"
 #include "btosif/osif_util/owned_text.h"
 #include "config/trace.h"
@@ -18,30 +18,6 @@
 namespace {
 
 constexpr std::string_view kClosing = "--";
-
-// ---- Parameters of a content type -------------------------------------------------------------------
-
-// What follows the word, which is given in upper case, in any case; nothing when the text does not contain it.
-std::optional<std::string_view> After(std::string_view text, std::string_view word) {
-  const auto found = std::search(text.begin(), text.end(), word.begin(), word.end(),
-                                 [](char a, char b) { return AsciiUpper(a) == b; });
-  if (found == text.end()) return std::nullopt;
-  return text.substr(static_cast<size_t>(found - text.begin()) + word.size());
-}
-
-std::string_view WithoutLeadingBlanks(std::string_view text) {
-  return text.substr(std::min(text.find_first_not_of(" \t"), text.size()));
-}
-
-// A value in quotes up to the closing one, else up to one of the delimiters; in both cases at most to the end.
-std::string ParameterValue(std::string_view text, const char* delimiters) {
-  text = WithoutLeadingBlanks(text);
-  if (text.starts_with('"')) {
-    text.remove_prefix(1);
-    delimiters = "\"";
-  }
-  return std::string(text.substr(0, text.find_first_of(delimiters)));
-}
 
 // ---- Attachments ------------------------------------------------------------------------------------
 
@@ -54,7 +30,7 @@ bool FitsIntoPart(const WCHAR* path) {
 // Makes the path of an attachment's file: of the wanted name, or of a unique one where there is none or a
 // file has it already, so that no record takes another's. 1 when there is none that fits into a part.
 int MakePath(const std::string& name, WCHAR (&path)[kTempPathRoom]) {
-  if (!name.empty()) {
+  if (!FILE_LastPart(name).empty()) {
     if (FILE_TempFilename(name.c_str(), path) != 0) return 1;
     if (!FILE_Exists(path)) return FitsIntoPart(path) ? 0 : 1;
   }
@@ -138,22 +114,6 @@ RawLine ReadRawLine(OsifStream& stream, std::string_view& line) {
   if (!stream.IsPlain()) line = CutLine(line);
   stream.Skip(bytes.size());
   return RawLine::kRead;
-}
-
-std::optional<std::string> MultipartBoundary(std::string_view content_type) {
-  std::optional<std::string_view> rest = After(content_type, "MULTIPART");
-  while (rest && (rest = After(*rest, "BOUNDARY"))) {
-    const std::string_view value = WithoutLeadingBlanks(*rest);
-    if (value.starts_with('=')) return ParameterValue(value.substr(1), "; \t");
-  }
-  return std::nullopt;
-}
-
-std::optional<std::string> AttachmentName(std::string_view content_type) {
-  const std::optional<std::string_view> value = After(content_type, "NAME=");
-  if (!value) return std::nullopt;
-  const std::string path = ParameterValue(*value, " \t");
-  return std::string(FILE_LastPart(path));
 }
 
 ContentEnd ReadContent(OsifStream& stream, std::string_view terminator, MessagePart& part) {

@@ -2,8 +2,6 @@
 // line breaks (RFC 2045, section 6.7).
 #pragma once
 
-#include <optional>
-#include <string>
 #include <string_view>
 
 #include "btosif/osif_file.h"
@@ -14,14 +12,6 @@ enum class RawLine { kRead, kEnd, kNoMemory };
 // The next physical line, without its line end: cut at its first carriage return or zero byte. Valid until
 // the next read from the stream. kEnd at the end of the file.
 RawLine ReadRawLine(OsifStream& stream, std::string_view& line);
-
-// What is between the parts of a multipart content: the value of the boundary parameter, which may be empty
-// (RFC 2046, section 5.1.1); nothing when the type is not multipart or has none.
-std::optional<std::string> MultipartBoundary(std::string_view content_type);
-
-// The value of the name parameter, the last part of it where it is a path; empty for one that names no file.
-// Nothing when the type has no name: its content is no attachment.
-std::optional<std::string> AttachmentName(std::string_view content_type);
 
 // How reading a content ended.
 struct ContentEnd {

@@ -123,6 +123,11 @@ class Converter {
     }
   }
 
+  HtmlExtent extent() const {
+    if (has_body_) return HtmlExtent::kDocument;
+    return has_markup_ ? HtmlExtent::kFragment : HtmlExtent::kText;
+  }
+
  private:
   void Take(WCHAR c) {
     switch (c) {
@@ -148,6 +153,7 @@ class Converter {
     const size_t found = rest_.find(end);
     const bool is_closed = found != WideView::npos;
     const WideView text = rest_.substr(0, is_closed ? found : 0);
+    has_markup_ = has_markup_ || is_closed;
     rest_.remove_prefix(is_closed ? found + 1 : rest_.size());
     return text;
   }
@@ -155,7 +161,10 @@ class Converter {
   // A word is enough when the tag begins with it: a longer name counts too.
   void TakeTag(WideView tag) {
     tag = WithoutLeadingWhiteSpace(tag);
-    if (BeginsWith(tag, u"BODY")) ++body_depth_;
+    if (BeginsWith(tag, u"BODY")) {
+      has_body_ = true;
+      ++body_depth_;
+    }
     if (BeginsWith(tag, u"/BODY")) --body_depth_;
     for (const WideView word : {u"/DIV", u"/P", u"/TD", u"/LI", u"/BR"}) {
       if (!BeginsWith(tag, word)) continue;
@@ -176,8 +185,10 @@ class Converter {
 
   WideView rest_;
   TextSink& sink_;
-  uint32_t body_depth_ =
-      0;  // wraps when a BODY is closed that was not opened: text is kept from there on
+  bool has_markup_ = false;
+  bool has_body_ = false;
+  // Wraps when a BODY is closed that was not opened: text is kept from there on.
+  uint32_t body_depth_ = 0;
 };
 
 }  // namespace
@@ -186,6 +197,13 @@ size_t HtmlToText(const WCHAR* input, WCHAR* output, size_t capacity) {
   TextSink sink(output, capacity);
   if (input != nullptr) Converter(input, sink).Run();
   return sink.Finish();
+}
+
+HtmlExtent HtmlExtentOf(const WCHAR* input) {
+  TextSink sink(nullptr, 0);
+  Converter converter(input, sink);
+  converter.Run();
+  return converter.extent();
 }
 
 size_t DecodeHtmlEntity(WideView entity, WCHAR* output) {

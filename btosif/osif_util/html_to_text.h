@@ -18,6 +18,16 @@ size_t HtmlToText(const WCHAR* input, WCHAR* output, size_t capacity);
 // The most units that one entity becomes.
 inline constexpr size_t kEntityUnits = 2;
 
+// What a text is that claims to be HTML.
+enum class HtmlExtent {
+  kText,      // no tag and no entity: nothing is there to convert
+  kFragment,  // markup, but no BODY element in which its text would count
+  kDocument   // markup with a BODY element
+};
+
+// Looks at a zero-terminated text as HtmlToText does.
+HtmlExtent HtmlExtentOf(const WCHAR* input);
+
 // Decodes what stands between "&" and ";": a name, "#" and a decimal number, or "#x" and a hexadecimal one
 // (HTML 4.01, section 5.3). Returns the number of units, which are written to `output` (may be null; room
 // for kEntityUnits): 0 for an empty text, else 1, or 2 for a character above U+FFFF. An unknown name and a

@@ -1,5 +1,5 @@
-// Memory of the record's lists and texts. It comes from the platform's heap, because callers of the C
-// interface and the library both hold it.
+// Memory of the record's lists and texts. It comes from the platform's heap, which is the C library's: callers of
+// the C interface allocate parts of a record themselves, and the library releases them.
 #pragma once
 
 #include <cstddef>

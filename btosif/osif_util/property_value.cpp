@@ -1,10 +1,12 @@
-// A value is one block of memory: the value itself and, behind it, its nodes and texts, which saves most of
-// the allocations of reading and releasing a record. AppendLine knows the texts beforehand and takes a block
-// that fits them exactly; other values start with room for a few. What finds no room gets a block of its own,
-// so whatever is released is looked at first: is it in its value's block, or not.
+// A value that the library makes lies in a chunk of memory together with its nodes and texts, which saves most of
+// the allocations of reading and releasing a record. AppendLine knows the texts beforehand and takes a chunk that
+// fits them exactly; other values start with room for a few. What finds no room goes into further chunks, and all
+// of them go with the value. Room is only taken, never given back: values are filled once and seldom changed.
 //
-// Room in a block is only taken, never given back: a text that is replaced stays where it is until the value
-// goes. Values are filled once and seldom changed.
+// Callers of the C interface make values, nodes and texts as well, each a block of the C library's heap, and put
+// them anywhere: what they replace or unlink is the value's all the same, and what they put there is released with
+// it. So whatever is released is looked at first: a value is told by its address, a node or text by whether it lies
+// in one of its value's chunks.
 //
 // When memory is short whatever is half made is released or left out, and each list ends where it ended
 // before, so that a caller may go on with it and release it as always.
@@ -12,6 +14,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <utility>
 
@@ -19,41 +22,93 @@
 
 namespace {
 
-// Where a value lies, and what lies behind it.
-struct ValueBlock {
-  size_t size;  // in bytes, with all that lies in it
+// The head of a chunk: what it holds follows.
+struct Chunk {
+  Chunk* next;  // of the first one the newest, of all others the one before it in time
+  size_t size;  // in bytes, with this head
   size_t used;  // of them
+};
+
+// A value with what lies behind it.
+struct FirstChunk {
+  Chunk head;
   PropertyValue value;
 };
+
+// The heap gives addresses that are multiples of this. The head has another size, so that no value behind one has
+// such an address, and a value that does was allocated by itself.
+constexpr size_t kHeapAlignment = 2 * sizeof(void*);
+static_assert(offsetof(FirstChunk, value) % kHeapAlignment != 0);
 
 // Room for the nodes and texts that a value without any mostly gets.
 constexpr size_t kUsualRoom = 200;
 
-ValueBlock& BlockOf(PropertyValue& value) {
-  return *reinterpret_cast<ValueBlock*>(reinterpret_cast<char*>(&value) -
-                                        offsetof(ValueBlock, value));
+// Room of the chunks after the first, unless more is needed at once: each is twice the one before, up to this.
+constexpr size_t kMostRoom = 64 * 1024;
+
+bool IsInChunk(const PropertyValue& value) {
+  return reinterpret_cast<uintptr_t>(&value) % kHeapAlignment != 0;
 }
 
-bool IsInBlock(PropertyValue& value, const void* place) {
-  const ValueBlock& block = BlockOf(value);
-  const auto* begin = reinterpret_cast<const char*>(&block);
+// Of a value that is in one.
+Chunk& FirstChunkOf(PropertyValue& value) {
+  return *reinterpret_cast<Chunk*>(reinterpret_cast<char*>(&value) - offsetof(FirstChunk, value));
+}
+
+Chunk& NewestChunkOf(PropertyValue& value) {
+  Chunk& first = FirstChunkOf(value);
+  return first.next == nullptr ? first : *first.next;
+}
+
+bool LiesIn(const Chunk& chunk, const void* place) {
+  const auto* begin = reinterpret_cast<const char*>(&chunk);
   const std::less<const char*> is_before;
   const auto* byte = static_cast<const char*>(place);
-  return !is_before(byte, begin) && is_before(byte, begin + block.size);
+  return !is_before(byte, begin) && is_before(byte, begin + chunk.size);
 }
 
-// Memory behind a value or, where there is no room, of its own; null when memory is short. For FreeInValue.
+// True for what the library made for the value. What was made last is mostly what is asked for.
+bool LiesInChunks(PropertyValue& value, const void* place) {
+  if (!IsInChunk(value)) return false;
+  const Chunk& first = FirstChunkOf(value);
+  if (LiesIn(first, place)) return true;
+  for (const Chunk* chunk = first.next; chunk != nullptr; chunk = chunk->next) {
+    if (LiesIn(*chunk, place)) return true;
+  }
+  return false;
+}
+
+// Makes a chunk with room for so many bytes the newest one. False when memory is short.
+bool AddChunk(PropertyValue& value, size_t room) {
+  room = std::max(room, std::min(2 * NewestChunkOf(value).size, kMostRoom));
+  auto* chunk = static_cast<Chunk*>(OsifAllocRaw(sizeof(Chunk) + room));
+  if (chunk == nullptr) return false;
+  Chunk& first = FirstChunkOf(value);
+  *chunk = {first.next, sizeof(Chunk) + room, sizeof(Chunk)};
+  first.next = chunk;
+  return true;
+}
+
+// Null when there is no room.
+void* TakeRoom(Chunk& chunk, size_t size, size_t alignment) {
+  const size_t begin = (chunk.used + alignment - 1) / alignment * alignment;
+  if (begin > chunk.size || size > chunk.size - begin) return nullptr;
+  chunk.used = begin + size;
+  return reinterpret_cast<char*>(&chunk) + begin;
+}
+
+// Memory for a node or a text of a value, in its chunks or, for a caller's value, by itself; null when memory is
+// short. For FreeInValue.
 void* AllocateIn(PropertyValue& value, size_t size, size_t alignment) {
-  ValueBlock& block = BlockOf(value);
-  const size_t begin = (block.used + alignment - 1) / alignment * alignment;
-  if (begin > block.size || size > block.size - begin) return OsifAllocRaw(size);
-  block.used = begin + size;
-  return reinterpret_cast<char*>(&block) + begin;
+  if (!IsInChunk(value)) return OsifAllocRaw(size);
+  if (void* memory = TakeRoom(NewestChunkOf(value), size, alignment)) return memory;
+  if (!AddChunk(value, size)) return nullptr;
+  return TakeRoom(NewestChunkOf(value), size, alignment);
 }
 
-// For what AllocateIn gave and for texts that were handed over.
+// For what AllocateIn gave, and for nodes and texts that were allocated by themselves.
 void FreeInValue(PropertyValue& value, void* memory) {
-  if (!IsInBlock(value, memory)) OsifFree(memory);
+  if (!LiesInChunks(value, memory)) OsifFree(memory);
 }
 
 void FreeTexts(PropertyValue& value, OsifText* node) {
@@ -65,18 +120,22 @@ void FreeTexts(PropertyValue& value, OsifText* node) {
   }
 }
 
+void FreeChunks(Chunk& first) {
+  for (Chunk* chunk = &first; chunk != nullptr;) OsifFree(std::exchange(chunk, chunk->next));
+}
+
 void FreeValue(PropertyValue* value) {
   FreeTexts(*value, value->params);
   FreeTexts(*value, value->components);
-  OsifFree(&BlockOf(*value));
+  IsInChunk(*value) ? FreeChunks(FirstChunkOf(*value)) : OsifFree(value);
 }
 
 // A value without lists, with room behind it for so many bytes; none of them counts as used.
 PropertyValue* NewValue(size_t room) {
-  auto* block = static_cast<ValueBlock*>(OsifAllocRaw(sizeof(ValueBlock) + room));
-  if (block == nullptr) return nullptr;
-  *block = {sizeof(ValueBlock) + room, sizeof(ValueBlock), {}};
-  return &block->value;
+  auto* chunk = static_cast<FirstChunk*>(OsifAllocRaw(sizeof(FirstChunk) + room));
+  if (chunk == nullptr) return nullptr;
+  *chunk = {{nullptr, sizeof(FirstChunk) + room, sizeof(FirstChunk)}, {}};
+  return &chunk->value;
 }
 
 // `last` may be null or anywhere in the list: from there on the end is looked for.
@@ -93,7 +152,7 @@ OsifText* NewTextNode(PropertyValue& value) {
   return node;
 }
 
-// Puts a text that lies in the value's block or in one of its own into a node, which is made when there is
+// Puts a text that lies in the value's chunks or by itself into a node, which is made when there is
 // none. False when memory is short; the text is then released.
 bool PutText(PropertyValue& value, OsifText*& node, char* text) {
   if (text == nullptr) return false;
@@ -261,7 +320,7 @@ void PropertyValue_AppendLine(std::string_view value_text, std::string_view para
   const size_t nodes = components + (param_text.empty() ? 0 : MostPieces(param_text));
   PropertyValue* value = NewValue(NodesBehind::Room(nodes, value_text.size() + param_text.size()));
   if (value == nullptr) return;
-  BlockOf(*value).used = BlockOf(*value).size;
+  FirstChunkOf(*value).used = FirstChunkOf(*value).size;
   NodesBehind behind(value, nodes);
   OsifText** link = &value->params;
   const auto append = [&](std::string_view piece) {
@@ -276,23 +335,29 @@ void PropertyValue_AppendLine(std::string_view value_text, std::string_view para
   Link(value, list, last);
 }
 
-void PropertyValue_SetComponent(PropertyValue* value, OwnedText text, size_t index) {
-  if (text == nullptr) return;
+bool PropertyValue_SetComponent(PropertyValue* value, OwnedText text, size_t index) {
+  if (text == nullptr) return false;
   OsifText** node = NodeAt(value, index);
-  if (node != nullptr) PutText(*value, *node, text.release());
+  return node != nullptr && PutText(*value, *node, text.release());
 }
 
-void PropertyValue_SetComponent(PropertyValue* value, std::string_view text, size_t index) {
+bool PropertyValue_SetComponent(PropertyValue* value, std::string_view text, size_t index) {
   OsifText** node = NodeAt(value, index);
-  if (node != nullptr) PutText(*value, *node, text);
+  return node != nullptr && PutText(*value, *node, text);
 }
 
-void PropertyValue_AddParam(PropertyValue* value, OwnedText text) {
-  if (value != nullptr && text != nullptr) PutText(*value, *EndOf(value->params), text.release());
+bool PropertyValue_AddParam(PropertyValue* value, OwnedText text) {
+  return value != nullptr && PutText(*value, *EndOf(value->params), text.release());
 }
 
-void PropertyValue_AddParam(PropertyValue* value, std::string_view text) {
-  if (value != nullptr) PutText(*value, *EndOf(value->params), text);
+bool PropertyValue_AddParam(PropertyValue* value, std::string_view text) {
+  return value != nullptr && PutText(*value, *EndOf(value->params), text);
+}
+
+bool PropertyValue_Reserve(PropertyValue& value, size_t bytes) {
+  if (!IsInChunk(value)) return true;
+  const Chunk& newest = NewestChunkOf(value);
+  return newest.size - newest.used >= bytes || AddChunk(value, bytes);
 }
 
 const OsifText* PropertyValue_FindParam(const OsifText* params, std::string_view word) {

@@ -1,8 +1,8 @@
 // Lists of property values: filling, searching and releasing them (vCard 2.1, section 2.1; vCalendar 1.0,
 // section 2.1). Texts are kept raw: encoded as received, with the escapes "\;" and "\\" left in.
 //
-// A record owns its lists. When memory is short a value, node or text is simply not added and the list
-// stays well formed.
+// A record owns its lists. Values, nodes and texts may also be a caller's, each allocated by itself. When memory is
+// short a value, node or text is simply not added and the list stays well formed.
 #pragma once
 
 #include <cstddef>
@@ -20,13 +20,19 @@ PropertyValue* PropertyValue_Append(PropertyValue*& list);
 PropertyValue* PropertyValue_Append(PropertyValue*& list, PropertyValue*& last);
 
 // Puts a text, or a copy of it, at a position, making the positions before it, and releases a text already
-// there. A null value or text does nothing.
-void PropertyValue_SetComponent(PropertyValue* value, OwnedText text, size_t index);
-void PropertyValue_SetComponent(PropertyValue* value, std::string_view text, size_t index);
+// there. A null value or text does nothing. False when nothing was put.
+bool PropertyValue_SetComponent(PropertyValue* value, OwnedText text, size_t index);
+bool PropertyValue_SetComponent(PropertyValue* value, std::string_view text, size_t index);
 
-// Appends one parameter node: the text itself, or a copy of it.
-void PropertyValue_AddParam(PropertyValue* value, OwnedText text);
-void PropertyValue_AddParam(PropertyValue* value, std::string_view text);
+// Appends one parameter node: the text itself, or a copy of it. False when nothing was appended.
+bool PropertyValue_AddParam(PropertyValue* value, OwnedText text);
+bool PropertyValue_AddParam(PropertyValue* value, std::string_view text);
+
+// Takes the memory for nodes and texts of so many bytes together, kPropertyNodeRoom for a node and one more for each
+// text's end, so that putting copies of them next cannot fail. False when memory is short. (It does nothing for a
+// caller's value, whose nodes and texts are allocated one by one.)
+bool PropertyValue_Reserve(PropertyValue& value, size_t bytes);
+inline constexpr size_t kPropertyNodeRoom = sizeof(OsifText) + alignof(OsifText);
 
 // The first parameter whose text contains the word, which is given in upper case, anywhere and in any
 // case; null when none does.

@@ -6,7 +6,9 @@
 // whose bytes look like ";" or "\": whatever would be misread is sent quoted-printable, asked for or not.
 //
 // Character set and encoding are a property's, not a component's. The first component that needs one chooses
-// it, and the components that are there already are rewritten where they would come to mean something else.
+// it, and the components that are there already are rewritten where they would come to mean something else. A
+// parameter is added before anything relies on it: where memory is short for it, the text stays plain, or is not put
+// at all if a receiver would take it for another one.
 #include "btosif/osif_util/value_text.h"
 
 #include <algorithm>
@@ -107,12 +109,13 @@ uint32_t ChooseCodePage(const PropertyValue& value, WideView text) {
   return output != 0 && IsValidCodePage(output) ? output : kUtf8CodePage;
 }
 
-// A value that names a character set keeps the name that it has.
-void NameCharset(PropertyValue& value, const char* charset) {
-  if (charset == nullptr || (value.flags & OSIF_VALUE_CHARSET) != 0) return;
-  if (PropertyValue_FindParam(value.params, "CHARSET") != nullptr) return;
-  PropertyValue_AddParam(&value, std::string("CHARSET=") + charset);
+// A value that names a character set keeps the name that it has. False when memory is short for the name.
+bool NameCharset(PropertyValue& value, const char* charset) {
+  if (charset == nullptr || (value.flags & OSIF_VALUE_CHARSET) != 0) return true;
+  if (PropertyValue_FindParam(value.params, "CHARSET") != nullptr) return true;
+  if (!PropertyValue_AddParam(&value, std::string("CHARSET=") + charset)) return false;
   value.flags |= OSIF_VALUE_CHARSET;
+  return true;
 }
 
 // The text as it comes back from a code page.
@@ -183,23 +186,33 @@ SentText ForSending(uint32_t code_page, WideView text) {
   return {std::move(bytes), is_misread};
 }
 
-// The encoding holds for all components of a value, so those that were left plain follow.
-void DeclareQuotedPrintable(PropertyValue& value) {
+// The encoding holds for all components of a value, so those that were left plain follow: all of them or, when
+// memory is short, which gives false, none.
+bool DeclareQuotedPrintable(PropertyValue& value) {
+  constexpr std::string_view kParam = "ENCODING=QUOTED-PRINTABLE";
+  size_t room = kParam.size() + 1 + kPropertyNodeRoom;
+  for (const OsifText& node : Texts(value.components)) {
+    if (node.text != nullptr) room += QuotedPrintableEncode(node.text, nullptr, 0) + 1;
+  }
+  if (!PropertyValue_Reserve(value, room) || !PropertyValue_AddParam(&value, kParam)) return false;
   size_t index = 0;
   for (const OsifText& node : Texts(value.components)) {
     const size_t position = index++;
     if (node.text == nullptr) continue;
     PropertyValue_SetComponent(&value, QuotedPrintableEncode(node.text), position);
   }
-  PropertyValue_AddParam(&value, "ENCODING=QUOTED-PRINTABLE");
   value.flags |= OSIF_VALUE_QUOTED_PRINTABLE;
+  return true;
 }
 
-// A text that quoted-printable would not change is sent as it is.
-void EncodeWhereNeeded(PropertyValue& value, std::string& bytes) {
-  if (QuotedPrintableEncode(bytes, nullptr, 0) == bytes.size()) return;
+// A text that quoted-printable would not change is sent as it is. False when it could not be encoded: the bytes are
+// then what they were.
+bool EncodeWhereNeeded(PropertyValue& value, std::string& bytes) {
+  if (QuotedPrintableEncode(bytes, nullptr, 0) == bytes.size()) return true;
+  const bool is_declared = (value.flags & OSIF_VALUE_QUOTED_PRINTABLE) != 0;
+  if (!is_declared && !DeclareQuotedPrintable(value)) return false;
   bytes = QuotedPrintableEncode(bytes);
-  if ((value.flags & OSIF_VALUE_QUOTED_PRINTABLE) == 0) DeclareQuotedPrintable(value);
+  return true;
 }
 
 void PutText(WideView text, PropertyValue& value, uint32_t code_page, uint32_t encode_flags,
@@ -207,7 +220,10 @@ void PutText(WideView text, PropertyValue& value, uint32_t code_page, uint32_t e
   SentText sent = ForSending(code_page, text);
   const bool is_asked_for = (encode_flags & kEncodeQuotedPrintable) != 0 ||
                             (value.flags & OSIF_VALUE_QUOTED_PRINTABLE) != 0;
-  if (is_asked_for || sent.is_misread) EncodeWhereNeeded(value, sent.bytes);
+  if (is_asked_for || sent.is_misread) {
+    const bool is_encoded = EncodeWhereNeeded(value, sent.bytes);
+    if (!is_encoded && sent.is_misread) return;
+  }
   PropertyValue_SetComponent(&value, sent.bytes, index);
 }
 
@@ -265,7 +281,7 @@ void PropertyValue_SetText(WideView text, PropertyValue* value, uint32_t encode_
   if (value == nullptr) return;
   text = text.substr(0, text.find(u'\0'));
   const uint32_t code_page = ChooseCodePage(*value, text);
-  NameCharset(*value, SentCharsetName(code_page));
+  if (!NameCharset(*value, SentCharsetName(code_page))) return;
   if (code_page != kLatin1CodePage && value->codePage == 0) FollowCharset(*value, code_page);
   PutText(text, *value, code_page, encode_flags, index);
   if (code_page != kLatin1CodePage) value->codePage = code_page;

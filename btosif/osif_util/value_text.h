@@ -23,6 +23,7 @@ WideText DecodedText(PropertyValue* value, size_t index = 0);
 // Fills one component of a value that is to be sent: escapes ";" and "\", chooses the character set
 // (none for plain ASCII, else the configured one, with its CHARSET parameter) and the encoding. A text
 // with line breaks is always encoded, since a property line cannot hold one. Charset and encoding hold for
-// the whole value: components that are there already are changed where they would be misread.
+// the whole value: components that are there already are changed where they would be misread. Where memory is
+// short for a parameter, the text stays plain or, if a receiver would misread it so, is not put.
 void PropertyValue_SetText(WideView text, PropertyValue* value, uint32_t encode_flags,
                            size_t index);

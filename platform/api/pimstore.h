@@ -117,8 +117,20 @@ struct IPOutlookApp : IDispatch {
 struct IPOutlookItemCollection : IDispatch {
   virtual HRESULT Add(IDispatch** item) = 0;  // unsaved, of the folder's kind
   virtual HRESULT get_Count(int* count) = 0;
-  // The first item that meets a restriction such as [LastName]="Lee" AND [FirstName]="Ann", and
-  // each next one; S_OK with null when there is none.
+  // The first item of the folder that meets a restriction, and each next one; S_OK with null when
+  // there is none. The restrictions that a store has to understand are terms joined by " AND ", each
+  // a property in brackets, "=" and a value in quotation marks: [LastName]="Lee" AND [FirstName]="Ann".
+  //
+  //   contacts      [Title], [FirstName], [MiddleName], [LastName], [Suffix]
+  //   appointments  [Start], then [Subject] or [Body]
+  //   tasks         [Subject]
+  //
+  // Texts are met whatever their case, or exactly: what is found is compared once more. A quotation
+  // mark in a text is not escaped; it ends the text where the end of the restriction or more of it
+  // follows. A date is the day as GetDateFormatW writes it for the user's locale (DATE_SHORTDATE), a
+  // blank, and the time as GetTimeFormatW does (TIME_FORCE24HOURFORMAT), and is met to the second:
+  // [Start]="05/01/2006 09:00:00". A store that cannot do this fails; contacts are then not found,
+  // appointments and tasks are looked at one by one.
   virtual HRESULT Find(BSTR restriction, IDispatch** item) = 0;
   virtual HRESULT FindNext(IDispatch** item) = 0;
   virtual HRESULT Item(int index, IDispatch** item) = 0;  // counted from 1

@@ -4,3 +4,6 @@
 // Makes the nth LocalAlloc from now on this thread return null (1 is the next one); the ones after
 // it succeed again. 0 calls it off. Automation strings are allocated with LocalAlloc too.
 void FailAllocation(int nth);
+
+// True while that failure is still to come: nothing asked for memory often enough.
+bool IsFailurePending();

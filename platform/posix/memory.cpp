@@ -11,6 +11,8 @@ int allocations_until_failure = 0;
 
 void FailAllocation(int nth) { allocations_until_failure = nth; }
 
+bool IsFailurePending() { return allocations_until_failure > 0; }
+
 HLOCAL LocalAlloc(UINT flags, SIZE_T bytes) {
   const bool fails = allocations_until_failure > 0 && --allocations_until_failure == 0;
   const SIZE_T size = bytes == 0 ? 1 : bytes;

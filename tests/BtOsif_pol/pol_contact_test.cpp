@@ -537,6 +537,16 @@ TEST_F(PolGetContact, GivesTheOrganisationAndItsDepartmentTwice) {
   EXPECT_EQ(Shown(contact.dept), ShownValues({u":Sales"}));
 }
 
+// A value is encoded as a whole only where it has to be.
+TEST_F(PolGetContact, GivesTheDepartmentByItselfAsItIs) {
+  OsifContact& contact = Get({{"CompanyName", u"Acme\r\nLtd"}, {"Department", u"R: D"}});
+  EXPECT_EQ(ComponentText(contact.org, 1), "R=3A D");
+  EXPECT_EQ(ParamsOf(*contact.org), std::vector<std::string>({"ENCODING=QUOTED-PRINTABLE"}));
+  EXPECT_EQ(ComponentText(contact.dept, 0), "R: D");
+  EXPECT_EQ(ParamsOf(*contact.dept), std::vector<std::string>());
+  EXPECT_EQ(contact.dept->flags, 0u);
+}
+
 const ContactTexts kAllTelephones = {
     {"HomeTelephoneNumber", u"1"},     {"Home2TelephoneNumber", u"2"},
     {"BusinessTelephoneNumber", u"3"}, {"Business2TelephoneNumber", u"4"},

@@ -1,8 +1,11 @@
 #include "BtOsif_pol/pol_find.h"
 
 #include "BtOsif_pol/pol_dispatch.h"
+#include "BtOsif_pol/pol_id.h"
+#include "BtOsif_pol/pol_item.h"
 #include "tests/BtOsif_pol/calendar_fixture.h"
 #include "tests/BtOsif_pol/contacts_on_device.h"
+#include "tests/support/fake_calendar.h"
 #include "tests/support/pol_fixture.h"
 
 namespace {
@@ -229,6 +232,69 @@ TEST_F(PolFind, FindsNothingInUnknownStores) {
   EXPECT_STREQ(id_.text, "before");
 }
 
+// ---- A PIM that cannot search its calendar ----------------------------------------------------------
+
+class PolFindBySight : public PolTest {
+ protected:
+  void SetUp() override {
+    Open();
+    pim_.found = {pim_.Keep({{"LastName", u"no item of the calendar"}})};
+    pim_.others[olFolderCalendar] = {Appointment(1, u"Tea", "20060501T100000"),
+                                     {},
+                                     Appointment(2, u"Tea", "20060501T090000"),
+                                     Appointment(3, u"Tea", "20060501T090000")};
+    pim_.others[olFolderTasks] = {Task(4, u"Call"), {}, Task(5, u"Pay"), Task(6, u"Pay")};
+  }
+
+  static ComPtr<IDispatch> Appointment(LONG oid, std::u16string subject, const char* start) {
+    auto* item = new FakeAppointment;
+    item->values.numbers = {{"Oid", oid}, {"Start", At(start)}};
+    item->values.texts["Subject"] = std::move(subject);
+    return ComPtr<IDispatch>(item);
+  }
+  static ComPtr<IDispatch> Task(LONG oid, std::u16string subject) {
+    auto* item = new FakeTask;
+    item->values.numbers["Oid"] = oid;
+    item->values.texts["Subject"] = std::move(subject);
+    return ComPtr<IDispatch>(item);
+  }
+
+  template <typename Record>
+  static std::string Find(Record record) {
+    IdBuffer id("");
+    return POL_FindObject(OSIF_STORE_CAL, record.get(), id.text) ? id.text : "";
+  }
+
+  void ExpectThatAllIsFound() {
+    EXPECT_EQ(Find(EventRecord({"SUMMARY:Tea", "DTSTART:20060501T090000"})), "00000002");
+    EXPECT_EQ(Find(EventRecord({"SUMMARY:Tea", "DTSTART:20060501T100000"})), "00000001");
+    EXPECT_EQ(Find(EventRecord({"SUMMARY:Tea", "DTSTART:20060501T110000"})), "");
+    EXPECT_EQ(Find(TodoRecord({"SUMMARY:Pay"})), "00000005");
+    EXPECT_EQ(Find(TodoRecord({"SUMMARY:Sleep"})), "");
+    EXPECT_EQ(pim_.restrictions.size(), 5u) << "it was asked";
+  }
+};
+
+TEST_F(PolFindBySight, IsGoneThroughWhenTheSearchFails) {
+  pim_.faults.find = E_NOTIMPL;
+  ExpectThatAllIsFound();
+}
+
+TEST_F(PolFindBySight, IsGoneThroughWhenTheSearchCannotGoOn) {
+  pim_.faults.find_next = E_FAIL;
+  ExpectThatAllIsFound();
+}
+
+TEST_F(PolFindBySight, IsGoneThroughWhenTheSearchGivesWhatIsNoItemOfTheKind) {
+  ExpectThatAllIsFound();
+}
+
+TEST_F(PolFindBySight, IsNotGoneThroughAfterASearchThatFoundNothing) {
+  pim_.found.clear();
+  EXPECT_EQ(Find(EventRecord({"SUMMARY:Tea", "DTSTART:20060501T090000"})), "");
+  EXPECT_EQ(Find(TodoRecord({"SUMMARY:Pay"})), "");
+}
+
 // ---- On the device's own PIM ------------------------------------------------------------------------
 
 class PolFindOnDevice : public ContactsOnDevice {
@@ -362,6 +428,28 @@ TEST_F(PolFindItem, FindsAnEventWithoutASummaryByItsDescription) {
   EXPECT_EQ(FindItem(EventRecord({"DTSTART:20060501T090000"})), none);
   EXPECT_EQ(FindItem(EventRecord({"DESCRIPTION:Two", "DTSTART:20060501T090000"})), "");
   EXPECT_EQ(FindItem(EventRecord({"DESCRIPTION:two", "DTSTART:20060501T100000"})), "");
+}
+
+// It is an item of its own to the PIM, but in no folder: nobody could change it.
+TEST_F(PolFindItem, FindsNoChangedOccurrenceOfASeries) {
+  const std::string series = AddItem(EventRecord(
+      {"SUMMARY:Tea", "DTSTART:20060501T090000", "DTEND:20060501T093000", "RRULE:D1 #9"}));
+  const auto item =
+      pol_As<IAppointment>(pol_ItemFromOid(*pol_Application(), pol_ReadId(series.c_str()).value()));
+  ASSERT_TRUE(item);
+  ComPtr<IRecurrencePattern> pattern = PatternOf(*item);
+  ComPtr<IAppointment> occurrence;
+  ASSERT_EQ(pattern->GetOccurrence(At("20060503"), occurrence.put()), S_OK);
+  PutText(*occurrence, &IAppointment::put_Subject, u"Talk");
+  ASSERT_EQ(occurrence->Save(), S_OK);
+  AddItem(EventRecord({"SUMMARY:Later", "DTSTART:20060601T090000"}));
+  const char* talk[] = {"SUMMARY:Talk", "DTSTART:20060503T090000"};
+  EXPECT_EQ(FindItem(EventRecord({talk[0], talk[1]})), "");
+
+  const std::string id = AddItem(EventRecord({talk[0], talk[1]}));
+  EXPECT_EQ(FindItem(EventRecord({talk[0], talk[1]})), id);
+  EventRecord changed({talk[0], talk[1], "LOCATION:Hall"});
+  EXPECT_EQ(Code(POL_ModifyObject(OSIF_STORE_CAL, id.c_str(), changed.get(), nullptr)), OSIF_OK);
 }
 
 TEST_F(PolFindItem, FindsAllDayEventsByTheirDay) {

@@ -151,6 +151,32 @@ TEST_F(PolWalk, StartedAgainBeginsAtTheFirstItemAndLetsGoOfTheOldCollection) {
   EXPECT_EQ(pim_.live_objects, held);
 }
 
+TEST_F(PolWalk, EndsWithTheFirstIdOfAnyOtherStore) {
+  KeepContacts(3);
+  Open();
+  for (int32_t store_id : {OSIF_STORE_CAL, OSIF_STORE_NOTE, OSIF_STORE_MSG_IN, OSIF_STORE_MSG_SENT,
+                           OSIF_STORE_MSG_OUT}) {
+    ASSERT_EQ(First(OSIF_STORE_PB), OSIF_OK);
+    const int held = pim_.live_objects;
+    EXPECT_NE(First(store_id), OSIF_OK);
+    EXPECT_EQ(Next(OSIF_STORE_PB), OSIF_ERR_END_OF_STORE) << store_id;
+    if (store_id != OSIF_STORE_CAL) {
+      EXPECT_LT(pim_.live_objects, held) << store_id;
+    }
+  }
+}
+
+TEST_F(PolWalk, GoesOnAfterARefusedStore) {
+  KeepContacts(2);
+  Open();
+  for (int32_t store_id : kNoStores) {
+    ASSERT_EQ(First(), OSIF_OK);
+    ASSERT_EQ(First(store_id), OSIF_ERR_TYPE_NOT_SUPPORTED);
+    EXPECT_EQ(Next(), OSIF_OK);
+    EXPECT_STREQ(id_.text, "00000002");
+  }
+}
+
 struct WalkFault {
   HRESULT PimFaults::*call;
   const char* message;

@@ -185,6 +185,9 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         ReadCase{"D1 #0", "daily every 1 times 0"}, ReadCase{"D1 #2", "daily every 1 times 2"},
         ReadCase{"D1 #010", "daily every 1 times 10"},
+        // A "#" without a number is no duration, and what follows it is lost.
+        ReadCase{"D1 #", "daily every 1 times 2"}, ReadCase{"D1 #x", "daily every 1 times 2"},
+        ReadCase{"D1 # 20061231T000000", "daily every 1 times 2"},
         ReadCase{"D1 #2147483647", "daily every 1 times 2147483647"},
         ReadCase{"D1 #3 #4", "daily every 1 times 3"},
         ReadCase{"D1 20061231T000000", "daily every 1 times 2 until 20061231T000000"},
@@ -210,7 +213,7 @@ INSTANTIATE_TEST_SUITE_P(
         ReadCase{"M5 20061231T000000", "minutely every 5 times 2 until 20061231T000000"},
         ReadCase{"M5 #3 20061231T000000", "minutely every 5 times 3 until 20061231T000000"},
         ReadCase{"M5 20061231T000000 #3", "minutely every 5 times 3 until 20061231T000000"},
-        ReadCase{"M5 #3 #4", "error"}, ReadCase{"M5 #2 #2", "error"},
+        ReadCase{"M5 #3 #4", "error"}, ReadCase{"M5 #2 #2", "error"}, ReadCase{"M5 #", "error"},
         ReadCase{"M5 20061231T000000 20061231T000000", "error"}, ReadCase{"M5 0900", "error"},
         ReadCase{"M5 MO", "error"}, ReadCase{"M5 hello", "error"}, ReadCase{"M5 M5", "error"},
         ReadCase{"M5 #3 x", "error"}, ReadCase{"M5 ", "minutely every 5 times 2"}));
@@ -272,6 +275,7 @@ INSTANTIATE_TEST_SUITE_P(
         ReadCase{"MP1 1 MO", "by position every 1 times 2"},
         ReadCase{"MP1 +1 MO", "by position every 1 times 2"},
         ReadCase{"MP1 1+$$ MO", "by position every 1 times 2"},
+        ReadCase{"MP1 1+x 2-- MO", "by position every 1 times 2 at ( nth1 nth-2 day2 )"},
         ReadCase{"MP1 MO", "by position every 1 times 2"},
         ReadCase{"MP1 0900", "by position every 1 times 2"},
         ReadCase{"MP6 1+ MO #5", "by position every 6 times 5 at ( nth1 day2 )"}));
@@ -287,6 +291,10 @@ INSTANTIATE_TEST_SUITE_P(
                     ReadCase{"MD1 12345", "by day every 1 times 2"},
                     ReadCase{"MD1 1234- 1", "by day every 1 times 2"},
                     ReadCase{"MD1 LD$ 1", "by day every 1 times 2"},
+                    ReadCase{"MD1 15+- 1", "by day every 1 times 2"},
+                    ReadCase{"MD1 15-+ 1", "by day every 1 times 2"},
+                    ReadCase{"MD1 1++ 1", "by day every 1 times 2"},
+                    ReadCase{"MD1 1-- 1", "by day every 1 times 2"},
                     ReadCase{"MD1 ld", "by day every 1 times 2"},
                     ReadCase{"MD1 -1", "by day every 1 times 2"},
                     ReadCase{"MD1 2 15 x 16", "by day every 1 times 2 at 2 15"},

@@ -488,6 +488,30 @@ TEST_F(File, AWantedNameIsInTheSystemsCodePage) {
   EXPECT_EQ(text.substr(text.size() - 5), u"п.txt");
 }
 
+// The second byte of each of these letters is that of a backslash.
+TEST_F(File, ALetterWhoseByteLooksLikeASeparatorStaysInAWantedName) {
+  WCHAR path[kTempPathRoom];
+  support::SetSystemCodePage(932);
+  ForgetCharsetChoices();
+  EXPECT_EQ(FILE_LastPart("\x95\x5C.txt"), u"\u8868.txt");
+  EXPECT_EQ(FILE_LastPart("\x95\x5C\\\x83\x5C.txt"), u"\u30BD.txt");
+  ASSERT_EQ(FILE_TempFilename("\x95\x5C.txt", path), 0);
+  EXPECT_TRUE(std::u16string_view(path).ends_with(u"\u8868.txt"));
+  support::SetSystemCodePage(950);
+  ForgetCharsetChoices();
+  EXPECT_EQ(FILE_LastPart("\xB3\x5C.txt"), u"\u8A31.txt");
+}
+
+TEST_F(File, TheLastPartOfANameLeadsNowhereElse) {
+  EXPECT_EQ(FILE_LastPart("../../x"), u"x");
+  EXPECT_EQ(FILE_LastPart("..\\..\\x"), u"x");
+  EXPECT_EQ(FILE_LastPart("c:x"), u"x");
+  EXPECT_EQ(FILE_LastPart("/etc/passwd"), u"passwd");
+  for (const char* folder : {"", ".", "..", "a/", "a/..", "a\\."}) {
+    EXPECT_EQ(FILE_LastPart(folder), u"") << folder;
+  }
+}
+
 TEST_F(File, AWantedNameThatIsTooLongStaysWithinThePath) {
   WCHAR path[kTempPathRoom + 1];
   std::fill(std::begin(path), std::end(path), u'#');

@@ -8,8 +8,12 @@ namespace {
 
 using namespace support;
 using testing::Contains;
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::Not;
+
+constexpr char kAdding[] = "MAPI:  MAPI_AddMail() Folder:";
+constexpr char kAdded[] = "       MAPI_AddMail() returns 0";
 
 // ---- Into the store -----------------------------------------------------------------------------
 
@@ -226,14 +230,44 @@ TEST_F(MapiBodyIn, PlainTextIsNotTakenForHtml) {
   EXPECT_EQ(Write("<body>a&amp;b</body>", ""), u"<body>a&amp;b</body>");
 }
 
-TEST_F(MapiBodyIn, HtmlThatConvertsToNothingIsToldAndKeptAsItIs) {
-  EXPECT_EQ(Write("no body element", "text/html"), u"no body element");
-  EXPECT_THAT(Trace(), Contains("MAPI:  Could not convert BODY to plain text"));
+TEST_F(MapiBodyIn, HtmlWithoutTextIsToldAndStoredAsTheEmptyText) {
+  for (const char* html : {"<html><body><img src=\"a.gif\"></body></html>", "<body>\n</body>",
+                           "<img src=\"a.gif\">", "<html><head></head></html>"}) {
+    EXPECT_EQ(Write(html, "text/html"), u"") << html;
+    EXPECT_THAT(Trace(),
+                ElementsAre(kAdding, "MAPI:  Could not convert BODY to plain text", kAdded))
+        << html;
+  }
+}
+
+struct FragmentCase {
+  const char* html;
+  const char16_t* text;
+};
+
+class MapiFragment : public MapiBodyIn, public testing::WithParamInterface<FragmentCase> {};
+
+TEST_P(MapiFragment, IsConvertedAsIfItStoodInABody) {
+  EXPECT_EQ(Write(GetParam().html, "text/html"), GetParam().text) << GetParam().html;
+  EXPECT_THAT(Trace(), ElementsAre(kAdding, kAdded));
+}
+
+INSTANTIATE_TEST_SUITE_P(Html, MapiFragment,
+                         testing::Values(FragmentCase{"<p>Hello</p>", u"Hello\r\n"},
+                                         FragmentCase{"<html><p>Hello</p></html>", u"Hello\r\n"},
+                                         FragmentCase{"Tom &amp; Ann", u"Tom & Ann"},
+                                         FragmentCase{"one</br>\n  two", u"one\r\ntwo"},
+                                         FragmentCase{"<p>a</p></body></html>b", u"a\r\nb"}));
+
+// Without markup its lines are all that it has, and an "&" is one.
+TEST_F(MapiBodyIn, PlainTextThatClaimsToBeHtmlIsStoredAsItIs) {
+  EXPECT_EQ(Write("no markup\nAT&T <3\n", "text/html"), u"no markup\r\nAT&T <3\r\n");
+  EXPECT_THAT(Trace(), ElementsAre(kAdding, kAdded));
 }
 
 TEST_F(MapiBodyIn, HtmlThatConvertsIsNotToldOf) {
   Write("<body>x</body>", "text/html");
-  EXPECT_THAT(Trace(), Not(Contains("MAPI:  Could not convert BODY to plain text")));
+  EXPECT_THAT(Trace(), ElementsAre(kAdding, kAdded));
 }
 
 TEST_F(MapiBodyIn, AMegabyteOfHtmlIsConverted) {

@@ -72,13 +72,19 @@ INSTANTIATE_TEST_SUITE_P(
                     DateCase{"Wed, 02 Jan 2002 03:11:12 PDT", kMorning},
                     DateCase{"Wed, 02 Jan 2002 10:11:12 XYZ", kMorning},  // an unknown zone
                     DateCase{"Wed, 02 Jan 2002 11:11:12 +0100 (MET)", kMorning},
-                    // As it stands after the ":".
-                    DateCase{" Wed, 02 Jan 2002 10:11:12 GMT", kMorning},
                     DateCase{"Wed, 02 Jan 02 10:11:12 GMT", kMorning},
                     DateCase{"Wed, 02 Jan 2002 10:11:12 A", kMorning},
                     DateCase{"Fri, 31 Dec 1999 23:59:59 GMT", 946684799},
                     DateCase{"Tue, 29 Feb 2000 00:00:00 GMT", 951782400},
                     DateCase{"20020102T101112Z", kMorning}));
+
+// As a value stands after the ":".
+INSTANTIATE_TEST_SUITE_P(WithBlanksAround, MapiDateForm,
+                         testing::Values(DateCase{" Wed, 02 Jan 2002 10:11:12 GMT", kMorning},
+                                         DateCase{" 20020102T101112Z", kMorning},
+                                         DateCase{"\t 20020102T101112Z", kMorning},
+                                         DateCase{"20020102T101112Z ", kMorning},
+                                         DateCase{"  Wed, 02 Jan 2002 10:11:12 GMT\t", kMorning}));
 
 // Noon of the 15th, 2005.
 INSTANTIATE_TEST_SUITE_P(Months, MapiDateForm,
@@ -132,6 +138,8 @@ INSTANTIATE_TEST_SUITE_P(Forms, MapiDateLocal,
                                                   kMorning - 10 * kHour - 11 * 60 - 12},
                                          // The legacy form.
                                          DateCase{"Jan 2 10:11:12 2002", kMorning},
+                                         DateCase{" Jan 2 10:11:12 2002 ", kMorning},
+                                         DateCase{" 20020102T101112", kMorning},
                                          DateCase{"Wed, Jan 2 10:11:12 2002", kMorning}));
 
 TEST_F(MapiDate, FollowsTheZonesRulesForTheDateInQuestion) {
@@ -155,7 +163,7 @@ TEST_P(MapiNoDate, IsToldByTheReaderOfTheLegacyForm) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, MapiNoDate,
-                         testing::Values("tomorrow", "Wed, ", "Wed, 02", "Wed, 02 Jan",
+                         testing::Values("tomorrow", "Wed,", "Wed, 02", "Wed, 02 Jan",
                                          "Wed, 02 Jan 2002 now", "Jan 2 10:11:12"));
 
 TEST_F(MapiDate, AnUnknownMonthOfTheLegacyFormIsTold) {

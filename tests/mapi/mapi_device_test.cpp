@@ -114,9 +114,31 @@ TEST_P(MapiDeviceFolder, TheSameMessageIsFoundWithAndWithoutATrace) {
                                     Find("Lunch", GetParam().name, "")};
   };
   const auto expected = ElementsAre(ids[0], ids[1], "-", "-", dateless);
+  ASSERT_TRUE(OSIF_IsTraced());
   EXPECT_THAT(find_all(), expected);
-  TraceReceiver trace;
+  trace_.reset();
+  ASSERT_FALSE(OSIF_IsTraced());
   EXPECT_THAT(find_all(), expected);
+}
+
+// Two text messages of a telephone that writes no date.
+TEST_P(MapiDeviceFolder, MessagesWithoutADateAreToldApartByTheirSenderAndBody) {
+  const auto fill = [](MailRecord& record, const char* sender, const char* body) -> MailRecord& {
+    return record.Folder(GetParam().name).From(sender).Body(body);
+  };
+  MailRecord first, second, third;
+  const std::string ids[] = {Add(fill(first, "ann", "At one?\n")),
+                             Add(fill(second, "bob", "At one?\n")),
+                             Add(fill(third, "ann", "At two?\n"))};
+  const auto find = [](MailRecord& record) {
+    MailId id;
+    return std::string(MAPI_FindMail(*record, id.text) ? id.text : "-");
+  };
+  MailRecord other;
+  EXPECT_EQ(find(first), ids[0]);
+  EXPECT_EQ(find(second), ids[1]);
+  EXPECT_EQ(find(third), ids[2]);
+  EXPECT_EQ(find(fill(other, "bob", "At two?\n")), "-");
 }
 
 TEST_P(MapiDeviceFolder, AMessageIsInItsFolderOnly) {

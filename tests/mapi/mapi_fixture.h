@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "btosif/osif_util/object_record.h"
@@ -81,9 +83,9 @@ class MapiAdapterTest : public TextTest {
     ForgetCharsetChoices();
   }
 
-  TraceLines Trace() { return trace_.Lines(); }
+  TraceLines Trace() { return trace_->Lines(); }
 
-  TraceReceiver trace_;
+  std::optional<TraceReceiver> trace_{std::in_place};  // without it nothing is traced
 };
 
 // The same with the fake in the place of the device's messaging.
@@ -96,7 +98,7 @@ class FakeMapiTest : public MapiAdapterTest {
   }
   void Forget() {
     mapi_.Calls();
-    trace_.Lines();
+    trace_->Lines();
   }
 
   // A session, but no folder.

@@ -300,6 +300,87 @@ TEST_F(MapiFind, ARecordWithoutADateMatchesADateOfZero) {
   EXPECT_EQ(Find("Lunch", ""), "01");
 }
 
+// ---- Without a date -----------------------------------------------------------------------------
+
+class MapiFindDateless : public OpenFakeMapiTest {
+ protected:
+  FakeMail& Keep(const char* id, const char16_t* sender, std::u16string_view body) {
+    FakeMail& mail = mapi_.Keep(
+        mapi_.inbox, id,
+        {FakeValue::Text(PR_SUBJECT, u"Lunch"), FakeValue::Text(PR_SENDER_EMAIL_ADDRESS, sender)});
+    mail.SetBody(body);
+    return mail;
+  }
+  static std::string Find(MailRecord& record) {
+    MailId id;
+    return MAPI_FindMail(*record.Subject("Lunch"), id.text) ? id.text : "-";
+  }
+  static std::string Find(std::string_view sender, std::string_view body) {
+    MailRecord record;
+    return Find(record.From(sender).Body(body));
+  }
+};
+
+TEST_F(MapiFindDateless, OnlyAMessageOfTheSameSenderAndBodyIsTheSame) {
+  Keep("\x01", u"ann", u"At one?\r\n");
+  Keep("\x02", u"ann", u"At two?\r\n");
+  Keep("\x03", u"bob", u"At one?\r\n");
+  EXPECT_EQ(Find("ann", "At one?\n"), "01");
+  EXPECT_EQ(Find(" ann", "At two?\n"), "02");
+  EXPECT_EQ(Find("bob", "At one?\n"), "03");
+  EXPECT_EQ(Find("bob", "At two?\n"), "-");
+  EXPECT_EQ(Find("Ann", "At one?\n"), "-");
+  EXPECT_EQ(Find("ann", "At one?"), "-");
+  EXPECT_EQ(Find("ann", ""), "-");
+  EXPECT_EQ(Find("", "At one?\n"), "-");
+}
+
+TEST_F(MapiFindDateless, ADateThatCannotBeReadIsNone) {
+  Keep("\x01", u"ann", u"At one?");
+  MailRecord same, other;
+  EXPECT_EQ(Find(same.Date("soon").From("ann").Body("At one?")), "01");
+  EXPECT_EQ(Find(other.Date("soon").From("bob").Body("At one?")), "-");
+}
+
+TEST_F(MapiFindDateless, BodiesAreComparedAsTheyAreStored) {
+  Keep("\x01", u"ann", u"Caf\u00E9\r\nat one");
+  MailRecord html, encoded;
+  EXPECT_EQ(Find(html.From("ann").Body("<p>Caf&eacute;</p>at one", "text/html")), "01");
+  EXPECT_EQ(Find(encoded.From("ann").Body("Caf=C3=A9\nat one", "text/plain; charset=UTF-8",
+                                          "quoted-printable")),
+            "01");
+}
+
+TEST_F(MapiFindDateless, WhatIsMissingIsEmpty) {
+  mapi_.Keep(mapi_.inbox, "\x01", {FakeValue::Text(PR_SUBJECT, u"Lunch")});
+  EXPECT_EQ(Find("ann", ""), "-");
+  EXPECT_EQ(Find("", "At one?"), "-");
+  EXPECT_EQ(Find("", ""), "01");
+  MailRecord record;
+  EXPECT_EQ(Find(record), "01");
+}
+
+TEST_F(MapiFindDateless, AMessageThatCannotBeReadIsNotTakenForTheSame) {
+  Keep("\x01", u"ann", u"At one?");
+  Keep("\x02", u"ann", u"At one?");
+  for (const char* call :
+       {"folder.OpenEntry", "message.GetProps", "message.OpenProperty", "stream.Read"}) {
+    mapi_.Fail(call, kFailed, 1);
+    EXPECT_EQ(Find("ann", "At one?"), "02") << call;
+    mapi_.Mend();
+  }
+  EXPECT_EQ(Find("ann", "At one?"), "01");
+  EXPECT_EQ(mapi_.Live("message"), 0);
+  EXPECT_EQ(mapi_.Live("stream"), 0);
+}
+
+TEST_F(MapiFindDateless, AMessageWithADateIsNotOpenedForIt) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  MailRecord record;
+  EXPECT_EQ(Find(record.Date(kDate).From("bob").Body("At two?")), "01");
+  EXPECT_EQ(mapi_.Count("folder.OpenEntry"), 0);
+}
+
 TEST_F(MapiFind, AnUnreadableDateIsToldByTheReaderOfTheLegacyForm) {
   mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
   EXPECT_EQ(Find("Lunch", "tomorrow"), "-");

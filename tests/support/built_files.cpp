@@ -9,6 +9,9 @@
 #ifndef OSIF_ADD_FILE
 #define OSIF_ADD_FILE ""
 #endif
+#ifndef OSIF_BUILD_OBJECTS
+#define OSIF_BUILD_OBJECTS ""
+#endif
 #ifndef OSIF_SOURCES
 #define OSIF_SOURCES ""
 #endif
@@ -21,6 +24,7 @@ namespace support {
 const std::string kLibrary = OSIF_LIBRARY;
 const std::string kCommand = OSIF_COMMAND;
 const std::string kAddFile = OSIF_ADD_FILE;
+const std::string kBuildObjects = OSIF_BUILD_OBJECTS;
 const std::string kSources = OSIF_SOURCES;
 
 std::vector<std::string> Launcher() { return {OSIF_LAUNCHER}; }

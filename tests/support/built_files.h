@@ -7,10 +7,11 @@
 
 namespace support {
 
-// The paths of the library, the command and the C sample; empty in programs that have no use for them.
+// The paths of the library, the command and the C samples; empty in programs that have no use for them.
 extern const std::string kLibrary;
 extern const std::string kCommand;
 extern const std::string kAddFile;
+extern const std::string kBuildObjects;
 
 // The project's own folder; empty in programs that have no use for it.
 extern const std::string kSources;

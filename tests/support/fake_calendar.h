@@ -70,4 +70,46 @@ class FakeAppointment final : public FakeObject<IAppointment, IID_IAppointment> 
   HRESULT Copy(IAppointment**) override { return E_NOTIMPL; }
 };
 
+// A task of which there is the subject alone.
+class FakeTask final : public FakeObject<ITask, IID_ITask> {
+ public:
+  FakeItemValues values;
+
+  HRESULT get_Subject(BSTR* v) override { return values.Get("Subject", v); }
+  HRESULT put_Subject(BSTR v) override { return values.Put("Subject", v); }
+  HRESULT get_Oid(LONG* v) override { return values.Get("Oid", v); }
+
+  HRESULT ClearRecurrencePattern() override { return E_NOTIMPL; }
+  HRESULT GetRecurrencePattern(IRecurrencePattern**) override { return E_NOTIMPL; }
+  HRESULT get_IsRecurring(VARIANT_BOOL*) override { return E_NOTIMPL; }
+  HRESULT get_Categories(BSTR*) override { return E_NOTIMPL; }
+  HRESULT get_StartDate(DATE*) override { return E_NOTIMPL; }
+  HRESULT get_DueDate(DATE*) override { return E_NOTIMPL; }
+  HRESULT get_DateCompleted(DATE*) override { return E_NOTIMPL; }
+  HRESULT get_Importance(LONG*) override { return E_NOTIMPL; }
+  HRESULT get_Complete(VARIANT_BOOL*) override { return E_NOTIMPL; }
+  HRESULT get_Sensitivity(LONG*) override { return E_NOTIMPL; }
+  HRESULT get_TeamTask(VARIANT_BOOL*) override { return E_NOTIMPL; }
+  HRESULT get_Body(BSTR*) override { return E_NOTIMPL; }
+  HRESULT get_ReminderSet(VARIANT_BOOL*) override { return E_NOTIMPL; }
+  HRESULT get_ReminderSoundFile(BSTR*) override { return E_NOTIMPL; }
+  HRESULT get_ReminderTime(DATE*) override { return E_NOTIMPL; }
+  HRESULT get_ReminderOptions(LONG*) override { return E_NOTIMPL; }
+  HRESULT put_Categories(BSTR) override { return E_NOTIMPL; }
+  HRESULT put_StartDate(DATE) override { return E_NOTIMPL; }
+  HRESULT put_DueDate(DATE) override { return E_NOTIMPL; }
+  HRESULT put_Importance(LONG) override { return E_NOTIMPL; }
+  HRESULT put_Complete(VARIANT_BOOL) override { return E_NOTIMPL; }
+  HRESULT put_Sensitivity(LONG) override { return E_NOTIMPL; }
+  HRESULT put_TeamTask(VARIANT_BOOL) override { return E_NOTIMPL; }
+  HRESULT put_Body(BSTR) override { return E_NOTIMPL; }
+  HRESULT put_ReminderSet(VARIANT_BOOL) override { return E_NOTIMPL; }
+  HRESULT put_ReminderSoundFile(BSTR) override { return E_NOTIMPL; }
+  HRESULT put_ReminderTime(DATE) override { return E_NOTIMPL; }
+  HRESULT put_ReminderOptions(LONG) override { return E_NOTIMPL; }
+  HRESULT Save() override { return E_NOTIMPL; }
+  HRESULT Delete() override { return E_NOTIMPL; }
+  HRESULT Copy(ITask**) override { return E_NOTIMPL; }
+};
+
 }  // namespace support

@@ -24,11 +24,19 @@ class FakeItems final : public FakeObject<IPOutlookItemCollection, IID_IPOutlook
   HRESULT get_Count(int* count) override {
     if (pim().faults.get_count != S_OK) return pim().faults.get_count;
     *count = folder_ == olFolderContacts ? static_cast<int>(oids_.size()) : pim().counts[folder_];
+    if (const auto others = pim().others.find(folder_); others != pim().others.end()) {
+      *count = static_cast<int>(others->second.size());
+    }
     return S_OK;
   }
   HRESULT Item(int index, IDispatch** item) override {
     *item = nullptr;
     if (pim().faults.item != S_OK) return pim().faults.item;
+    if (const auto others = pim().others.find(folder_); others != pim().others.end()) {
+      ComPtr<IDispatch> other = others->second.at(static_cast<size_t>(index - 1));
+      *item = other.release();
+      return *item == nullptr ? E_FAIL : S_OK;
+    }
     if (index < 1 || index > static_cast<int>(oids_.size())) return E_INVALIDARG;
     return Give(oids_[static_cast<size_t>(index - 1)], item);
   }
@@ -203,6 +211,7 @@ FakePim::FakePim() {
 }
 
 FakePim::~FakePim() {
+  others.clear();
   EXPECT_EQ(live_objects, 0) << "interfaces that were not released";
   SetClassFactory(CLSID_Application, before_);
   current = nullptr;

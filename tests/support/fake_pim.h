@@ -68,7 +68,9 @@ class FakePim {
   PimFaults faults;
   std::map<LONG, ContactData> contacts;  // in the order of their ids, which is the folder's order
   std::map<int, int> counts;             // what other folders than that of contacts say they hold
-  std::vector<LONG> found;               // what Find and FindNext give, one after the other
+  // The items of another folder, which are then counted; null for one that cannot be taken.
+  std::map<int, std::vector<ComPtr<IDispatch>>> others;
+  std::vector<LONG> found;  // what Find and FindNext give, one after the other
   LONG next_oid = 1;
 
   int logons = 0;

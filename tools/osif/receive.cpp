@@ -15,6 +15,9 @@
 #include <optional>
 #include <vector>
 
+#include "btosif/osif_util/charset.h"
+#include "btosif/osif_util/content_type.h"
+#include "btosif/osif_util/stores.h"
 #include "tools/osif/commands.h"
 #include "tools/osif/damage.h"
 #include "tools/osif/interrupt.h"
@@ -34,6 +37,18 @@ struct Counts {
   size_t warnings = 0;
   size_t uncertain = 0;  // of the warnings
 };
+
+// The names of a message's parts that have one; none for other objects.
+std::vector<std::string> NamedContents(const FileRecord& record) {
+  std::vector<std::string> names;
+  if (KindOfStore(record.store_id) != StoreKind::kMessages) return names;
+  for (const MessagePart* part = &record.object->message.part; part != nullptr;
+       part = part->nextPart) {
+    const std::optional<std::string> name = AttachmentName(part->contentType);
+    if (name) names.push_back(OneLine(ToOutput(MultiByteToText(NativeCodePage(), *name))));
+  }
+  return names;
+}
 
 // Stores the records of one file.
 class Receiver : public FileVisitor {
@@ -63,6 +78,7 @@ class Receiver : public FileVisitor {
     }
     ++(is_known ? counts_.updated : counts_.added);
     if (anchor != nullptr) last_anchor_ = ", anchor " + AnchorText(record.store_id, *anchor);
+    TellLostContents(record, place);
     const char* action = is_known ? "updated" : "added";
     Tell(record, action, id.data(), name, anchor);
     if (tells_all_) {
@@ -110,6 +126,13 @@ class Receiver : public FileVisitor {
     if (TellDamage(reporter_)) return OSIF_ERR_PIM;
     if (is_known) return OSIF_ModifyObject(record.store_id, id.data(), record.object, anchor);
     return OSIF_AddObject(record.store_id, record.object, id.data(), anchor);
+  }
+
+  // The message store has a place for a message's text alone.
+  void TellLostContents(const FileRecord& record, const std::string& place) {
+    for (const std::string& name : NamedContents(record)) {
+      reporter_.Note(place + ": the content of \"" + name + "\" was not kept");
+    }
   }
 
   void TellWarning(const FileRecord& record, const std::string& place) {

@@ -123,10 +123,17 @@ class Items final : public PimObject<IPOutlookItemCollection, IID_IPOutlookItemC
   // Leaves null when there is no match left.
   HRESULT LoadNextMatch(IDispatch** item) {
     while (next_match_ < matches_.size()) {
-      const HRESULT hr = LoadItem(session_, kind_, matches_[next_match_++], item);
+      const HRESULT hr = LoadFromFolder(matches_[next_match_++], item);
       if (hr != kNoSuchItem) return hr;
     }
     return S_OK;
+  }
+
+  // A table holds what is in no folder as well: the changed occurrences of series.
+  HRESULT LoadFromFolder(int32_t oid, IDispatch** item) {
+    int folder = 0;
+    if (const HRESULT hr = FindObject(*session_.database, oid, &folder); FAILED(hr)) return hr;
+    return folder == kind_.folder ? LoadItem(session_, kind_, oid, item) : kNoSuchItem;
   }
 
   // Fills the matches. Whoever looks for a name is mostly content with the items of just this name: the others,

@@ -89,7 +89,7 @@ TEST_F(VCalendarReaderLimits, NoMemoryForTheBuffersIsToldAndReturned) {
     const Shortage shortage = ReadWithShortage(nth, CalendarText(Event("SUMMARY:x")));
     EXPECT_EQ(shortage.outcome.result, OsifResult{OSIF_ERR_NO_MEMORY});
     EXPECT_THAT(shortage.outcome.items, IsEmpty());
-    EXPECT_THAT(shortage.told, Contains("OSIF:  Error - Memory allocation error"));
+    EXPECT_THAT(shortage.told, ElementsAre("OSIF:  Error - Memory allocation error"));
   }
 }
 

@@ -170,38 +170,6 @@ TEST_F(VMessageContent, AMillionLinesAreRead) {
   EXPECT_EQ(TextOf(lines), std::string(500'000, 'a') + Repeated("b\n", 500'000));
 }
 
-// ---- The boundary ----
-
-struct BoundaryCase {
-  const char* content_type;
-  std::optional<std::string> boundary;
-};
-
-class MultipartBoundaryOf : public testing::TestWithParam<BoundaryCase> {};
-
-TEST_P(MultipartBoundaryOf, ATypeIsTakenFromBehindItsEqualsSign) {
-  EXPECT_EQ(MultipartBoundary(GetParam().content_type), GetParam().boundary)
-      << GetParam().content_type;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Types, MultipartBoundaryOf,
-    testing::Values(BoundaryCase{"multipart/mixed; boundary=abc", "abc"},
-                    BoundaryCase{"multipart/mixed; boundary=abc;x=y", "abc"},
-                    BoundaryCase{"multipart/mixed; boundary=abc def", "abc"},
-                    BoundaryCase{"multipart/mixed; boundary=\"a b;c\"; x=y", "a b;c"},
-                    BoundaryCase{"multipart/mixed;boundary=\"abc\"def", "abc"},
-                    BoundaryCase{"multipart/mixed; x=y; boundary=a=b", "a=b"},
-                    BoundaryCase{"Multipart/Mixed; Boundary=abc", "abc"},
-                    BoundaryCase{"multipart/mixed; boundary = abc", "abc"},
-                    BoundaryCase{"multipart/mixed; boundary=\"\"", ""},
-                    BoundaryCase{"multipart/mixed", std::nullopt},
-                    BoundaryCase{"multipart/mixed; boundary", std::nullopt},
-                    BoundaryCase{"multipart/mixed; boundary abc", std::nullopt},
-                    BoundaryCase{"text/plain; boundary=abc", std::nullopt},
-                    BoundaryCase{"boundary=abc; multipart/mixed", std::nullopt},
-                    BoundaryCase{"", std::nullopt}));
-
 // ---- Several parts ----
 
 TEST_F(VMessageContent, AMultipartBodyWithThreePartsKeepsTheFirstTextAndTheHeadersOfAllThree) {

@@ -151,6 +151,28 @@ TEST(HtmlToText, ATagDoesNotBeginWithWhatTheOneBeforeHeld) {
   EXPECT_EQ(BodyOf(u"a</><p>b"), u"ab");
 }
 
+// ---- What it is that claims to be HTML ----
+
+TEST(HtmlExtentOf, IsTextWhereThereIsNoTagAndNoEntity) {
+  for (const char16_t* text : {u"", u"a", u"a < b", u"AT&T", u"a > b; c"}) {
+    EXPECT_EQ(HtmlExtentOf(text), HtmlExtent::kText);
+  }
+}
+
+TEST(HtmlExtentOf, IsAFragmentWhereNoBodyIsOpened) {
+  for (const char16_t* text :
+       {u"<p>", u"a&amp;b", u"<html><head></head></html>", u"</body>", u"a</BODY>", u"&<body>;"}) {
+    EXPECT_EQ(HtmlExtentOf(text), HtmlExtent::kFragment);
+  }
+}
+
+TEST(HtmlExtentOf, IsADocumentWhereABodyIsOpened) {
+  for (const char16_t* text : {u"<body>", u"a< Body class=x>b", u"<p></p><BODY></BODY>"}) {
+    EXPECT_EQ(HtmlExtentOf(text), HtmlExtent::kDocument);
+  }
+  EXPECT_EQ(HtmlExtentOf(u"<p>a<body"), HtmlExtent::kFragment) << "the tag has no end";
+}
+
 // ---- The depth of bodies ----
 
 TEST(HtmlToText, ABodyInABodyEndsWithTheOuterOne) {

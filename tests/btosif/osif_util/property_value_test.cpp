@@ -3,9 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
+#include "platform/posix/fault_injection.h"
 #include "tests/support/files.h"
 #include "tests/support/values.h"
 
@@ -64,6 +67,30 @@ TEST(PropertyValue, AHundredThousandValuesAreAppendedAndReleased) {
   for (const PropertyValue& value : Values(list)) count += value.params != nullptr;
   EXPECT_EQ(count, 100000u);
   PropertyValue_Free(list);
+}
+
+TEST(PropertyValue, AppendLeavesTheListAsItIsWhenMemoryIsShort) {
+  PropertyValue* list = nullptr;
+  PropertyValue* last = nullptr;
+  const auto append_in_short_memory = [&] {
+    FailAllocation(1);
+    EXPECT_EQ(PropertyValue_Append(list, last), nullptr);
+    EXPECT_FALSE(IsFailurePending());
+  };
+  append_in_short_memory();
+  EXPECT_EQ(list, nullptr);
+  EXPECT_EQ(last, nullptr);
+  PropertyValue* first = PropertyValue_Append(list, last);
+  append_in_short_memory();
+  FailAllocation(1);
+  PropertyValue_AppendLine("Lee;Ann", "HOME", 5, list, last);
+  EXPECT_FALSE(IsFailurePending());
+  EXPECT_EQ(list, first);
+  EXPECT_EQ(last, first);
+  EXPECT_EQ(first->next, nullptr);
+  PropertyValue* second = PropertyValue_Append(list, last);
+  ValueList owner(list);
+  EXPECT_EQ(first->next, second);
 }
 
 TEST(PropertyValue, ReleasingNothingIsHarmless) { PropertyValue_Free(nullptr); }
@@ -178,6 +205,112 @@ TEST(PropertyValue, FindParamPassesOverANodeWithoutAText) {
   ValueList value = MakeValue({"A", "HOME"}, {});
   value->params->text = nullptr;
   EXPECT_STREQ(PropertyValue_FindParam(value->params, "HOME")->text, "HOME");
+}
+
+TEST(PropertyValue, NothingIsPutWhereMemoryIsShort) {
+  const std::string long_text(1000, 'x');
+  ValueList value = MakeValue({}, {"a"});
+  FailAllocation(1);
+  EXPECT_FALSE(PropertyValue_SetComponent(value.get(), long_text, 0));
+  EXPECT_FALSE(IsFailurePending());
+  FailAllocation(1);
+  EXPECT_FALSE(PropertyValue_AddParam(value.get(), long_text));
+  EXPECT_FALSE(IsFailurePending());
+  EXPECT_THAT(ComponentsOf(*value), ElementsAre("a"));
+  EXPECT_EQ(value->params, nullptr);
+  EXPECT_TRUE(PropertyValue_SetComponent(value.get(), long_text, 0));
+  EXPECT_TRUE(PropertyValue_AddParam(value.get(), long_text));
+}
+
+TEST(PropertyValue, WhatWasReservedIsPutWithoutAnotherAllocation) {
+  for (size_t size : {1u, 100u, 1000u, 100000u}) {
+    ValueList value = MakeValue({}, {"a", "b"});
+    ASSERT_TRUE(PropertyValue_Reserve(*value, 3 * (size + 1) + 2 * kPropertyNodeRoom));
+    FailAllocation(1);
+    for (size_t i = 0; i < 2; ++i) {
+      EXPECT_TRUE(PropertyValue_SetComponent(value.get(), std::string(size, 'x'), i));
+    }
+    EXPECT_TRUE(PropertyValue_AddParam(value.get(), std::string(size, 'y')));
+    EXPECT_TRUE(IsFailurePending());
+    FailAllocation(0);
+    FailAllocation(1);
+    EXPECT_FALSE(PropertyValue_Reserve(*value, 1000000));
+    FailAllocation(0);
+  }
+}
+
+// ---- Values of callers ----
+
+// As a C program allocates them, each by itself.
+char* OwnText(const char* text) { return strdup(text); }
+OsifText* OwnNode(const char* text) {
+  auto* node = static_cast<OsifText*>(std::malloc(sizeof(OsifText)));
+  *node = {nullptr, OwnText(text), 1};
+  return node;
+}
+PropertyValue* OwnValue(const char* param, const char* component) {
+  auto* value = static_cast<PropertyValue*>(std::malloc(sizeof(PropertyValue)));
+  *value = {0, OwnNode(param), OwnNode(component), 0, nullptr};
+  return value;
+}
+
+TEST(ValueOfACaller, IsReleasedWithItsNodesAndTexts) {
+  PropertyValue* value = OwnValue("HOME", "1");
+  value->components->next = OwnNode("2");
+  value->next = OwnValue("WORK", "3");
+  PropertyValue_Free(value);
+}
+
+TEST(ValueOfACaller, StandsAnywhereInAListOfTheLibrarys) {
+  PropertyValue* list = OwnValue("HOME", "1");
+  PropertyValue* last = nullptr;
+  PropertyValue_AppendLine("2;3", "WORK", 2, list, last);
+  last->next = OwnValue("CELL", "4");
+  PropertyValue_Append(list);
+  ValueList owner(list);
+  std::vector<std::vector<std::string>> components;
+  for (const PropertyValue& value : Values(list)) components.push_back(ComponentsOf(value));
+  EXPECT_THAT(components, ElementsAre(ElementsAre("1"), ElementsAre("2", "3"), ElementsAre("4"),
+                                      ElementsAre()));
+}
+
+TEST(ValueOfACaller, TakesWhatTheLibraryPutsIntoIt) {
+  ValueList value(OwnValue("HOME", "1"));
+  EXPECT_TRUE(PropertyValue_SetComponent(value.get(), "one", 0));
+  EXPECT_TRUE(PropertyValue_SetComponent(value.get(), CopyText("three"), 2));
+  EXPECT_TRUE(PropertyValue_AddParam(value.get(), "VOICE"));
+  EXPECT_TRUE(PropertyValue_Reserve(*value, 1000));
+  EXPECT_THAT(ComponentsOf(*value), ElementsAre("one", "<null>", "three"));
+  EXPECT_THAT(ParamsOf(*value), ElementsAre("HOME", "VOICE"));
+  PropertyValue_Parse("a;b", "WORK", 2, *value);
+  EXPECT_THAT(ComponentsOf(*value), ElementsAre("a", "b", "three"));
+  EXPECT_THAT(ParamsOf(*value), ElementsAre("WORK"));
+}
+
+// What was there goes with the value, wherever it lay.
+TEST(ValueOfACaller, MayReplaceTextsAndNodesOfTheLibrarys) {
+  const std::string long_text(1000, 'x');
+  ValueList line = Parsed("a;b", "HOME;WORK", 2);
+  ValueList made = MakeValue({}, {});
+  for (size_t i = 0; i < 50; ++i) PropertyValue_SetComponent(made.get(), long_text, i);
+  PropertyValue_AddParam(made.get(), long_text);
+  for (PropertyValue* value : {line.get(), made.get()}) {
+    value->components->text = OwnText("c");
+    value->components->next->text = nullptr;
+    value->params = OwnNode("CELL");
+    EXPECT_THAT(ParamsOf(*value), ElementsAre("CELL"));
+  }
+  EXPECT_THAT(ComponentsOf(*line), ElementsAre("c", "<null>"));
+  made->components->next->next = OwnNode("last");
+  EXPECT_THAT(ComponentsOf(*made), ElementsAre("c", "<null>", "last"));
+}
+
+TEST(ValueOfACaller, IsNotMistakenForOneOfTheLibrarysWhereverTheHeapPutsIt) {
+  std::vector<ValueList> values;
+  for (int i = 0; i < 1000; ++i) {
+    values.emplace_back(OwnValue("HOME", std::string(static_cast<size_t>(i % 50), 'x').c_str()));
+    values.push_back(MakeValue({"WORK"}, {"y"}));
+  }
 }
 
 // ---- Parsing ----

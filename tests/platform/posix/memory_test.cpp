@@ -39,6 +39,15 @@ TEST(LocalHeap, FailsAtTheChosenAllocationAndOnlyThere) {
   LocalFree(third);
 }
 
+TEST(LocalHeap, TellsWhetherTheFailureHasCome) {
+  EXPECT_FALSE(IsFailurePending());
+  FailAllocation(2);
+  LocalFree(LocalAlloc(LPTR, 8));
+  EXPECT_TRUE(IsFailurePending());
+  LocalFree(LocalAlloc(LPTR, 8));
+  EXPECT_FALSE(IsFailurePending());
+}
+
 TEST(LocalHeap, ACalledOffFailureDoesNotCome) {
   FailAllocation(1);
   FailAllocation(0);

@@ -281,6 +281,30 @@ TEST_F(CommandMessage, ChangesTellsEachMessageOnceWithItsNameInTheLogOfItsStore)
               ElementsAre(Json{{"store", "msg-out"}, {"cc", 0}, {"ts", ""}}));
 }
 
+TEST_F(CommandMessage, ReceiveSaysWhichNamedContentsAreNotKept) {
+  const std::string file =
+      Write("a.vmg",
+            Wrapped({}, Envelope(Body({"Subject:One", "Content-Type:multipart/mixed; boundary=b"},
+                                      {"--b", "Content-Type:text/plain", "", "first", "--b",
+                                       "Content-Type:image/jpeg; name=\"a b.jpg\"", "", "x", "--b",
+                                       "Content-Type:text/html; filename=c.html", "", "y", "--b",
+                                       "Content-Type:text/plain; name=d.txt", "", "z", "--b--"}))) +
+                Wrapped({}, Envelope(Body({"Subject:Two", "Content-Type:text/plain; name=e.txt"},
+                                          {"lost"}))) +
+                Message("INBOX", "Three"));
+  const Outcome outcome = Osif({"receive", file});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err,
+            "osif: " + file +
+                ": object 1 (line 1) \"One\": the content of \"a b.jpg\" was not kept\n"
+                "osif: " +
+                file +
+                ": object 1 (line 1) \"One\": the content of \"d.txt\" was not kept\n"
+                "osif: " +
+                file + ": object 2 (line 28) \"Two\": the content of \"e.txt\" was not kept\n");
+  EXPECT_THAT(outcome.out, HasSubstr("3 added"));
+}
+
 // ---- parse --------------------------------------------------------------------------------------------
 
 TEST_F(CommandMessage, ParseShowsEveryFieldOfAMultipartMessage) {

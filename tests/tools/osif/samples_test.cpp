@@ -60,6 +60,29 @@ TEST_F(Samples, TheCProgramAddsAFileAndPrintsTheIds) {
   EXPECT_EQ(Osif({"count", "pb"}).out, "3\n");
 }
 
+TEST_F(Samples, TheCProgramBuildsOneObjectOfEachKindAndStoresThem) {
+  const Outcome outcome = Run(Launched({support::kBuildObjects}));
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(outcome.err, "");
+  const Lines lines = outcome.OutLines();
+  ASSERT_EQ(lines.size(), 4u);
+  EXPECT_EQ(lines[0], "store 0: 00000001");
+  EXPECT_EQ(lines[1], "store 1: 00000002");
+  EXPECT_EQ(lines[2], "store 2: Shopping");
+  EXPECT_TRUE(lines[3].starts_with("store 3: ")) << lines[3];
+
+  const std::string card = Osif({"send", "pb", "1"}).out;
+  EXPECT_THAT(card, HasSubstr("\r\nN:Novak;Petra\r\n"));
+  EXPECT_THAT(card, HasSubstr("\r\nTEL;CELL:+420 555 0143\r\n"));
+  const std::string event = Osif({"send", "cal", "2"}).out;
+  EXPECT_THAT(event, HasSubstr("\r\nSUMMARY:Choir\r\n"));
+  EXPECT_THAT(event, HasSubstr("\r\nRRULE:W1 TH #10\r\n"));
+  EXPECT_THAT(event, HasSubstr("The blue folder\r\n"));
+  const std::string message = Osif({"send", "msg-in", lines[3].substr(9)}).out;
+  EXPECT_THAT(message, HasSubstr("\r\nFrom:petra.novak@example.org\r\n"));
+  EXPECT_THAT(message, HasSubstr("\r\nSee you at seven.\r\n"));
+}
+
 TEST_F(Samples, TheCProgramSaysWhatFailed) {
   const Outcome missing = Run(Launched({support::kAddFile, Path("none.vcf")}));
   EXPECT_EQ(missing.status, 1);

@@ -249,8 +249,15 @@ TEST_F(PimOccurrence, LeavesNothingOfItsChangesWhenItIsDeletedAfterwards) {
 TEST_F(PimOccurrence, IsNoItemOfTheCalendarWhenItIsChanged) {
   ComPtr<IAppointment> series = Series();
   Rename(*series, Day(2026, 5, 3), u"Run");
-  EXPECT_EQ(Count(olFolderCalendar), 1);
-  EXPECT_TRUE(FindAll<IAppointment>(*Items(olFolderCalendar), u"[Subject]=\"Run\"").empty());
+  // One more, so that the occurrence's id is not the highest of all.
+  ComPtr<IAppointment> later = NewAppointment(Time(2026, 5, 3, 9, 30), Time(2026, 5, 3, 10, 0));
+  EXPECT_EQ(Put(*later, &IAppointment::put_Subject, u"Run"), S_OK);
+  EXPECT_EQ(later->Save(), S_OK);
+  const std::vector<LONG> other = {Oid(*later)};
+  EXPECT_EQ(Count(olFolderCalendar), 2);
+  EXPECT_EQ(FindAll<IAppointment>(*Items(olFolderCalendar), u"[Subject]=\"Run\""), other);
+  EXPECT_EQ(FindAll<IAppointment>(*Items(olFolderCalendar), u"[Start]=\"05/03/2026 09:30\""),
+            other);
   const LONG hidden = static_cast<LONG>(Rows("SELECT occurrence FROM pim_exceptions"));
   EXPECT_FALSE(Load<IAppointment>(hidden));
 }
