@@ -98,8 +98,10 @@ class Message final : public MapiObject<IMessage, IID_IMAPIProp, IID_IMessage> {
       MapiProperties taken;
       // Nothing is set before all were looked at: without a place for problems it is all or nothing.
       const std::vector<SPropProblem> found = TakeProps(count, values, &taken);
-      if (!found.empty() && problems == nullptr) return found.front().scode;
-      if (!found.empty()) *problems = NewProblems(found);
+      if (!found.empty()) {
+        if (problems == nullptr) return found.front().scode;
+        *problems = NewProblems(found);
+      }
       for (const auto& [property, value] : taken) {
         message_.properties[property] = value;
         changes_.properties[property] = value;
