@@ -70,7 +70,6 @@ Argument Declarations::Add(const char* name, Value& value, const char* help) {
 template Argument Declarations::Add(const char*, std::string&, const char*);
 template Argument Declarations::Add(const char*, std::optional<std::string>&, const char*);
 template Argument Declarations::Add(const char*, std::vector<std::string>&, const char*);
-template Argument Declarations::Add(const char*, std::optional<std::string>&, const char*);
 template Argument Declarations::Add(const char*, uint16_t&, const char*);
 template Argument Declarations::Add(const char*, uint32_t&, const char*);
 template Argument Declarations::Add(const char*, uint64_t&, const char*);

@@ -80,7 +80,7 @@ ObjectKind KindOf(Word word) {
 }
 
 // In bytes: what has no BEGIN up to here is no file of objects.
-constexpr int64_t kFirstLook = 64 * 1024 * 1024;
+constexpr int64_t kFirstLook = int64_t{64} * 1024 * 1024;
 
 // Collects the marks of a file and matches them as they come.
 class MarkReader {

@@ -19,7 +19,7 @@ struct LogicalLine {
 };
 
 // In bytes. Nobody sends a longer line; whoever makes one wants the memory that it takes.
-inline constexpr int64_t kLongestLine = 64 * 1024 * 1024;
+inline constexpr int64_t kLongestLine = int64_t{64} * 1024 * 1024;
 
 class LogicalLines {
  public:
