@@ -11,6 +11,8 @@
 //   the log was open           the open marker, and entries  logged again with new counters; what only the
 //                              that the snapshot does not    log still knows is logged as deleted
 //                              know                          (pol_UpdatePoomChanges)
+//   lines were cut off it, no  the cut lines, perhaps with   they count as if the log still began with them
+//   snapshot is saved yet      half a line at their end      (KnownByLeftLog); the half line is dropped
 //   the log was purged         the temporary file, and the   nothing: the log counts
 //                              log
 //   the purge exchanged files  a purging marker, no log, a   the temporary file becomes the log of the
@@ -28,6 +30,7 @@
 
 #include <cstdint>
 
+#include "btosif/osif_util/change_log_entry.h"
 #include "btosif/osif_util/charset.h"
 
 // Puts the closed log of a store in order, before it is opened.
@@ -44,3 +47,7 @@ void FinishSnapshot(int32_t store_id, WideView folder);
 bool WasLeftOpen(int32_t store_id, WideView folder);
 bool MarkOpen(int32_t store_id, WideView folder);  // false when the marker cannot be made
 void MarkClosed(int32_t store_id, WideView folder);
+
+// What a log that was left open knows: of what it names now (`logged`) and of what was cut off it, the newest
+// kind of change of each object.
+NewestKinds KnownByLeftLog(int32_t store_id, WideView folder, NewestKinds logged);

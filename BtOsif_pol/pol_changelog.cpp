@@ -3,9 +3,9 @@
 // opening will know what it has not told.
 //
 // Opening puts in order what a killed process may have left, reads the log for its newest counter, marks it
-// as open and appends what the comparison finds. Closing goes the other way: the log is purged, then the
-// snapshot is saved, then the mark is taken away. A process can be killed between any two of these:
-// change_log_recovery.h lists what is then found.
+// as open and appends what the comparison finds. Closing goes the other way: the log is purged (what is cut
+// off is kept beside it), then the snapshot is saved, then the cut lines and the mark are taken away. A process
+// can be killed between any two of these: change_log_recovery.h lists what is then found.
 //
 // Recording reads on before it appends, so that the counter follows from what stands in the file and not from
 // what this process has written.
@@ -82,15 +82,16 @@ void Remember(ChangeLog& log, const LibraryChange& change) {
 
 // Brings the log of a PIM store, just opened, up to date. `logged` is what its entries name: of a log that
 // was closed in order the snapshot knows all that, and it is not looked at.
-OsifResult Compare(int32_t store_id, ChangeLog& log, NewestKinds& logged) {
-  if (!WasLeftOpen(store_id, log.file.folder())) {
-    logged.clear();
-    if (!MarkOpen(store_id, log.file.folder())) {
-      log = ChangeLog();
-      return OSIF_ERR_FILE_OPEN;
-    }
+OsifResult Compare(int32_t store_id, ChangeLog& log, NewestKinds logged) {
+  const WideText& folder = log.file.folder();
+  NewestKinds left_open;
+  if (WasLeftOpen(store_id, folder)) {
+    left_open = KnownByLeftLog(store_id, folder, std::move(logged));
+  } else if (!MarkOpen(store_id, folder)) {
+    log = ChangeLog();
+    return OSIF_ERR_FILE_OPEN;
   }
-  const OsifResult result = pol_UpdatePoomChanges(store_id, log.file, logged, log.known);
+  const OsifResult result = pol_UpdatePoomChanges(store_id, log.file, left_open, log.known);
   log.is_compared = result == OSIF_OK;
   return result;
 }
@@ -188,7 +189,7 @@ OsifResult POL_CL_Open(int32_t store_id, const WCHAR* path) {
   log.file.GoToEnd();
   log.scan_position = log.file.Position();
   if (!pol_IsInPim(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
-  return Compare(store_id, log, logged);
+  return Compare(store_id, log, std::move(logged));
 }
 
 OsifResult POL_CL_Close(int32_t store_id) {

@@ -10,13 +10,13 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <utility>
 
 #include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/change_log_entry.h"
 #include "btosif/osif_util/change_log_names.h"
-#include "btosif/osif_util/change_log_purge.h"
 
 namespace {
 
@@ -100,15 +100,3 @@ void ChangeLogFile::GoToEnd() { FILE_SeekEnd(stream_); }
 OsifResult ChangeLogFile::Read(ChangeLogEntry* entry) { return OSIF_ReadClEntry(&stream_, entry); }
 
 bool ChangeLogFile::IsSuperseded() { return OSIF_ClEntryIsSuperseded(stream_, superseded_); }
-
-void DropHalfLine(int32_t store_id, WideView folder) {
-  const WideText name = LogFileName(store_id, folder, LogFileKind::kChange);
-  OsifStream log;
-  if (!FILE_Exists(name.c_str()) || FILE_Open(log, name.c_str(), u"rb") != 0) return;
-  int64_t size = 0;
-  FILE_SeekEnd(log);
-  FILE_Tell(&size, log);
-  uint32_t last = 0;
-  if (size == 0 || FILE_Seek(log, size - 1) != 0 || FILE_GetChar(&last, log) != 0) return;
-  if (last != '\n') DropLastLogLine(store_id, folder);
-}

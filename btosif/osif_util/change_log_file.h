@@ -4,16 +4,12 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
-#include <string>
 
 #include "btosif/osif_file.h"
+#include "btosif/osif_util/change_log_entry.h"
 #include "btosif/osif_util/change_log_superseded.h"
 #include "btosif/osif_util/charset.h"
 #include "osif.h"
-
-// The newest kind of change of each object that some entries name.
-using NewestKinds = std::map<std::string, uint32_t>;
 
 // An open change log, or none. Closed when it goes out of scope; used by one caller at a time.
 class ChangeLogFile {
@@ -60,7 +56,3 @@ class ChangeLogFile {
   int64_t read_up_to_ = 0;   // where ReadOn goes on
   bool is_readable_ = true;  // false when a malformed line ends what counts
 };
-
-// Drops a half line at the end of a closed log: a process ended while it wrote it. No entry after it could be
-// read, and what was answered with success is a whole line.
-void DropHalfLine(int32_t store_id, WideView folder);

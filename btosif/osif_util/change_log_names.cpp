@@ -8,8 +8,8 @@
 namespace {
 
 // In the order of LogFileKind.
-constexpr std::array<WideView, 6> kKindNames = {u"change", u"object",  u"databaseid",
-                                                u"open",   u"purging", u"newobject"};
+constexpr std::array<WideView, 7> kKindNames = {u"change",  u"object",    u"databaseid", u"open",
+                                                u"purging", u"newobject", u"cut"};
 
 WideText Widened(const char* ascii) { return WideText(ascii, ascii + std::strlen(ascii)); }
 

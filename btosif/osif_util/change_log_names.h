@@ -17,6 +17,7 @@ enum class LogFileKind {
   kOpen,        // an empty marker: the log may hold what the snapshot does not know
   kPurging,     // an empty marker: the temporary file is about to become this store's log
   kNewObject,   // a snapshot that is being written, or waits for its place
+  kCut,         // lines that a purge has cut off and that no saved snapshot knows of
 };
 
 // The path of a store's file of one kind, such as "\Sync\pol_pb_change.log". Of the folder kFolderLimit

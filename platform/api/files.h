@@ -50,6 +50,21 @@ BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD size, DWORD* written, void* ov
 
 BOOL CloseHandle(HANDLE handle);
 
+// The file of a stream, as the calls above and below take it. It stays the stream's: it is not closed.
+HANDLE _fileno(FILE* stream);
+
+// Waits until what was written to the file is on the disk.
+BOOL FlushFileBuffers(HANDLE file);
+
+// Moves a file's position to this distance (64 bits, the upper half in `distance_high`) from its beginning,
+// the only `method` there is. Returns the lower half of the position; all bits set on failure.
+inline constexpr DWORD FILE_BEGIN = 0;
+inline constexpr DWORD INVALID_SET_FILE_POINTER = 0xFFFFFFFFu;
+DWORD SetFilePointer(HANDLE file, LONG distance, LONG* distance_high, DWORD method);
+
+// Makes the file end at its position.
+BOOL SetEndOfFile(HANDLE file);
+
 // The folder of temporary files, ending in a backslash. Returns its length without the terminator;
 // when `room` (in characters) is too small, the room it needs; 0 on failure.
 DWORD GetTempPathW(DWORD room, LPWSTR buffer);

@@ -201,6 +201,33 @@ BOOL CloseHandle(HANDLE handle) {
   return close(DescriptorOf(handle)) == 0 ? TRUE : FailFromErrno();
 }
 
+HANDLE _fileno(FILE* stream) { return HandleOf(fileno(stream)); }
+
+BOOL FlushFileBuffers(HANDLE file) {
+  return fsync(DescriptorOf(file)) == 0 ? TRUE : FailFromErrno();
+}
+
+DWORD SetFilePointer(HANDLE file, LONG distance, LONG* distance_high, DWORD method) {
+  if (method != FILE_BEGIN || distance_high == nullptr) {
+    Fail(ERROR_INVALID_PARAMETER);
+    return INVALID_SET_FILE_POINTER;
+  }
+  const int64_t wanted = int64_t{*distance_high} << 32 | static_cast<uint32_t>(distance);
+  const off_t position = lseek(DescriptorOf(file), static_cast<off_t>(wanted), SEEK_SET);
+  if (position < 0) {
+    FailFromErrno();
+    return INVALID_SET_FILE_POINTER;
+  }
+  *distance_high = static_cast<LONG>(int64_t{position} >> 32);
+  return static_cast<DWORD>(position);
+}
+
+BOOL SetEndOfFile(HANDLE file) {
+  const off_t position = lseek(DescriptorOf(file), 0, SEEK_CUR);
+  if (position < 0) return FailFromErrno();
+  return ftruncate(DescriptorOf(file), position) == 0 ? TRUE : FailFromErrno();
+}
+
 DWORD GetTempPathW(DWORD room, LPWSTR buffer) {
   std::u16string folder = DeviceFolder("Temp", true);
   if (folder.empty()) return 0;

@@ -451,6 +451,20 @@ TEST_F(ChangeLogOfAFailingPim, KeepsTheSavedSnapshotWhenTheItemsCannotBeReadAtCl
   pim_.faults.get_count = S_OK;
 }
 
+TEST_F(ChangeLogOfAFailingPim, KnowsAlsoWhatTheCloseCutOffWhenItCouldNotSaveTheSnapshot) {
+  for (int i = 0; i < 300; ++i) pim_.Keep({{"FirstName", u"Ann"}});
+  Open();
+  pim_.faults.get_count = E_FAIL;
+  EXPECT_EQ(Close(), OsifResult{OSIF_ERR_PIM});
+  pim_.faults.get_count = S_OK;
+  ASSERT_EQ(ContactEntries().front(), "M 51 00000033");
+  EXPECT_EQ(DeleteContact("00000007", nullptr), kOk);
+  EXPECT_EQ(Open(), kOk);
+  EXPECT_EQ(ContactEntries().back(), "H 600 00000007");
+  EXPECT_EQ(Close(), kOk);
+  EXPECT_FALSE(FileExists(Path("pol_pb_cut.log")));
+}
+
 TEST_F(ChangeLogOfAFailingPim, DoesNotForgetAnItemWhenTheStoreCouldNotBeReadAtOpening) {
   pim_.Keep({{"FirstName", u"Ann"}});
   Open();

@@ -163,27 +163,4 @@ TEST_F(WrittenLog, KnowsThatAnAppendedEntryReplacesAnEarlierOne) {
   EXPECT_FALSE(log_.IsSuperseded());
 }
 
-// ---- A half line ------------------------------------------------------------------------------------
-
-TEST_F(WrittenLog, LosesAHalfLineAtItsEndAndNoOther) {
-  const std::pair<std::string, std::string> logs[] = {
-      {"M:1:t:a\nM:2:t", "M:1:t:a\n"},
-      {"M:1:t:a\nM:2:t:b", "M:1:t:a\n"},
-      {"M:1", ""},
-      {"M:1:t:a\n", "M:1:t:a\n"},
-      {"M:1:t:a\ngarbage\n", "M:1:t:a\ngarbage\n"},
-      {"", ""},
-  };
-  for (const auto& [before, after] : logs) {
-    PutBytes(LogPath(), before);
-    DropHalfLine(kStore, Folder());
-    EXPECT_EQ(BytesOf(LogPath()), after) << before;
-  }
-}
-
-TEST_F(WrittenLog, IsNotMadeWhereThereIsNoneToLoseAHalfLine) {
-  DropHalfLine(kStore, Folder());
-  EXPECT_FALSE(FileExists(LogPath()));
-}
-
 }  // namespace
