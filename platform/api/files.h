@@ -36,9 +36,11 @@ BOOL MoveFileW(LPCWSTR old_name, LPCWSTR new_name);
 
 BOOL DeleteFileW(LPCWSTR name);
 
-// Opens or creates a file. `share` and `attributes` are the other programs' and the file system's
-// business and change nothing here; `security` and `model` must be null. INVALID_HANDLE_VALUE on
-// failure. Close the result with CloseHandle.
+// Opens or creates a file. With a `share` of 0, a second opening of that kind fails with
+// ERROR_SHARING_VIOLATION, in this program or another, until the handle is closed or its program ends;
+// other values, and `attributes`, are the other programs' and the file system's business and change
+// nothing here. `security` and `model` must be null. INVALID_HANDLE_VALUE on failure. Close the result
+// with CloseHandle.
 HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, void* security, DWORD disposition,
                    DWORD attributes, HANDLE model);
 

@@ -358,4 +358,22 @@ TEST_F(Files, NothingThatIsNoFileOnADiskCanBeCut) {
   std::fclose(stream);
 }
 
+// ---- Sharing -----------------------------------------------------------------------------------
+
+HANDLE OpenUnshared(const std::u16string& name) {
+  return CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
+                     FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+TEST_F(Files, AFileThatIsNotSharedIsOpenedOnceAtATime) {
+  const HANDLE first = OpenUnshared(Wide("log"));
+  ASSERT_NE(first, INVALID_HANDLE_VALUE);
+  EXPECT_EQ(OpenUnshared(Wide("log")), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(GetLastError(), 32u);
+  EXPECT_TRUE(CloseHandle(first));
+  const HANDLE second = OpenUnshared(Wide("log"));
+  ASSERT_NE(second, INVALID_HANDLE_VALUE);
+  EXPECT_TRUE(CloseHandle(second));
+}
+
 }  // namespace
