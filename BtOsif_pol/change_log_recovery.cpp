@@ -38,6 +38,11 @@ void DropOutdatedDatabaseId(int32_t store_id, WideView folder) {
   if (!has_log || !IsDatabaseId(name)) FILE_Remove(name.c_str());
 }
 
+bool DropDatabaseId(int32_t store_id, WideView folder) {
+  const WideText name = LogFileName(store_id, folder, LogFileKind::kDatabaseId);
+  return !FILE_Exists(name.c_str()) || FILE_Remove(name.c_str()) == 0;
+}
+
 void FinishSnapshot(int32_t store_id, WideView folder) {
   const WideText name = LogFileName(store_id, folder, LogFileKind::kObject);
   const WideText new_name = LogFileName(store_id, folder, LogFileKind::kNewObject);

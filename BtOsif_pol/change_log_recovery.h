@@ -22,6 +22,10 @@
 //   snapshots were exchanged   only the new one, finished    it takes its place (FinishSnapshot)
 //   the database id was made   less than a whole one         removed: nobody was told it
 //                                                            (DropOutdatedDatabaseId)
+//   the system stopped while   counters that the log may     the database id is removed: entries that were
+//   the log was open (a power  not have any more             told may be gone (ChangeLogFile::HasLostItsEnd)
+//   cut), or the log is older
+//   than what was handed out
 //   the log was lost           a database id without a log   removed: with the log the counters of all
 //                                                            anchors are gone (DropOutdatedDatabaseId)
 //
@@ -38,6 +42,9 @@ void RepairChangeLog(int32_t store_id, WideView folder);
 
 // Removes a database id that tells a partner nothing: a half-written one, or one whose log is gone.
 void DropOutdatedDatabaseId(int32_t store_id, WideView folder);
+
+// Removes the database id, so that every partner begins anew. False when it is still there.
+bool DropDatabaseId(int32_t store_id, WideView folder);
 
 // Puts a finished new snapshot in its place when the old one is gone, before the snapshot is read.
 void FinishSnapshot(int32_t store_id, WideView folder);

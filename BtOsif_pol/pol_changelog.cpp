@@ -7,13 +7,15 @@
 // off is kept beside it), then the snapshot is saved, then the cut lines and the mark are taken away. A process
 // can be killed between any two of these: change_log_recovery.h lists what is then found.
 //
-// Recording reads on before it appends, so that the counter follows from what stands in the file and not from
-// what this process has written.
+// Recording reads on before it appends, so that the counter follows from what stands in the file. A counter that
+// was handed back is never used again, also when its entry could not be written: what such an entry should have
+// told is found by comparing, and where nothing is compared every partner begins anew.
 #include "BtOsif_pol/pol_changelog.h"
 
 #include <array>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <utility>
 
 #include "BtOsif_pol/change_log_recovery.h"
@@ -43,7 +45,7 @@ struct ChangeLog {
   // at the next open.
   CPoomEntries known;
   bool is_compared = false;  // `known` holds; it does not when the store could not be read
-  int64_t scan_position = 0;
+  std::optional<int64_t> scan_position;  // none before the first entry was asked for
 };
 
 std::array<ChangeLog, kStoreRows.size()> g_logs;
@@ -78,6 +80,18 @@ void Remember(ChangeLog& log, const LibraryChange& change) {
   }
 }
 
+// Appends an entry; its anchor is empty when there was no counter for it.
+OsifResult Record(ChangeLogFile& log, const LibraryChange& change, OsifAnchor& anchor) {
+  log.ReadOn();
+  const std::optional<uint32_t> counter = log.NextCounter();
+  if (!counter) return OSIF_ERR_GENERAL;
+  anchor.cc = *counter;
+  CurrentTimeStamp(anchor.ts);
+  const OsifResult result = log.Append(change.kind, change.id, anchor);
+  if (result != OSIF_OK) log.Spend(*counter);
+  return result;
+}
+
 // ---- Opening ----------------------------------------------------------------------------------------
 
 // Brings the log of a PIM store, just opened, up to date. `logged` is what its entries name: of a log that
@@ -88,7 +102,7 @@ OsifResult Compare(int32_t store_id, ChangeLog& log, NewestKinds logged) {
   if (WasLeftOpen(store_id, folder)) {
     left_open = KnownByLeftLog(store_id, folder, std::move(logged));
   } else if (!MarkOpen(store_id, folder)) {
-    log = ChangeLog();
+    log.file = ChangeLogFile();
     return OSIF_ERR_FILE_OPEN;
   }
   const OsifResult result = pol_UpdatePoomChanges(store_id, log.file, left_open, log.known);
@@ -103,6 +117,19 @@ OsifResult StartAnew(int32_t store_id, ChangeLogFile& log) {
   log.Remove();
   DropOutdatedDatabaseId(store_id, folder);
   return log.Open(store_id, folder);
+}
+
+OsifResult OpenInFolder(int32_t store_id, ChangeLog& log, const WideText& folder) {
+  RepairChangeLog(store_id, folder);
+  if (const OsifResult result = log.file.Open(store_id, folder); result != OSIF_OK) return result;
+  NewestKinds logged = log.file.ReadOn();
+  if (static_cast<int32_t>(log.file.newest().cc) > kLastCounterAtOpen) {
+    if (const OsifResult result = StartAnew(store_id, log.file); result != OSIF_OK) return result;
+    logged.clear();
+  }
+  if (log.file.HasLostItsEnd() && DropDatabaseId(store_id, folder)) log.file.BeginCounting();
+  if (!pol_IsInPim(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
+  return Compare(store_id, log, std::move(logged));
 }
 
 // ---- Scanning ---------------------------------------------------------------------------------------
@@ -146,7 +173,7 @@ class Wanted {
 // Reads on from where the scan stands until `is_wanted` takes an entry that no later one replaces.
 template <typename IsWanted>
 OsifResult Scan(ChangeLog& log, ChangeLogEntry* entry, IsWanted is_wanted) {
-  log.file.GoTo(log.scan_position);
+  log.file.GoTo(*log.scan_position);
   OsifResult result;
   do {
     result = log.file.Read(entry);
@@ -164,12 +191,13 @@ OsifResult pol_RecordChange(int32_t store_id, const LibraryChange& change, OsifA
   *anchor = {};
   if (!pol_IsLogOpen(store_id)) return OSIF_ERR_CL_NOT_OPENED;
   ChangeLog& log = LogOf(store_id);
-  log.file.ReadOn();
-  *anchor = log.file.newest();
-  ++anchor->cc;
-  CurrentTimeStamp(anchor->ts);
-  const OsifResult result = log.file.Append(change.kind, change.id, *anchor);
-  if (result == OSIF_OK) Remember(log, change);
+  const OsifResult result = Record(log.file, change, *anchor);
+  if (result == OSIF_OK) {
+    Remember(log, change);
+  } else if (!pol_IsInPim(store_id)) {
+    // No comparison will find the change.
+    DropDatabaseId(store_id, log.file.folder());
+  }
   return result;
 }
 
@@ -177,19 +205,11 @@ OsifResult POL_CL_Open(int32_t store_id, const WCHAR* path) {
   OSIF_Trace(0, "OSIF:  POL_CL_Open(store_id=%d, pszPath='%S')", store_id, path);
   if (!IsStore(store_id)) return OSIF_ERR_TYPE_NOT_SUPPORTED;
   ChangeLog& log = LogOf(store_id);
-  log = ChangeLog();
   const WideText folder(WideView(path).substr(0, kFolderLimit));
-  RepairChangeLog(store_id, folder);
-  if (const OsifResult result = log.file.Open(store_id, folder); result != OSIF_OK) return result;
-  NewestKinds logged = log.file.ReadOn();
-  if (static_cast<int32_t>(log.file.newest().cc) > kLastCounterAtOpen) {
-    if (const OsifResult result = StartAnew(store_id, log.file); result != OSIF_OK) return result;
-    logged.clear();
-  }
-  log.file.GoToEnd();
-  log.scan_position = log.file.Position();
-  if (!pol_IsInPim(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
-  return Compare(store_id, log, std::move(logged));
+  log = ChangeLog();
+  const OsifResult result = OpenInFolder(store_id, log, folder);
+  if (!log.file.is_open()) log = ChangeLog();
+  return result;
 }
 
 OsifResult POL_CL_Close(int32_t store_id) {
@@ -201,7 +221,8 @@ OsifResult POL_CL_Close(int32_t store_id) {
   log.file.Close();
   const ChangeLog closed = std::exchange(log, ChangeLog());
   const WideText& folder = closed.file.folder();
-  OSIF_CLPurge(store_id, folder);
+  // A purge would make a whole line of half a one.
+  if (closed.file.HasWholeLines()) OSIF_CLPurge(store_id, folder);
   if (!pol_IsInPim(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
   // Read for what the answer promises, that the store can be read, though `known` is what is saved.
   CPoomEntries current;
@@ -240,7 +261,12 @@ OsifResult POL_CL_GetNextEntry(int32_t store_id, ChangeLogEntry* entry) {
   const OsifResult result =
       CheckOpen(store_id, "OSIF:  POL_CL_GetNextEntry - Change log is not opened");
   if (result != OSIF_OK) return result;
-  return Scan(LogOf(store_id), entry, [](const ChangeLogEntry&) { return true; });
+  ChangeLog& log = LogOf(store_id);
+  if (!log.scan_position) {
+    *entry = {};
+    return OSIF_ERR_EOF;
+  }
+  return Scan(log, entry, [](const ChangeLogEntry&) { return true; });
 }
 
 OsifResult POL_CL_GetDatabaseId(int32_t store_id, char* id) {

@@ -232,6 +232,10 @@ int FILE_FlushToDisk(OsifStream& stream) {
 int FILE_CutBack(OsifStream& stream, int64_t size) {
   if (!stream.is_open()) return 1;
   std::clearerr(stream.file());
+  int64_t end = 0;
+  if (FILE_SeekEnd(stream) != 0) return 1;
+  FILE_Tell(&end, stream);
+  if (end == size) return 0;
   if (FILE_Seek(stream, size) != 0) return 1;
   const HANDLE file = _fileno(stream.file());
   auto high = static_cast<LONG>(size >> 32);

@@ -128,8 +128,9 @@ int FILE_Flush(OsifStream& stream);
 // Hands what was written to the system and waits until the disk has it, so that it outlives a power cut.
 int FILE_FlushToDisk(OsifStream& stream);
 
-// Makes the file end at a position, at which the stream then is, and forgets an error of the stream. What the
-// runtime could not write must not come after all: so only what is written unbuffered can be cut back.
+// Makes the file end at a position, at which the stream then is, and forgets an error of the stream; a file that
+// ends there is not touched. What the runtime could not write must not come after all: so only what is written
+// unbuffered can be cut back.
 int FILE_CutBack(OsifStream& stream, int64_t size);
 
 // From now on each write goes to the system as it is. To be called before anything is read or written.

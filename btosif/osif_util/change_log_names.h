@@ -17,8 +17,11 @@ enum class LogFileKind {
   kOpen,        // an empty marker: the log may hold what the snapshot does not know
   kPurging,     // an empty marker: the temporary file is about to become this store's log
   kNewObject,   // a snapshot that is being written, or waits for its place
+  kCounter,     // how far the counters may have been handed out
   kCut,         // lines that a purge has cut off and that no saved snapshot knows of
 };
+
+inline constexpr size_t kLogFileKinds = static_cast<size_t>(LogFileKind::kCut) + 1;
 
 // The path of a store's file of one kind, such as "\Sync\pol_pb_change.log". Of the folder kFolderLimit
 // characters count; a "\" is added where it does not end in one.

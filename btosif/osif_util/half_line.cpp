@@ -42,7 +42,6 @@ bool DropHalfLine(OsifStream& log) {
   const int64_t size = SizeOf(log);
   const std::optional<int64_t> end = EndOfWholeLines(log, size);
   if (!end) return false;
-  if (*end == size) return FILE_SeekEnd(log) == 0;
   return FILE_CutBack(log, *end) == 0;
 }
 

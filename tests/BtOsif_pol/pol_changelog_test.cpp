@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <climits>
 
+#include "platform/posix/fault_injection.h"
 #include "tests/BtOsif_pol/changelog_fixture.h"
 #include "tests/support/trace_receiver.h"
 
@@ -189,6 +190,52 @@ TEST_F(ChangeLog, WithGarbageAndLongLinesIsOpenedWithoutHarm) {
     EXPECT_EQ(Close(), kOk);
     std::filesystem::remove(Path("pol_pb_object.log"));
   }
+}
+
+TEST_F(ChangeLog, BeginsANewSeriesWhenItIsShorterThanWhatWasHandedOut) {
+  const auto id = [] {
+    char text[OSIF_DATABASE_ID_SIZE] = "";
+    EXPECT_EQ(POL_CL_GetDatabaseId(OSIF_STORE_PB, text), kOk);
+    return std::string(text);
+  };
+  OtherProgram other;
+  for (const char* name : {"Ann", "Bob", "Cid"}) other.Add(name);
+  Open();
+  std::string before = id();
+  Close();
+  const std::string whole = BytesOf(ContactLog());
+  for (const std::string& bytes :
+       {std::string(), whole.substr(0, whole.find('\n') + 1), std::string(whole.size(), '\0')}) {
+    PutBytes(ContactLog(), bytes);
+    Open();
+    EXPECT_NE(id(), before);
+    before = id();
+    Close();
+    Open();
+    EXPECT_EQ(id(), before) << "once is enough";
+    Close();
+    PutBytes(ContactLog(), whole);
+    Open();
+    before = id();
+    Close();
+  }
+}
+
+TEST_F(ChangeLog, BeginsANewSeriesWhenTheSystemWasStartedAgainWhileItWasOpen) {
+  OsifAnchor anchor{};
+  for (const bool is_restarted : {false, true}) {
+    Open();
+    char before[OSIF_DATABASE_ID_SIZE] = "";
+    EXPECT_EQ(POL_CL_GetDatabaseId(OSIF_STORE_PB, before), kOk);
+    AddContact("Ann", &anchor);
+    if (is_restarted) PretendRestart();
+    Open();
+    char after[OSIF_DATABASE_ID_SIZE] = "";
+    EXPECT_EQ(POL_CL_GetDatabaseId(OSIF_STORE_PB, after), kOk);
+    EXPECT_EQ(std::string(before) != after, is_restarted);
+    Close();
+  }
+  EndPretendedRestart();
 }
 
 // ---- Closing ----------------------------------------------------------------------------------------

@@ -43,6 +43,7 @@ TEST(LogFileName, NamesEachKindOfFile) {
       {LogFileKind::kOpen, u"pol_pb_open.log"},
       {LogFileKind::kPurging, u"pol_pb_purging.log"},
       {LogFileKind::kNewObject, u"pol_pb_newobject.log"},
+      {LogFileKind::kCounter, u"pol_pb_counter.log"},
       {LogFileKind::kCut, u"pol_pb_cut.log"},
   };
   for (const auto& [kind, name] : names) EXPECT_EQ(LogFileName(0, u"", kind), name);

@@ -1,5 +1,6 @@
 #include "btosif/osif_util/half_line.h"
 
+#include "platform/posix/fault_injection.h"
 #include "tests/btosif/osif_util/change_log_fixture.h"
 
 namespace {
@@ -46,11 +47,21 @@ TEST_F(HalfLine, OfAnOpenLogIsReplacedByWhatIsAppendedNext) {
   EXPECT_EQ(BytesOf(LogPath()), "M:1:t:a\nM:2:t:b\n");
 }
 
-TEST_F(HalfLine, IsToldToStayWhereNothingCanBeCut) {
-  OsifStream log = support::Open("/dev/full", u"a+");
-  FILE_DoNotBuffer(log);
-  EXPECT_NE(FILE_Write(log, "M:1"), 0);
-  EXPECT_NE(FILE_CutBack(log, 0), 0);
+TEST_F(HalfLine, StaysWhereNothingCanBeCut) {
+  PutBytes(LogPath(), "M:1:t:a\nM:2");
+  FailSettingEnds(true);
+  EXPECT_FALSE(DropHalfLine(Wide(LogPath())));
+  FailSettingEnds(false);
+  EXPECT_EQ(BytesOf(LogPath()), "M:1:t:a\nM:2");
+}
+
+TEST_F(HalfLine, ThatIsNoneLeavesTheFileUntouched) {
+  PutBytes(LogPath(), "M:1:t:a\n");
+  const auto before = std::filesystem::last_write_time(LogPath());
+  FailSettingEnds(true);
+  EXPECT_TRUE(DropHalfLine(Wide(LogPath())));
+  FailSettingEnds(false);
+  EXPECT_EQ(std::filesystem::last_write_time(LogPath()), before);
 }
 
 }  // namespace
