@@ -2,7 +2,7 @@
 // scan of the calling service stands, and what the log has told of the store (`known`), from which the next
 // opening will know what it has not told.
 //
-// Opening puts in order what a killed process may have left, reads the log for its newest counter, marks it
+// Opening waits until no other program uses the folder, puts in order what a killed process may have left, reads the log for its newest counter, marks it
 // as open and appends what the comparison finds. Closing goes the other way: the log is purged (what is cut
 // off is kept beside it), then the snapshot is saved, then the cut lines and the mark are taken away. A process
 // can be killed between any two of these: change_log_recovery.h lists what is then found.
@@ -28,6 +28,7 @@
 #include "btosif/osif_util/change_log_file.h"
 #include "btosif/osif_util/change_log_names.h"
 #include "btosif/osif_util/change_log_purge.h"
+#include "btosif/osif_util/log_folder_use.h"
 #include "btosif/osif_util/stores.h"
 #include "config/trace.h"
 #include "platform/api/system_time.h"
@@ -40,6 +41,7 @@ constexpr int32_t kLastCounterAtOpen = std::numeric_limits<int32_t>::max() - 1'0
 
 // The log of one store while it is open.
 struct ChangeLog {
+  LogFolderUse use;
   ChangeLogFile file;
   // The store as far as the log has told of it. Saved at close, so that what the log has not told is found
   // at the next open.
@@ -117,6 +119,22 @@ OsifResult StartAnew(int32_t store_id, ChangeLogFile& log) {
   log.Remove();
   DropOutdatedDatabaseId(store_id, folder);
   return log.Open(store_id, folder);
+}
+
+// One program at a time records in a folder.
+OsifResult HoldFolder(int32_t store_id, LogFolderUse& use, const WideText& folder) {
+  switch (use.Begin(folder, kLogFolderPatience)) {
+    case LogFolderUse::Result::kHeld:
+      return OSIF_OK;
+    case LogFolderUse::Result::kNotPossible:
+      ChangeLogFile().Open(store_id, folder);  // for its line in the trace
+      return OSIF_ERR_FILE_OPEN;
+    case LogFolderUse::Result::kInUse:
+      break;
+  }
+  OSIF_Trace(0, "OSIF:  POL_CL_Open - '%S' is in use by another program (process %u)",
+             folder.c_str(), LogFolderUser(folder).value_or(0));
+  return OSIF_ERR_GENERAL;
 }
 
 OsifResult OpenInFolder(int32_t store_id, ChangeLog& log, const WideText& folder) {
@@ -206,7 +224,11 @@ OsifResult POL_CL_Open(int32_t store_id, const WCHAR* path) {
   if (!IsStore(store_id)) return OSIF_ERR_TYPE_NOT_SUPPORTED;
   ChangeLog& log = LogOf(store_id);
   const WideText folder(WideView(path).substr(0, kFolderLimit));
-  log = ChangeLog();
+  ChangeLog opened;
+  // The log that is open goes after that, so that a folder that stays the same is never free in between.
+  const OsifResult held = HoldFolder(store_id, opened.use, folder);
+  log = std::move(opened);
+  if (held != OSIF_OK) return held;
   const OsifResult result = OpenInFolder(store_id, log, folder);
   if (!log.file.is_open()) log = ChangeLog();
   return result;

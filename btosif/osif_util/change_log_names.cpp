@@ -27,3 +27,9 @@ WideText LogFileName(int32_t store_id, WideView folder, LogFileKind kind) {
 }
 
 WideText TempLogName(WideView folder) { return FolderPrefix(folder) + u"temp_change.log"; }
+
+WideText LogFolderInUseName(WideView folder) { return FolderPrefix(folder) + u"pol_in_use.log"; }
+
+WideText LogFolderTurnName(WideView folder) { return FolderPrefix(folder) + u"pol_turn.log"; }
+
+WideText LogFolderUserName(WideView folder) { return FolderPrefix(folder) + u"pol_user.log"; }

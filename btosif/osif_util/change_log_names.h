@@ -29,3 +29,9 @@ WideText LogFileName(int32_t store_id, WideView folder, LogFileKind kind);
 
 // The path of the file in which a log is shortened: one for all stores of a folder.
 WideText TempLogName(WideView folder);
+
+// The paths of the files that hold a folder for one program, and the next turn at it, and of the one that says
+// for which program.
+WideText LogFolderInUseName(WideView folder);
+WideText LogFolderTurnName(WideView folder);
+WideText LogFolderUserName(WideView folder);

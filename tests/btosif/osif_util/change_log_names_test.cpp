@@ -35,6 +35,12 @@ TEST(LogFileName, Takes260CharactersOfTheFolderAndNoMore) {
   }
 }
 
+TEST(LogFolderFiles, AreNamedForTheWholeFolder) {
+  EXPECT_EQ(LogFolderInUseName(u"\\Sync"), u"\\Sync\\pol_in_use.log");
+  EXPECT_EQ(LogFolderTurnName(u"\\Sync\\"), u"\\Sync\\pol_turn.log");
+  EXPECT_EQ(LogFolderUserName(u""), u"pol_user.log");
+}
+
 TEST(LogFileName, NamesEachKindOfFile) {
   const std::pair<LogFileKind, WideText> names[] = {
       {LogFileKind::kChange, u"pol_pb_change.log"},
