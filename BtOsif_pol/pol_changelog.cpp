@@ -2,18 +2,20 @@
 // scan of the calling service stands, and what the log has told of the store (`known`), from which the next
 // opening will know what it has not told.
 //
-// Opening puts in order what a killed process may have left, reads the log for its newest counter, marks it
-// as open and appends what the comparison finds. Closing goes the other way: the log is purged, then the
-// snapshot is saved, then the mark is taken away. A process can be killed between any two of these:
-// change_log_recovery.h lists what is then found.
+// Opening waits until no other program uses the folder, puts in order what a killed process may have left, reads the log for its newest counter, marks it
+// as open and appends what the comparison finds. Closing goes the other way: the log is purged (what is cut
+// off is kept beside it), then the snapshot is saved, then the cut lines and the mark are taken away. A process
+// can be killed between any two of these: change_log_recovery.h lists what is then found.
 //
-// Recording reads on before it appends, so that the counter follows from what stands in the file and not from
-// what this process has written.
+// Recording reads on before it appends, so that the counter follows from what stands in the file. A counter that
+// was handed back is never used again, also when its entry could not be written: what such an entry should have
+// told is found by comparing, and where nothing is compared every partner begins anew.
 #include "BtOsif_pol/pol_changelog.h"
 
 #include <array>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <utility>
 
 #include "BtOsif_pol/change_log_recovery.h"
@@ -26,6 +28,7 @@
 #include "btosif/osif_util/change_log_file.h"
 #include "btosif/osif_util/change_log_names.h"
 #include "btosif/osif_util/change_log_purge.h"
+#include "btosif/osif_util/log_folder_use.h"
 #include "btosif/osif_util/stores.h"
 #include "config/trace.h"
 #include "platform/api/system_time.h"
@@ -38,12 +41,13 @@ constexpr int32_t kLastCounterAtOpen = std::numeric_limits<int32_t>::max() - 1'0
 
 // The log of one store while it is open.
 struct ChangeLog {
+  LogFolderUse use;
   ChangeLogFile file;
   // The store as far as the log has told of it. Saved at close, so that what the log has not told is found
   // at the next open.
   CPoomEntries known;
   bool is_compared = false;  // `known` holds; it does not when the store could not be read
-  int64_t scan_position = 0;
+  std::optional<int64_t> scan_position;  // none before the first entry was asked for
 };
 
 std::array<ChangeLog, kStoreRows.size()> g_logs;
@@ -78,19 +82,32 @@ void Remember(ChangeLog& log, const LibraryChange& change) {
   }
 }
 
+// Appends an entry; its anchor is empty when there was no counter for it.
+OsifResult Record(ChangeLogFile& log, const LibraryChange& change, OsifAnchor& anchor) {
+  log.ReadOn();
+  const std::optional<uint32_t> counter = log.NextCounter();
+  if (!counter) return OSIF_ERR_GENERAL;
+  anchor.cc = *counter;
+  CurrentTimeStamp(anchor.ts);
+  const OsifResult result = log.Append(change.kind, change.id, anchor);
+  if (result != OSIF_OK) log.Spend(*counter);
+  return result;
+}
+
 // ---- Opening ----------------------------------------------------------------------------------------
 
 // Brings the log of a PIM store, just opened, up to date. `logged` is what its entries name: of a log that
 // was closed in order the snapshot knows all that, and it is not looked at.
-OsifResult Compare(int32_t store_id, ChangeLog& log, NewestKinds& logged) {
-  if (!WasLeftOpen(store_id, log.file.folder())) {
-    logged.clear();
-    if (!MarkOpen(store_id, log.file.folder())) {
-      log = ChangeLog();
-      return OSIF_ERR_FILE_OPEN;
-    }
+OsifResult Compare(int32_t store_id, ChangeLog& log, NewestKinds logged) {
+  const WideText& folder = log.file.folder();
+  NewestKinds left_open;
+  if (WasLeftOpen(store_id, folder)) {
+    left_open = KnownByLeftLog(store_id, folder, std::move(logged));
+  } else if (!MarkOpen(store_id, folder)) {
+    log.file = ChangeLogFile();
+    return OSIF_ERR_FILE_OPEN;
   }
-  const OsifResult result = pol_UpdatePoomChanges(store_id, log.file, logged, log.known);
+  const OsifResult result = pol_UpdatePoomChanges(store_id, log.file, left_open, log.known);
   log.is_compared = result == OSIF_OK;
   return result;
 }
@@ -102,6 +119,35 @@ OsifResult StartAnew(int32_t store_id, ChangeLogFile& log) {
   log.Remove();
   DropOutdatedDatabaseId(store_id, folder);
   return log.Open(store_id, folder);
+}
+
+// One program at a time records in a folder.
+OsifResult HoldFolder(int32_t store_id, LogFolderUse& use, const WideText& folder) {
+  switch (use.Begin(folder, kLogFolderPatience)) {
+    case LogFolderUse::Result::kHeld:
+      return OSIF_OK;
+    case LogFolderUse::Result::kNotPossible:
+      ChangeLogFile().Open(store_id, folder);  // for its line in the trace
+      return OSIF_ERR_FILE_OPEN;
+    case LogFolderUse::Result::kInUse:
+      break;
+  }
+  OSIF_Trace(0, "OSIF:  POL_CL_Open - '%S' is in use by another program (process %u)",
+             folder.c_str(), LogFolderUser(folder).value_or(0));
+  return OSIF_ERR_GENERAL;
+}
+
+OsifResult OpenInFolder(int32_t store_id, ChangeLog& log, const WideText& folder) {
+  RepairChangeLog(store_id, folder);
+  if (const OsifResult result = log.file.Open(store_id, folder); result != OSIF_OK) return result;
+  NewestKinds logged = log.file.ReadOn();
+  if (static_cast<int32_t>(log.file.newest().cc) > kLastCounterAtOpen) {
+    if (const OsifResult result = StartAnew(store_id, log.file); result != OSIF_OK) return result;
+    logged.clear();
+  }
+  if (log.file.HasLostItsEnd() && DropDatabaseId(store_id, folder)) log.file.BeginCounting();
+  if (!pol_IsInPim(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
+  return Compare(store_id, log, std::move(logged));
 }
 
 // ---- Scanning ---------------------------------------------------------------------------------------
@@ -145,7 +191,7 @@ class Wanted {
 // Reads on from where the scan stands until `is_wanted` takes an entry that no later one replaces.
 template <typename IsWanted>
 OsifResult Scan(ChangeLog& log, ChangeLogEntry* entry, IsWanted is_wanted) {
-  log.file.GoTo(log.scan_position);
+  log.file.GoTo(*log.scan_position);
   OsifResult result;
   do {
     result = log.file.Read(entry);
@@ -163,12 +209,13 @@ OsifResult pol_RecordChange(int32_t store_id, const LibraryChange& change, OsifA
   *anchor = {};
   if (!pol_IsLogOpen(store_id)) return OSIF_ERR_CL_NOT_OPENED;
   ChangeLog& log = LogOf(store_id);
-  log.file.ReadOn();
-  *anchor = log.file.newest();
-  ++anchor->cc;
-  CurrentTimeStamp(anchor->ts);
-  const OsifResult result = log.file.Append(change.kind, change.id, *anchor);
-  if (result == OSIF_OK) Remember(log, change);
+  const OsifResult result = Record(log.file, change, *anchor);
+  if (result == OSIF_OK) {
+    Remember(log, change);
+  } else if (!pol_IsInPim(store_id)) {
+    // No comparison will find the change.
+    DropDatabaseId(store_id, log.file.folder());
+  }
   return result;
 }
 
@@ -176,19 +223,15 @@ OsifResult POL_CL_Open(int32_t store_id, const WCHAR* path) {
   OSIF_Trace(0, "OSIF:  POL_CL_Open(store_id=%d, pszPath='%S')", store_id, path);
   if (!IsStore(store_id)) return OSIF_ERR_TYPE_NOT_SUPPORTED;
   ChangeLog& log = LogOf(store_id);
-  log = ChangeLog();
   const WideText folder(WideView(path).substr(0, kFolderLimit));
-  RepairChangeLog(store_id, folder);
-  if (const OsifResult result = log.file.Open(store_id, folder); result != OSIF_OK) return result;
-  NewestKinds logged = log.file.ReadOn();
-  if (static_cast<int32_t>(log.file.newest().cc) > kLastCounterAtOpen) {
-    if (const OsifResult result = StartAnew(store_id, log.file); result != OSIF_OK) return result;
-    logged.clear();
-  }
-  log.file.GoToEnd();
-  log.scan_position = log.file.Position();
-  if (!pol_IsInPim(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
-  return Compare(store_id, log, logged);
+  ChangeLog opened;
+  // The log that is open goes after that, so that a folder that stays the same is never free in between.
+  const OsifResult held = HoldFolder(store_id, opened.use, folder);
+  log = std::move(opened);
+  if (held != OSIF_OK) return held;
+  const OsifResult result = OpenInFolder(store_id, log, folder);
+  if (!log.file.is_open()) log = ChangeLog();
+  return result;
 }
 
 OsifResult POL_CL_Close(int32_t store_id) {
@@ -200,7 +243,8 @@ OsifResult POL_CL_Close(int32_t store_id) {
   log.file.Close();
   const ChangeLog closed = std::exchange(log, ChangeLog());
   const WideText& folder = closed.file.folder();
-  OSIF_CLPurge(store_id, folder);
+  // A purge would make a whole line of half a one.
+  if (closed.file.HasWholeLines()) OSIF_CLPurge(store_id, folder);
   if (!pol_IsInPim(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
   // Read for what the answer promises, that the store can be read, though `known` is what is saved.
   CPoomEntries current;
@@ -239,7 +283,12 @@ OsifResult POL_CL_GetNextEntry(int32_t store_id, ChangeLogEntry* entry) {
   const OsifResult result =
       CheckOpen(store_id, "OSIF:  POL_CL_GetNextEntry - Change log is not opened");
   if (result != OSIF_OK) return result;
-  return Scan(LogOf(store_id), entry, [](const ChangeLogEntry&) { return true; });
+  ChangeLog& log = LogOf(store_id);
+  if (!log.scan_position) {
+    *entry = {};
+    return OSIF_ERR_EOF;
+  }
+  return Scan(log, entry, [](const ChangeLogEntry&) { return true; });
 }
 
 OsifResult POL_CL_GetDatabaseId(int32_t store_id, char* id) {

@@ -20,16 +20,17 @@ namespace {
 // The changes that one comparison finds, all with one time stamp.
 class ChangesFound {
  public:
-  explicit ChangesFound(ChangeLogFile& log) : log_(log), counter_(log.newest().cc) {
-    CurrentTimeStamp(time_stamp_);
-  }
+  explicit ChangesFound(ChangeLogFile& log) : log_(log) { CurrentTimeStamp(time_stamp_); }
 
   // True when the change is in the log.
   bool Append(char kind, uint32_t oid) {
     char id[OSIF_ID_SIZE] = "";
     pol_WriteId(static_cast<LONG>(oid), id);
+    // The counter of an entry that cannot be written is told to nobody: the next one gets it.
+    const std::optional<uint32_t> counter = log_.NextCounter();
+    if (!counter) return false;
     OsifAnchor anchor = {};
-    anchor.cc = ++counter_;
+    anchor.cc = *counter;
     CopyBounded(anchor.ts, time_stamp_);
     return log_.Append(kind, id, anchor) == OSIF_OK;
   }
@@ -37,7 +38,6 @@ class ChangesFound {
  private:
   ChangeLogFile& log_;
   char time_stamp_[kTimeStampRoom];
-  uint32_t counter_;
 };
 
 // An item that is as it was saved is no change. One whose entry could not be written stays as it was saved,

@@ -26,7 +26,7 @@ OsifResult MakeDatabaseId(const WideText& name, char* id) {
   MakeRandomId(new_id);
   // The caller is told only what stands in the file: a partner must not keep an id that the next opening does
   // not find.
-  const bool is_written = FILE_WriteLine(file, new_id) == 0;
+  const bool is_written = FILE_WriteLine(file, new_id) == 0 && FILE_FlushToDisk(file) == 0;
   if (FILE_Close(file, name.c_str()) != 0 || !is_written) return OSIF_ERR_GENERAL;
   std::memcpy(id, new_id, sizeof new_id);
   return OSIF_OK;

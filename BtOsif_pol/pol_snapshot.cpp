@@ -192,6 +192,7 @@ bool CPoomEntries::saveToFile(int32_t store_id, WideView folder) const {
   for (const Entry& entry : entries_) {
     if (!entry.is_removed) is_written = is_written && WriteEntry(log, entry.id, entry.checksum);
   }
+  is_written = is_written && FILE_FlushToDisk(log) == 0;
   if (FILE_Close(log, new_name.c_str()) != 0 || !is_written) return false;
   return ReplaceObjectLog(new_name, name);
 }

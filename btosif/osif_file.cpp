@@ -224,6 +224,31 @@ int FILE_Flush(OsifStream& stream) {
   return std::fflush(stream.file()) == 0 && is_written ? 0 : 1;
 }
 
+int FILE_FlushToDisk(OsifStream& stream) {
+  if (FILE_Flush(stream) != 0) return 1;
+  return FlushFileBuffers(_fileno(stream.file())) ? 0 : 1;
+}
+
+int FILE_CutBack(OsifStream& stream, int64_t size) {
+  if (!stream.is_open()) return 1;
+  std::clearerr(stream.file());
+  int64_t end = 0;
+  if (FILE_SeekEnd(stream) != 0) return 1;
+  FILE_Tell(&end, stream);
+  if (end == size) return 0;
+  if (FILE_Seek(stream, size) != 0) return 1;
+  const HANDLE file = _fileno(stream.file());
+  auto high = static_cast<LONG>(size >> 32);
+  const DWORD low = SetFilePointer(file, static_cast<LONG>(size), &high, FILE_BEGIN);
+  if (low == INVALID_SET_FILE_POINTER) return 1;
+  return SetEndOfFile(file) ? 0 : 1;
+}
+
+void FILE_DoNotBuffer(OsifStream& stream) {
+  stream.can_gather_ = false;
+  if (stream.is_open()) std::setvbuf(stream.file(), nullptr, _IONBF, 0);
+}
+
 int FILE_Tell(int64_t* position, const OsifStream& stream) {
   const int64_t read_up_to = stream.is_open() ? ftello(stream.file()) : 0;
   *position = read_up_to - static_cast<int64_t>(stream.end_ - stream.begin_) +

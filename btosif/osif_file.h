@@ -73,6 +73,7 @@ class OsifStream {
   friend int FILE_Eof(const OsifStream&);
   friend int FILE_Write(OsifStream&, std::string_view);
   friend int FILE_Flush(OsifStream&);
+  friend void FILE_DoNotBuffer(OsifStream&);
 
   struct Close {
     void operator()(FILE* file) const { std::fclose(file); }
@@ -124,6 +125,17 @@ int FILE_WriteLine(OsifStream& stream, std::string_view text);
 
 // Hands what was written to the system, so that it outlives the process.
 int FILE_Flush(OsifStream& stream);
+
+// Hands what was written to the system and waits until the disk has it, so that it outlives a power cut.
+int FILE_FlushToDisk(OsifStream& stream);
+
+// Makes the file end at a position, at which the stream then is, and forgets an error of the stream; a file that
+// ends there is not touched. What the runtime could not write must not come after all: so only what is written
+// unbuffered can be cut back.
+int FILE_CutBack(OsifStream& stream, int64_t size);
+
+// From now on each write goes to the system as it is. To be called before anything is read or written.
+void FILE_DoNotBuffer(OsifStream& stream);
 
 // Positions are bytes from the start of the file. FILE_Tell always returns 0.
 int FILE_Tell(int64_t* position, const OsifStream& stream);

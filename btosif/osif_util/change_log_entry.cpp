@@ -80,10 +80,13 @@ OsifResult OSIF_WriteClEntry(OsifStream* log, const ChangeLogEntry* entry) {
   AssertGiven(entry, __LINE__);
   if (log == nullptr || entry == nullptr) return OSIF_ERR_GENERAL;
   char line[sizeof(ChangeLogEntry) + 32];
-  std::snprintf(line, sizeof line, "%c:%d:%s:%s", static_cast<char>(entry->kind),
-                entry->changeCounter, entry->timestamp, entry->objectId);
+  const int length =
+      std::snprintf(line, sizeof line, "%c:%d:%s:%s\n", static_cast<char>(entry->kind),
+                    entry->changeCounter, entry->timestamp, entry->objectId);
   FILE_SeekEnd(*log);
-  const bool is_written = FILE_WriteLine(*log, line) == 0 && FILE_Flush(*log) == 0;
+  // As one piece, so that as little as possible can come between.
+  const std::string_view text(line, static_cast<size_t>(length));
+  const bool is_written = FILE_Write(*log, text) == 0 && FILE_Flush(*log) == 0;
   return is_written ? OSIF_OK : OSIF_ERR_GENERAL;
 }
 

@@ -2,12 +2,19 @@
 // "M:17:20050314T101500Z:0001a2f4". Lines end with LF; reading takes CR LF too.
 #pragma once
 
+#include <cstdint>
+#include <map>
+#include <string>
+
 #include "btosif/osif_file.h"
 #include "osif.h"
 
 // The kinds of a change.
 inline constexpr char kChangeModified = 'M';  // also for a new object
 inline constexpr char kChangeDeleted = 'H';
+
+// The newest kind of change of each object that some entries name.
+using NewestKinds = std::map<std::string, uint32_t>;
 
 // Appends an entry at the end of the file, wherever it was being read, and hands it to the system, so that it
 // outlives the process. OSIF_OK, or OSIF_ERR_GENERAL when the write fails.

@@ -6,17 +6,22 @@
 // The newest entry is known from reading the file, also after an append of our own: so the counters go on
 // from whatever stands in the log by then, whoever wrote it. A line that is no entry ends what counts for
 // good, since nobody can tell what the counters after it are worth.
+//
+// An entry is one line and one write. Of one that fails, on a full disk, nothing stays: the file is cut back to
+// its whole lines, and the next entry is tried as if nothing had happened. Its counter may have been handed out
+// all the same, so no other entry gets it.
 #include "btosif/osif_util/change_log_file.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <utility>
 
 #include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/change_log_entry.h"
 #include "btosif/osif_util/change_log_names.h"
-#include "btosif/osif_util/change_log_purge.h"
+#include "btosif/osif_util/half_line.h"
 
 namespace {
 
@@ -45,10 +50,19 @@ OsifResult ChangeLogFile::Open(int32_t store_id, WideView folder) {
   opened.folder_ = WideText(folder);
   *this = std::move(opened);
   const WideText name = LogFileName(store_id_, folder_, LogFileKind::kChange);
-  return FILE_Open(stream_, name.c_str(), u"a+") == 0 ? OSIF_OK : OSIF_ERR_FILE_OPEN;
+  if (FILE_Open(stream_, name.c_str(), u"a+") != 0) return OSIF_ERR_FILE_OPEN;
+  // What could not be written must not stay in the runtime's buffer and come after all.
+  FILE_DoNotBuffer(stream_);
+  counter_.Open(store_id_, folder_);
+  return OSIF_OK;
 }
 
 void ChangeLogFile::Close() {
+  ReadOn();
+  const uint32_t highest = std::max(newest_.cc, handed_out_);
+  // In this order: a log of which the end is not on the disk must not count as whole.
+  const bool is_settled = !has_whole_lines_ || counter_.IsExactly(highest);
+  if (!is_settled && FILE_FlushToDisk(stream_) == 0) counter_.Settle(highest);
   FILE_Close(stream_, LogFileName(store_id_, folder_, LogFileKind::kChange).c_str());
 }
 
@@ -57,14 +71,40 @@ void ChangeLogFile::Remove() {
   FILE_Remove(LogFileName(store_id_, folder_, LogFileKind::kChange).c_str());
 }
 
+std::optional<uint32_t> ChangeLogFile::NextCounter() {
+  const uint32_t next = std::max(newest_.cc, handed_out_) + 1;
+  if (!has_whole_lines_ || !counter_.Reserve(next)) return std::nullopt;
+  return next;
+}
+
+void ChangeLogFile::Spend(uint32_t counter) {
+  handed_out_ = std::max(handed_out_, counter);
+  counter_.Spend(counter);
+}
+
 OsifResult ChangeLogFile::Append(char kind, const char* id, const OsifAnchor& anchor) {
   ChangeLogEntry entry = {};
   entry.kind = static_cast<unsigned char>(kind);
   entry.changeCounter = static_cast<int32_t>(anchor.cc);
   CopyBounded(entry.timestamp, anchor.ts);
   CopyBounded(entry.objectId, RecordedId(id).c_str());
+  if (!has_whole_lines_) return OSIF_ERR_GENERAL;
   superseded_.LogHasGrown();
-  return OSIF_WriteClEntry(&stream_, &entry);
+  const OsifResult result = OSIF_WriteClEntry(&stream_, &entry);
+  if (result == OSIF_OK) {
+    handed_out_ = std::max(handed_out_, anchor.cc);
+  } else {
+    CutBack();
+  }
+  return result;
+}
+
+// After a write that failed. Whoever was told a counter of a log that takes no more entries is to begin anew.
+void ChangeLogFile::CutBack() {
+  has_whole_lines_ = DropHalfLine(stream_);
+  if (has_whole_lines_) return;
+  const WideText name = LogFileName(store_id_, folder_, LogFileKind::kDatabaseId);
+  if (FILE_Exists(name.c_str())) FILE_Remove(name.c_str());
 }
 
 NewestKinds ChangeLogFile::ReadOn() {
@@ -100,15 +140,3 @@ void ChangeLogFile::GoToEnd() { FILE_SeekEnd(stream_); }
 OsifResult ChangeLogFile::Read(ChangeLogEntry* entry) { return OSIF_ReadClEntry(&stream_, entry); }
 
 bool ChangeLogFile::IsSuperseded() { return OSIF_ClEntryIsSuperseded(stream_, superseded_); }
-
-void DropHalfLine(int32_t store_id, WideView folder) {
-  const WideText name = LogFileName(store_id, folder, LogFileKind::kChange);
-  OsifStream log;
-  if (!FILE_Exists(name.c_str()) || FILE_Open(log, name.c_str(), u"rb") != 0) return;
-  int64_t size = 0;
-  FILE_SeekEnd(log);
-  FILE_Tell(&size, log);
-  uint32_t last = 0;
-  if (size == 0 || FILE_Seek(log, size - 1) != 0 || FILE_GetChar(&last, log) != 0) return;
-  if (last != '\n') DropLastLogLine(store_id, folder);
-}

@@ -4,16 +4,14 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
-#include <string>
+#include <optional>
 
 #include "btosif/osif_file.h"
+#include "btosif/osif_util/change_log_counter.h"
+#include "btosif/osif_util/change_log_entry.h"
 #include "btosif/osif_util/change_log_superseded.h"
 #include "btosif/osif_util/charset.h"
 #include "osif.h"
-
-// The newest kind of change of each object that some entries name.
-using NewestKinds = std::map<std::string, uint32_t>;
 
 // An open change log, or none. Closed when it goes out of scope; used by one caller at a time.
 class ChangeLogFile {
@@ -21,6 +19,8 @@ class ChangeLogFile {
   // Opens the log of a store in a folder, and makes it when there is none; one that was open is closed.
   // OSIF_OK or OSIF_ERR_FILE_OPEN.
   OsifResult Open(int32_t store_id, WideView folder);
+
+  // Closes the log: its entries are then on the disk, and how far its counters go is kept.
   void Close();
 
   // Closes the log and deletes it. It can be opened again and then begins with nothing.
@@ -31,9 +31,28 @@ class ChangeLogFile {
   // Where it was opened; as much of the folder as counts.
   const WideText& folder() const { return folder_; }
 
+  // The counter of the next entry: greater than any that was handed out. Nothing when it cannot be kept; no
+  // entry can then be made.
+  std::optional<uint32_t> NextCounter();
+
   // Appends an entry and hands it to the system, so that it outlives the process. The id is recorded as far
-  // as one line can give it back. OSIF_OK, or OSIF_ERR_GENERAL when it cannot be written.
+  // as one line can give it back. OSIF_OK, or OSIF_ERR_GENERAL when it cannot be written: the log then ends as
+  // before. When what was written of it cannot be cut off again, the log takes no more entries, and the database
+  // id goes.
   OsifResult Append(char kind, const char* id, const OsifAnchor& anchor);
+
+  // A counter that was handed out though its entry could not be written: no other entry gets it, so that it
+  // remains a gap.
+  void Spend(uint32_t counter);
+
+  // True when the log may lack entries that were told, and its counters would be given out once more.
+  bool HasLostItsEnd() const { return counter_.IsAhead(newest_.cc); }
+
+  // From here on the log counts as whole: the counters go on from its newest entry.
+  void BeginCounting() { counter_.Settle(newest_.cc); }
+
+  // False when it ends with half a line that could not be cut off.
+  bool HasWholeLines() const { return has_whole_lines_; }
 
   // Takes note of what the log has grown by: through this process, or through another that has it open.
   // Gives the objects of the entries read.
@@ -52,15 +71,16 @@ class ChangeLogFile {
   bool IsSuperseded();
 
  private:
+  void CutBack();
+
   OsifStream stream_;
   int32_t store_id_ = 0;
   WideText folder_;
   SupersededLines superseded_;
+  KeptCounter counter_;
+  uint32_t handed_out_ = 0;  // the highest counter that this process has given out
+  bool has_whole_lines_ = true;
   OsifAnchor newest_ = {};   // of the entries up to `read_up_to_`
   int64_t read_up_to_ = 0;   // where ReadOn goes on
   bool is_readable_ = true;  // false when a malformed line ends what counts
 };
-
-// Drops a half line at the end of a closed log: a process ended while it wrote it. No entry after it could be
-// read, and what was answered with success is a whole line.
-void DropHalfLine(int32_t store_id, WideView folder);

@@ -8,8 +8,8 @@
 namespace {
 
 // In the order of LogFileKind.
-constexpr std::array<WideView, 6> kKindNames = {u"change", u"object",  u"databaseid",
-                                                u"open",   u"purging", u"newobject"};
+constexpr std::array<WideView, kLogFileKinds> kKindNames = {u"change",  u"object",    u"databaseid", u"open",
+                                                u"purging", u"newobject", u"counter",    u"cut"};
 
 WideText Widened(const char* ascii) { return WideText(ascii, ascii + std::strlen(ascii)); }
 
@@ -27,3 +27,9 @@ WideText LogFileName(int32_t store_id, WideView folder, LogFileKind kind) {
 }
 
 WideText TempLogName(WideView folder) { return FolderPrefix(folder) + u"temp_change.log"; }
+
+WideText LogFolderInUseName(WideView folder) { return FolderPrefix(folder) + u"pol_in_use.log"; }
+
+WideText LogFolderTurnName(WideView folder) { return FolderPrefix(folder) + u"pol_turn.log"; }
+
+WideText LogFolderUserName(WideView folder) { return FolderPrefix(folder) + u"pol_user.log"; }

@@ -3,6 +3,8 @@
 // stands in the folder for as long as the exchange takes: whoever comes after a process that was killed in
 // that moment (FinishPurge) knows by it whose log the temporary file is. The order:
 //
+//   0. where the log alone knows of what goes, that    the log counts
+//      is kept beside it (change_log_cut.h)
 //   1. the temporary file is written and closed        the log counts
 //   2. the marker is made                              the log counts
 //   3. the log is removed                              the temporary file is the log of the marker's store
@@ -16,6 +18,7 @@
 #include <cstddef>
 
 #include "btosif/osif_file.h"
+#include "btosif/osif_util/change_log_cut.h"
 #include "btosif/osif_util/change_log_names.h"
 #include "btosif/osif_util/stores.h"
 #include "config/trace.h"
@@ -34,15 +37,21 @@ size_t CountLines(OsifStream& log) {
   return count;
 }
 
-// Copies some of a log's lines into the temporary file.
-bool CopyLines(OsifStream& log, size_t first, size_t after_last, OsifStream& copy) {
+// Copies a log's lines from one on into the temporary file.
+bool CopyLines(OsifStream& log, size_t first, size_t count, OsifStream& copy) {
   FILE_Rewind(log);
   char line[kLineRoom];
-  for (size_t number = 0; number < after_last; ++number) {
+  for (size_t number = 0; number < count; ++number) {
     if (FILE_ReadLine(line, log) != 0) return false;
     if (number >= first && FILE_WriteLine(copy, line) != 0) return false;
   }
   return true;
+}
+
+// Lines of which no saved snapshot knows would be forgotten with the log that held them.
+bool KeepDroppedLines(int32_t store_id, WideView folder, OsifStream& log, size_t count) {
+  const WideText marker_name = LogFileName(store_id, folder, LogFileKind::kOpen);
+  return !FILE_Exists(marker_name.c_str()) || KeepCutLines(store_id, folder, log, count);
 }
 
 // Puts the temporary file in the log's place. The marker tells whose log it is while there is none.
@@ -58,16 +67,18 @@ OsifResult ReplaceLog(int32_t store_id, WideView folder) {
   return OSIF_OK;
 }
 
-// Replaces a log, which is closed here, by some of its lines.
-OsifResult KeepLines(int32_t store_id, WideView folder, OsifStream& log, size_t first,
-                     size_t after_last) {
+// Replaces a log, which is closed here, by its lines from one on. What is put in its place is on the disk
+// before the log goes.
+OsifResult DropLines(int32_t store_id, WideView folder, OsifStream& log, size_t dropped,
+                     size_t count) {
   FinishPurge(folder);
+  if (!KeepDroppedLines(store_id, folder, log, dropped)) return OSIF_ERR_GENERAL;
   const WideText temp_name = TempLogName(folder);
   OsifStream copy;
   if (FILE_Open(copy, temp_name.c_str(), u"w") != 0) {
     return Failed("OSIF:  OSIF_CLPurge - Error opening temp file");
   }
-  const bool is_copied = CopyLines(log, first, after_last, copy);
+  const bool is_copied = CopyLines(log, dropped, count, copy) && FILE_FlushToDisk(copy) == 0;
   const bool is_closed = FILE_Close(copy, temp_name.c_str()) == 0;
   FILE_Close(log, LogFileName(store_id, folder, LogFileKind::kChange).c_str());
   if (!is_copied || !is_closed) return OSIF_ERR_GENERAL;
@@ -86,21 +97,11 @@ OsifResult OSIF_CLPurge(int32_t store_id, WideView folder) {
   if (FILE_Error(log)) return OSIF_ERR_GENERAL;
   if (count <= kKeptEntries) return OSIF_OK;
   const size_t dropped = count - kKeptEntries;
-  const OsifResult result = KeepLines(store_id, folder, log, dropped, count);
+  const OsifResult result = DropLines(store_id, folder, log, dropped, count);
   if (result != OSIF_OK) return result;
   OSIF_Trace(0, "OSIF:  OSIF_CLPurge - Purged %d entries from '%s'", static_cast<int>(dropped),
              TextToMultiByte(NativeCodePage(), log_name).c_str());
   return OSIF_OK;
-}
-
-OsifResult DropLastLogLine(int32_t store_id, WideView folder) {
-  OsifStream log;
-  if (FILE_Open(log, LogFileName(store_id, folder, LogFileKind::kChange).c_str(), u"r") != 0) {
-    return OSIF_ERR_GENERAL;
-  }
-  const size_t count = CountLines(log);
-  if (count == 0) return OSIF_OK;
-  return KeepLines(store_id, folder, log, 0, count - 1);
 }
 
 void FinishPurge(WideView folder) {

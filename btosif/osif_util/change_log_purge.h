@@ -11,12 +11,10 @@
 inline constexpr size_t kKeptEntries = 250;
 
 // Shortens a closed log to its newest 250 lines, byte for byte; `folder` is where the temporary file is
-// made. A log that is short enough is not touched. OSIF_OK or the failure; the log stays as it is when
-// anything fails before it is replaced.
+// made. A log that is short enough is not touched. While the log's open marker stands, what is dropped is kept
+// beside it (change_log_cut.h). OSIF_OK or the failure; the log stays as it is when anything fails before it is
+// replaced.
 OsifResult OSIF_CLPurge(int32_t store_id, WideView folder);
-
-// Replaces a closed log by all of its lines but the last, in the same steps.
-OsifResult DropLastLogLine(int32_t store_id, WideView folder);
 
 // Finishes an exchange, of any store in the folder, that ended between removing the log and putting the
 // shortened one in its place.

@@ -36,9 +36,11 @@ BOOL MoveFileW(LPCWSTR old_name, LPCWSTR new_name);
 
 BOOL DeleteFileW(LPCWSTR name);
 
-// Opens or creates a file. `share` and `attributes` are the other programs' and the file system's
-// business and change nothing here; `security` and `model` must be null. INVALID_HANDLE_VALUE on
-// failure. Close the result with CloseHandle.
+// Opens or creates a file. With a `share` of 0, a second opening of that kind fails with
+// ERROR_SHARING_VIOLATION, in this program or another, until the handle is closed or its program ends;
+// other values, and `attributes`, are the other programs' and the file system's business and change
+// nothing here. `security` and `model` must be null. INVALID_HANDLE_VALUE on failure. Close the result
+// with CloseHandle.
 HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, void* security, DWORD disposition,
                    DWORD attributes, HANDLE model);
 
@@ -49,6 +51,21 @@ BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, DWORD* read, void* overlap
 BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD size, DWORD* written, void* overlapped);
 
 BOOL CloseHandle(HANDLE handle);
+
+// The file of a stream, as the calls above and below take it. It stays the stream's: it is not closed.
+HANDLE _fileno(FILE* stream);
+
+// Waits until what was written to the file is on the disk.
+BOOL FlushFileBuffers(HANDLE file);
+
+// Moves a file's position to this distance (64 bits, the upper half in `distance_high`) from its beginning,
+// the only `method` there is. Returns the lower half of the position; all bits set on failure.
+inline constexpr DWORD FILE_BEGIN = 0;
+inline constexpr DWORD INVALID_SET_FILE_POINTER = 0xFFFFFFFFu;
+DWORD SetFilePointer(HANDLE file, LONG distance, LONG* distance_high, DWORD method);
+
+// Makes the file end at its position.
+BOOL SetEndOfFile(HANDLE file);
 
 // The folder of temporary files, ending in a backslash. Returns its length without the terminator;
 // when `room` (in characters) is too small, the room it needs; 0 on failure.

@@ -1,4 +1,4 @@
-// Provokes memory shortage in tests.
+// Provokes memory shortage and power cuts in tests.
 #pragma once
 
 // Makes the nth LocalAlloc from now on this thread return null (1 is the next one); the ones after
@@ -7,3 +7,10 @@ void FailAllocation(int nth);
 
 // True while that failure is still to come: nothing asked for memory often enough.
 bool IsFailurePending();
+
+// No file can be given another end until this is called off.
+void FailSettingEnds(bool fails);
+
+// The system seems to have been started just now, or again when it really was.
+void PretendRestart();
+void EndPretendedRestart();

@@ -22,10 +22,13 @@
 
 #include "platform/device/device.h"
 #include "platform/posix/error_numbers.h"
+#include "platform/posix/fault_injection.h"
 #include "platform/posix/paths.h"
 #include "platform/utf8.h"
 
 namespace {
+
+bool setting_ends_fails = false;
 
 BOOL Fail(LONG error) {
   SetLastError(static_cast<DWORD>(error));
@@ -72,6 +75,16 @@ int FlagsOfAccess(DWORD access) {
 bool IsFolder(int descriptor) {
   struct stat status {};
   return fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// Keeps others who share nothing out of a file until its descriptor is closed. The lock is the descriptor's, not
+// the process's: closing another one of the same file does not end it. A descriptor that only reads can only
+// share the lock with others of its kind.
+bool LockWhole(int descriptor, DWORD access) {
+  struct flock lock {};
+  lock.l_type = static_cast<short>((access & GENERIC_WRITE) != 0 ? F_WRLCK : F_RDLCK);
+  lock.l_whence = SEEK_SET;
+  return fcntl(descriptor, F_OFD_SETLK, &lock) == 0;
 }
 
 // Renames without replacing. Where the file system cannot do that in one step, in two.
@@ -135,6 +148,8 @@ bool CreateEmpty(std::u16string_view path) {
 
 }  // namespace
 
+void FailSettingEnds(bool fails) { setting_ends_fails = fails; }
+
 FILE* _wfopen(LPCWSTR name, LPCWSTR mode) {
   if (name == nullptr || mode == nullptr) {
     errno = EINVAL;
@@ -163,7 +178,7 @@ BOOL DeleteFileW(LPCWSTR name) {
   return unlink(NativePath(name).c_str()) == 0 ? TRUE : FailFromErrno();
 }
 
-HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD /*share*/, void* security, DWORD disposition,
+HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, void* security, DWORD disposition,
                    DWORD /*attributes*/, HANDLE model) {
   const std::optional<int> flags = FlagsOf(disposition);
   if (name == nullptr || security != nullptr || model != nullptr || !flags) {
@@ -179,6 +194,12 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD /*share*/, void* security, 
   if (IsFolder(descriptor)) {
     close(descriptor);
     return FailHandle(ERROR_ACCESS_DENIED);
+  }
+  if (share == 0 && !LockWhole(descriptor, access)) {
+    const LONG error =
+        errno == EAGAIN || errno == EACCES ? ERROR_SHARING_VIOLATION : ErrorOfErrno(errno);
+    close(descriptor);
+    return FailHandle(error);
   }
   return HandleOf(descriptor);
 }
@@ -212,6 +233,34 @@ BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD size, DWORD* count, void* over
 BOOL CloseHandle(HANDLE handle) {
   if (handle == nullptr || handle == INVALID_HANDLE_VALUE) return Fail(ERROR_INVALID_HANDLE);
   return close(DescriptorOf(handle)) == 0 ? TRUE : FailFromErrno();
+}
+
+HANDLE _fileno(FILE* stream) { return HandleOf(fileno(stream)); }
+
+BOOL FlushFileBuffers(HANDLE file) {
+  return fsync(DescriptorOf(file)) == 0 ? TRUE : FailFromErrno();
+}
+
+DWORD SetFilePointer(HANDLE file, LONG distance, LONG* distance_high, DWORD method) {
+  if (method != FILE_BEGIN || distance_high == nullptr) {
+    Fail(ERROR_INVALID_PARAMETER);
+    return INVALID_SET_FILE_POINTER;
+  }
+  const int64_t wanted = int64_t{*distance_high} << 32 | static_cast<uint32_t>(distance);
+  const off_t position = lseek(DescriptorOf(file), static_cast<off_t>(wanted), SEEK_SET);
+  if (position < 0) {
+    FailFromErrno();
+    return INVALID_SET_FILE_POINTER;
+  }
+  *distance_high = static_cast<LONG>(int64_t{position} >> 32);
+  return static_cast<DWORD>(position);
+}
+
+BOOL SetEndOfFile(HANDLE file) {
+  if (setting_ends_fails) return Fail(ERROR_IO_DEVICE);
+  const off_t position = lseek(DescriptorOf(file), 0, SEEK_CUR);
+  if (position < 0) return FailFromErrno();
+  return ftruncate(DescriptorOf(file), position) == 0 ? TRUE : FailFromErrno();
 }
 
 DWORD GetTempPathW(DWORD room, LPWSTR buffer) {

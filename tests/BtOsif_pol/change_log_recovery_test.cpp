@@ -138,4 +138,40 @@ TEST_F(ChangeLog, IsTakenForLeftOpenFromItsMarkUntilTheMarkIsTakenAway) {
   EXPECT_FALSE(WasLeftOpen(OSIF_STORE_CAL, Folder()));
 }
 
+// ---- Lines that were cut off ------------------------------------------------------------------------
+
+TEST_F(ChangeLog, LosesTheCutLinesWithItsMarkAndThoseOfBeforeWhenItIsMarked) {
+  PutBytes(Path("pol_pb_cut.log"), "M:1:t:00000001\n");
+  EXPECT_TRUE(MarkOpen(OSIF_STORE_PB, Folder()));
+  EXPECT_FALSE(FileExists(Path("pol_pb_cut.log")));
+  PutBytes(Path("pol_pb_cut.log"), "M:1:t:00000001\n");
+  MarkClosed(OSIF_STORE_PB, Folder());
+  EXPECT_FALSE(FileExists(Path("pol_pb_cut.log")));
+}
+
+TEST_F(ChangeLog, ThatWasLeftOpenKnowsTheCutLinesAndAboveThemItsOwn) {
+  PutBytes(Path("pol_pb_cut.log"), "M:1:t:00000001\nM:2:t:00000002\n");
+  const NewestKinds logged = {{"00000002", 'H'}, {"00000003", 'M'}};
+  EXPECT_THAT(KnownByLeftLog(OSIF_STORE_PB, Folder(), logged),
+              ElementsAre(testing::Pair("00000001", uint32_t{'M'}),
+                          testing::Pair("00000002", uint32_t{'H'}),
+                          testing::Pair("00000003", uint32_t{'M'})));
+}
+
+TEST_F(ChangeLog, ThatWasLeftOpenTellsTheEndOfAnObjectOfWhichOnlyACutLineIsLeft) {
+  PutBytes(ContactLog(), "M:60:20050314T101500Z:0000003c\n");
+  PutBytes(Path("pol_pb_cut.log"), "M:1:20050314T101500Z:0000000a\nM:2:2005");
+  PutBytes(Path("pol_pb_open.log"), "");
+  EXPECT_EQ(Open(), kOk);
+  EXPECT_THAT(ContactEntries(), ElementsAre("M 60 0000003c", "H 61 0000000a", "H 62 0000003c"));
+  EXPECT_EQ(BytesOf(Path("pol_pb_cut.log")), "M:1:20050314T101500Z:0000000a\n");
+}
+
+TEST_F(ChangeLog, TakesNoNoticeOfCutLinesWhenItWasClosed) {
+  PutBytes(ContactLog(), "M:60:20050314T101500Z:0000003c\n");
+  PutBytes(Path("pol_pb_cut.log"), "M:1:20050314T101500Z:0000000a\n");
+  EXPECT_EQ(Open(), kOk);
+  EXPECT_THAT(ContactEntries(), ElementsAre("M 60 0000003c"));
+}
+
 }  // namespace

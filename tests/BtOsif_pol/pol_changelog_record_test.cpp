@@ -1,16 +1,27 @@
 // What is told at the next open, recording the changes that the library makes, and failures of the PIM.
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <ctime>
+#include <filesystem>
+#include <set>
 
 #include "BtOsif_pol/pol_changelog.h"
 #include "btosif/osif_util/owned_text.h"
 #include "btosif/osif_util/property_value.h"
 #include "btosif/osif_util/value_text.h"
+#include "platform/device/device.h"
+#include "platform/posix/fault_injection.h"
 #include "tests/BtOsif_pol/changelog_fixture.h"
+#include "tests/platform/device/other_process.h"
 #include "tests/support/dates.h"
 #include "tests/support/fake_pim.h"
+#include "tests/support/full_disk.h"
 
 namespace {
 
@@ -29,7 +40,19 @@ using support::PutBytes;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-using RecordedChanges = support::ChangeLogTest;
+class RecordedChanges : public support::ChangeLogTest {
+ protected:
+  std::string Id(int32_t store_id) {
+    char id[OSIF_DATABASE_ID_SIZE] = "";
+    EXPECT_EQ(POL_CL_GetDatabaseId(store_id, id), OsifResult{OSIF_OK});
+    return id;
+  }
+  // Records that a contact was changed, which the store knows already.
+  static OsifResult Record(const std::string& id, OsifAnchor& anchor) {
+    const auto oid = static_cast<uint32_t>(support::OidOf(id));
+    return pol_RecordChange(OSIF_STORE_PB, {kChangeModified, id.c_str(), oid, 1}, &anchor);
+  }
+};
 
 // The field of a log line, counted from 0.
 std::string Field(const std::string& line, int number) {
@@ -396,6 +419,156 @@ TEST_F(RecordedChanges, RecordsNoLineThatAPeerHidInAnId) {
   }
 }
 
+// ---- A disk that is full for a while ----------------------------------------------------------------
+
+TEST_F(RecordedChanges, TellsEveryChangeThatTheDiskHadNoRoomForOnceItHas) {
+  Open();
+  OsifAnchor anchor{};
+  const std::string a = AddContact("Ann", &anchor).id;
+  const std::string b = AddContact("Bob", nullptr).id;
+  const std::string c = AddContact("Cid", nullptr).id;
+  {
+    const support::FullDisk full(std::filesystem::file_size(ContactLog()) + 10);
+    EXPECT_EQ(Record(b, anchor), OsifResult{OSIF_ERR_GENERAL});
+    EXPECT_EQ(anchor.cc, 2u);
+    EXPECT_EQ(Record(c, anchor), OsifResult{OSIF_ERR_GENERAL});
+    EXPECT_EQ(anchor.cc, 3u);
+    EXPECT_EQ(Anchor().cc, 1u) << "what is in the log";
+  }
+  const std::string d = AddContact("Dan", &anchor).id;
+  EXPECT_EQ(anchor.cc, 4u);
+  EXPECT_THAT(ContactEntries(), ElementsAre("M 1 " + a, "M 4 " + d));
+  Close();
+  Open();
+  EXPECT_THAT(ContactEntries(), ElementsAre("M 1 " + a, "M 4 " + d, "M 5 " + b, "M 6 " + c));
+  EXPECT_EQ(ChangesSince(MakeAnchor(1), OSIF_STORE_PB).front(), "gap")
+      << "counters were handed out that no entry has";
+  EXPECT_NE(ChangesSince(MakeAnchor(3), OSIF_STORE_PB).front(), "gap");
+}
+
+TEST_F(RecordedChanges, BeginANewSeriesWhenOneIsMissingThatNoComparisonFinds) {
+  EXPECT_EQ(Open(kMailStore), OsifResult{OSIF_ERR_NOT_IMPLEMENTED});
+  OsifAnchor anchor{};
+  EXPECT_EQ(pol_RecordChange(kMailStore, {kChangeModified, "a", 0, {}}, &anchor), kOk);
+  const std::string id = Id(kMailStore);
+  {
+    const support::FullDisk full(std::filesystem::file_size(MailLog()) + 10);
+    EXPECT_EQ(pol_RecordChange(kMailStore, {kChangeModified, "b", 0, {}}, &anchor),
+              OsifResult{OSIF_ERR_GENERAL});
+  }
+  EXPECT_EQ(pol_RecordChange(kMailStore, {kChangeModified, "c", 0, {}}, &anchor), kOk);
+  const std::string new_id = Id(kMailStore);
+  EXPECT_NE(new_id, id);
+  Close(kMailStore);
+  Open(kMailStore);
+  EXPECT_EQ(Id(kMailStore), new_id);
+  EXPECT_THAT(Entries(MailLog()), ElementsAre("M 1 a", "M 3 c"));
+}
+
+TEST_F(RecordedChanges, FindNoRoomWhileTheyAreComparedAndTellTheRestAtTheNextOpenWithoutAGap) {
+  OtherProgram other;
+  for (int i = 0; i < 20; ++i) other.Add("Ann" + std::to_string(i));
+  Open();
+  Close();
+  const std::string id = (Open(), Id(OSIF_STORE_PB));
+  Close();
+  for (int i = 0; i < 20; ++i) other.Add("Bob" + std::to_string(i));
+  {
+    const support::FullDisk full(std::filesystem::file_size(ContactLog()) + 100);
+    EXPECT_EQ(Open(), kOk);
+  }
+  EXPECT_EQ(Anchor().cc, 23u);
+  Close();
+  Open();
+  EXPECT_EQ(Anchor().cc, 40u);
+  EXPECT_EQ(Id(OSIF_STORE_PB), id);
+  EXPECT_THAT(ChangesSince(MakeAnchor(20), OSIF_STORE_PB), testing::SizeIs(21));
+  EXPECT_NE(ChangesSince(MakeAnchor(20), OSIF_STORE_PB).front(), "gap");
+}
+
+TEST_F(RecordedChanges, EndWithALogThatCannotBeCutBackAndBeginANewSeries) {
+  Open();
+  OsifAnchor anchor{};
+  const std::string a = AddContact("Ann", &anchor).id;
+  const std::string b = AddContact("Bob", nullptr).id;
+  const std::string id = Id(OSIF_STORE_PB);
+  {
+    FailSettingEnds(true);
+    const support::FullDisk full(std::filesystem::file_size(ContactLog()) + 10);
+    EXPECT_EQ(Record(b, anchor), OsifResult{OSIF_ERR_GENERAL});
+    FailSettingEnds(false);
+  }
+  EXPECT_EQ(Record(b, anchor), OsifResult{OSIF_ERR_GENERAL}) << "though there is room again";
+  EXPECT_FALSE(FileExists(Path("pol_pb_databaseid.log")));
+  EXPECT_EQ(Close(), kOk);
+  Open();
+  EXPECT_NE(Id(OSIF_STORE_PB), id);
+  EXPECT_THAT(ContactEntries(), ElementsAre("M 1 " + a, "M 2 " + b));
+}
+
+// A file system of its own that is really full.
+class SmallDisk {
+ public:
+  // In a process of its own: the mount ends with it.
+  explicit SmallDisk(const std::string& folder)
+      : is_there_(unshare(CLONE_NEWNS) == 0 &&
+                  mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                  mount("none", folder.c_str(), "tmpfs", 0, "size=64k") == 0),
+        filler_(folder + "/filler") {}
+  bool is_there() const { return is_there_; }
+  void Fill() const {
+    const int file = open(filler_.c_str(), O_CREAT | O_WRONLY | O_APPEND, 0600);
+    const std::string bytes(1024, 'f');
+    while (write(file, bytes.data(), bytes.size()) > 0) {
+    }
+    EXPECT_EQ(errno, ENOSPC);
+    close(file);
+  }
+  void Free() const { std::filesystem::remove(filler_); }
+
+ private:
+  bool is_there_;
+  std::string filler_;
+};
+
+TEST_F(RecordedChanges, TellsEveryChangeAfterADiskWasFullAndFreedAgain) {
+  POL_Close();
+  device::CloseDatabase();
+  pim_test::OtherProcess program([this](int place) {
+    const SmallDisk disk(device_.Path("Sync"));
+    pim_test::Tell(place, disk.is_there() ? 1 : 0);
+    if (!disk.is_there()) return;
+    POL_Open();
+    EXPECT_EQ(Open(), kOk);
+    OsifAnchor anchor{};
+    EXPECT_EQ(AddContact("Ann", &anchor).result, kOk);
+    const uint32_t seen = anchor.cc;
+    disk.Fill();
+    int refused = 0;
+    for (int i = 0; i < 300; ++i) {
+      const support::LibraryCall added = AddContact("Bob" + std::to_string(i), &anchor);
+      refused += added.result == OSIF_OK ? 0 : 1;
+    }
+    EXPECT_GT(refused, 0);
+    EXPECT_LT(refused, 300) << "the rest of the log's last block has room for some";
+    disk.Free();
+    for (int i = 0; i < 10; ++i) {
+      EXPECT_EQ(AddContact("Cid" + std::to_string(i), &anchor).result, kOk);
+    }
+    EXPECT_EQ(Close(), kOk);
+    EXPECT_EQ(Open(), kOk);
+    const std::vector<std::string> changes = ChangesSince(MakeAnchor(seen), OSIF_STORE_PB);
+    std::set<std::string> told;
+    for (const std::string& change : changes) told.insert(change.substr(change.rfind(':') + 1));
+    EXPECT_EQ(changes.size(), 311u) << "each one, and the end";
+    EXPECT_EQ(told.size(), 311u);
+    EXPECT_EQ(changes.back(), "end");
+    pim_test::Tell(place, testing::Test::HasFailure() ? 0 : 1);
+  });
+  if (program.Read() == 0) GTEST_SKIP() << "no file system can be mounted here";
+  EXPECT_EQ(program.Read(), 1);
+}
+
 class TimeStamp : public support::ChangeLogTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(TimeStamp, OfAChangeIsTheTimeInUtc) {
@@ -449,6 +622,20 @@ TEST_F(ChangeLogOfAFailingPim, KeepsTheSavedSnapshotWhenTheItemsCannotBeReadAtCl
   EXPECT_FALSE(pol_IsLogOpen(OSIF_STORE_PB));
   EXPECT_EQ(BytesOf(Path("pol_pb_object.log")), saved);
   pim_.faults.get_count = S_OK;
+}
+
+TEST_F(ChangeLogOfAFailingPim, KnowsAlsoWhatTheCloseCutOffWhenItCouldNotSaveTheSnapshot) {
+  for (int i = 0; i < 300; ++i) pim_.Keep({{"FirstName", u"Ann"}});
+  Open();
+  pim_.faults.get_count = E_FAIL;
+  EXPECT_EQ(Close(), OsifResult{OSIF_ERR_PIM});
+  pim_.faults.get_count = S_OK;
+  ASSERT_EQ(ContactEntries().front(), "M 51 00000033");
+  EXPECT_EQ(DeleteContact("00000007", nullptr), kOk);
+  EXPECT_EQ(Open(), kOk);
+  EXPECT_EQ(ContactEntries().back(), "H 600 00000007");
+  EXPECT_EQ(Close(), kOk);
+  EXPECT_FALSE(FileExists(Path("pol_pb_cut.log")));
 }
 
 TEST_F(ChangeLogOfAFailingPim, DoesNotForgetAnItemWhenTheStoreCouldNotBeReadAtOpening) {

@@ -92,6 +92,25 @@ TEST_F(ChangeLogScan, UnknownStoresAreRefused) {
   }
 }
 
+// ---- Before the first entry was asked for -----------------------------------------------------------
+
+TEST_F(ChangeLogScan, ThereIsNoNextEntryBeforeAFirstOneWasAskedForWhateverTheOpeningHasFound) {
+  PutBytes(ContactLog(), EntryLine('H', 1, "000000ff") + "\n");
+  support::OtherProgram().Add("Ann");
+  EXPECT_EQ(Open(), OsifResult{OSIF_OK});
+  ASSERT_EQ(Anchor().cc, 2u);
+  OsifAnchor anchor{};
+  EXPECT_EQ(support::AddContact("Bob", &anchor).result, OsifResult{OSIF_OK});
+  ChangeLogEntry entry = support::MakeEntry('M', 77, "before");
+  EXPECT_EQ(POL_CL_GetNextEntry(OSIF_STORE_PB, &entry), OsifResult{OSIF_ERR_EOF});
+  EXPECT_EQ(entry.kind, 0u);
+  EXPECT_EQ(entry.changeCounter, 0);
+  EXPECT_STREQ(entry.objectId, "");
+  EXPECT_THAT(ChangesSince(MakeAnchor(1), OSIF_STORE_PB), testing::SizeIs(3));
+  EXPECT_EQ(Open(), OsifResult{OSIF_OK});
+  EXPECT_EQ(POL_CL_GetNextEntry(OSIF_STORE_PB, &entry), OsifResult{OSIF_ERR_EOF});
+}
+
 // ---- The first entry, by counter --------------------------------------------------------------------
 
 TEST_F(ChangeLogScan, AnEmptyLogHasNoFirstEntry) {

@@ -2,11 +2,20 @@
 #include "BtOsif_pol/pol_changelog.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <climits>
+#include <map>
+#include <memory>
+#include <set>
 
+#include "btosif/osif_util/log_folder_use.h"
+#include "platform/device/device.h"
+#include "platform/posix/fault_injection.h"
 #include "tests/BtOsif_pol/changelog_fixture.h"
+#include "tests/platform/device/other_process.h"
 #include "tests/support/trace_receiver.h"
 
 namespace {
@@ -189,6 +198,172 @@ TEST_F(ChangeLog, WithGarbageAndLongLinesIsOpenedWithoutHarm) {
     EXPECT_EQ(Open(), kOk);
     EXPECT_EQ(Close(), kOk);
     std::filesystem::remove(Path("pol_pb_object.log"));
+  }
+}
+
+TEST_F(ChangeLog, BeginsANewSeriesWhenItIsShorterThanWhatWasHandedOut) {
+  const auto id = [] {
+    char text[OSIF_DATABASE_ID_SIZE] = "";
+    EXPECT_EQ(POL_CL_GetDatabaseId(OSIF_STORE_PB, text), kOk);
+    return std::string(text);
+  };
+  OtherProgram other;
+  for (const char* name : {"Ann", "Bob", "Cid"}) other.Add(name);
+  Open();
+  std::string before = id();
+  Close();
+  const std::string whole = BytesOf(ContactLog());
+  for (const std::string& bytes :
+       {std::string(), whole.substr(0, whole.find('\n') + 1), std::string(whole.size(), '\0')}) {
+    PutBytes(ContactLog(), bytes);
+    Open();
+    EXPECT_NE(id(), before);
+    before = id();
+    Close();
+    Open();
+    EXPECT_EQ(id(), before) << "once is enough";
+    Close();
+    PutBytes(ContactLog(), whole);
+    Open();
+    before = id();
+    Close();
+  }
+}
+
+TEST_F(ChangeLog, BeginsANewSeriesWhenTheSystemWasStartedAgainWhileItWasOpen) {
+  OsifAnchor anchor{};
+  for (const bool is_restarted : {false, true}) {
+    Open();
+    char before[OSIF_DATABASE_ID_SIZE] = "";
+    EXPECT_EQ(POL_CL_GetDatabaseId(OSIF_STORE_PB, before), kOk);
+    AddContact("Ann", &anchor);
+    if (is_restarted) PretendRestart();
+    Open();
+    char after[OSIF_DATABASE_ID_SIZE] = "";
+    EXPECT_EQ(POL_CL_GetDatabaseId(OSIF_STORE_PB, after), kOk);
+    EXPECT_EQ(std::string(before) != after, is_restarted);
+    Close();
+  }
+  EndPretendedRestart();
+}
+
+// ---- Another program in the folder ------------------------------------------------------------------
+
+// Another program that has opened the mail log and stays, with its number.
+class UserOfTheFolder {
+ public:
+  explicit UserOfTheFolder(const WideText& folder)
+      : process_([&folder](int place) {
+          POL_CL_Open(kMailStore, folder.c_str());
+          pim_test::Tell(place, static_cast<LONG>(getpid()));
+          pause();
+        }),
+        number_(process_.Read()) {}
+  LONG number() const { return number_; }
+
+ private:
+  pim_test::OtherProcess process_;
+  LONG number_;
+};
+
+TEST_F(ChangeLog, IsNotOpenedWhileAnotherProgramUsesItsFolderForTenSeconds) {
+  POL_Close();
+  device::CloseDatabase();
+  const UserOfTheFolder user(Folder());
+  POL_Open();
+  TraceReceiver trace;
+  const auto before = std::chrono::steady_clock::now();
+  EXPECT_EQ(Open(), OsifResult{OSIF_ERR_GENERAL});
+  EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::seconds(10));
+  EXPECT_FALSE(pol_IsLogOpen(OSIF_STORE_PB));
+  EXPECT_FALSE(FileExists(ContactLog())) << "nothing is done";
+  EXPECT_THAT(trace.Lines(),
+              ElementsAre("OSIF:  POL_CL_Open(store_id=0, pszPath='" + device_.Path("Sync") + "')",
+                          "OSIF:  POL_CL_Open - '" + device_.Path("Sync") +
+                              "' is in use by another program (process " +
+                              std::to_string(user.number()) + ")"));
+}
+
+TEST_F(ChangeLog, IsOpenedOnceTheOtherProgramHasDied) {
+  POL_Close();
+  device::CloseDatabase();
+  { const UserOfTheFolder user(Folder()); }
+  POL_Open();
+  EXPECT_EQ(Open(), kOk);
+}
+
+TEST_F(ChangeLog, HoldsItsFolderUntilTheLastOneInItIsClosed) {
+  const auto is_free = [this] {
+    pim_test::OtherProcess other([this](int place) {
+      pim_test::Tell(place, static_cast<LONG>(LogFolderUse().Begin(Folder(), 0)));
+    });
+    return other.Read() == static_cast<LONG>(LogFolderUse::Result::kHeld);
+  };
+  Open();
+  Open(kMailStore);
+  EXPECT_FALSE(is_free());
+  Open();
+  Close();
+  EXPECT_FALSE(is_free());
+  Close(kMailStore);
+  EXPECT_TRUE(is_free());
+}
+
+// What one of several programs does: opens the log, makes some changes that the log tells, and closes it.
+void ChangeInTurns(const WideText& folder, int program, int place) {
+  POL_Open();
+  for (int session = 0; session < 25; ++session) {
+    if (POL_CL_Open(OSIF_STORE_PB, folder.c_str()) != OSIF_OK) _exit(1);
+    for (int i = 0; i < 20; ++i) {
+      OsifAnchor anchor{};
+      const std::string name = "P" + std::to_string(program) + std::to_string(session * 20 + i);
+      const support::LibraryCall added = AddContact(name, &anchor);
+      if (added.result != OSIF_OK) _exit(1);
+      pim_test::Tell(place, static_cast<LONG>(anchor.cc));
+      pim_test::Tell(place, support::OidOf(added.id));
+    }
+    if (POL_CL_Close(OSIF_STORE_PB) != OSIF_OK) _exit(1);
+  }
+  pim_test::Tell(place, 0);
+}
+
+TEST_F(ChangeLog, OfFourProgramsTellsEachOfTheirTwoThousandChangesOnce) {
+  Open();
+  Close();
+  POL_Close();
+  device::CloseDatabase();
+  std::map<LONG, LONG> changes;  // what was changed, by counter
+  {
+    std::vector<std::unique_ptr<pim_test::OtherProcess>> programs;
+    for (int program = 0; program < 4; ++program) {
+      programs.push_back(std::make_unique<pim_test::OtherProcess>(
+          [this, program](int place) { ChangeInTurns(Folder(), program, place); }));
+    }
+    for (const auto& program : programs) {
+      for (int i = 0; i < 500; ++i) {
+        const LONG counter = program->Read();
+        ASSERT_NE(counter, -1) << "a program was refused";
+        EXPECT_TRUE(changes.emplace(counter, program->Read()).second)
+            << counter << " was given out twice";
+      }
+      EXPECT_EQ(program->Read(), 0) << "it did not come to its end";
+    }
+  }
+  POL_Open();
+  EXPECT_EQ(changes.size(), 2000u);
+  EXPECT_EQ(changes.begin()->first, 1);
+  EXPECT_EQ(changes.rbegin()->first, 2000) << "and nothing was told a second time";
+  std::set<LONG> told;
+  for (const auto& [counter, oid] : changes) told.insert(oid);
+  EXPECT_EQ(told.size(), 2000u);
+  Open();
+  EXPECT_EQ(Anchor().cc, 2000u);
+  const std::vector<std::string> entries = ContactEntries();
+  ASSERT_EQ(entries.size(), 250u);
+  for (int i = 0; i < 250; ++i) {
+    const int counter = 1751 + i;
+    EXPECT_EQ(entries[static_cast<size_t>(i)],
+              "M " + std::to_string(counter) + " " + support::IdOf(changes.at(counter)));
   }
 }
 

@@ -99,6 +99,11 @@ class ChangeLogKill : public testing::TestWithParam<KillPlace> {
   // which is then checked. Ends with the child that comes to its end.
   void KillEverywhere(const std::function<void()>& work, const std::function<void()>& check,
                       int least_places) {
+    KillEverywhere([] { POL_Open(); }, work, check, least_places);
+  }
+  // The same after something that the child does undisturbed.
+  void KillEverywhere(const std::function<void()>& before, const std::function<void()>& work,
+                      const std::function<void()>& check, int least_places) {
     LetGo();
     for (int nth = 1;; ++nth) {
       SCOPED_TRACE("killed at place " + std::to_string(nth));
@@ -107,7 +112,7 @@ class ChangeLogKill : public testing::TestWithParam<KillPlace> {
       std::filesystem::copy(prepared_.folder(), device.folder(),
                             std::filesystem::copy_options::recursive);
       *answered_ = {};
-      const bool was_killed = RunAndKill([] { POL_Open(); }, work, GetParam(), nth);
+      const bool was_killed = RunAndKill(before, work, GetParam(), nth);
       EXPECT_EQ(POL_Open(), kOk);
       check();
       LetGo();
@@ -326,6 +331,128 @@ TEST_P(ContactLogKill, LosesNoChangeWhenTheCounterBeginsAnew) {
     EXPECT_EQ(POL_CL_Close(kContactStore), kOk);
   };
   KillEverywhere(work, check, 3);
+}
+
+// ---- More entries in one session than the log keeps -------------------------------------------------
+
+// Another program has stored 300 items; the partner is told all of them in one session, of which the log keeps
+// 250 entries, and the process dies while it closes the log. Then some items are deleted.
+class LongSessionKill : public ChangeLogKill {
+ protected:
+  static constexpr int kItems = 300;
+
+  void Prepare(int32_t store_id, int kind) {
+    store_id_ = store_id;
+    POL_Open();
+    {
+      OtherProgram other;
+      for (int i = 0; i < kItems; ++i) ids_.push_back(AddItem(other.application(), kind));
+    }
+    LetGo();
+  }
+  static std::string AddItem(IPOutlookApp& application, int kind) {
+    ComPtr<IDispatch> item;
+    EXPECT_EQ(application.CreateItem(kind, item.put()), S_OK);
+    return kind == olContactItem ? Saved(static_cast<IContact&>(*item))
+                                 : Saved(static_cast<IAppointment&>(*item));
+  }
+  template <typename Item>
+  static std::string Saved(Item& item) {
+    LONG oid = 0;
+    EXPECT_EQ(item.Save(), S_OK);
+    EXPECT_EQ(item.get_Oid(&oid), S_OK);
+    return support::IdOf(oid);
+  }
+
+  // The partner reads all there is.
+  void TellAll() {
+    POL_Open();
+    EXPECT_EQ(Open(store_id_), kOk);
+    answered_->read_counter = Anchor(store_id_).cc;
+    EXPECT_EQ(answered_->read_counter, uint32_t{kItems});
+    DatabaseId(store_id_).copy(answered_->database_id, sizeof answered_->database_id - 1);
+  }
+  void CloseIt() { EXPECT_EQ(POL_CL_Close(store_id_), kOk); }
+
+  // The entries of the first ones are cut off by the purge, those of the last ones are not.
+  void ExpectDeletionsToBeTold() {
+    const std::string deleted[] = {ids_.front(), ids_[49], ids_[50], ids_.back()};
+    for (const std::string& id : deleted) {
+      EXPECT_EQ(POL_DeleteObject(store_id_, id.c_str(), nullptr), kOk);
+    }
+    ASSERT_EQ(Open(store_id_), kOk);
+    EXPECT_EQ(DatabaseId(store_id_), answered_->database_id) << "no log was lost";
+    std::map<std::string, uint32_t> told;
+    const OsifAnchor anchor = MakeAnchor(answered_->read_counter);
+    ChangeLogEntry entry{};
+    OsifResult result = POL_CL_GetFirstEntry(store_id_, &anchor, &entry);
+    for (; result == OSIF_OK; result = POL_CL_GetNextEntry(store_id_, &entry)) {
+      told[entry.objectId] = entry.kind;
+    }
+    // Whoever closed it meanwhile has cut off what the partner has not been told: it compares everything.
+    if (result == OSIF_ERR_CL_GAP && was_closed_) return;
+    EXPECT_EQ(result, OsifResult{OSIF_ERR_EOF});
+    for (const std::string& id : deleted) {
+      EXPECT_EQ(told[id], uint32_t{'H'}) << "the end of " << id << " is not told";
+    }
+    EXPECT_EQ(POL_CL_Close(store_id_), kOk);
+    EXPECT_FALSE(support::FileExists(Path("pol_pb_cut.log")));
+    EXPECT_FALSE(support::FileExists(Path("pol_cal_cut.log")));
+  }
+
+  // Whoever repairs what is left dies as well, while it compares or while it closes.
+  void DieAgain(int nth) {
+    LetGoOfStore();
+    RunAndKill([] { POL_Open(); },
+               [this] {
+                 EXPECT_EQ(Open(store_id_), kOk);
+                 EXPECT_EQ(POL_CL_Close(store_id_), kOk);
+               },
+               GetParam(), nth);
+    // The first entry of the log that was left, or of the one that it was purged to once, by now is gone.
+    const std::string log = Path("pol_pb_change.log");
+    const std::string first = support::FileExists(log) ? support::BytesOf(log).substr(0, 5) : "";
+    was_closed_ = first != "M:1:2" && first != "M:51:";
+    EXPECT_EQ(POL_Open(), kOk);
+  }
+  static void LetGoOfStore() {
+    POL_Close();
+    device::CloseDatabase();
+  }
+
+  int32_t store_id_ = OSIF_STORE_PB;
+  bool was_closed_ = false;
+  std::vector<std::string> ids_;
+};
+
+INSTANTIATE_TEST_SUITE_P(Places, LongSessionKill,
+                         testing::Values(KillPlace::kBeforeTheCall,
+                                         KillPlace::kInTheMiddleOfALogWrite),
+                         PlaceName);
+
+TEST_P(LongSessionKill, LosesNoDeletionOfAContactWhoseEntryTheCloseCutsOff) {
+  Prepare(OSIF_STORE_PB, olContactItem);
+  KillEverywhere([this] { TellAll(); }, [this] { CloseIt(); },
+                 [this] { ExpectDeletionsToBeTold(); }, 1);
+}
+
+TEST_P(LongSessionKill, LosesNoDeletionOfAnAppointmentWhoseEntryTheCloseCutsOff) {
+  Prepare(OSIF_STORE_CAL, olAppointmentItem);
+  KillEverywhere([this] { TellAll(); }, [this] { CloseIt(); },
+                 [this] { ExpectDeletionsToBeTold(); }, 1);
+}
+
+TEST_P(LongSessionKill, LosesNoDeletionWhenWhoeverRepairsItDiesAsWell) {
+  Prepare(OSIF_STORE_PB, olContactItem);
+  for (int nth : {1, kItems / 2, kItems + 2, kItems + 6}) {
+    SCOPED_TRACE("died again at place " + std::to_string(nth));
+    const auto check = [this, nth] {
+      DieAgain(nth);
+      ExpectDeletionsToBeTold();
+    };
+    KillEverywhere([this] { TellAll(); }, [this] { CloseIt(); }, check, 1);
+    ASSERT_FALSE(HasFailure());
+  }
 }
 
 // ---- Messages ---------------------------------------------------------------------------------------

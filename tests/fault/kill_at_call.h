@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <string>
 #include <type_traits>
@@ -68,7 +69,17 @@ inline bool WritesToALog(const SystemCall& call) {
   return std::filesystem::read_symlink(FileOf(call), error).extension() == ".log";
 }
 
-// Logs are written from their beginning or appended to, so the bytes belong at the end.
+// Where the call would have written: at the end of a file that is appended to, else at its position.
+inline off_t PlaceOf(const SystemCall& call, int file) {
+  std::ifstream info("/proc/" + std::to_string(call.process) + "/fdinfo/" +
+                     std::to_string(call.args[0]));
+  std::string word;
+  off_t position = 0;
+  int flags = 0;
+  info >> word >> position >> word >> std::oct >> flags;
+  return (flags & O_APPEND) != 0 ? lseek(file, 0, SEEK_END) : position;
+}
+
 inline void WriteHalf(const SystemCall& call) {
   std::string bytes(static_cast<size_t>(call.args[2] / 2), '\0');
   const std::string memory_path = "/proc/" + std::to_string(call.process) + "/mem";
@@ -76,8 +87,9 @@ inline void WriteHalf(const SystemCall& call) {
   const ssize_t got = pread(memory, bytes.data(), bytes.size(), static_cast<off_t>(call.args[1]));
   close(memory);
   EXPECT_EQ(got, static_cast<ssize_t>(bytes.size())) << memory_path;
-  const int log = open(FileOf(call).c_str(), O_WRONLY | O_APPEND);
-  EXPECT_EQ(write(log, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+  const int log = open(FileOf(call).c_str(), O_WRONLY);
+  EXPECT_EQ(pwrite(log, bytes.data(), bytes.size(), PlaceOf(call, log)),
+            static_cast<ssize_t>(bytes.size()));
   close(log);
 }
 

@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include "platform/posix/fault_injection.h"
 #include "tests/btosif/osif_util/change_log_fixture.h"
+#include "tests/support/full_disk.h"
 
 namespace {
 
@@ -101,6 +103,88 @@ TEST_F(WrittenLog, TellsWhenItCannotBeAppendedTo) {
   EXPECT_EQ(log_.Append('M', "a", MakeAnchor(1, "t")), OsifResult{OSIF_ERR_GENERAL});
 }
 
+TEST_F(WrittenLog, EndsWithTheLastWholeEntryWhenTheDiskWasFullInTheMiddleOfOne) {
+  Open("M:1:t:a\n");
+  log_.ReadOn();
+  EXPECT_EQ(log_.NextCounter(), 2u);
+  for (rlim_t room = 8; room < 16; ++room) {
+    {
+      const support::FullDisk full(room);
+      EXPECT_EQ(log_.Append('M', "b", MakeAnchor(2, "t")), OsifResult{OSIF_ERR_GENERAL}) << room;
+    }
+    EXPECT_EQ(BytesOf(LogPath()), "M:1:t:a\n") << room;
+  }
+  EXPECT_TRUE(log_.HasWholeLines());
+  EXPECT_EQ(log_.Append('M', "b", MakeAnchor(2, "t")), kOk);
+  log_.Close();
+  EXPECT_EQ(BytesOf(LogPath()), "M:1:t:a\nM:2:t:b\n");
+}
+
+TEST_F(WrittenLog, TakesNoMoreEntriesAndGivesUpItsDatabaseIdWhenItCannotBeCutBack) {
+  PutBytes(Path("pol_pb_databaseid.log"), "abcd1234\n");
+  Open("M:1:t:a\n");
+  FailSettingEnds(true);
+  {
+    const support::FullDisk full(12);
+    EXPECT_EQ(log_.Append('M', "b", MakeAnchor(2, "t")), OsifResult{OSIF_ERR_GENERAL});
+  }
+  FailSettingEnds(false);
+  EXPECT_EQ(BytesOf(LogPath()), "M:1:t:a\nM:2:");
+  EXPECT_FALSE(log_.HasWholeLines());
+  EXPECT_EQ(log_.NextCounter(), std::nullopt);
+  EXPECT_EQ(log_.Append('M', "b", MakeAnchor(2, "t")), OsifResult{OSIF_ERR_GENERAL});
+  EXPECT_EQ(BytesOf(LogPath()), "M:1:t:a\nM:2:");
+  EXPECT_FALSE(FileExists(Path("pol_pb_databaseid.log")));
+}
+
+// ---- The next counter -------------------------------------------------------------------------------
+
+TEST_F(WrittenLog, GivesEachCounterOnceWhoeverUsedTheOneBefore) {
+  Open("M:1:t:a\n");
+  log_.ReadOn();
+  EXPECT_EQ(log_.NextCounter(), 2u);
+  EXPECT_EQ(log_.NextCounter(), 2u) << "it was not used";
+  EXPECT_EQ(log_.Append('M', "b", MakeAnchor(2, "t")), kOk);
+  EXPECT_EQ(log_.NextCounter(), 3u);
+  AppendBytes(LogPath(), "M:7:t:c\n");
+  log_.ReadOn();
+  EXPECT_EQ(log_.NextCounter(), 8u);
+  log_.Spend(8);
+  EXPECT_EQ(log_.NextCounter(), 9u);
+}
+
+TEST_F(WrittenLog, HasNoNextCounterWhereNoneCanBeKept) {
+  Open("M:1:t:a\n");
+  std::filesystem::create_directory(Path("pol_pb_counter.log"));
+  EXPECT_EQ(log_.NextCounter(), std::nullopt);
+}
+
+TEST_F(WrittenLog, HasLostItsEndWhenItIsShorterThanWhenItWasClosed) {
+  Open("M:1:t:a\nM:2:t:b\n");
+  EXPECT_FALSE(log_.HasLostItsEnd());
+  log_.Close();
+  for (const char* bytes : {"", "M:1:t:a\n"}) {
+    Open(bytes);
+    log_.ReadOn();
+    EXPECT_TRUE(log_.HasLostItsEnd()) << bytes;
+  }
+  log_.BeginCounting();
+  EXPECT_FALSE(log_.HasLostItsEnd());
+  Open("M:1:t:a\nM:2:t:b\n");
+  log_.ReadOn();
+  EXPECT_FALSE(log_.HasLostItsEnd());
+}
+
+TEST_F(WrittenLog, HasLostItsEndWhenACounterWasSpentAndNothingWasWrittenAfterIt) {
+  Open("M:1:t:a\n");
+  log_.ReadOn();
+  log_.Spend(2);
+  log_.Close();
+  Open("M:1:t:a\n");
+  log_.ReadOn();
+  EXPECT_TRUE(log_.HasLostItsEnd());
+}
+
 // ---- The newest entry -------------------------------------------------------------------------------
 
 TEST_F(WrittenLog, GivesTheNewestKindOfEachObjectOnce) {
@@ -161,29 +245,6 @@ TEST_F(WrittenLog, KnowsThatAnAppendedEntryReplacesAnEarlierOne) {
   EXPECT_TRUE(log_.IsSuperseded());
   EXPECT_EQ(Next(), "H:2:t:a");
   EXPECT_FALSE(log_.IsSuperseded());
-}
-
-// ---- A half line ------------------------------------------------------------------------------------
-
-TEST_F(WrittenLog, LosesAHalfLineAtItsEndAndNoOther) {
-  const std::pair<std::string, std::string> logs[] = {
-      {"M:1:t:a\nM:2:t", "M:1:t:a\n"},
-      {"M:1:t:a\nM:2:t:b", "M:1:t:a\n"},
-      {"M:1", ""},
-      {"M:1:t:a\n", "M:1:t:a\n"},
-      {"M:1:t:a\ngarbage\n", "M:1:t:a\ngarbage\n"},
-      {"", ""},
-  };
-  for (const auto& [before, after] : logs) {
-    PutBytes(LogPath(), before);
-    DropHalfLine(kStore, Folder());
-    EXPECT_EQ(BytesOf(LogPath()), after) << before;
-  }
-}
-
-TEST_F(WrittenLog, IsNotMadeWhereThereIsNoneToLoseAHalfLine) {
-  DropHalfLine(kStore, Folder());
-  EXPECT_FALSE(FileExists(LogPath()));
 }
 
 }  // namespace

@@ -35,6 +35,12 @@ TEST(LogFileName, Takes260CharactersOfTheFolderAndNoMore) {
   }
 }
 
+TEST(LogFolderFiles, AreNamedForTheWholeFolder) {
+  EXPECT_EQ(LogFolderInUseName(u"\\Sync"), u"\\Sync\\pol_in_use.log");
+  EXPECT_EQ(LogFolderTurnName(u"\\Sync\\"), u"\\Sync\\pol_turn.log");
+  EXPECT_EQ(LogFolderUserName(u""), u"pol_user.log");
+}
+
 TEST(LogFileName, NamesEachKindOfFile) {
   const std::pair<LogFileKind, WideText> names[] = {
       {LogFileKind::kChange, u"pol_pb_change.log"},
@@ -43,6 +49,8 @@ TEST(LogFileName, NamesEachKindOfFile) {
       {LogFileKind::kOpen, u"pol_pb_open.log"},
       {LogFileKind::kPurging, u"pol_pb_purging.log"},
       {LogFileKind::kNewObject, u"pol_pb_newobject.log"},
+      {LogFileKind::kCounter, u"pol_pb_counter.log"},
+      {LogFileKind::kCut, u"pol_pb_cut.log"},
   };
   for (const auto& [kind, name] : names) EXPECT_EQ(LogFileName(0, u"", kind), name);
 }

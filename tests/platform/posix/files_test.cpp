@@ -322,4 +322,58 @@ TEST_F(Files, ADocumentsFolderLongerThanAPathIsRefused) {
   EXPECT_TRUE(SHGetSpecialFolderPath(nullptr, buffer, 5, FALSE));  // 259
 }
 
+// ---- The file of a stream ----------------------------------------------------------------------
+
+TEST_F(Files, AFileEndsWhereItsEndIsPut) {
+  FILE* stream = _wfopen(Wide("log").c_str(), u"w+");
+  ASSERT_NE(stream, nullptr);
+  std::fputs("0123456789", stream);
+  std::fflush(stream);
+  const HANDLE file = _fileno(stream);
+  LONG high = 0;
+  EXPECT_EQ(SetFilePointer(file, 4, &high, FILE_BEGIN), 4u);
+  EXPECT_EQ(high, 0);
+  EXPECT_TRUE(SetEndOfFile(file));
+  EXPECT_TRUE(FlushFileBuffers(file));
+  std::fclose(stream);
+  EXPECT_EQ(Read("log"), "0123");
+}
+
+TEST_F(Files, APositionHasSixtyFourBits) {
+  Write("log", "text");
+  FILE* stream = _wfopen(Wide("log").c_str(), u"r+");
+  ASSERT_NE(stream, nullptr);
+  LONG high = 1;
+  EXPECT_EQ(SetFilePointer(_fileno(stream), -1, &high, FILE_BEGIN), 0xFFFFFFFFu);
+  EXPECT_EQ(high, 1);
+  EXPECT_EQ(lseek(fileno(stream), 0, SEEK_CUR), 0x1FFFFFFFF);
+  std::fclose(stream);
+}
+
+TEST_F(Files, NothingThatIsNoFileOnADiskCanBeCut) {
+  FILE* stream = _wfopen(u"/dev/full", u"a+");
+  ASSERT_NE(stream, nullptr);
+  EXPECT_FALSE(SetEndOfFile(_fileno(stream)));
+  EXPECT_EQ(GetLastError(), 87u);
+  std::fclose(stream);
+}
+
+// ---- Sharing -----------------------------------------------------------------------------------
+
+HANDLE OpenUnshared(const std::u16string& name) {
+  return CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
+                     FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+TEST_F(Files, AFileThatIsNotSharedIsOpenedOnceAtATime) {
+  const HANDLE first = OpenUnshared(Wide("log"));
+  ASSERT_NE(first, INVALID_HANDLE_VALUE);
+  EXPECT_EQ(OpenUnshared(Wide("log")), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(GetLastError(), 32u);
+  EXPECT_TRUE(CloseHandle(first));
+  const HANDLE second = OpenUnshared(Wide("log"));
+  ASSERT_NE(second, INVALID_HANDLE_VALUE);
+  EXPECT_TRUE(CloseHandle(second));
+}
+
 }  // namespace
