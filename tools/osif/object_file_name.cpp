@@ -25,7 +25,8 @@ bool IsTheDevicesOwn(const std::string& file_name) {
   const fs::path folder = Resolved(device::Folder());
   const bool has_its_name = file.filename().string().starts_with("device.db");
   if (has_its_name && file.parent_path() == folder) return true;
-  if (file.parent_path() == Resolved(folder / "Sync")) return true;
+  const fs::path logs = Resolved(folder / "Sync");
+  if (file.parent_path() == logs || file.parent_path().parent_path() == logs) return true;
   std::error_code error;  // one of the two does not exist: they are not the same
   return fs::equivalent(file, folder / "device.db", error);
 }

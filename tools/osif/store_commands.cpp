@@ -126,7 +126,7 @@ void Delete(const DeleteArguments& arguments, const Options& options, Reporter& 
   for (const std::string& argument : arguments.ids) {
     const std::string id = FullId(store_id, IdFromArgument(argument));
     OsifAnchor* anchor = session.NewAnchor(store_id);
-    if (TellDamage(reporter)) return;
+    if (TellDamage(reporter) || !session.MayChange(store_id)) return;
     const OsifResult result = OSIF_DeleteObject(store_id, id.c_str(), anchor);
     if (result != OSIF_OK) {
       reporter.Fail(IdInStore(store_id, id.c_str()), result);
