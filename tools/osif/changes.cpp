@@ -27,7 +27,7 @@ void WithChangeLog(int32_t store_id, const Options& options, Reporter& reporter,
   if (!session.is_open()) return;
   OsifResult result = session.OpenChangeLog(store_id);
   if (result == OSIF_OK) result = work();
-  if (result != OSIF_OK) reporter.Fail("the change log of " + StoreName(store_id), result);
+  if (result != OSIF_OK) reporter.Fail(session.ChangeLogText(store_id), result);
 }
 
 // The action of a subcommand that only asks the log of a store.

@@ -67,6 +67,11 @@ class Receiver : public FileVisitor {
     TellWarning(record, place);
 
     ObjectId id{};
+    if (!session_.MayChange(record.store_id)) {
+      ++counts_.refused;
+      Tell(record, "refused", nullptr, name, nullptr);
+      return;
+    }
     const bool is_known = OSIF_FindObject(record.store_id, record.object, id.data()) != 0;
     OsifAnchor* anchor = session_.NewAnchor(record.store_id);
     const OsifResult result = Store(record, is_known, id, anchor);

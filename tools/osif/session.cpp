@@ -10,6 +10,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "btosif/osif_util/change_log_move.h"
+#include "btosif/osif_util/log_folder_use.h"
 #include "platform/device/device.h"
 #include "tools/osif/damage.h"
 #include "tools/osif/private_files.h"
@@ -19,6 +21,35 @@
 #include "tools/osif/trace_redirection.h"
 
 namespace command {
+namespace {
+
+// The folder of a store's change log. The logs of all stores lay in one folder once: this one's is taken from there.
+WideText MakeLogFolder(int32_t store_id) {
+  const std::string before = device::Folder() + "/Sync";
+  const std::string folder = before + "/" + StoreName(store_id);
+  std::error_code ignored;  // the library tells what comes of a missing folder
+  std::filesystem::create_directories(folder, ignored);
+  const WideText from = ToWide(before);
+  const WideText to = ToWide(folder);
+  if (!HasChangeLogToMove(store_id, from, to)) return to;
+  LogFolderUse use;
+  if (use.Begin(to, kLogFolderPatience) == LogFolderUse::Result::kHeld) {
+    MoveChangeLog(store_id, from, to);
+  }
+  return to;
+}
+
+// While the store is read, another program may delete an item: the store is then read once more.
+OsifResult OpenLogIn(int32_t store_id, const WideText& folder) {
+  constexpr int kAttempts = 3;
+  OsifResult result = OSIF_ERR_PIM;
+  for (int attempt = 0; attempt < kAttempts && result == OSIF_ERR_PIM; ++attempt) {
+    result = OSIF_CL_Open(store_id, folder.c_str());
+  }
+  return result;
+}
+
+}  // namespace
 
 bool CheckDevice(Reporter& reporter) {
   const bool usable = device::OpenDatabase() != nullptr;
@@ -80,21 +111,33 @@ void Session::ShowTrace() {
 OsifResult Session::OpenChangeLog(int32_t store_id) {
   const auto [entry, is_new] = change_logs_.try_emplace(store_id, OSIF_OK);
   if (!is_new) return entry->second;
-  const std::string folder = device::Folder() + "/Sync";
-  std::error_code ignored;  // the library tells what comes of a missing folder
-  std::filesystem::create_directories(folder, ignored);
-  const OsifResult result = OSIF_CL_Open(store_id, ToWide(folder).c_str());
+  const WideText folder = MakeLogFolder(store_id);
+  const OsifResult result = OpenLogIn(store_id, folder);
   // Some stores cannot be compared with their last state; their log is open all the same.
   entry->second = Forgive(result, OSIF_ERR_NOT_IMPLEMENTED);
+  if (result == OSIF_ERR_GENERAL &&
+      LogFolderUse().Begin(folder, 0) == LogFolderUse::Result::kInUse) {
+    users_[store_id] = LogFolderUser(folder).value_or(0);
+  }
   return entry->second;
 }
 
-OsifAnchor* Session::NewAnchor(int32_t store_id) {
+std::string Session::ChangeLogText(int32_t store_id) const {
+  const std::string log = "the change log of " + StoreName(store_id);
+  const auto user = users_.find(store_id);
+  if (user == users_.end()) return log;
+  return log + " is in use by process " + std::to_string(user->second) + ", nothing was changed";
+}
+
+bool Session::MayChange(int32_t store_id) {
   const bool is_first = !change_logs_.contains(store_id);
-  if (const OsifResult result = OpenChangeLog(store_id); result != OSIF_OK) {
-    if (is_first) reporter_.Fail("the change log of " + StoreName(store_id), result);
-    return nullptr;
-  }
+  const OsifResult result = OpenChangeLog(store_id);
+  if (is_first && result != OSIF_OK) reporter_.Fail(ChangeLogText(store_id), result);
+  return !users_.contains(store_id);
+}
+
+OsifAnchor* Session::NewAnchor(int32_t store_id) {
+  if (!MayChange(store_id) || OpenChangeLog(store_id) != OSIF_OK) return nullptr;
   anchor_ = {};
   return &anchor_;
 }

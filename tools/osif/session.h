@@ -37,9 +37,17 @@ class Session {
 
   bool is_open() const { return is_open_; }
 
-  // Opens the store's change log in the device's Sync folder, once: that costs a comparison of the store
-  // with its last state. OSIF_OK when the log is open.
+  // Opens the store's change log, once: that costs a comparison of the store with its last state. Each store
+  // has a folder of its own in the device's Sync folder, so that programs that work on different stores do not
+  // wait for each other. OSIF_OK when the log is open.
   OsifResult OpenChangeLog(int32_t store_id);
+
+  // What is to be said of a change log that could not be opened, such as which program uses it.
+  std::string ChangeLogText(int32_t store_id) const;
+
+  // False, with a message the first time, when another program uses the store's change log: a change that is made
+  // meanwhile would come between that program's.
+  bool MayChange(int32_t store_id);
 
   // A cleared anchor to pass with a change; null when the store's change log is not open, so that the
   // change is made without one. Valid until the next call.
@@ -55,6 +63,7 @@ class Session {
   std::unique_ptr<TraceTap> tap_;
   bool is_open_ = false;
   std::map<int32_t, OsifResult> change_logs_;  // what opening them gave
+  std::map<int32_t, uint32_t> users_;          // the processes that use those that are in use
   OsifAnchor anchor_{};
 };
 

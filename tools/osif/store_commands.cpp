@@ -169,7 +169,7 @@ void Delete(const DeleteArguments& arguments, const Options& options, Reporter& 
       return;
     }
     OsifAnchor* anchor = session.NewAnchor(store_id);
-    if (TellDamage(reporter)) return;
+    if (TellDamage(reporter) || !session.MayChange(store_id)) return;
     DeleteOne(store_id, id, anchor, reporter);
   }
 }

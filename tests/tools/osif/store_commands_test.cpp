@@ -1,6 +1,10 @@
 #include <poll.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <filesystem>
+
+#include "btosif/osif_util/log_folder_use.h"
 #include "tests/tools/osif/command_fixture.h"
 
 namespace command_test {
@@ -252,7 +256,7 @@ TEST_F(CommandOwnFiles, TheFilesBesideTheDatabaseAreNotMade) {
 }
 
 TEST_F(CommandOwnFiles, AChangeLogIsNeitherReadNorWritten) {
-  ExpectLeftAlone(device_ + "/Sync/pol_pb_change.log");
+  ExpectLeftAlone(device_ + "/Sync/pb/pol_pb_change.log");
 }
 
 TEST_F(CommandOwnFiles, AnotherFileInTheDevicesFolderMayBeWritten) {
@@ -297,7 +301,7 @@ TEST_F(CommandStore, ChangesTellsOfAGapFirst) {
   Store(Card({"N:Lee;Ann"}));
   // The log no longer holds the entry with counter 1.
   Store(Card({"N:Lee;Ann", "TITLE:x"}));
-  const std::string log = device_ + "/Sync/pol_pb_change.log";
+  const std::string log = device_ + "/Sync/pb/pol_pb_change.log";
   const std::string text = BytesOf(log);
   support::PutBytes(log, text.substr(text.find('\n') + 1));
   const std::vector<Json> lines = Osif({"changes", "pb", "--json"}).JsonLines();
@@ -309,7 +313,7 @@ TEST_F(CommandStore, ChangesTellsOfAGapFirst) {
 TEST_F(CommandStore, ChangesTellsOfAGapInWords) {
   Store(Card({"N:Lee;Ann"}));
   Store(Card({"N:Lee;Ann", "TITLE:x"}));
-  const std::string log = device_ + "/Sync/pol_pb_change.log";
+  const std::string log = device_ + "/Sync/pb/pol_pb_change.log";
   const std::string text = BytesOf(log);
   support::PutBytes(log, text.substr(text.find('\n') + 1));
   const Outcome outcome = Osif({"changes", "pb"});
@@ -357,6 +361,35 @@ TEST_F(CommandStore, DatabaseIdStaysAsLongAsTheLogFolder) {
   EXPECT_THAT(id, SizeIs(9));
   EXPECT_EQ(Osif({"database-id", "pb"}).out, id);
   EXPECT_EQ(Osif({"database-id", "pb", "--json"}).JsonLines().at(0)["id"], id.substr(0, 8));
+}
+
+TEST_F(CommandStore, ALogOfTheCommonFolderOfBeforeIsTakenToTheStoresOwn) {
+  Store(Card({"N:Lee;Ann"}));
+  const std::string id = Osif({"database-id", "pb"}).out;
+  for (const auto& file : std::filesystem::directory_iterator(device_ + "/Sync/pb")) {
+    std::filesystem::rename(file.path(), device_ + "/Sync/" + file.path().filename().string());
+  }
+  EXPECT_EQ(Osif({"database-id", "pb"}).out, id);
+  EXPECT_EQ(Osif({"anchor", "pb", "--json"}).JsonLines().at(0)["cc"], 1);
+  EXPECT_FALSE(std::filesystem::exists(device_ + "/Sync/pol_pb_change.log"));
+}
+
+TEST_F(CommandStore, ALogThatAnotherProgramUsesHindersEveryChangeAndSaysWhoUsesIt) {
+  const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}));
+  Osif({"receive", file});
+  LogFolderUse use;
+  ASSERT_EQ(use.Begin(support::Wide(device_ + "/Sync/pb"), 0), LogFolderUse::Result::kHeld);
+  const std::string in_use = "osif: the change log of pb is in use by process " +
+                             std::to_string(getpid()) + ", nothing was changed";
+  EXPECT_THAT(Osif({"delete", "pb", "00000001"}).err, testing::StartsWith(in_use));
+  const Outcome received = Osif({"receive", Write("b.vcf", Card({"N:Berg;Ole"}))});
+  EXPECT_EQ(received.status, 1);
+  EXPECT_THAT(received.err, HasSubstr(in_use));
+  const Outcome changes = Osif({"changes", "pb"});
+  EXPECT_EQ(changes.status, 1);
+  EXPECT_THAT(changes.err, testing::StartsWith(in_use));
+  EXPECT_EQ(Osif({"count", "pb"}).out, "1\n");
+  EXPECT_EQ(Osif({"changes", "cal"}).status, 0) << "each store has a folder of its own";
 }
 
 TEST_F(CommandStore, ALogFolderThatCannotBeMadeIsToldAndDoesNotHinderReceiving) {
