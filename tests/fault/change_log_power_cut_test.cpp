@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
+#include <map>
 
 #include "BtOsif_pol/pol_changelog.h"
 #include "BtOsif_pol/pol_session.h"
@@ -146,8 +148,13 @@ class ChangeLogPowerCut : public testing::TestWithParam<Unflushed> {
     return true;
   }
 
-  // Once for each place; gives how often the partner could keep its database id.
+  // Once for each place; counts how often the partner could keep its database id.
   void CutEverywhere() {
+    CutEverywhere([] { POL_Open(); }, [this] { Synchronise(); },
+                  [this] { return ExpectNothingLost(); });
+  }
+  void CutEverywhere(const std::function<void()>& before, const std::function<void()>& work,
+                     const std::function<bool()>& check) {
     LetGo();
     for (int nth = 1;; ++nth) {
       SCOPED_TRACE("cut at place " + std::to_string(nth));
@@ -157,11 +164,10 @@ class ChangeLogPowerCut : public testing::TestWithParam<Unflushed> {
                             std::filesystem::copy_options::recursive);
       *kept_ = before_;
       EndPretendedRestart();
-      const bool was_cut = RunAndCutPower(
-          device.Path("Sync"), [] { POL_Open(); }, [this] { Synchronise(); }, GetParam(), nth);
+      const bool was_cut = RunAndCutPower(device.Path("Sync"), before, work, GetParam(), nth);
       PretendRestart();
       EXPECT_EQ(POL_Open(), kOk);
-      const bool is_kept = ExpectNothingLost();
+      const bool is_kept = check();
       LetGo();
       ASSERT_FALSE(HasFailure());
       (is_kept ? kept_ids_ : new_ids_) += 1;
@@ -199,6 +205,39 @@ TEST_P(ChangeLogPowerCut, LosesNoChangeWhileTheLogIsPurged) {
   ASSERT_NO_FATAL_FAILURE(Prepare(250));
   CutEverywhere();
   EXPECT_GT(new_ids_, 3);
+  EXPECT_GT(kept_ids_, 3);
+}
+
+// Only the log knows what the partner was told, and it is cut at its close.
+TEST_P(ChangeLogPowerCut, LosesNoDeletionOfAnItemWhoseEntryTheCloseCutsOff) {
+  POL_Open();
+  {
+    OtherProgram other;
+    for (int i = 0; i < 260; ++i) ids_.push_back(other.Add("Ann"));
+  }
+  const auto before = [this] {
+    POL_Open();
+    EXPECT_EQ(Open(), kOk);
+    kept_->counter = Anchor().cc;
+    DatabaseId().copy(kept_->database_id, sizeof kept_->database_id - 1);
+  };
+  const auto work = [] { EXPECT_EQ(POL_CL_Close(kStore), kOk); };
+  const auto check = [this] {
+    OtherProgram().Delete(ids_[0]);
+    EXPECT_EQ(Open(), kOk);
+    if (DatabaseId() != kept_->database_id) return false;
+    std::map<std::string, uint32_t> told;
+    const OsifAnchor anchor = MakeAnchor(kept_->counter);
+    ChangeLogEntry entry{};
+    OsifResult result = POL_CL_GetFirstEntry(kStore, &anchor, &entry);
+    for (; result == OSIF_OK; result = POL_CL_GetNextEntry(kStore, &entry)) {
+      told[entry.objectId] = entry.kind;
+    }
+    EXPECT_EQ(result, OsifResult{OSIF_ERR_EOF});
+    EXPECT_EQ(told[ids_[0]], uint32_t{'H'});
+    return true;
+  };
+  CutEverywhere(before, work, check);
   EXPECT_GT(kept_ids_, 3);
 }
 
