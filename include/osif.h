@@ -434,6 +434,8 @@ OSIF_API const WCHAR* OSIF_CodeToString(OsifResult code);
 /**
  * Opens a store's change log in a folder and brings it up to date with the store. For notes and
  * messages OSIF_ERR_NOT_IMPLEMENTED, but the log is open: it records the changes made through the library.
+ * OSIF_ERR_GENERAL, and nothing is done, when another program keeps a log of that folder open for the ten
+ * seconds that are waited for it.
  *
  * @param path  the folder
  */

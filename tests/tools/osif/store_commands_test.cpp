@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "btosif/osif_util/log_folder_use.h"
+#include "tests/support/files.h"
 #include "tests/tools/osif/command_fixture.h"
 
 namespace command_test {
