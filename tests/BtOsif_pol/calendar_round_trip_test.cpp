@@ -8,6 +8,7 @@
 #include "tests/BtOsif_pol/stored_items.h"
 #include "tests/support/random_text.h"
 
+namespace calendar_round_trip_test {
 namespace {
 
 using namespace support;
@@ -467,3 +468,4 @@ TEST_F(LostOnTheWay, TheDayOnWhichATaskWasCompletedBecomesToday) {
 }
 
 }  // namespace
+}  // namespace calendar_round_trip_test

@@ -7,6 +7,7 @@
 
 #include "tests/BtOsif_pol/changelog_fixture.h"
 
+namespace change_log_recovery_test {
 namespace {
 
 using support::AppendBytes;
@@ -175,3 +176,4 @@ TEST_F(ChangeLog, TakesNoNoticeOfCutLinesWhenItWasClosed) {
 }
 
 }  // namespace
+}  // namespace change_log_recovery_test

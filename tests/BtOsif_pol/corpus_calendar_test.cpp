@@ -7,6 +7,7 @@
 #include "tests/BtOsif_pol/stored_items.h"
 #include "tests/support/corpus.h"
 
+namespace corpus_calendar_test {
 namespace {
 
 using namespace support;
@@ -334,3 +335,4 @@ TEST_F(CorpusCalendar, OfAPhoneManagerWithAColonBehindVeventAreRefused) {
 }
 
 }  // namespace
+}  // namespace corpus_calendar_test

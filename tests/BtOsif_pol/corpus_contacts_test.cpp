@@ -9,6 +9,7 @@
 #include "tests/support/corpus.h"
 #include "tests/support/pol_fixture.h"
 
+namespace corpus_contacts_test {
 namespace {
 
 using namespace support;
@@ -588,3 +589,4 @@ TEST_F(CorpusContacts, InCyrillicAreKeptAndSentInUtf8) {
 }
 
 }  // namespace
+}  // namespace corpus_contacts_test

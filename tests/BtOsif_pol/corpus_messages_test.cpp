@@ -20,6 +20,7 @@
 #include "tests/support/settings.h"
 #include "tests/support/trace_receiver.h"
 
+namespace corpus_messages_test {
 namespace {
 
 using testing::ElementsAre;
@@ -340,3 +341,4 @@ TEST_F(CorpusMessagesStored, OfADesktopSuiteOnceItsCharactersAreNarrow) {
 }
 
 }  // namespace
+}  // namespace corpus_messages_test

@@ -14,6 +14,7 @@
 #include "tests/support/trace_receiver.h"
 #include "tests/support/values.h"
 
+namespace corpus_notes_test {
 namespace {
 
 using testing::ElementsAre;
@@ -341,3 +342,4 @@ TEST(CorpusNotesFolder, HoldsNoFileThatIsNotExpectedHere) {
 }
 
 }  // namespace
+}  // namespace corpus_notes_test

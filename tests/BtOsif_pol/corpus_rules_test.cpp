@@ -18,6 +18,7 @@
 #include "tests/BtOsif_pol/calendar_fixture.h"
 #include "tests/support/corpus.h"
 
+namespace corpus_rules_test {
 namespace {
 
 using namespace support;
@@ -555,3 +556,4 @@ TEST_F(CorpusRules, OfTodosGiveThePatternsOfEvents) {
 }
 
 }  // namespace
+}  // namespace corpus_rules_test

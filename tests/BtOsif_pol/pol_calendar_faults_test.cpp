@@ -5,6 +5,7 @@
 #include "tests/BtOsif_pol/calendar_fixture.h"
 #include "tests/support/fake_calendar.h"
 
+namespace pol_calendar_faults_test {
 namespace {
 
 using namespace support;
@@ -250,3 +251,4 @@ TEST_F(FailingAppointment, RemindsLongBeforeItStarts) {
 }
 
 }  // namespace
+}  // namespace pol_calendar_faults_test

@@ -6,6 +6,7 @@
 #include "tests/BtOsif_pol/stored_items.h"
 #include "tests/support/time_limit.h"
 
+namespace pol_calendar_hostile_test {
 namespace {
 
 using namespace support;
@@ -220,3 +221,4 @@ TEST_F(HostileCalendar, AnAttendeeOfAMegabyteOfBracketsIsSplitAtTheFirst) {
 }
 
 }  // namespace
+}  // namespace pol_calendar_hostile_test

@@ -10,6 +10,7 @@
 #include "tests/BtOsif_pol/calendar_fixture.h"
 #include "tests/support/change_logs.h"
 
+namespace pol_calendar_store_test {
 namespace {
 
 using namespace support;
@@ -614,3 +615,4 @@ TEST_F(CalendarChanges, OfOneKindDoNotTouchTheOther) {
 }
 
 }  // namespace
+}  // namespace pol_calendar_store_test

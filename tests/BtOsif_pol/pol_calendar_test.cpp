@@ -8,6 +8,7 @@
 #include "tests/BtOsif_pol/calendar_fixture.h"
 #include "tests/support/random_text.h"
 
+namespace pol_calendar_test {
 namespace {
 
 using namespace support;
@@ -770,3 +771,4 @@ TEST_F(CalendarRoundTrip, LosesWhatTheWordsOfTheFormatHaveNoRoomFor) {
 }
 
 }  // namespace
+}  // namespace pol_calendar_test

@@ -10,6 +10,7 @@
 #include "tests/support/calendars.h"
 #include "tests/support/dates.h"
 
+namespace pol_changelog_calendar_test {
 namespace {
 
 using support::CalendarRecord;
@@ -132,3 +133,4 @@ INSTANTIATE_TEST_SUITE_P(Items, CalendarLogOf,
                          });
 
 }  // namespace
+}  // namespace pol_changelog_calendar_test

@@ -5,6 +5,7 @@
 
 #include "tests/BtOsif_pol/changelog_fixture.h"
 
+namespace pol_changelog_compare_test {
 namespace {
 
 using support::BytesOf;
@@ -146,3 +147,4 @@ TEST_F(ChangeLog, TellsNoEndOfAnObjectThatItsEntryNamesInAnotherWay) {
 }
 
 }  // namespace
+}  // namespace pol_changelog_compare_test

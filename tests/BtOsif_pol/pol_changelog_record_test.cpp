@@ -23,6 +23,7 @@
 #include "tests/support/fake_pim.h"
 #include "tests/support/full_disk.h"
 
+namespace pol_changelog_record_test {
 namespace {
 
 using support::AddContact;
@@ -682,3 +683,4 @@ TEST_F(ChangeLogOfAFailingPim, ReadsTheCalendarsTwoFoldersIntoOneSnapshot) {
 }
 
 }  // namespace
+}  // namespace pol_changelog_record_test

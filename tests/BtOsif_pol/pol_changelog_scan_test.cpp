@@ -9,6 +9,7 @@
 #include "tests/support/dates.h"
 #include "tests/support/trace_receiver.h"
 
+namespace pol_changelog_scan_test {
 namespace {
 
 using support::EntryLine;
@@ -360,3 +361,4 @@ TEST_F(ChangeLogScan, NeedsAnOpenLog) {
 }
 
 }  // namespace
+}  // namespace pol_changelog_scan_test

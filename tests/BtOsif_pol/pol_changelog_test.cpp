@@ -18,6 +18,7 @@
 #include "tests/platform/device/other_process.h"
 #include "tests/support/trace_receiver.h"
 
+namespace pol_changelog_test {
 namespace {
 
 using support::AddContact;
@@ -456,3 +457,4 @@ TEST_F(ChangeLog, IsClosedWithAPimErrorWhenTheSnapshotCannotBeSaved) {
 }
 
 }  // namespace
+}  // namespace pol_changelog_test

@@ -5,6 +5,7 @@
 #include "tests/BtOsif_pol/calendar_fixture.h"
 #include "tests/support/change_logs.h"
 
+namespace pol_checksum_test {
 namespace {
 
 using namespace support;
@@ -182,3 +183,4 @@ TEST_F(CalendarChecksum, TakesTheReminderOfATaskBehindItsCompletionAndBeforeItsR
 }
 
 }  // namespace
+}  // namespace pol_checksum_test

@@ -2,6 +2,7 @@
 #include "BtOsif_pol/pol_contact.h"
 #include "tests/support/pol_fixture.h"
 
+namespace pol_contact_telephones_test {
 namespace {
 
 using namespace support;
@@ -214,3 +215,4 @@ TEST_F(PolTelephones, AreDecoded) {
 }
 
 }  // namespace
+}  // namespace pol_contact_telephones_test

@@ -8,6 +8,7 @@
 #include "tests/support/dates.h"
 #include "tests/support/pol_fixture.h"
 
+namespace pol_contact_test {
 namespace {
 
 using namespace support;
@@ -709,3 +710,4 @@ TEST_F(PolGetContact, GivesARecordThatClearsTheDatesOfAnotherItemWhereItHasNone)
 }
 
 }  // namespace
+}  // namespace pol_contact_test

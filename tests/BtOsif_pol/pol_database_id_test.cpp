@@ -8,6 +8,7 @@
 #include "tests/BtOsif_pol/changelog_fixture.h"
 #include "tests/support/trace_receiver.h"
 
+namespace pol_database_id_test {
 namespace {
 
 using support::BytesOf;
@@ -95,3 +96,4 @@ TEST_F(DatabaseId, FailsWhenItsFileCannotBeMade) {
 }
 
 }  // namespace
+}  // namespace pol_database_id_test

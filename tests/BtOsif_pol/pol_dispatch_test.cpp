@@ -5,6 +5,7 @@
 
 #include "tests/support/pol_fixture.h"
 
+namespace pol_dispatch_test {
 namespace {
 
 using namespace support;
@@ -541,3 +542,4 @@ TEST_F(PolDelete, RefusesUnknownStores) {
 }
 
 }  // namespace
+}  // namespace pol_dispatch_test

@@ -8,6 +8,7 @@
 #include "tests/support/fake_calendar.h"
 #include "tests/support/pol_fixture.h"
 
+namespace pol_find_test {
 namespace {
 
 using namespace support;
@@ -472,3 +473,4 @@ TEST_F(PolFindItem, NeverFindsATodoWhoseSummaryDecodesToNothing) {
 }
 
 }  // namespace
+}  // namespace pol_find_test

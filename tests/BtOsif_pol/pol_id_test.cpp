@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+namespace pol_id_test {
 namespace {
 
 struct IdCase {
@@ -74,3 +75,4 @@ TEST(WriteId, IsReadBackAsTheSameNumber) {
 }
 
 }  // namespace
+}  // namespace pol_id_test

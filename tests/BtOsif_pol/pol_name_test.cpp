@@ -4,6 +4,7 @@
 #include "BtOsif_pol/pol_dispatch.h"
 #include "tests/support/pol_fixture.h"
 
+namespace pol_name_test {
 namespace {
 
 using namespace support;
@@ -91,3 +92,4 @@ TEST(PolName, OfAnUnknownStoreIsEmpty) {
 }
 
 }  // namespace
+}  // namespace pol_name_test

@@ -16,6 +16,7 @@
 #include "tests/support/trace_receiver.h"
 #include "tests/support/values.h"
 
+namespace pol_note_faults_test {
 namespace {
 
 using namespace support;
@@ -364,3 +365,4 @@ TEST_F(LeftNote, DoesNotComeBackAfterItsNoteGotAnotherName) {
 }
 
 }  // namespace
+}  // namespace pol_note_faults_test

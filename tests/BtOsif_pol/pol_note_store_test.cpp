@@ -1,6 +1,7 @@
 #include "BtOsif_pol/pol_dispatch.h"
 #include "tests/support/notes.h"
 
+namespace pol_note_store_test {
 namespace {
 
 using namespace support;
@@ -26,3 +27,4 @@ TEST_F(PolFindNote, OfANoteWithoutANameFindsNothing) {
 }
 
 }  // namespace
+}  // namespace pol_note_store_test

@@ -11,6 +11,7 @@
 #include "tests/support/notes.h"
 #include "tests/support/trace_receiver.h"
 
+namespace pol_note_test {
 namespace {
 
 using namespace support;
@@ -215,3 +216,4 @@ TEST_F(PolNote, IsNotWrittenWithoutTheControl) {
 }
 
 }  // namespace
+}  // namespace pol_note_test

@@ -2,6 +2,7 @@
 
 #include "tests/BtOsif_pol/calendar_fixture.h"
 
+namespace pol_recurrence_test {
 namespace {
 
 using namespace support;
@@ -493,3 +494,4 @@ TEST_F(PolGetRecurrence, GivesBackTheRulesThatWereReceived) {
 }
 
 }  // namespace
+}  // namespace pol_recurrence_test

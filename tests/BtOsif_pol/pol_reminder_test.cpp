@@ -2,6 +2,7 @@
 
 #include "tests/BtOsif_pol/calendar_fixture.h"
 
+namespace pol_reminder_test {
 namespace {
 
 using namespace support;
@@ -291,3 +292,4 @@ INSTANTIATE_TEST_SUITE_P(
                     AlarmCase{"Australia/Lord_Howe", "20061029T120000", "20061028T013000Z", 1440}));
 
 }  // namespace
+}  // namespace pol_reminder_test

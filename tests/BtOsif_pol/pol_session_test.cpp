@@ -5,6 +5,7 @@
 #include "platform/device/ink/control.h"
 #include "tests/support/pol_fixture.h"
 
+namespace pol_session_test {
 namespace {
 
 using namespace support;
@@ -180,3 +181,4 @@ TEST_F(PolSession, FlagKeepsItsValueWhenThereIsNoKey) {
 }
 
 }  // namespace
+}  // namespace pol_session_test

@@ -12,6 +12,7 @@
 #include "tests/support/text_test.h"
 #include "tests/support/trace_receiver.h"
 
+namespace pol_snapshot_test {
 namespace {
 
 using support::BytesOf;
@@ -533,3 +534,4 @@ TEST_F(ObjectLog, ThatCannotBeWrittenIsToldInTheTrace) {
 }
 
 }  // namespace
+}  // namespace pol_snapshot_test

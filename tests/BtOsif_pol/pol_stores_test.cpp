@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace pol_stores_test {
 namespace {
 
 TEST(IdOfStore, IsANumberOf32BitsForItemsOfThePim) {
@@ -47,3 +48,4 @@ TEST(StoreRows, HaveEveryOperation) {
 }
 
 }  // namespace
+}  // namespace pol_stores_test

@@ -4,6 +4,7 @@
 #include "tests/BtOsif_pol/contacts_on_device.h"
 #include "tests/support/pol_fixture.h"
 
+namespace pol_walk_test {
 namespace {
 
 using namespace support;
@@ -239,3 +240,4 @@ TEST_F(PolWalkOnDevice, GoesPastAContactThatWasDeletedMeanwhile) {
 }
 
 }  // namespace
+}  // namespace pol_walk_test

@@ -19,6 +19,7 @@
 #include "tests/support/settings.h"
 #include "tests/support/temp_device.h"
 
+namespace sync_partner_test {
 namespace {
 
 using support::OtherProgram;
@@ -448,3 +449,4 @@ TEST(SyncPartner, SynchronisesFullyWhenADeviceHasLostItsLogs) {
 }
 
 }  // namespace
+}  // namespace sync_partner_test

@@ -9,6 +9,7 @@
 
 #include "tests/support/built_files.h"
 
+namespace exported_names_test {
 namespace {
 
 std::string OutputOf(const std::string& command) {
@@ -75,3 +76,4 @@ INSTANTIATE_TEST_SUITE_P(With, PublicHeader, testing::Values("gcc", "clang"),
                          [](const auto& test) { return std::string(test.param); });
 
 }  // namespace
+}  // namespace exported_names_test

@@ -14,6 +14,7 @@
 #include "tests/support/text_test.h"
 #include "tests/support/trace_receiver.h"
 
+namespace osif_date_test {
 namespace {
 
 using support::FileTime;
@@ -580,3 +581,4 @@ TEST(Date, ThePresentTimeIsWrittenAsTheTimeOfTheClockInEveryZone) {
 }
 
 }  // namespace
+}  // namespace osif_date_test

@@ -7,6 +7,7 @@
 
 #include "btosif/osif_erg.h"
 
+namespace osif_erg_examples_test {
 namespace {
 
 class ErgExample : public testing::Test {
@@ -166,3 +167,4 @@ TEST_F(ErgExample, NumbersBeyond32BitsAreHeldAtTheLimit) {
 }
 
 }  // namespace
+}  // namespace osif_erg_examples_test

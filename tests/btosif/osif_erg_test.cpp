@@ -12,6 +12,7 @@
 #include "platform/posix/fault_injection.h"
 #include "tests/support/files.h"
 
+namespace osif_erg_test {
 namespace {
 
 using support::Repeated;
@@ -735,3 +736,4 @@ TEST(ErgCost, AMegabyteOfATextIsReadInASecond) {
 }
 
 }  // namespace
+}  // namespace osif_erg_test

@@ -12,6 +12,7 @@
 #include "tests/support/text_test.h"
 #include "tests/support/trace_receiver.h"
 
+namespace osif_file_test {
 namespace {
 
 using support::BytesWritten;
@@ -605,3 +606,4 @@ TEST_F(File, AnAssertionNamesItsPlaceInTheTrace) {
 }
 
 }  // namespace
+}  // namespace osif_file_test

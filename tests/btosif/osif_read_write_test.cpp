@@ -8,6 +8,7 @@
 #include "tests/support/built_files.h"
 #include "tests/support/osif_fixture.h"
 
+namespace osif_read_write_test {
 namespace {
 
 using namespace support;
@@ -571,3 +572,4 @@ INSTANTIATE_TEST_SUITE_P(OfACard, OsifWholeWay,
                                          "own"));
 
 }  // namespace
+}  // namespace osif_read_write_test

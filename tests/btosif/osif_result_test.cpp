@@ -5,6 +5,7 @@
 
 #include "osif.h"
 
+namespace osif_result_test {
 namespace {
 
 struct CodeText {
@@ -116,3 +117,4 @@ TEST(ResultTexts, LeaveTheBufferOfAnUnknownCodeWhenAKnownOneIsAskedFor) {
 }
 
 }  // namespace
+}  // namespace osif_result_test

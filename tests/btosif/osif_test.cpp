@@ -6,6 +6,7 @@
 
 #include "tests/support/osif_fixture.h"
 
+namespace osif_test {
 namespace {
 
 using namespace support;
@@ -538,3 +539,4 @@ TEST_F(OsifTest, ClearsAnchorAndDatabaseIdOfAChangeLogThatIsNotOpen) {
 }
 
 }  // namespace
+}  // namespace osif_test

@@ -14,6 +14,7 @@
 #include "tests/support/text_test.h"
 #include "tests/support/trace_receiver.h"
 
+namespace real_input_test {
 namespace {
 
 using support::Card;
@@ -397,3 +398,4 @@ TEST_F(BadInput, AMegabyteOfLineEndsBetweenCardsEndsTheReading) {
 }
 
 }  // namespace
+}  // namespace real_input_test

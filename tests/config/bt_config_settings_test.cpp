@@ -7,6 +7,7 @@
 #include "tests/support/registry_values.h"
 #include "tests/support/temp_device.h"
 
+namespace bt_config_settings_test {
 namespace {
 
 using support::CreateKey;
@@ -456,3 +457,4 @@ TEST_F(Settings, VendorPropertiesAreSentUnlessANumberOtherThanZeroForbidsThem) {
 }
 
 }  // namespace
+}  // namespace bt_config_settings_test

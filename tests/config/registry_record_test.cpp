@@ -6,6 +6,7 @@
 #include "tests/support/registry_values.h"
 #include "tests/support/temp_device.h"
 
+namespace registry_record_test {
 namespace {
 
 using support::CreateKey;
@@ -213,3 +214,4 @@ TEST_F(RegistryRecord, AssigningTakesThePlaceOver) {
 }
 
 }  // namespace
+}  // namespace registry_record_test

@@ -16,6 +16,7 @@
 #include "tests/support/settings.h"
 #include "tests/support/temp_device.h"
 
+namespace change_log_kill_test {
 namespace {
 
 using fault::KillPlace;
@@ -525,3 +526,4 @@ TEST_P(ChangeLogKill, LosesNoEntryOfAPurgedLogWhenAnotherStoreIsOpenedFirst) {
 }
 
 }  // namespace
+}  // namespace change_log_kill_test

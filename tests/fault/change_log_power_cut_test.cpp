@@ -17,6 +17,7 @@
 #include "tests/support/settings.h"
 #include "tests/support/temp_device.h"
 
+namespace change_log_power_cut_test {
 namespace {
 
 using fault::RunAndCutPower;
@@ -264,3 +265,4 @@ TEST_P(ChangeLogPowerCut, ForgetsWhatWasNotFlushed) {
 }
 
 }  // namespace
+}  // namespace change_log_power_cut_test

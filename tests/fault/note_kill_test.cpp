@@ -13,6 +13,7 @@
 #include "tests/support/notes.h"
 #include "tests/support/settings.h"
 
+namespace note_kill_test {
 namespace {
 
 using fault::KillPlace;
@@ -164,3 +165,4 @@ TEST_F(NoteKill, LosesNothingWhenTheNextProcessDiesToo) {
 }
 
 }  // namespace
+}  // namespace note_kill_test

@@ -16,6 +16,7 @@
 #include "tests/support/files.h"
 #include "tests/support/temp_device.h"
 
+namespace out_of_memory_test {
 namespace {
 
 using namespace support;
@@ -300,3 +301,4 @@ INSTANTIATE_TEST_SUITE_P(OfEachHeap, OutOfMemory, testing::ValuesIn(kHeaps),
                          [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
+}  // namespace out_of_memory_test

@@ -9,6 +9,7 @@
 #include "tests/support/trace_receiver.h"
 #include "tests/support/values.h"
 
+namespace value_text_memory_test {
 namespace {
 
 using support::Parsed;
@@ -37,3 +38,4 @@ TEST_F(GetTextInShortMemory, IsEmptyOrWholeWhicheverAllocationFailsAndSaysNothin
 }
 
 }  // namespace
+}  // namespace value_text_memory_test

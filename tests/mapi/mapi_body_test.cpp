@@ -4,6 +4,7 @@
 #include "mapi/mapi_mail.h"
 #include "tests/mapi/mapi_fixture.h"
 
+namespace mapi_body_test {
 namespace {
 
 using namespace support;
@@ -447,3 +448,4 @@ TEST_F(MapiBodyOut, ASizeThatNoMemoryHoldsIsToldAndLeavesTheBodyEmpty) {
 }
 
 }  // namespace
+}  // namespace mapi_body_test

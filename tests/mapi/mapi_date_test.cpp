@@ -4,6 +4,7 @@
 #include "mapi/mapi_mail.h"
 #include "tests/mapi/mapi_fixture.h"
 
+namespace mapi_date_test {
 namespace {
 
 using namespace support;
@@ -217,3 +218,4 @@ TEST_F(MapiDate, ADateReadBackIsTheSameMoment) {
 }
 
 }  // namespace
+}  // namespace mapi_date_test

@@ -8,6 +8,7 @@
 #include "tests/platform/device/mail/fixture.h"
 #include "tests/platform/device/other_process.h"
 
+namespace mapi_device_test {
 namespace {
 
 using namespace support;
@@ -333,3 +334,4 @@ TEST_F(MapiDevice, AMessageThatTheStoreRefusesIsAnErrorAndDoesNotAppear) {
 }
 
 }  // namespace
+}  // namespace mapi_device_test

@@ -3,6 +3,7 @@
 
 #include "tests/mapi/mapi_fixture.h"
 
+namespace mapi_errors_test {
 namespace {
 
 using namespace support;
@@ -153,3 +154,4 @@ INSTANTIATE_TEST_SUITE_P(Calls, MapiTableError,
                          [](const auto& test) { return test.param.call; });
 
 }  // namespace
+}  // namespace mapi_errors_test

@@ -4,6 +4,7 @@
 #include "mapi/mapi_text.h"
 #include "tests/mapi/mapi_fixture.h"
 
+namespace mapi_mail_add_test {
 namespace {
 
 using namespace support;
@@ -510,3 +511,4 @@ TEST_F(MapiModify, APropertyThatCannotBeSetFailsNothing) {
 }
 
 }  // namespace
+}  // namespace mapi_mail_add_test

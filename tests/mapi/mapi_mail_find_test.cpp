@@ -2,6 +2,7 @@
 #include "mapi/mapi_mail.h"
 #include "tests/mapi/mapi_fixture.h"
 
+namespace mapi_mail_find_test {
 namespace {
 
 using namespace support;
@@ -441,3 +442,4 @@ TEST_F(MapiFind, ASubjectWithFormatCharactersIsToldAsItIs) {
 }
 
 }  // namespace
+}  // namespace mapi_mail_find_test

@@ -3,6 +3,7 @@
 #include "mapi/mapi_mail.h"
 #include "tests/mapi/mapi_fixture.h"
 
+namespace mapi_mail_get_test {
 namespace {
 
 using namespace support;
@@ -467,3 +468,4 @@ INSTANTIATE_TEST_SUITE_P(Counts, MapiGetRecipients,
                                          CountCase{50, "r10"}));
 
 }  // namespace
+}  // namespace mapi_mail_get_test

@@ -2,6 +2,7 @@
 #include "tests/mapi/mapi_fixture.h"
 #include "tests/support/failing_new.h"
 
+namespace mapi_memory_test {
 namespace {
 
 using namespace support;
@@ -47,3 +48,4 @@ TEST_F(MapiMemory, NoMemoryForABodyIsToldWithItsSizeAndLeavesTheBodyEmpty) {
 }
 
 }  // namespace
+}  // namespace mapi_memory_test

@@ -3,6 +3,7 @@
 
 #include "tests/mapi/mapi_fixture.h"
 
+namespace mapi_session_test {
 namespace {
 
 using namespace support;
@@ -375,3 +376,4 @@ TEST_F(MapiSession, DeletingCountingAndEnumeratingTellThatTheSessionCannotBeStar
 }
 
 }  // namespace
+}  // namespace mapi_session_test

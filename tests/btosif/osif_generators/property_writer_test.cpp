@@ -12,6 +12,7 @@
 #include "tests/support/trace_receiver.h"
 #include "tests/support/values.h"
 
+namespace property_writer_test {
 namespace {
 
 using support::BytesWritten;
@@ -202,3 +203,4 @@ TEST_F(PropertyWriter, ASplitLineThatCannotBeWrittenIsTold) {
 }
 
 }  // namespace
+}  // namespace property_writer_test

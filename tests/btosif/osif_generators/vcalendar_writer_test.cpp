@@ -11,6 +11,7 @@
 #include "tests/support/text_test.h"
 #include "tests/support/trace_receiver.h"
 
+namespace vcalendar_writer_test {
 namespace {
 
 using support::BytesWritten;
@@ -225,3 +226,4 @@ TEST_F(VCalendarWriter, AFileThatTakesNothingIsToldInTheTraceOnly) {
 }
 
 }  // namespace
+}  // namespace vcalendar_writer_test

@@ -12,6 +12,7 @@
 #include "tests/support/settings.h"
 #include "tests/support/text_test.h"
 
+namespace vcard_round_trip_test {
 namespace {
 
 using support::AnyWideText;
@@ -84,3 +85,4 @@ TEST_F(VCardRoundTrip, AnyTextsComeBackWithoutTheVendorsProperties) {
 TEST_F(VCardRoundTrip, AnyTextsComeBackFromTheFirstOfTheTwoWrittenOnes) { ExpectAnyRecordBack(); }
 
 }  // namespace
+}  // namespace vcard_round_trip_test

@@ -14,6 +14,7 @@
 #include "tests/support/text_test.h"
 #include "tests/support/trace_receiver.h"
 
+namespace vcard_writer_test {
 namespace {
 
 using support::BytesWritten;
@@ -200,3 +201,4 @@ TEST_F(VCardWriter, MemoryShortageIsToldInTheTraceOnlyAndTheOtherLinesAreWritten
 }
 
 }  // namespace
+}  // namespace vcard_writer_test

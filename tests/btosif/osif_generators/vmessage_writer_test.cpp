@@ -13,6 +13,7 @@
 #include "tests/support/messages.h"
 #include "tests/support/trace_receiver.h"
 
+namespace vmessage_writer_test {
 namespace {
 
 using support::Lines;
@@ -456,3 +457,4 @@ TEST_F(VMessageRoundTrip, AnyTextLeavesTheMessageReadable) {
 }
 
 }  // namespace
+}  // namespace vmessage_writer_test

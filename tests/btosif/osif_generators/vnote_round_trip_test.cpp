@@ -16,6 +16,7 @@
 #include "tests/support/random_text.h"
 #include "tests/support/text_test.h"
 
+namespace vnote_round_trip_test {
 namespace {
 
 using Texts = std::vector<WideText>;
@@ -115,3 +116,4 @@ TEST_F(VNoteRoundTrip, AnyLinesAreReadToAResult) {
 }
 
 }  // namespace
+}  // namespace vnote_round_trip_test

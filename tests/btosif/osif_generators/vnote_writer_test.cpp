@@ -16,6 +16,7 @@
 #include "tests/support/temp_device.h"
 #include "tests/support/trace_receiver.h"
 
+namespace vnote_writer_test {
 namespace {
 
 class VNoteWriter : public TempDeviceTest {
@@ -124,3 +125,4 @@ TEST_F(VNoteWriter, GoesOnBehindALineForWhichMemoryIsShort) {
 }
 
 }  // namespace
+}  // namespace vnote_writer_test

@@ -11,6 +11,7 @@
 #include "tests/support/messages.h"
 #include "tests/support/trace_receiver.h"
 
+namespace corpus_messages_test {
 namespace {
 
 using support::ReadMessage;
@@ -235,3 +236,4 @@ TEST_F(CorpusMessages, EveryBeginningOfEveryFileIsReadOrRefused) {
 }
 
 }  // namespace
+}  // namespace corpus_messages_test

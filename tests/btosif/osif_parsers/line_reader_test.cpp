@@ -12,6 +12,7 @@
 #include "tests/support/text_test.h"
 #include "tests/support/trace_receiver.h"
 
+namespace line_reader_test {
 namespace {
 
 using support::OpenBytes;
@@ -338,3 +339,4 @@ TEST_P(EverySmallFile, IsReadAsTold) {
 INSTANTIATE_TEST_SUITE_P(Lengths, EverySmallFile, testing::Range<size_t>(0, 8));
 
 }  // namespace
+}  // namespace line_reader_test

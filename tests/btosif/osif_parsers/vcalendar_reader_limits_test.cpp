@@ -6,6 +6,7 @@
 #include "tests/support/text_test.h"
 #include "tests/support/trace_receiver.h"
 
+namespace vcalendar_reader_limits_test {
 namespace {
 
 using namespace support;
@@ -121,3 +122,4 @@ TEST_F(VCalendarReaderLimits, NoMemoryForALineOfAnItemIsAWarning) {
 }
 
 }  // namespace
+}  // namespace vcalendar_reader_limits_test

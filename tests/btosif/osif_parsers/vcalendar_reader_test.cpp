@@ -12,6 +12,7 @@
 #include "tests/support/text_test.h"
 #include "tests/support/trace_receiver.h"
 
+namespace vcalendar_reader_test {
 namespace {
 
 using support::CalendarText;
@@ -683,3 +684,4 @@ TEST_F(VCalendarReader, MemoryShortageAtAnyPointIsReportedOrLeavesAnOrderlyRecor
 }
 
 }  // namespace
+}  // namespace vcalendar_reader_test

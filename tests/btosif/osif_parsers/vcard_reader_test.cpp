@@ -12,6 +12,7 @@
 #include "tests/support/text_test.h"
 #include "tests/support/trace_receiver.h"
 
+namespace vcard_reader_test {
 namespace {
 
 using support::Card;
@@ -558,3 +559,4 @@ TEST_F(VCardReader, NoMemoryForALineOfACardIsAWarningAndTheCardIsDeliveredWithou
 }
 
 }  // namespace
+}  // namespace vcard_reader_test

@@ -14,6 +14,7 @@
 #include "tests/support/messages.h"
 #include "tests/support/trace_receiver.h"
 
+namespace vmessage_attachment_test {
 namespace {
 
 using support::BodyText;
@@ -300,3 +301,4 @@ TEST_F(VMessageAttachment, AttachmentsOfAMegabyteAreWrittenWhole) {
 }
 
 }  // namespace
+}  // namespace vmessage_attachment_test

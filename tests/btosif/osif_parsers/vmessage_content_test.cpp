@@ -11,6 +11,7 @@
 #include "tests/support/messages.h"
 #include "tests/support/trace_receiver.h"
 
+namespace vmessage_content_test {
 namespace {
 
 using support::BodyText;
@@ -461,3 +462,4 @@ TEST_F(VMessageContent, AnyLinesInAnyOrderAreReadOrRefusedAndLeaveNoFile) {
 }
 
 }  // namespace
+}  // namespace vmessage_content_test

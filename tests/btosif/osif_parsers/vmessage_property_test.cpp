@@ -9,6 +9,7 @@
 #include "tests/support/messages.h"
 #include "tests/support/trace_receiver.h"
 
+namespace vmessage_property_test {
 namespace {
 
 using support::EnvelopeText;
@@ -192,3 +193,4 @@ TEST_F(VMessageProperty, AnEndLineOfABodyThatIsTooLongEndsItWithAWarning) {
 }
 
 }  // namespace
+}  // namespace vmessage_property_test

@@ -9,6 +9,7 @@
 #include "tests/support/messages.h"
 #include "tests/support/trace_receiver.h"
 
+namespace vmessage_reader_test {
 namespace {
 
 using support::BodyText;
@@ -656,3 +657,4 @@ TEST_F(VMessageReader, EveryBeginningOfAGoodFileIsRefusedAndOnlyTheWholeIsRead) 
 }
 
 }  // namespace
+}  // namespace vmessage_reader_test

@@ -15,6 +15,7 @@
 #include "tests/support/trace_receiver.h"
 #include "tests/support/values.h"
 
+namespace vnote_reader_test {
 namespace {
 
 using testing::ElementsAre;
@@ -443,3 +444,4 @@ TEST_F(VNoteReaderShortage, AtAnyPointIsReportedOrLeavesAnOrderlyRecord) {
 }
 
 }  // namespace
+}  // namespace vnote_reader_test

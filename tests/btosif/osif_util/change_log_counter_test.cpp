@@ -4,6 +4,7 @@
 #include "tests/btosif/osif_util/change_log_fixture.h"
 #include "tests/support/full_disk.h"
 
+namespace change_log_counter_test {
 namespace {
 
 using support::BytesOf;
@@ -153,3 +154,4 @@ TEST_F(ChangeLogCounter, GoesToTheEndOfItsNumbers) {
 }
 
 }  // namespace
+}  // namespace change_log_counter_test

@@ -5,6 +5,7 @@
 #include "btosif/osif_util/change_log_purge.h"
 #include "tests/btosif/osif_util/change_log_fixture.h"
 
+namespace change_log_cut_test {
 namespace {
 
 using support::AppendBytes;
@@ -90,3 +91,4 @@ TEST_F(CutLines, AreGoneWhenTheyAreRemoved) {
 }
 
 }  // namespace
+}  // namespace change_log_cut_test

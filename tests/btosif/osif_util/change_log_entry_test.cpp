@@ -9,6 +9,7 @@
 #include "tests/btosif/osif_util/change_log_fixture.h"
 #include "tests/support/trace_receiver.h"
 
+namespace change_log_entry_test {
 namespace {
 
 using support::BytesOf;
@@ -308,3 +309,4 @@ TEST_F(ChangeLogEntries, ReadsBackWhatItWrote) {
 }
 
 }  // namespace
+}  // namespace change_log_entry_test

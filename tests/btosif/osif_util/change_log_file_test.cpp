@@ -6,6 +6,7 @@
 #include "tests/btosif/osif_util/change_log_fixture.h"
 #include "tests/support/full_disk.h"
 
+namespace change_log_file_test {
 namespace {
 
 using support::AppendBytes;
@@ -248,3 +249,4 @@ TEST_F(WrittenLog, KnowsThatAnAppendedEntryReplacesAnEarlierOne) {
 }
 
 }  // namespace
+}  // namespace change_log_file_test

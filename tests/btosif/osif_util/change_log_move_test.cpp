@@ -4,6 +4,7 @@
 
 #include "tests/btosif/osif_util/change_log_fixture.h"
 
+namespace change_log_move_test {
 namespace {
 
 using support::BytesOf;
@@ -72,3 +73,4 @@ TEST_F(MovedLog, ThatIsNotThereIsNotMade) {
 }
 
 }  // namespace
+}  // namespace change_log_move_test

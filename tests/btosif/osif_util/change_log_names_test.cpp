@@ -6,6 +6,7 @@
 #include <climits>
 #include <utility>
 
+namespace change_log_names_test {
 namespace {
 
 TEST(LogFileName, IsMadeOfFolderStoreAndKind) {
@@ -62,3 +63,4 @@ TEST(TempLogName, IsOneForAllStoresOfAFolder) {
 }
 
 }  // namespace
+}  // namespace change_log_names_test

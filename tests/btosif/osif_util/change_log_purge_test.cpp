@@ -7,6 +7,7 @@
 #include "tests/btosif/osif_util/change_log_fixture.h"
 #include "tests/support/trace_receiver.h"
 
+namespace change_log_purge_test {
 namespace {
 
 using support::BytesOf;
@@ -174,3 +175,4 @@ TEST_F(ChangeLogPurge, FinishingAPurgeInAFolderWithoutOneChangesNothing) {
 }
 
 }  // namespace
+}  // namespace change_log_purge_test

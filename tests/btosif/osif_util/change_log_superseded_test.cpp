@@ -8,6 +8,7 @@
 #include "btosif/osif_util/change_log_entry.h"
 #include "tests/btosif/osif_util/change_log_fixture.h"
 
+namespace change_log_superseded_test {
 namespace {
 
 using support::EntryLine;
@@ -126,3 +127,4 @@ TEST_F(SupersededEntries, AHundredThousandLinesAreTestedInOneGo) {
 }
 
 }  // namespace
+}  // namespace change_log_superseded_test

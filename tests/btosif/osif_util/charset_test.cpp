@@ -14,6 +14,7 @@
 #include "tests/support/trace_receiver.h"
 #include "tests/support/values.h"
 
+namespace charset_test {
 namespace {
 
 using support::SetSetting;
@@ -434,3 +435,4 @@ TEST_F(Charset, MegabytesGoThrough) {
 }
 
 }  // namespace
+}  // namespace charset_test

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace content_type_test {
 namespace {
 
 struct BoundaryCase {
@@ -71,3 +72,4 @@ INSTANTIATE_TEST_SUITE_P(OtherParameters, AttachmentNameOf,
                                          NameCase{"text/plain; x=\"a; name=b\"; name=c", "c"}));
 
 }  // namespace
+}  // namespace content_type_test

@@ -3,6 +3,7 @@
 #include "platform/posix/fault_injection.h"
 #include "tests/btosif/osif_util/change_log_fixture.h"
 
+namespace half_line_test {
 namespace {
 
 using support::BytesOf;
@@ -65,3 +66,4 @@ TEST_F(HalfLine, ThatIsNoneLeavesTheFileUntouched) {
 }
 
 }  // namespace
+}  // namespace half_line_test

@@ -9,6 +9,7 @@
 #include "btosif/osif_util/html_to_text.h"
 #include "tests/support/files.h"
 
+namespace html_entities_test {
 namespace {
 
 struct Row {
@@ -394,3 +395,4 @@ INSTANTIATE_TEST_SUITE_P(WithSomethingBehindIt, HtmlNumber,
                                          NumberCase{u"#x41g", u"A"}));
 
 }  // namespace
+}  // namespace html_entities_test

@@ -10,6 +10,7 @@
 #include "tests/support/files.h"
 #include "tests/support/random_text.h"
 
+namespace html_to_text_test {
 namespace {
 
 constexpr WCHAR kUntouched = 0xEEEE;
@@ -381,3 +382,4 @@ TEST(HtmlToText, AMillionTagsAreRead) {
 }
 
 }  // namespace
+}  // namespace html_to_text_test

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace line_rules_test {
 namespace {
 
 using namespace std::string_view_literals;
@@ -44,3 +45,4 @@ TEST(LineRules, NothingCountsAfterACarriageReturnOrAZeroByte) {
 }
 
 }  // namespace
+}  // namespace line_rules_test

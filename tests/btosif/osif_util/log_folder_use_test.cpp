@@ -8,6 +8,7 @@
 #include "tests/btosif/osif_util/change_log_fixture.h"
 #include "tests/platform/device/other_process.h"
 
+namespace log_folder_use_test {
 namespace {
 
 using pim_test::OtherProcess;
@@ -110,3 +111,4 @@ TEST_F(LogFolder, ThatIsNotThereCannotBeHeld) {
 }
 
 }  // namespace
+}  // namespace log_folder_use_test

@@ -13,6 +13,7 @@
 #include "tests/support/files.h"
 #include "tests/support/values.h"
 
+namespace object_record_test {
 namespace {
 
 using support::MakeValue;
@@ -225,3 +226,4 @@ TEST(ObjectRecord, RandomIdsDiffer) {
 }
 
 }  // namespace
+}  // namespace object_record_test

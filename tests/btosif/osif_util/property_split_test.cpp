@@ -4,6 +4,7 @@
 
 #include <string>
 
+namespace property_split_test {
 namespace {
 
 struct Split {
@@ -134,3 +135,4 @@ TEST(StripBlanks, KeepsOtherWhiteSpace) {
 }
 
 }  // namespace
+}  // namespace property_split_test

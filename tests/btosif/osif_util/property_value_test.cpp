@@ -12,6 +12,7 @@
 #include "tests/support/files.h"
 #include "tests/support/values.h"
 
+namespace property_value_test {
 namespace {
 
 using support::ComponentsOf;
@@ -407,3 +408,4 @@ TEST(PropertyValue, AMillionSeparatorsLeaveTheWantedPositions) {
 }
 
 }  // namespace
+}  // namespace property_value_test

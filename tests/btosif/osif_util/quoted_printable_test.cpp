@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 
+namespace quoted_printable_test {
 namespace {
 
 // The room's content after encoding or decoding into it; untouched bytes are "#".
@@ -128,3 +129,4 @@ TEST(QuotedPrintable, DecodesMegabytes) {
 }
 
 }  // namespace
+}  // namespace quoted_printable_test

@@ -15,6 +15,7 @@
 #include "tests/support/text_test.h"
 #include "tests/support/values.h"
 
+namespace round_trip_test {
 namespace {
 
 using support::MakeValue;
@@ -141,3 +142,4 @@ INSTANTIATE_TEST_SUITE_P(Charsets, CharsetRoundTrip, testing::ValuesIn(kRepertoi
                          });
 
 }  // namespace
+}  // namespace round_trip_test

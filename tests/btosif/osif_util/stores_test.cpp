@@ -4,6 +4,7 @@
 
 #include <climits>
 
+namespace stores_test {
 namespace {
 
 constexpr int32_t kNoStores[] = {-1, 6, 7, 1000, INT_MAX, INT_MIN};
@@ -53,3 +54,4 @@ TEST(Stores, FindTheirRowInATableByKind) {
 }
 
 }  // namespace
+}  // namespace stores_test

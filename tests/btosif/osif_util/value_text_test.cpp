@@ -13,6 +13,7 @@
 #include "tests/support/trace_receiver.h"
 #include "tests/support/values.h"
 
+namespace value_text_test {
 namespace {
 
 using support::ComponentsOf;
@@ -517,3 +518,4 @@ TEST_F(SetText, StaysPlainWhereTheEncodingCannotBeDeclared) {
 }
 
 }  // namespace
+}  // namespace value_text_test

@@ -17,6 +17,7 @@
 #include "platform/posix/paths.h"
 #include "tests/support/temp_device.h"
 
+namespace device_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -511,3 +512,4 @@ TEST_F(Device, MakingTheSchemaTwiceChangesNothing) {
 }
 
 }  // namespace
+}  // namespace device_test

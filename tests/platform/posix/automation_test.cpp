@@ -10,6 +10,7 @@
 #include "platform/posix/class_table.h"
 #include "platform/posix/fault_injection.h"
 
+namespace automation_test {
 namespace {
 
 // ---- Strings -----------------------------------------------------------------------------------
@@ -247,3 +248,4 @@ TEST(CreateInstance, AFactoryCanBePutBack) {
 }
 
 }  // namespace
+}  // namespace automation_test

@@ -8,6 +8,7 @@
 #include "tests/support/settings.h"
 #include "tests/support/temp_device.h"
 
+namespace codepage_test {
 namespace {
 
 std::u16string Decode(UINT code_page, const std::string& bytes, DWORD flags = 0) {
@@ -438,3 +439,4 @@ TEST_F(DefaultCodePage, OtherQuestionsAboutTheLocaleAreRefused) {
 }
 
 }  // namespace
+}  // namespace codepage_test

@@ -12,6 +12,7 @@
 #include "platform/posix/paths.h"
 #include "tests/support/temp_device.h"
 
+namespace files_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -377,3 +378,4 @@ TEST_F(Files, AFileThatIsNotSharedIsOpenedOnceAtATime) {
 }
 
 }  // namespace
+}  // namespace files_test

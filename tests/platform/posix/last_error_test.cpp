@@ -7,6 +7,7 @@
 
 #include "platform/posix/error_numbers.h"
 
+namespace last_error_test {
 namespace {
 
 TEST(LastError, IsWhatWasSet) {
@@ -57,3 +58,4 @@ TEST(LastError, ResultValuesAreMadeOfErrorNumbers) {
 }
 
 }  // namespace
+}  // namespace last_error_test

@@ -7,6 +7,7 @@
 #include "platform/api/last_error.h"
 #include "platform/posix/fault_injection.h"
 
+namespace posix_memory_test {
 namespace {
 
 TEST(LocalHeap, FillsBlocksWithZerosWhenAskedTo) {
@@ -57,3 +58,4 @@ TEST(LocalHeap, ACalledOffFailureDoesNotCome) {
 }
 
 }  // namespace
+}  // namespace posix_memory_test

@@ -7,6 +7,7 @@
 
 #include "platform/posix/fault_injection.h"
 
+namespace process_test {
 namespace {
 
 TEST(Process, IsKnownByItsNumber) {
@@ -31,3 +32,4 @@ TEST(TickCount, BeginsAnewWithAPretendedRestart) {
 }
 
 }  // namespace
+}  // namespace process_test

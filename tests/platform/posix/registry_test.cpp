@@ -6,6 +6,7 @@
 #include "tests/support/registry_values.h"
 #include "tests/support/temp_device.h"
 
+namespace registry_test {
 namespace {
 
 using support::CreateKey;
@@ -316,3 +317,4 @@ TEST_F(Registry, ADamagedDeviceGivesFileCorruptForEveryCall) {
 }
 
 }  // namespace
+}  // namespace registry_test

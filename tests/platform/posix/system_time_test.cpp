@@ -10,6 +10,7 @@
 
 #include "tests/support/temp_device.h"
 
+namespace system_time_test {
 namespace {
 
 // A calendar time as "2005-03-27T01:59:59".
@@ -341,3 +342,4 @@ TEST(DateText, RefusesWhatItDoesNotKnow) {
 }
 
 }  // namespace
+}  // namespace system_time_test

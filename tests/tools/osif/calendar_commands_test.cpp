@@ -1,7 +1,7 @@
 // Each subcommand on the calendar store: appointments and tasks, which share it.
 #include "tests/tools/osif/hostile_files.h"
 
-namespace command_test {
+namespace command_test::calendar_commands_test {
 namespace {
 
 using testing::ElementsAre;
@@ -477,4 +477,4 @@ TEST_F(CommandCalendar, IdsThatAreNoneAreRefusedByEachCommand) {
 }
 
 }  // namespace
-}  // namespace command_test
+}  // namespace command_test::calendar_commands_test

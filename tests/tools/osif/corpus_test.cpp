@@ -13,7 +13,7 @@
 
 #include "tests/tools/osif/command_fixture.h"
 
-namespace command_test {
+namespace command_test::corpus_test {
 namespace {
 
 using testing::AnyOf;
@@ -483,4 +483,4 @@ INSTANTIATE_TEST_SUITE_P(Formats, Corpus, testing::ValuesIn(kFormats),
                          [](const auto& row) { return row.param.name; });
 
 }  // namespace
-}  // namespace command_test
+}  // namespace command_test::corpus_test

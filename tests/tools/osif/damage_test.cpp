@@ -6,7 +6,7 @@
 
 #include "tests/tools/osif/command_fixture.h"
 
-namespace command_test {
+namespace command_test::damage_test {
 namespace {
 
 using testing::HasSubstr;
@@ -186,4 +186,4 @@ TEST_F(CommandBusy, WhatWritesWaitsForTheOthersEnd) {
 }
 
 }  // namespace
-}  // namespace command_test
+}  // namespace command_test::damage_test

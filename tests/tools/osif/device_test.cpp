@@ -3,7 +3,7 @@
 
 #include "tests/tools/osif/command_fixture.h"
 
-namespace command_test {
+namespace command_test::device_test {
 namespace {
 
 using testing::ElementsAre;
@@ -238,4 +238,4 @@ TEST_F(CommandDevice, TheLibraryObeysTheInputCharsetSetting) {
 }
 
 }  // namespace
-}  // namespace command_test
+}  // namespace command_test::device_test

@@ -7,7 +7,7 @@
 
 #include "tests/support/files.h"
 
-namespace command {
+namespace command::file_index_test {
 namespace {
 
 using testing::ElementsAre;
@@ -124,4 +124,4 @@ TEST(FileIndex, AHundredThousandUnfinishedCardsTakeLinearTime) {
 }
 
 }  // namespace
-}  // namespace command
+}  // namespace command::file_index_test

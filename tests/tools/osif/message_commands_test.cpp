@@ -2,7 +2,7 @@
 // walked.
 #include "tests/tools/osif/hostile_files.h"
 
-namespace command_test {
+namespace command_test::message_commands_test {
 namespace {
 
 using testing::ElementsAre;
@@ -453,4 +453,4 @@ TEST_F(CommandMessage, AHeaderOfAMillionBytesIsCutWithAWarning) {
 }
 
 }  // namespace
-}  // namespace command_test
+}  // namespace command_test::message_commands_test

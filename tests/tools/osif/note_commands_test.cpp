@@ -2,7 +2,7 @@
 // but neither walked nor read.
 #include "tests/tools/osif/hostile_files.h"
 
-namespace command_test {
+namespace command_test::note_commands_test {
 namespace {
 
 using testing::ElementsAre;
@@ -311,4 +311,4 @@ TEST_F(CommandNote, ANameOfAMillionBytesIsCut) {
 }
 
 }  // namespace
-}  // namespace command_test
+}  // namespace command_test::note_commands_test

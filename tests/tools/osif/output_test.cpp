@@ -12,7 +12,7 @@
 #include "tests/support/full_disk.h"
 #include "tests/tools/osif/command_fixture.h"
 
-namespace command_test {
+namespace command_test::output_test {
 namespace {
 
 using testing::ElementsAre;
@@ -513,4 +513,4 @@ TEST_F(CommandOutput, ALineOfMoreThan64MegabytesIsRefusedBeforeAnythingIsStored)
 }
 
 }  // namespace
-}  // namespace command_test
+}  // namespace command_test::output_test

@@ -1,6 +1,6 @@
 #include "tests/tools/osif/command_fixture.h"
 
-namespace command_test {
+namespace command_test::parse_test {
 namespace {
 
 using testing::ElementsAre;
@@ -108,4 +108,4 @@ TEST_F(CommandParse, ACardOfFiveMillionBytesIsShownWhole) {
 }
 
 }  // namespace
-}  // namespace command_test
+}  // namespace command_test::parse_test

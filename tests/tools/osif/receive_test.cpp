@@ -1,6 +1,6 @@
 #include "tests/tools/osif/hostile_files.h"
 
-namespace command_test {
+namespace command_test::receive_test {
 namespace {
 
 using testing::ElementsAre;
@@ -380,4 +380,4 @@ TEST_F(CommandReceive, AMessageOnATerminalHoldsNoControlCharacters) {
 }
 
 }  // namespace
-}  // namespace command_test
+}  // namespace command_test::receive_test

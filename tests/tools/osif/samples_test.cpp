@@ -1,7 +1,7 @@
 // The files in samples/ do what the documents say of them.
 #include "tests/tools/osif/command_fixture.h"
 
-namespace command_test {
+namespace command_test::samples_test {
 namespace {
 
 using testing::ElementsAre;
@@ -91,4 +91,4 @@ TEST_F(Samples, TheCProgramSaysWhatFailed) {
 }
 
 }  // namespace
-}  // namespace command_test
+}  // namespace command_test::samples_test

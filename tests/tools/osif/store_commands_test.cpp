@@ -8,7 +8,7 @@
 #include "tests/support/files.h"
 #include "tests/tools/osif/command_fixture.h"
 
-namespace command_test {
+namespace command_test::store_commands_test {
 namespace {
 
 using testing::ElementsAre;
@@ -409,4 +409,4 @@ TEST_F(CommandStore, ALogFolderThatCannotBeMadeIsToldAndDoesNotHinderReceiving) 
 }
 
 }  // namespace
-}  // namespace command_test
+}  // namespace command_test::store_commands_test

@@ -4,7 +4,7 @@
 
 #include "tests/tools/osif/command_fixture.h"
 
-namespace command_test {
+namespace command_test::trace_test {
 namespace {
 
 using testing::Contains;
@@ -153,4 +153,4 @@ TEST_F(CommandTrace, TheReceiverPrintsLinesUntilItHasItsCount) {
 }
 
 }  // namespace
-}  // namespace command_test
+}  // namespace command_test::trace_test

@@ -1,6 +1,6 @@
 #include "tests/tools/osif/command_fixture.h"
 
-namespace command_test {
+namespace command_test::usage_test {
 namespace {
 
 using testing::HasSubstr;
@@ -148,4 +148,4 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return row.param.name; });
 
 }  // namespace
-}  // namespace command_test
+}  // namespace command_test::usage_test

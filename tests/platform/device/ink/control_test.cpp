@@ -11,6 +11,7 @@
 #include "platform/device/ink/writer.h"
 #include "tests/support/ink_reader.h"
 
+namespace control_test {
 namespace {
 
 // Hands out the bytes of a text, or as many as asked for.
@@ -321,3 +322,4 @@ TEST_F(RichInk, TakesNoMoreThanItsLimit) {
 }
 
 }  // namespace
+}  // namespace control_test

@@ -16,6 +16,7 @@
 #include "platform/device/ink/writer.h"
 #include "platform/utf8.h"
 
+namespace other_reader_test {
 namespace {
 
 std::string Output(const std::string& command) {
@@ -181,3 +182,4 @@ INSTANTIATE_TEST_SUITE_P(UpToU2FFF, OtherReaderOfTwoBytes,
                          }));
 
 }  // namespace
+}  // namespace other_reader_test

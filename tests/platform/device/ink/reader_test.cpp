@@ -11,6 +11,7 @@
 #include "tests/support/corpus.h"
 #include "tests/support/ink_reader.h"
 
+namespace reader_test {
 namespace {
 
 using device::ReadInkDocument;
@@ -286,3 +287,4 @@ TEST_F(HandheldDocument, HasParagraphsLikeOurs) {
 }
 
 }  // namespace
+}  // namespace reader_test

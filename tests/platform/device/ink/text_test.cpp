@@ -4,6 +4,7 @@
 
 #include "tests/platform/device/ink/document.h"
 
+namespace text_test {
 namespace {
 
 using device::DecodeInkParagraph;
@@ -180,3 +181,4 @@ TEST(VisibleInkText, GoesOnInTheNextParagraphAlsoWhereLinesAreJoined) {
 }
 
 }  // namespace
+}  // namespace text_test

@@ -7,6 +7,7 @@
 
 #include "tests/platform/device/ink/document.h"
 
+namespace writer_test {
 namespace {
 
 using device::WriteInkDocument;
@@ -214,3 +215,4 @@ TEST(InkWriter, WritesANoteOfAMegabyteAtOnce) {
 }
 
 }  // namespace
+}  // namespace writer_test

@@ -2,6 +2,7 @@
 #include "tests/platform/device/mail/fixture.h"
 #include "tests/platform/device/other_process.h"
 
+namespace mail_faults_test {
 namespace {
 
 using namespace mapi_test;
@@ -287,3 +288,4 @@ TEST_F(MapiFaults, SeesWhatAnotherProgramStoresMeanwhile) {
 }
 
 }  // namespace
+}  // namespace mail_faults_test

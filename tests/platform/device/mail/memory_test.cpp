@@ -5,6 +5,7 @@
 #include "platform/posix/fault_injection.h"
 #include "tests/platform/device/mail/fixture.h"
 
+namespace mail_memory_test {
 namespace {
 
 using namespace mapi_test;
@@ -113,3 +114,4 @@ TEST(FBinFromHex, RefusesNull) {
 }
 
 }  // namespace
+}  // namespace mail_memory_test

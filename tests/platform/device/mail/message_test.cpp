@@ -1,6 +1,7 @@
 // Messages: properties, the body's stream, recipients, and when they are stored.
 #include "tests/platform/device/mail/fixture.h"
 
+namespace message_test {
 namespace {
 
 using namespace mapi_test;
@@ -346,3 +347,4 @@ TEST_F(MapiMessage, TakesAListOfRecipientsWholeOrNotAtAll) {
 }
 
 }  // namespace
+}  // namespace message_test

@@ -3,6 +3,7 @@
 
 #include "tests/platform/device/mail/fixture.h"
 
+namespace session_test {
 namespace {
 
 using namespace mapi_test;
@@ -173,3 +174,4 @@ TEST_F(MapiStore, TellsNothingAboutAnErrorThatItDidNotHave) {
 }
 
 }  // namespace
+}  // namespace session_test

@@ -1,6 +1,7 @@
 // Contents tables.
 #include "tests/platform/device/mail/fixture.h"
 
+namespace table_test {
 namespace {
 
 using namespace mapi_test;
@@ -224,3 +225,4 @@ TEST_F(MapiTable, FindingByTimeAndSubjectHasAnIndex) {
 }
 
 }  // namespace
+}  // namespace table_test

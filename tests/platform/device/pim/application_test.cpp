@@ -4,6 +4,7 @@
 
 #include "tests/platform/device/pim/calendar_fixture.h"
 
+namespace application_test {
 namespace {
 
 using namespace pim_test;
@@ -284,3 +285,4 @@ TEST_F(PimCalendarObjects, GoOnWorkingAfterALogoff) {
 }
 
 }  // namespace
+}  // namespace application_test

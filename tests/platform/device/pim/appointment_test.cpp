@@ -6,6 +6,7 @@
 #include "platform/device/pim/dates.h"
 #include "tests/platform/device/pim/calendar_fixture.h"
 
+namespace appointment_test {
 namespace {
 
 using namespace pim_test;
@@ -447,3 +448,4 @@ TEST_F(PimAppointment, CopiesItsValuesRecipientsAndRecurrenceIntoAnUnsavedOne) {
 }
 
 }  // namespace
+}  // namespace appointment_test

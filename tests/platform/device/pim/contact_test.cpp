@@ -7,6 +7,7 @@
 #include "tests/platform/device/pim/fixture.h"
 #include "tests/support/contact_properties.h"
 
+namespace contact_test {
 namespace {
 
 using namespace pim_test;
@@ -359,3 +360,4 @@ TEST_F(PimContactFileAs, StaysAsItIsPutTogetherWithTheName) {
 }
 
 }  // namespace
+}  // namespace contact_test

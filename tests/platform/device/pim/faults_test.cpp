@@ -6,6 +6,7 @@
 #include "tests/platform/device/other_process.h"
 #include "tests/platform/device/pim/calendar_fixture.h"
 
+namespace pim_faults_test {
 namespace {
 
 using namespace pim_test;
@@ -392,3 +393,4 @@ TEST_F(PimSeriesFaults, AProgramKilledWhileItSavesLeavesTheSeriesWholeOrNotAtAll
 }
 
 }  // namespace
+}  // namespace pim_faults_test

@@ -2,6 +2,7 @@
 
 #include "tests/platform/device/pim/calendar_fixture.h"
 
+namespace items_test {
 namespace {
 
 using namespace pim_test;
@@ -351,3 +352,4 @@ TEST_F(PimCalendarItems, ShowASeriesOnce) {
 }
 
 }  // namespace
+}  // namespace items_test

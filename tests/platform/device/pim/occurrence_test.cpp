@@ -5,6 +5,7 @@
 
 #include "tests/platform/device/pim/calendar_fixture.h"
 
+namespace occurrence_test {
 namespace {
 
 using namespace pim_test;
@@ -418,3 +419,4 @@ TEST_F(PimManyExceptions, CostInProportionToTheirNumber) {
 }
 
 }  // namespace
+}  // namespace occurrence_test

@@ -5,6 +5,7 @@
 
 #include "tests/platform/device/pim/calendar_fixture.h"
 
+namespace pattern_test {
 namespace {
 
 using namespace pim_test;
@@ -379,3 +380,4 @@ TEST_F(PimPattern, RefusesToAnswerIntoNothing) {
 }
 
 }  // namespace
+}  // namespace pattern_test

@@ -4,6 +4,7 @@
 #include "platform/device/pim/schema.h"
 #include "tests/platform/device/pim/fixture.h"
 
+namespace query_test {
 namespace {
 
 using namespace pim_test;
@@ -374,3 +375,4 @@ TEST_F(PimFind, StillDoesSoAfterTheDeviceIsOpenedAgain) {
 }
 
 }  // namespace
+}  // namespace query_test

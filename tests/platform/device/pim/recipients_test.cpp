@@ -2,6 +2,7 @@
 
 #include "tests/platform/device/pim/calendar_fixture.h"
 
+namespace recipients_test {
 namespace {
 
 using namespace pim_test;
@@ -149,3 +150,4 @@ TEST_F(PimRecipients, RefuseToAnswerIntoNothing) {
 }
 
 }  // namespace
+}  // namespace recipients_test

@@ -7,6 +7,7 @@
 #include "platform/device/pim/dates.h"
 #include "tests/platform/device/pim/calendar_fixture.h"
 
+namespace recurrence_test {
 namespace {
 
 using namespace pim_test;
@@ -274,3 +275,4 @@ TEST(PimRecurrenceType, NoneTakesPlaceNever) {
 }
 
 }  // namespace
+}  // namespace recurrence_test

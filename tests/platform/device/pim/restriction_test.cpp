@@ -8,6 +8,7 @@
 
 #include "tests/support/time_limit.h"
 
+namespace restriction_test {
 namespace {
 
 using device::Comparison;
@@ -218,3 +219,4 @@ TEST(ParseDecimal, ReadsWholeNumbersOnly) {
 }
 
 }  // namespace
+}  // namespace restriction_test

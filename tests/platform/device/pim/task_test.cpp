@@ -6,6 +6,7 @@
 #include "platform/device/pim/dates.h"
 #include "tests/platform/device/pim/calendar_fixture.h"
 
+namespace task_test {
 namespace {
 
 using namespace pim_test;
@@ -250,3 +251,4 @@ TEST_F(PimTask, LosesItsRecurrenceAtTheSaveAfterItWasCleared) {
 }
 
 }  // namespace
+}  // namespace task_test
