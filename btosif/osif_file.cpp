@@ -33,6 +33,9 @@ constexpr uint32_t kEndOfFileMark = 0xFFFFFFFF;
 constexpr WCHAR kTempPrefix[] = {'z', 'u', 'l', 0};
 constexpr DWORD kTempFolderRoom = 256;
 
+// A zero byte ends the text of a line as its end does.
+bool EndsLine(char byte) { return byte == '\n' || byte == '\r' || byte == '\0'; }
+
 // A wide name as the trace shows it.
 std::string Shown(const WCHAR* name) {
   return name == nullptr ? "(null)" : TextToMultiByte(NativeCodePage(), name);
@@ -88,7 +91,8 @@ bool OsifStream::Gather(std::string_view bytes) {
   if (!can_gather_) return false;
   if (gathered_ == nullptr) gathered_.reset(static_cast<char*>(std::malloc(kMostGathered)));
   if (gathered_ == nullptr || bytes.size() > kMostGathered - gathered_size_) return false;
-  gathered_size_ += bytes.copy(gathered_.get() + gathered_size_, bytes.size());
+  std::ranges::copy(bytes, gathered_.get() + gathered_size_);
+  gathered_size_ += bytes.size();
   return true;
 }
 
@@ -192,9 +196,9 @@ int FILE_ReadLine(char (&buffer)[kLineRoom], OsifStream& stream) {
   const size_t length = std::min({end + 1, kMost, stream.Window().size()});
   if (length == 0) return 1;
   const std::string_view bytes = stream.Window().substr(0, length);
-  const std::string_view line = bytes.substr(0, bytes.find_first_of(std::string_view("\n\r\0", 3)));
-  line.copy(buffer, line.size());
-  buffer[line.size()] = '\0';
+  char* const line_end =
+      std::ranges::copy(bytes.begin(), std::ranges::find_if(bytes, EndsLine), buffer).out;
+  *line_end = '\0';
   stream.Skip(length);
   return 0;
 }

@@ -13,9 +13,11 @@
 #include "btosif/osif_util/property_value.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <utility>
 
 #include "btosif/osif_util/ascii.h"
@@ -206,30 +208,22 @@ constexpr FlagWord kFlagWords[] = {{"QUOTED-PRINTABLE", OSIF_VALUE_QUOTED_PRINTA
                                    {"8BIT", OSIF_VALUE_8BIT},
                                    {"CHARSET", OSIF_VALUE_CHARSET}};
 
-// The word that begins with a letter; there is one at most.
-constexpr const FlagWord* FlagWordOf(char first) {
-  switch (first) {
-    case 'Q':
-    case 'q':
-      return &kFlagWords[0];
-    case 'B':
-    case 'b':
-      return &kFlagWords[1];
-    case '8':
-      return &kFlagWords[2];
-    case 'C':
-    case 'c':
-      return &kFlagWords[3];
-    default:
-      return nullptr;
+// The row whose word begins with a byte: every byte of every parameter is looked up here.
+constexpr auto kFlagWordOf = [] {
+  std::array<const FlagWord*, 256> row_of = {};
+  for (size_t byte = 0; byte < row_of.size(); ++byte) {
+    const auto* row = std::ranges::find(kFlagWords, AsciiUpper(static_cast<char>(byte)),
+                                        [](const FlagWord& word) { return word.word.front(); });
+    if (row != std::end(kFlagWords)) row_of[byte] = row;
   }
-}
+  return row_of;
+}();
 
 // The flags that one parameter asks for, found in one pass.
 uint32_t FlagsOf(std::string_view param) {
   uint32_t flags = 0;
   for (size_t i = 0; i < param.size(); ++i) {
-    const FlagWord* row = FlagWordOf(param[i]);
+    const FlagWord* row = kFlagWordOf[static_cast<uint8_t>(param[i])];
     if (row != nullptr && StartsIgnoringCase(param.substr(i), row->word)) flags |= row->flag;
   }
   return flags;
