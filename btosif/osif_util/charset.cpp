@@ -86,12 +86,34 @@ uint32_t AskForNativeCodePage() {
   return code_page;
 }
 
-// The code page that a setting names; `invalid` is the message about a name that is none.
-uint32_t ConfiguredCodePage(const char* name, uint32_t when_empty, const char* invalid) {
-  if (name[0] == '\0') return when_empty;
+// A setting that names a code page.
+struct CharsetSetting {
+  char (BtConfigSettings::*name)[260];
+  uint32_t when_empty;
+  const char* invalid;  // traced of a name that is none
+};
+
+constexpr CharsetSetting kInputCharset = {
+    &BtConfigSettings::defaultInputCharset, kLatin1CodePage,
+    "OSIF:  Registry input CHARSET '%s' not valid, using native codepage"};
+constexpr CharsetSetting kOutputCharset = {
+    &BtConfigSettings::defaultOutputCharset, kUtf8CodePage,
+    "OSIF:  Registry output CHARSET '%s' not valid, using native codepage"};
+
+uint32_t ConfiguredCodePage(const CharsetSetting& setting) {
+  BtConfigSettings settings;
+  settings.read();
+  const char* name = settings.*setting.name;
+  if (name[0] == '\0') return setting.when_empty;
   if (const uint32_t code_page = CharsetToCodePage(name); code_page != 0) return code_page;
-  if (!EqualsIgnoringCase(name, "NATIVE")) OSIF_Trace(0, invalid, name);
+  if (!EqualsIgnoringCase(name, "NATIVE")) OSIF_Trace(0, setting.invalid, name);
   return NativeCodePage();
+}
+
+// Asked for at every value, so the registry is read at the first.
+uint32_t ConfiguredOnce(std::optional<uint32_t>& code_page, const CharsetSetting& setting) {
+  if (!code_page) code_page = ConfiguredCodePage(setting);
+  return *code_page;
 }
 
 constexpr int kShortText = 256;  // units
@@ -166,27 +188,9 @@ uint32_t NativeCodePage() {
   return *g_native_code_page;
 }
 
-uint32_t InputCodePage() {
-  if (!g_input_code_page) {
-    BtConfigSettings settings;
-    settings.read();
-    g_input_code_page =
-        ConfiguredCodePage(settings.defaultInputCharset, kLatin1CodePage,
-                           "OSIF:  Registry input CHARSET '%s' not valid, using native codepage");
-  }
-  return *g_input_code_page;
-}
+uint32_t InputCodePage() { return ConfiguredOnce(g_input_code_page, kInputCharset); }
 
-uint32_t OutputCodePage() {
-  if (!g_output_code_page) {
-    BtConfigSettings settings;
-    settings.read();
-    g_output_code_page =
-        ConfiguredCodePage(settings.defaultOutputCharset, kUtf8CodePage,
-                           "OSIF:  Registry output CHARSET '%s' not valid, using native codepage");
-  }
-  return *g_output_code_page;
-}
+uint32_t OutputCodePage() { return ConfiguredOnce(g_output_code_page, kOutputCharset); }
 
 const char* SentCharsetName(uint32_t code_page) {
   return code_page == kLatin1CodePage ? nullptr : CodePageToCharset(code_page);
