@@ -25,8 +25,9 @@ bool IsHexDigit(char c) {
 std::string WhatIsWrongWithId(int32_t store_id, const std::string& argument) {
   if (store_id == OSIF_STORE_NOTE) return {};
   if (argument.empty()) return "it is empty";
-  if (!std::ranges::all_of(argument, IsHexDigit))
+  if (!std::ranges::all_of(argument, IsHexDigit)) {
     return "it takes hexadecimal digits and nothing else";
+  }
   if (IsInPim(store_id)) {
     return argument.size() > kPimDigits ? "it has more than eight hexadecimal digits" : "";
   }

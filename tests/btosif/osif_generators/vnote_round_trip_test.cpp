@@ -69,11 +69,13 @@ std::vector<NoteTexts> ReadNotes(const std::string& bytes) {
   return notes;
 }
 
-// Any texts; at least one body, since a note without one is written with an empty one.
+// Any texts, a few in each list; at least one body, since a note without one is written with an empty one.
 NoteTexts AnyNote() {
   NoteTexts note;
   note.luid = *rc::gen::container<std::string>(rc::gen::inRange<char>('!', '<'));
-  for (Texts& list : note.lists) list = *rc::gen::container<Texts>(support::AnyWideText());
+  for (Texts& list : note.lists) {
+    list = *rc::gen::container<Texts>(*rc::gen::inRange(0, 6), support::AnyWideText());
+  }
   Texts& bodies = note.lists[4];
   if (bodies.empty()) bodies.push_back(*support::AnyWideText());
   return note;
