@@ -18,6 +18,7 @@ using support::kMailStore;
 using support::OtherProgram;
 using support::PutBytes;
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 using ChangeLog = support::ChangeLogTest;
 
@@ -118,13 +119,17 @@ TEST_F(ChangeLog, TakesANewSnapshotWhoseOldOneIsGone) {
 TEST_F(ChangeLog, KeepsTheOldSnapshotBesideANewOne) {
   PutBytes(Path("pol_pb_object.log"), "00000001:1\n");
   PutBytes(Path("pol_pb_newobject.log"), "00000001:2");
+  support::TraceReceiver trace;
   FinishSnapshot(OSIF_STORE_PB, Folder());
+  EXPECT_THAT(trace.Lines(), IsEmpty());
   EXPECT_EQ(BytesOf(Path("pol_pb_object.log")), "00000001:1\n");
   EXPECT_EQ(BytesOf(Path("pol_pb_newobject.log")), "00000001:2");
 }
 
 TEST_F(ChangeLog, MakesNoSnapshotWhereThereIsNone) {
+  support::TraceReceiver trace;
   FinishSnapshot(OSIF_STORE_PB, Folder());
+  EXPECT_THAT(trace.Lines(), IsEmpty());
   EXPECT_TRUE(std::filesystem::is_empty(device_.Path("Sync")));
 }
 

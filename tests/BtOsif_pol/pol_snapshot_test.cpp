@@ -9,6 +9,7 @@
 #include "tests/support/change_logs.h"
 #include "tests/support/fake_pim.h"
 #include "tests/support/files.h"
+#include "tests/support/full_disk.h"
 #include "tests/support/text_test.h"
 #include "tests/support/trace_receiver.h"
 
@@ -522,6 +523,14 @@ TEST_F(ObjectLog, TellsTheTraceWhatIsReadAndWritten) {
   EXPECT_TRUE(snapshot_.saveToFile(OSIF_STORE_PB, Folder()));
   EXPECT_THAT(trace.Lines(), Contains("OSIF:  CPoomEntries::saveToFile(store_id=0, pszPath='" +
                                       device_.Path("Sync") + "')"));
+}
+
+TEST_F(ObjectLog, StaysAsItWasWhenTheDiskIsFull) {
+  PutBytes(LogPath(), "00000001:2\n");
+  for (uint32_t id = 1; id <= 100; ++id) snapshot_.put(id, 7);
+  const support::FullDisk full(100);
+  EXPECT_FALSE(snapshot_.saveToFile(OSIF_STORE_PB, Folder()));
+  EXPECT_EQ(BytesOf(LogPath()), "00000001:2\n");
 }
 
 TEST_F(ObjectLog, ThatCannotBeWrittenIsToldInTheTrace) {

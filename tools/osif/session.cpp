@@ -30,7 +30,7 @@ WideText MakeLogFolder(int32_t store_id) {
   std::error_code ignored;  // the library tells what comes of a missing folder
   std::filesystem::create_directories(folder, ignored);
   const WideText from = ToWide(before);
-  const WideText to = ToWide(folder);
+  WideText to = ToWide(folder);
   if (!HasChangeLogToMove(store_id, from, to)) return to;
   LogFolderUse use;
   if (use.Begin(to, kLogFolderPatience) == LogFolderUse::Result::kHeld) {
@@ -123,7 +123,7 @@ OsifResult Session::OpenChangeLog(int32_t store_id) {
 }
 
 std::string Session::ChangeLogText(int32_t store_id) const {
-  const std::string log = "the change log of " + StoreName(store_id);
+  std::string log = "the change log of " + StoreName(store_id);
   const auto user = users_.find(store_id);
   if (user == users_.end()) return log;
   return log + " is in use by process " + std::to_string(user->second) + ", nothing was changed";

@@ -188,9 +188,11 @@ void Settings(const SettingsArguments& arguments, const Options&, Reporter& repo
     reporter.WrongUsage("there is no setting \"" + *name + "\"; \"osif settings\" shows them all");
     return;
   }
-  if (const std::string why = value ? WhyUnfit(*setting, *value) : ""; !why.empty()) {
-    reporter.WrongUsage(ToOutput(setting->name) + " " + why);
-    return;
+  if (setting != nullptr && value) {
+    if (const std::string why = WhyUnfit(*setting, *value); !why.empty()) {
+      reporter.WrongUsage(ToOutput(setting->name) + " " + why);
+      return;
+    }
   }
   if (!CheckDevice(reporter)) return;
   if (setting == nullptr) {

@@ -94,6 +94,10 @@ TEST_F(ChangeLogCounter, IsTheOneBeforeWhereverTheWritingOfTheNextOneEnds) {
     EXPECT_TRUE(Opened().Settle(900));
     const std::string after = BytesOf(CounterPath());
     const size_t place = earlier % 2 == 0 ? 0 : kLineLength;
+    std::string only_the_other = after;
+    only_the_other.replace(place, kLineLength, before, place, kLineLength);
+    EXPECT_EQ(only_the_other, before) << "what was written last must stay";
+    EXPECT_NE(after.substr(place, kLineLength), before.substr(place, kLineLength));
     for (size_t written = 0; written < kLineLength; ++written) {
       std::string bytes = before;
       bytes.resize(std::max(before.size(), place + written), '\0');

@@ -128,6 +128,17 @@ TEST_F(ChangeLogEntries, AssertsThatBothALogAndAnEntryAreGivenToWrite) {
   EXPECT_EQ(BytesOf(LogPath()), "");
 }
 
+TEST_F(ChangeLogEntries, AssertsThatBothALogAndAnEntryAreGivenToRead) {
+  PutBytes(LogPath(), EntryLine('M', 1, "a"));
+  TraceReceiver trace;
+  OsifStream log = OpenLog();
+  ChangeLogEntry entry;
+  EXPECT_EQ(OSIF_ReadClEntry(nullptr, &entry), OsifResult{OSIF_ERR_GENERAL});
+  EXPECT_THAT(trace.Lines(), ElementsAre(MatchesRegex("ASSERT at .* line [0-9]+\n")));
+  EXPECT_EQ(OSIF_ReadClEntry(&log, nullptr), OsifResult{OSIF_ERR_GENERAL});
+  EXPECT_THAT(trace.Lines(), ElementsAre(MatchesRegex("ASSERT at .* line [0-9]+\n")));
+}
+
 // ---- Reading -----------------------------------------------------------------------------------------
 
 TEST_F(ChangeLogEntries, ReadsTheFourFieldsOfALine) {

@@ -138,6 +138,23 @@ TEST_F(WrittenLog, TakesNoMoreEntriesAndGivesUpItsDatabaseIdWhenItCannotBeCutBac
   EXPECT_FALSE(FileExists(Path("pol_pb_databaseid.log")));
 }
 
+TEST_F(WrittenLog, DoesNotCountAsClosedInOrderWhenItCouldNotBeCutBack) {
+  Open("M:1:t:a\n");
+  log_.ReadOn();
+  EXPECT_EQ(log_.NextCounter(), 2u);
+  FailSettingEnds(true);
+  {
+    const support::FullDisk full(12);
+    EXPECT_EQ(log_.Append('M', "b", MakeAnchor(2, "t")), OsifResult{OSIF_ERR_GENERAL});
+  }
+  FailSettingEnds(false);
+  log_.Close();
+  KeptCounter counter;
+  counter.Open(kStore, Folder());
+  EXPECT_FALSE(counter.IsExactly(1));
+  EXPECT_FALSE(counter.IsExactly(2));
+}
+
 // ---- The next counter -------------------------------------------------------------------------------
 
 TEST_F(WrittenLog, GivesEachCounterOnceWhoeverUsedTheOneBefore) {
