@@ -28,22 +28,22 @@ bool FitsIntoPart(const WCHAR* path) {
 }
 
 // Makes the path of an attachment's file: of the wanted name, or of a unique one where there is none or a
-// file has it already, so that no record takes another's. 1 when there is none that fits into a part.
-int MakePath(const std::string& name, WCHAR (&path)[kTempPathRoom]) {
+// file has it already, so that no record takes another's. False when there is none that fits into a part.
+bool MakePath(const std::string& name, WCHAR (&path)[kTempPathRoom]) {
   if (!FILE_LastPart(name).empty()) {
-    if (FILE_TempFilename(name.c_str(), path) != 0) return 1;
-    if (!FILE_Exists(path)) return FitsIntoPart(path) ? 0 : 1;
+    if (FILE_TempFilename(name.c_str(), path) != 0) return false;
+    if (!FILE_Exists(path)) return FitsIntoPart(path);
   }
-  if (FILE_TempFilename(nullptr, path) != 0) return 1;
-  if (FitsIntoPart(path)) return 0;
+  if (FILE_TempFilename(nullptr, path) != 0) return false;
+  if (FitsIntoPart(path)) return true;
   FILE_Remove(path);
-  return 1;
+  return false;
 }
 
 // Opens the file of an attachment. From then on the part names it, and removes it when it is released.
 OsifResult OpenAttachment(const std::string& name, MessagePart& part, OsifStream& file) {
   WCHAR path[kTempPathRoom] = {};
-  if (MakePath(name, path) != 0) return OSIF_ERR_GENERAL;
+  if (!MakePath(name, path)) return OSIF_ERR_GENERAL;
   if (FILE_Open(file, path, u"w", LineEnd::kCrLf) != 0) {
     if (FILE_Exists(path)) FILE_Remove(path);  // a unique name was made together with its file
     return OSIF_ERR_FILE_OPEN;

@@ -274,7 +274,10 @@ TEST_F(VMessageAttachment, APathOfMoreThan255CharactersIsOneThatCouldNotBeMade) 
   EXPECT_EQ(fits.Only().attachment.string().size(), 255u);
   EXPECT_EQ(fits.Only().attachment_bytes, "one\r\ntwo\r\n");
 
+  TraceReceiver trace;
   const ReadMessageOutcome outcome = ReadMessages(Named("123456"));
+  EXPECT_THAT(trace.Lines(),
+              Contains(MatchesRegex("OSIF: FILE_TempFilename; PATH error \\([0-9]+\\)")));
   EXPECT_EQ(outcome.result, OsifResult{OSIF_ERR_GENERAL});
   EXPECT_THAT(outcome.messages, IsEmpty());
   EXPECT_TRUE(fs::is_empty(folder + "/Temp"));
