@@ -18,6 +18,13 @@
 
 namespace support {
 
+// The field of a log line, counted from 0.
+inline std::string Field(const std::string& line, int number) {
+  size_t begin = 0;
+  for (; number > 0; --number) begin = line.find(':', begin) + 1;
+  return line.substr(begin, line.find(':', begin) - begin);
+}
+
 // The stores without a PIM folder: their logs hold what the library does, and what a test writes into them.
 inline constexpr int32_t kMailStore = OSIF_STORE_MSG_IN;
 

@@ -10,6 +10,7 @@ namespace {
 
 using support::BytesOf;
 using support::EntryLines;
+using support::Field;
 using support::LinesOf;
 using support::ModifyContact;
 using support::OtherProgram;
@@ -18,13 +19,6 @@ using testing::ElementsAre;
 using testing::MatchesRegex;
 
 using ChangeLog = support::ChangeLogTest;
-
-// The field of a log line, counted from 0.
-std::string Field(const std::string& line, int number) {
-  size_t begin = 0;
-  for (; number > 0; --number) begin = line.find(':', begin) + 1;
-  return line.substr(begin, line.find(':', begin) - begin);
-}
 
 constexpr OsifResult kOk = OSIF_OK;
 

@@ -31,6 +31,7 @@ using support::BytesOf;
 using support::DeleteContact;
 using support::EntryLine;
 using support::EntryLines;
+using support::Field;
 using support::FileExists;
 using support::kMailStore;
 using support::LinesOf;
@@ -54,13 +55,6 @@ class RecordedChanges : public support::ChangeLogTest {
     return pol_RecordChange(OSIF_STORE_PB, {kChangeModified, id.c_str(), oid, 1}, &anchor);
   }
 };
-
-// The field of a log line, counted from 0.
-std::string Field(const std::string& line, int number) {
-  size_t begin = 0;
-  for (; number > 0; --number) begin = line.find(':', begin) + 1;
-  return line.substr(begin, line.find(':', begin) - begin);
-}
 
 constexpr OsifResult kOk = OSIF_OK;
 

@@ -109,10 +109,9 @@ inline bool NextCall(pid_t child, int& status, SystemCall& call) {
   }
 }
 
-// Forks; the child runs `prepare` undisturbed and then `work`, in which it is killed at the nth place.
-// True when it was killed there; a child that comes to its end must have met no failed expectation.
-inline bool RunAndKill(const std::function<void()>& prepare, const std::function<void()>& work,
-                       KillPlace place, int nth) {
+// Forks; the child has run `prepare` undisturbed and stands before `work`, each system call of which can be looked at.
+inline pid_t StartTraced(const std::function<void()>& prepare, const std::function<void()>& work,
+                         int& status) {
   const pid_t child = fork();
   if (child == 0) {
     prepare();
@@ -121,10 +120,18 @@ inline bool RunAndKill(const std::function<void()>& prepare, const std::function
     work();
     _exit(testing::Test::HasFailure() ? 1 : 0);
   }
-  int status = 0;
   waitpid(child, &status, 0);
   EXPECT_TRUE(WIFSTOPPED(status)) << "the child cannot be traced";
   ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
+  return child;
+}
+
+// A child runs `prepare` undisturbed and then `work`, in which it is killed at the nth place.
+// True when it was killed there; a child that comes to its end must have met no failed expectation.
+inline bool RunAndKill(const std::function<void()>& prepare, const std::function<void()>& work,
+                       KillPlace place, int nth) {
+  int status = 0;
+  const pid_t child = StartTraced(prepare, work, status);
   for (SystemCall call; NextCall(child, status, call);) {
     const bool in_the_middle = place == KillPlace::kInTheMiddleOfALogWrite;
     if (!(in_the_middle ? WritesToALog(call) : ChangesAFile(call)) || --nth > 0) continue;

@@ -74,22 +74,12 @@ inline bool Flushes(const SystemCall& call) {
   return call.number == SYS_fsync || call.number == SYS_fdatasync;
 }
 
-// Forks; the child runs `prepare` undisturbed and then `work`, during which the power is cut before its nth call
+// A child runs `prepare` undisturbed and then `work`, during which the power is cut before its nth call
 // that changes a file, or after its end. True when it was cut before the end.
 inline bool RunAndCutPower(const std::string& folder, const std::function<void()>& prepare,
                            const std::function<void()>& work, Unflushed unflushed, int nth) {
-  const pid_t child = fork();
-  if (child == 0) {
-    prepare();
-    if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(99);
-    raise(SIGSTOP);
-    work();
-    _exit(testing::Test::HasFailure() ? 1 : 0);
-  }
   int status = 0;
-  waitpid(child, &status, 0);
-  EXPECT_TRUE(WIFSTOPPED(status)) << "the child cannot be traced";
-  ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
+  const pid_t child = StartTraced(prepare, work, status);
   Disk disk(folder);
   std::optional<std::string> being_flushed;
   bool is_cut = false;
