@@ -281,6 +281,10 @@ TEST_F(VMessageAttachment, APathOfMoreThan255CharactersIsOneThatCouldNotBeMade) 
   EXPECT_EQ(outcome.result, OsifResult{OSIF_ERR_GENERAL});
   EXPECT_THAT(outcome.messages, IsEmpty());
   EXPECT_TRUE(fs::is_empty(folder + "/Temp"));
+
+  // The file of a unique name is made together with the name.
+  EXPECT_EQ(ReadMessages(Named("..")).result, OsifResult{OSIF_ERR_GENERAL});
+  EXPECT_TRUE(fs::is_empty(folder + "/Temp"));
 }
 
 TEST_F(VMessageAttachment, WithAFullFolderForTemporaryFilesTheMessageIsRefusedAndNoFileIsLeft) {
