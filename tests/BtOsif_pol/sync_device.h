@@ -50,6 +50,8 @@ struct SyncCounts {
 struct Death {
   fault::KillPlace place = fault::KillPlace::kBeforeTheCall;
   int nth = 0;
+  bool is_at_close = false;  // places are counted from there
+  int after_changes = 0;     // so many are recorded before the log is closed
 };
 
 class SyncDevice {
@@ -106,36 +108,51 @@ class SyncDevice {
   // Changes through the library in a session of their own, each with an anchor.
   void LetPeopleRecord(int changes) {
     BeginSession(Here());
-    if (Store().empty()) Add(kThroughLibrary, Here());
-    const Cards cards = Store();
+    Record(changes, Here());
+    EndSession(Here());
+  }
+
+  // The same in a session that is open.
+  void Record(int changes, const Tell& tell) {
+    if (Store().empty()) Add(kThroughLibrary, tell);
+    Cards cards = Store();
     auto contact = cards.begin();
     for (; changes > 0; --changes) {
-      Change(contact->first, contact->second, kRecorded, Here());
+      Change(contact->first, contact->second, kRecorded, tell);
       if (++contact == cards.end()) contact = cards.begin();
     }
-    EndSession(Here());
   }
 
   // A program works in a session of its own and is killed there, or not.
   void LetAProgramDie(Journal& journal, const Death& death) {
+    const Tell tell = [&](const Report& report) { journal.Write(report); };
     const auto work = [&] {
-      const Tell tell = [&](const Report& report) { journal.Write(report); };
       BeginSession(tell);
       LetPeopleWork(3, {}, tell);
-      EndSession(tell);
+      if (death.after_changes > 0) Record(death.after_changes, tell);
     };
-    RunInChild(journal, work, death, [&](bool) {
-      for (size_t i = 0; i < journal.size(); ++i) truth.Hear(journal[i]);
-    });
+    RunInChild(
+        journal, work, [&] { EndSession(tell); }, death,
+        [&](bool) {
+          for (size_t i = 0; i < journal.size(); ++i) truth.Hear(journal[i]);
+        });
   }
 
-  // Does the work in a process that is killed at that place, then hears what it has reported.
-  void RunInChild(Journal& journal, const std::function<void()>& work, const Death& death,
+  // Does the work and ends it in a process that is killed at that place, then hears what it has reported.
+  void RunInChild(Journal& journal, const std::function<void()>& work,
+                  const std::function<void()>& end, const Death& death,
                   const std::function<void(bool is_killed)>& hear) {
+    const auto nothing = [] {};
+    const auto all = [&] {
+      work();
+      end();
+    };
     const Cards before = Store();
     device::CloseDatabase();
     journal.Clear();
-    const bool is_killed = fault::RunAndKill([] {}, work, death.place, death.nth);
+    const bool is_killed = death.is_at_close
+                               ? fault::RunAndKill(work, end, death.place, death.nth)
+                               : fault::RunAndKill(nothing, all, death.place, death.nth);
     EXPECT_FALSE(journal.has_failed());
     hear(is_killed);
     // The child has drawn what would be drawn next.

@@ -62,19 +62,27 @@ class Partner {
   }
 
   void HoldSession(size_t place, const Manner& manner) {
+    SyncDevice& device = devices_[place];
+    const SyncDevice::Tell hear = [&](const Report& report) { Hear(place, report); };
     if (!manner.death && !manner.is_answer_lost) {
-      return Work(place, manner, [&](const Report& report) { Hear(place, report); });
+      Work(place, manner, hear);
+      device.EndSession(hear);
+      return;
     }
-    const auto work = [&] {
-      Work(place, manner, [&](const Report& report) {
-        journal_.Write(report);
-        Hear(place, report);
-      });
+    const SyncDevice::Tell write = [&](const Report& report) {
+      journal_.Write(report);
+      hear(report);
     };
     const Death death = manner.death.value_or(Death{.nth = std::numeric_limits<int>::max()});
-    devices_[place].RunInChild(journal_, work, death, [&](bool is_killed) {
-      HearJournal(place, is_killed ? random_() % 2 == 0 : manner.is_answer_lost);
-    });
+    const auto work = [&] {
+      Work(place, manner, write);
+      if (death.after_changes > 0) device.Record(death.after_changes, write);
+    };
+    device.RunInChild(
+        journal_, work, [&] { device.EndSession(write); }, death,
+        [&](bool is_killed) {
+          HearJournal(place, is_killed ? random_() % 2 == 0 : manner.is_answer_lost);
+        });
   }
 
   void LetPeopleWork(unsigned most) {
@@ -121,7 +129,6 @@ class Partner {
     Send(place, manner, tell);
     device.may_record = true;
     if (manner.is_restless) device.LetPeopleWork(2, {}, tell);
-    device.EndSession(tell);
   }
 
   // Changes of the contacts that are not yet as they ought to be, while people may change the same ones.
@@ -333,11 +340,15 @@ class Fate {
   bool OneIn(unsigned count) { return partner_.random()() % count == 0; }
 
   Death AnyDeath() {
+    Death death;
     const bool in_a_write = OneIn(3);
-    const unsigned most = in_a_write ? 10 : 60;
-    return {
-        in_a_write ? fault::KillPlace::kInTheMiddleOfALogWrite : fault::KillPlace::kBeforeTheCall,
-        static_cast<int>(1 + partner_.random()() % most)};
+    if (in_a_write) death.place = fault::KillPlace::kInTheMiddleOfALogWrite;
+    death.is_at_close = OneIn(3);
+    // Of some, the log's close cuts off what no snapshot knows of.
+    if (death.is_at_close && OneIn(6)) death.after_changes = 260;
+    const unsigned most = (in_a_write ? 10u : 60u) / (death.is_at_close ? 2 : 1);
+    death.nth = static_cast<int>(1 + partner_.random()() % most);
+    return death;
   }
 
   Manner AnyManner() {
