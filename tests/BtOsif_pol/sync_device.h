@@ -105,6 +105,17 @@ class SyncDevice {
     device::CloseDatabase();
   }
 
+  // Half of the contacts are deleted.
+  void LetPeopleTidyUp() {
+    const Cards cards = Store();
+    POL_Open();
+    for (const auto& [id, card] : cards) {
+      if (random_() % 2 == 0) Delete(id, random_() % 2 == 0 ? kBehind : kThroughLibrary, Here());
+    }
+    POL_Close();
+    device::CloseDatabase();
+  }
+
   // Changes through the library in a session of their own, each with an anchor.
   void LetPeopleRecord(int changes) {
     BeginSession(Here());

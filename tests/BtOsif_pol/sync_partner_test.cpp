@@ -373,6 +373,8 @@ class Fate {
     if (OneIn(15)) device.PutLogBack();
     if (OneIn(30)) device.WearOutLog();
     if (OneIn(2)) device.LetPeopleWork(4);
+    // After a death the log alone may know of what goes.
+    if (OneIn(4)) device.LetPeopleTidyUp();
   }
 
   void Restart() {
