@@ -345,7 +345,7 @@ class Fate {
     if (in_a_write) death.place = fault::KillPlace::kInTheMiddleOfALogWrite;
     death.is_at_close = OneIn(3);
     // Of some, the log's close cuts off what no snapshot knows of.
-    if (death.is_at_close && OneIn(6)) death.after_changes = 260;
+    if (death.is_at_close && OneIn(2)) death.after_changes = 260;
     const unsigned most = (in_a_write ? 10u : 60u) / (death.is_at_close ? 2 : 1);
     death.nth = static_cast<int>(1 + partner_.random()() % most);
     return death;
