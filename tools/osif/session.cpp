@@ -13,6 +13,7 @@
 #include "btosif/osif_util/change_log_move.h"
 #include "btosif/osif_util/log_folder_use.h"
 #include "platform/device/device.h"
+#include "tools/osif/attempts.h"
 #include "tools/osif/damage.h"
 #include "tools/osif/private_files.h"
 #include "tools/osif/records.h"
@@ -37,16 +38,6 @@ WideText MakeLogFolder(int32_t store_id) {
     MoveChangeLog(store_id, from, to);
   }
   return to;
-}
-
-// While the store is read, another program may delete an item: the store is then read once more.
-OsifResult OpenLogIn(int32_t store_id, const WideText& folder) {
-  constexpr int kAttempts = 3;
-  OsifResult result = OSIF_ERR_PIM;
-  for (int attempt = 0; attempt < kAttempts && result == OSIF_ERR_PIM; ++attempt) {
-    result = OSIF_CL_Open(store_id, folder.c_str());
-  }
-  return result;
 }
 
 }  // namespace
@@ -112,7 +103,7 @@ OsifResult Session::OpenChangeLog(int32_t store_id) {
   const auto [entry, is_new] = change_logs_.try_emplace(store_id, OSIF_OK);
   if (!is_new) return entry->second;
   const WideText folder = MakeLogFolder(store_id);
-  const OsifResult result = OpenLogIn(store_id, folder);
+  const OsifResult result = OpenAmongOthers([&] { return OSIF_CL_Open(store_id, folder.c_str()); });
   // Some stores cannot be compared with their last state; their log is open all the same.
   entry->second = Forgive(result, OSIF_ERR_NOT_IMPLEMENTED);
   if (result == OSIF_ERR_GENERAL &&
