@@ -86,6 +86,21 @@ TEST_F(CommandOutput, APipeWithoutAnEndIsRefusedInsteadOfHeldInMemory) {
   EXPECT_THAT(outcome.err, StartsWith("osif: -: more than a pipe may bring"));
 }
 
+TEST_F(CommandOutput, ALineOfMoreThan64MegabytesOfAPipeIsRefusedBeforeItIsHeldWhole) {
+  const std::string endless_line = "{ printf 'BEGIN:VCARD\\r\\n'; head -c 70000000 /dev/zero; } | ";
+  const Outcome outcome = Shell(endless_line + "\"$@\"", {"receive", "-"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err,
+            "osif: -: more than a pipe may bring (1 GB, and 64 MB in a line): The stream of data "
+            "does not contain a valid object (code 8)\n");
+}
+
+TEST_F(CommandOutput, AnEndlessPipeOfShortLinesIsRefusedAfterItsFirstGigabyte) {
+  const Outcome outcome = Shell("yes BEGIN:VCARD | \"$@\"", {"parse", "-"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, StartsWith("osif: -: more than a pipe may bring (1 GB, and 64 MB in"));
+}
+
 // ---- Standard output ----------------------------------------------------------------------------------
 
 TEST_F(CommandOutput, AHyphenIsStandardOutputAndWhatIsSaidGoesToStandardError) {
