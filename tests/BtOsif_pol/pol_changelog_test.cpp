@@ -71,7 +71,9 @@ TEST_F(ChangeLog, TellsTheTraceWhatIsOpenedAndCompared) {
           StartsWith("OSIF:  CPoomEntries::getFromPoom(store_id=0, pPolApp="),
           MatchesRegex("OSIF:  CPoomEntries::getEntriesFromFolder\\(pPolApp=.+, "
                        "olFolderType=10\\)"),
-          "OSIF:  CPoomEntries::getFromFile(store_id=0, pszPath='" + device_.Path("Sync") + "')"));
+          "OSIF:  CPoomEntries::getFromFile(store_id=0, pszPath='" + device_.Path("Sync") + "')",
+          "OSIF:  Unable to open file '" + device_.Path("Sync") +
+              "\\pol_pb_object.log' in mode 'r'"));
 }
 
 TEST_F(ChangeLog, OfNotesAndMessagesIsOpenThoughItSaysNotImplemented) {
