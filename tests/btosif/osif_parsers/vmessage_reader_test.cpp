@@ -24,7 +24,6 @@ using support::ReadMessageOutcome;
 using support::ReadMessages;
 using support::Repeated;
 using support::TraceReceiver;
-using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -450,9 +449,11 @@ TEST_F(VMessageReader, TheRestOfACardOfAnUnsupportedVersionIsReadAsPropertiesOfT
       MessageText("BEGIN:VCARD\r\nVERSION:3.0\r\nN:Lee;Ann\r\nEND:VCARD\r\n" + kEnvelope));
   EXPECT_EQ(outcome.Only().result, kWarning);
   EXPECT_EQ(outcome.Only().subject, "Hi");
-  const std::vector<std::string> lines = trace.Lines();
-  EXPECT_THAT(lines, Contains("OSIF:  Error - vCard version '3.0' is not supported"));
-  EXPECT_THAT(lines, Contains(Unknown("N")));
+  EXPECT_THAT(trace.Lines(),
+              ElementsAre("OSIF:  Error - vCard version '3.0' is not supported",
+                          "OSIF:  Error - vCard missing END tago or does not contain required "
+                          "VERSION or N properties",
+                          Unknown("N")));
 }
 
 TEST_F(VMessageReader, ACardWithoutItsEndTakesTheEndOfTheMessageForItsOwn) {
