@@ -68,6 +68,20 @@ TEST_F(MapiFind, AsksStepByStep) {
                   "contents.SeekRow(0,0)", "contents.QueryRows(50)", "~contents"));
 }
 
+// A trace shows every row; without one the store may look for the message itself.
+TEST_F(MapiFind, AsksTheStoreToLookForAMessageWithADateWhereNothingIsTraced) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Dinner"));
+  mapi_.Keep(mapi_.inbox, "\x02", Mail(u"Lunch"));
+  trace_.reset();
+  EXPECT_EQ(Find("Lunch"), "02");
+  EXPECT_THAT(mapi_.Calls(),
+              ElementsAre("folder.GetContentsTable(F1)",
+                          "contents.SetColumns(37001F,E060040,FFF0102)", "contents.SeekRow(0,0)",
+                          "contents.Restrict()", "contents.QueryRows(50)", "~contents"));
+  EXPECT_EQ(Find("Lunch", ""), "-");
+  EXPECT_EQ(mapi_.Count("contents.Restrict"), 0);
+}
+
 TEST_F(MapiFind, TellsWhatItLooksForAndEveryRow) {
   mapi_.Keep(mapi_.outbox, "\x01", Mail(u"Dinner", {0xFFFFFFFF, 2}));
   mapi_.Keep(mapi_.outbox, "\x02", Mail(u"Lunch"));
