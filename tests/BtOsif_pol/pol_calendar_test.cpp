@@ -181,6 +181,23 @@ TEST_F(PolPutTask, TakesTheFirstValueOfEachField) {
   EXPECT_EQ(TextOf(*task, &ITask::get_Body), "a");
 }
 
+// The mark belongs to events: of a task it says neither when it is due nor when it is to be reminded of.
+TEST_F(PolPutTask, IsTheSameWithAndWithoutAnAllDayMark) {
+  for (const bool has_mark : {false, true}) {
+    CalendarRecord record(
+        "BEGIN:VTODO\r\nDTSTART;VALUE=DATE:20060501\r\nDUE:20060503T100000\r\n"
+        "DALARM:20060502T083000\r\nX-BLUETOOTH-ALLDAYEVENT:TRUE\r\nEND:VTODO\r\n");
+    (*record).calendar.tail.event.allDayEvent = has_mark;
+    auto task = NewTask();
+    pol_PutTask(*record, *task);
+    EXPECT_EQ(DateOf(*task, &ITask::get_StartDate), "20060501T000000");
+    EXPECT_EQ(DateOf(*task, &ITask::get_DueDate), "20060503T000000");
+    EXPECT_TRUE(FlagOf(*task, &ITask::get_ReminderSet));
+    EXPECT_EQ(DateOf(*task, &ITask::get_ReminderTime), "20060502T000000");
+    EXPECT_FALSE(FlagOf(*task, &ITask::get_IsRecurring));
+  }
+}
+
 // ---- Body or attachment -----------------------------------------------------------------------------
 
 struct BodyCase {
@@ -390,6 +407,16 @@ TEST_F(PolGetTask, OfANewTaskHasEveryFieldOnce) {
   EXPECT_EQ(item.Only("summary"), "");
   EXPECT_EQ(item.Only("class"), "PUBLIC");
   EXPECT_THAT(item.fields, SizeIs(9)) << "no alarms and no rule";
+}
+
+// A task has no such field: the mark would lie in the record past those that it has.
+TEST_F(PolGetTask, LeavesTheAllDayMarkOfTheRecordAlone) {
+  auto task = NewTask();
+  task->put_StartDate(At("20060501"));
+  task->put_DueDate(At("20060501"));
+  OwnedObject record(OSIF_STORE_CAL);
+  pol_GetTask(*task, *record);
+  EXPECT_EQ(record->calendar.tail.event.allDayEvent, 0);
 }
 
 TEST_F(PolGetTask, ReadsEveryProperty) {

@@ -19,7 +19,6 @@ using support::kMailStore;
 using support::MakeAnchor;
 using support::PutBytes;
 using support::TraceReceiver;
-using testing::Contains;
 using testing::ElementsAre;
 
 class ChangeLogScan : public support::ChangeLogTest {
@@ -76,7 +75,8 @@ TEST_F(ChangeLogScan, TheAnchorIsNotKnownWhileTheLogIsClosed) {
   TraceReceiver trace;
   OsifAnchor anchor{};
   EXPECT_EQ(POL_CL_GetCurrentAnchor(OSIF_STORE_PB, &anchor), OsifResult{OSIF_ERR_CL_NOT_OPENED});
-  EXPECT_THAT(trace.Lines(), Contains("OSIF:  POL_CL_GetCurrentAnchor - Change log is not opened"));
+  EXPECT_THAT(trace.Lines(),
+              ElementsAre("OSIF:  POL_CL_GetCurrentAnchor - Change log is not opened"));
 }
 
 TEST_F(ChangeLogScan, UnknownStoresAreRefused) {

@@ -31,11 +31,9 @@ using support::OtherProgram;
 using support::PutBytes;
 using support::TraceReceiver;
 using support::Wide;
-using testing::AllOf;
-using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::MatchesRegex;
+using testing::StartsWith;
 
 using ChangeLog = support::ChangeLogTest;
 
@@ -67,11 +65,15 @@ TEST_F(ChangeLog, TellsTheTraceWhatIsOpenedAndCompared) {
   Open();
   EXPECT_THAT(
       trace.Lines(),
-      AllOf(Contains("OSIF:  POL_CL_Open(store_id=0, pszPath='" + device_.Path("Sync") + "')"),
-            Contains(AllOf(HasSubstr("OSIF:  pol_UpdatePoomChanges(store_id=0, pszPath='"),
-                           HasSubstr("', cc=40)"))),
-            Contains(HasSubstr("OSIF:  CPoomEntries::getFromPoom(store_id=0, pPolApp=")),
-            Contains(HasSubstr("OSIF:  CPoomEntries::getFromFile(store_id=0, pszPath='"))));
+      ElementsAre(
+          "OSIF:  POL_CL_Open(store_id=0, pszPath='" + device_.Path("Sync") + "')",
+          "OSIF:  pol_UpdatePoomChanges(store_id=0, pszPath='" + device_.Path("Sync") + "', cc=40)",
+          StartsWith("OSIF:  CPoomEntries::getFromPoom(store_id=0, pPolApp="),
+          MatchesRegex("OSIF:  CPoomEntries::getEntriesFromFolder\\(pPolApp=.+, "
+                       "olFolderType=10\\)"),
+          "OSIF:  CPoomEntries::getFromFile(store_id=0, pszPath='" + device_.Path("Sync") + "')",
+          "OSIF:  Unable to open file '" + device_.Path("Sync") +
+              "\\pol_pb_object.log' in mode 'r'"));
 }
 
 TEST_F(ChangeLog, OfNotesAndMessagesIsOpenThoughItSaysNotImplemented) {
@@ -387,9 +389,11 @@ TEST_F(ChangeLog, TellsTheTraceWhatClosingDoes) {
   TraceReceiver trace;
   Close();
   EXPECT_THAT(trace.Lines(),
-              AllOf(Contains("OSIF:  POL_CL_Close(store_id=0)"),
-                    Contains(HasSubstr("OSIF:  CPoomEntries::getFromPoom(store_id=0, pPolApp=")),
-                    Contains(HasSubstr("OSIF:  CPoomEntries::saveToFile(store_id=0, pszPath='"))));
+              ElementsAre("OSIF:  POL_CL_Close(store_id=0)",
+                          StartsWith("OSIF:  CPoomEntries::getFromPoom(store_id=0, pPolApp="),
+                          StartsWith("OSIF:  CPoomEntries::getEntriesFromFolder(pPolApp="),
+                          "OSIF:  CPoomEntries::saveToFile(store_id=0, pszPath='" +
+                              device_.Path("Sync") + "')"));
 }
 
 TEST_F(ChangeLog, StaysOpenWhenItIsClosedWithoutASession) {

@@ -548,6 +548,66 @@ TEST_F(PolGetContact, GivesTheDepartmentByItselfAsItIs) {
   EXPECT_EQ(contact.dept->flags, 0u);
 }
 
+// The colon would be encoded where encoding is asked for. What the peer sees is the same, so only the raw texts tell.
+TEST_F(PolGetContact, AsksForEncodingOfTheNoteAndTheAddressesAlone) {
+  ContactTexts texts;
+  for (const char* name : {"LastName",
+                           "FirstName",
+                           "MiddleName",
+                           "Title",
+                           "Suffix",
+                           "FileAs",
+                           "CompanyName",
+                           "Department",
+                           "JobTitle",
+                           "WebPage",
+                           "Spouse",
+                           "Children",
+                           "AssistantName",
+                           "Categories",
+                           "OfficeLocation",
+                           "HomeTelephoneNumber",
+                           "Home2TelephoneNumber",
+                           "BusinessTelephoneNumber",
+                           "Business2TelephoneNumber",
+                           "HomeFaxNumber",
+                           "BusinessFaxNumber",
+                           "MobileTelephoneNumber",
+                           "PagerNumber",
+                           "CarTelephoneNumber",
+                           "AssistantTelephoneNumber",
+                           "RadioTelephoneNumber",
+                           "Email1Address",
+                           "Email2Address",
+                           "Email3Address",
+                           "Body",
+                           "HomeAddressStreet",
+                           "BusinessAddressCity",
+                           "OtherAddressCountry"}) {
+    texts[name] = u"a: b";
+  }
+  OsifContact& contact = Get(texts);
+  for (PropertyValue* list :
+       {contact.n, contact.fn, contact.org, contact.dept, contact.title, contact.url,
+        contact.xSpouse, contact.xChildren, contact.xAssistant, contact.xCat, contact.tel,
+        contact.email, contact.xMicrosoftOfficeloc, contact.xMicrosoftAsstTel}) {
+    for (const PropertyValue& value : Values(list)) {
+      EXPECT_EQ(value.flags, 0u);
+      EXPECT_EQ(ComponentText(&value, 0), "a: b");
+    }
+  }
+  EXPECT_EQ(ComponentText(contact.org, 1), "a: b");
+  EXPECT_EQ(ComponentText(contact.note, 0), "a=3A b");
+  std::vector<std::string> addresses;
+  for (const PropertyValue& address : Values(contact.adr)) {
+    for (size_t i = 1; i < 7; ++i) {
+      const std::string_view text = ComponentText(&address, i);
+      if (!text.empty()) addresses.emplace_back(text);
+    }
+  }
+  EXPECT_EQ(addresses, std::vector<std::string>(4, "a=3A b"));
+}
+
 const ContactTexts kAllTelephones = {
     {"HomeTelephoneNumber", u"1"},     {"Home2TelephoneNumber", u"2"},
     {"BusinessTelephoneNumber", u"3"}, {"Business2TelephoneNumber", u"4"},

@@ -16,7 +16,6 @@ using support::FileExists;
 using support::kMailStore;
 using support::PutBytes;
 using support::TraceReceiver;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::MatchesRegex;
 
@@ -84,8 +83,10 @@ TEST_F(DatabaseId, ThatCannotBeReadIsToldInTheTrace) {
   TraceReceiver trace;
   char id[OSIF_DATABASE_ID_SIZE] = "";
   EXPECT_EQ(POL_CL_GetDatabaseId(OSIF_STORE_PB, id), 1u);
-  EXPECT_THAT(trace.Lines(),
-              Contains("OSIF:  POL_GetDatabaseId - Couldn't read id from Database ID Log file."));
+  EXPECT_THAT(
+      trace.Lines(),
+      ElementsAre("OSIF:  POL_CL_GetDatabaseId",
+                  "OSIF:  POL_GetDatabaseId - Couldn't read id from Database ID Log file."));
 }
 
 TEST_F(DatabaseId, FailsWhenItsFileCannotBeMade) {

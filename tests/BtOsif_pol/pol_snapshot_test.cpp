@@ -25,10 +25,10 @@ using support::PlainAdler;
 using support::PutBytes;
 using support::TraceReceiver;
 using support::Wide;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
+using testing::StartsWith;
 
 using Entries = std::vector<std::pair<uint32_t, uint32_t>>;
 
@@ -330,8 +330,12 @@ TEST_F(PoomSnapshot, RefusesTheStoresThatHaveNone) {
   for (int32_t store_id : {2, 3, 4, 5, 6, -1}) {
     TraceReceiver trace;
     EXPECT_FALSE(snapshot_.getFromPoom(store_id, application_.get())) << store_id;
-    EXPECT_THAT(trace.Lines(), Contains("OSIF:  CPoomEntries::getFromPoom - Invalid store ID: " +
-                                        std::to_string(store_id) + "."));
+    const std::string number = std::to_string(store_id);
+    EXPECT_THAT(
+        trace.Lines(),
+        ElementsAre(
+            StartsWith("OSIF:  CPoomEntries::getFromPoom(store_id=" + number + ", pPolApp="),
+            "OSIF:  CPoomEntries::getFromPoom - Invalid store ID: " + number + "."));
   }
   EXPECT_THAT(pim_.folders_asked, IsEmpty());
 }
@@ -340,7 +344,8 @@ TEST_F(PoomSnapshot, NeedsAnApplication) {
   TraceReceiver trace;
   EXPECT_FALSE(snapshot_.getFromPoom(OSIF_STORE_PB, nullptr));
   EXPECT_THAT(trace.Lines(),
-              Contains("OSIF:  CPoomEntries::getFromPoom - Poom Interface not opened."));
+              ElementsAre(StartsWith("OSIF:  CPoomEntries::getFromPoom(store_id=0, pPolApp="),
+                          "OSIF:  CPoomEntries::getFromPoom - Poom Interface not opened."));
 }
 
 TEST_F(PoomSnapshot, FailsWithoutAFolder) {
@@ -348,8 +353,10 @@ TEST_F(PoomSnapshot, FailsWithoutAFolder) {
   pim_.faults.get_default_folder = E_FAIL;
   EXPECT_FALSE(snapshot_.getFromPoom(OSIF_STORE_PB, application_.get()));
   EXPECT_THAT(trace.Lines(),
-              Contains("OSIF:  CPoomEntries::getEntriesFromFolder - GetDefaultFolder failed "
-                       "(0x80004005)"));
+              ElementsAre(StartsWith("OSIF:  CPoomEntries::getFromPoom(store_id=0, pPolApp="),
+                          StartsWith("OSIF:  CPoomEntries::getEntriesFromFolder(pPolApp="),
+                          "OSIF:  CPoomEntries::getEntriesFromFolder - GetDefaultFolder failed "
+                          "(0x80004005)"));
 }
 
 TEST_F(PoomSnapshot, FailsWithoutTheItemsOfAFolder) {
@@ -358,7 +365,9 @@ TEST_F(PoomSnapshot, FailsWithoutTheItemsOfAFolder) {
   EXPECT_FALSE(snapshot_.getFromPoom(OSIF_STORE_PB, application_.get()));
   EXPECT_THAT(
       trace.Lines(),
-      Contains("OSIF:  CPoomEntries::getEntriesFromFolder - get_Items failed (0x8007000e)"));
+      ElementsAre(StartsWith("OSIF:  CPoomEntries::getFromPoom(store_id=0, pPolApp="),
+                  StartsWith("OSIF:  CPoomEntries::getEntriesFromFolder(pPolApp="),
+                  "OSIF:  CPoomEntries::getEntriesFromFolder - get_Items failed (0x8007000e)"));
 }
 
 TEST_F(PoomSnapshot, FailsWithoutTheCountOfTheItems) {
@@ -519,10 +528,11 @@ TEST_F(ObjectLog, TellsTheTraceWhatIsReadAndWritten) {
   TraceReceiver trace;
   EXPECT_TRUE(snapshot_.getFromFile(OSIF_STORE_PB, u"\\Sync"));
   EXPECT_THAT(trace.Lines(),
-              Contains("OSIF:  CPoomEntries::getFromFile(store_id=0, pszPath='\\Sync')"));
+              ElementsAre("OSIF:  CPoomEntries::getFromFile(store_id=0, pszPath='\\Sync')",
+                          "OSIF:  Unable to open file '\\Sync\\pol_pb_object.log' in mode 'r'"));
   EXPECT_TRUE(snapshot_.saveToFile(OSIF_STORE_PB, Folder()));
-  EXPECT_THAT(trace.Lines(), Contains("OSIF:  CPoomEntries::saveToFile(store_id=0, pszPath='" +
-                                      device_.Path("Sync") + "')"));
+  EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  CPoomEntries::saveToFile(store_id=0, pszPath='" +
+                                         device_.Path("Sync") + "')"));
 }
 
 TEST_F(ObjectLog, StaysAsItWasWhenTheDiskIsFull) {
@@ -539,7 +549,9 @@ TEST_F(ObjectLog, ThatCannotBeWrittenIsToldInTheTrace) {
   EXPECT_FALSE(snapshot_.saveToFile(OSIF_STORE_PB, Wide(device_.Path("no such folder"))));
   EXPECT_THAT(
       trace.Lines(),
-      Contains("OSIF:  CPoomEntries::saveToFile - Couldn't open object log file (code=1)."));
+      ElementsAre(StartsWith("OSIF:  CPoomEntries::saveToFile(store_id=0, pszPath='"),
+                  StartsWith("OSIF:  Unable to open file '"),
+                  "OSIF:  CPoomEntries::saveToFile - Couldn't open object log file (code=1)."));
 }
 
 }  // namespace

@@ -166,6 +166,7 @@ TEST_F(OsifTest, OpeningAChangeLogWithoutAFolderIsAnAssertionAfterWhichTheCallGo
   EXPECT_EQ(Code(OSIF_CL_Open(OSIF_STORE_PB, nullptr)), OSIF_OK);
   const TraceLines lines = Trace();
   ASSERT_GE(lines.size(), 2u);
+  EXPECT_EQ(std::count_if(lines.begin(), lines.end(), IsAssertion), 1);
   EXPECT_TRUE(IsAssertion(lines[0]));
   EXPECT_EQ(lines[1], "OSIF:  POL_CL_Open(store_id=0, pszPath='')");
   EXPECT_EQ(Code(OSIF_CL_Close(OSIF_STORE_PB)), OSIF_OK);
@@ -284,8 +285,9 @@ TEST_F(OsifTest, TellsThatItGetsAnObject) {
   OutsideObject object;
   OSIF_GetObjectById(OSIF_STORE_PB, "1", &object);
   const TraceLines lines = Trace();
-  ASSERT_GE(lines.size(), 1u);
+  ASSERT_EQ(lines.size(), 2u);
   EXPECT_EQ(lines[0], "OSIF:  OSIF_GetObjectById()");
+  EXPECT_THAT(lines[1], testing::StartsWith("OSIF:  POL_GetObjectById(store_id=0, id='1', "));
 }
 
 TEST_F(OsifTest, TellsThatItGetsAnObjectBeforeItLooksAtTheArguments) {

@@ -228,7 +228,7 @@ TEST_F(BadInput, BinaryDataIsAnErrorAndTold) {
   EXPECT_EQ(ReadCards(bytes).result, kError);
   EXPECT_THAT(trace.Lines(), ElementsAre(kNoBegin));
   EXPECT_EQ(ReadCards("BEGIN:VCARD\r\n" + bytes).result, kError);
-  EXPECT_THAT(trace.Lines(), Contains(kMissing));
+  EXPECT_EQ(trace.Lines().back(), kMissing);  // after any number of names that are none
 }
 
 TEST_F(BadInput, ACardThatIsCutAnywhereIsDeliveredOnlyWithItsWholeEnd) {

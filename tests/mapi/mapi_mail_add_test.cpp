@@ -8,7 +8,6 @@ namespace mapi_mail_add_test {
 namespace {
 
 using namespace support;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
@@ -17,6 +16,12 @@ constexpr HRESULT kFailed = MAPI_E_CALL_FAILED;
 constexpr char kDate[] = "Wed, 02 Jan 2002 10:11:12 +0000";
 
 using MapiAdd = OpenFakeMapiTest;
+
+// The line that begins a change.
+auto Called(const char* id, const char* folder) {
+  return MatchesRegex("MAPI:  MAPI_ModifyMail\\(pMessage=[0-9a-fA-Fx]+, id='" + std::string(id) +
+                      "'\\) called, Folder:" + folder);
+}
 
 MailRecord& FillAll(MailRecord& record) {
   return record.Subject("Lunch")
@@ -137,7 +142,8 @@ TEST_F(FakeMapiTest, AddMailWithoutItsFolderIsAnErrorOfTheStore) {
   MailRecord record;
   MailId id;
   EXPECT_EQ(Code(MAPI_AddMail(*record.Folder("OUTBOX"), id.text)), OSIF_ERR_PIM);
-  EXPECT_EQ(Trace().front(), "MAPI:  MAPI_AddMail() Folder:OUTBOX");
+  EXPECT_THAT(Trace(), ElementsAre("MAPI:  MAPI_AddMail() Folder:OUTBOX",
+                                   "       MAPI_AddMail() returns 14"));
   EXPECT_THAT(mapi_.Calls(), IsEmpty());
 }
 
@@ -148,7 +154,9 @@ TEST_F(MapiAdd, AMessageThatCannotBeCreatedIsAnErrorOfTheStore) {
   MailRecord record;
   MailId id;
   EXPECT_EQ(Code(MAPI_AddMail(*record, id.text)), OSIF_ERR_PIM);
-  EXPECT_THAT(Trace(), Contains("MAPI:  lpFolder->CreateMessage failed with code: 0x80004005"));
+  EXPECT_THAT(Trace(), ElementsAre("MAPI:  MAPI_AddMail() Folder:",
+                                   "MAPI:  lpFolder->CreateMessage failed with code: 0x80004005",
+                                   "       MAPI_AddMail() returns 14"));
 }
 
 TEST_F(MapiAdd, AnIdThatCannotBeHadIsAnErrorOfTheStore) {
@@ -156,10 +164,10 @@ TEST_F(MapiAdd, AnIdThatCannotBeHadIsAnErrorOfTheStore) {
   MailRecord record;
   MailId id;
   EXPECT_EQ(Code(MAPI_AddMail(*record, id.text)), OSIF_ERR_PIM);
-  const TraceLines lines = Trace();
-  EXPECT_THAT(lines,
-              Contains("MAPI:  lpMessage->GetProps(PR_ENTRYID) failed with code: 0x80004005"));
-  EXPECT_EQ(lines.back(), "       MAPI_AddMail() returns 14");
+  EXPECT_THAT(Trace(),
+              ElementsAre("MAPI:  MAPI_AddMail() Folder:",
+                          "MAPI:  lpMessage->GetProps(PR_ENTRYID) failed with code: 0x80004005",
+                          "       MAPI_AddMail() returns 14"));
   EXPECT_EQ(mapi_.Live("message"), 0);
 }
 
@@ -168,7 +176,9 @@ TEST_F(MapiAdd, AMessageThatCannotBeSavedIsAnErrorOfTheStore) {
   MailRecord record;
   MailId id;
   EXPECT_EQ(Code(MAPI_AddMail(*record, id.text)), OSIF_ERR_PIM);
-  EXPECT_EQ(Trace().back(), "       MAPI_AddMail() returns 14");
+  EXPECT_THAT(Trace(), ElementsAre("MAPI:  MAPI_AddMail() Folder:",
+                                   "MAPI:  lpMessage->SaveChanges failed with code: 0x80004005",
+                                   "       MAPI_AddMail() returns 14"));
   EXPECT_EQ(mapi_.Live("message"), 0);
 }
 
@@ -212,7 +222,9 @@ TEST_F(MapiAdd, TheFirstProblemOfTheSenderIsToldUnderTheNameOfAnotherProperty) {
   record.From("ann@example.org");
   EXPECT_EQ(Code(MAPI_AddMail(*record, nullptr)), OSIF_OK);
   EXPECT_THAT(Trace(),
-              Contains("MAPI:  lpProblems->aProblem[0].scode (PR_SENDER_NAME) : 0x80040302"));
+              ElementsAre("MAPI:  MAPI_AddMail() Folder:",
+                          "MAPI:  lpProblems->aProblem[0].scode (PR_SENDER_NAME) : 0x80040302",
+                          "       MAPI_AddMail() returns 0"));
 }
 
 // ---- Properties ---------------------------------------------------------------------------------
@@ -470,13 +482,15 @@ TEST_F(FakeMapiTest, ModifyMailWithoutItsFolderIsAnErrorOfTheStore) {
   OpenWithoutFolders();
   MailRecord record;
   EXPECT_EQ(Code(MAPI_ModifyMail(*record.Folder("OUTBOX"), "0ABC")), OSIF_ERR_PIM);
-  EXPECT_EQ(Trace().back(), "MAPI:  MAPI_ModifyMail error - lpFolder is NULL");
+  EXPECT_THAT(Trace(), ElementsAre(Called("0ABC", "OUTBOX"),
+                                   "MAPI:  MAPI_ModifyMail error - lpFolder is NULL"));
 }
 
 TEST_F(MapiModify, AnIdThatIsNoneIsToldAndInvalid) {
   MailRecord record;
   EXPECT_EQ(Code(MAPI_ModifyMail(*record, "0ABX")), OSIF_ERR_INVALID_ID);
-  EXPECT_EQ(Trace().back(), "MAPI:  FBinFromHex could not convert ID '0ABX'");
+  EXPECT_THAT(Trace(),
+              ElementsAre(Called("0ABX", ""), "MAPI:  FBinFromHex could not convert ID '0ABX'"));
   EXPECT_THAT(mapi_.Calls(), IsEmpty());
 }
 
@@ -484,14 +498,17 @@ TEST_F(MapiModify, AMessageThatCannotBeOpenedIsAnErrorOfTheStore) {
   mapi_.Fail("folder.OpenEntry", kFailed);
   MailRecord record;
   EXPECT_EQ(Code(MAPI_ModifyMail(*record, "0ABC")), OSIF_ERR_PIM);
-  EXPECT_EQ(Trace().back(), "MAPI:  lpFolder->OpenEntry for Mailbox failed with code: 0x80004005");
+  EXPECT_THAT(Trace(),
+              ElementsAre(Called("0ABC", ""),
+                          "MAPI:  lpFolder->OpenEntry for Mailbox failed with code: 0x80004005"));
 }
 
 TEST_F(MapiModify, AnObjectThatIsNoMessageIsReleasedAndLeftAlone) {
   mail_.type = MAPI_FOLDER;
   MailRecord record;
   EXPECT_EQ(Code(MAPI_ModifyMail(*record.Subject("New"), "0ABC")), OSIF_ERR_PIM);
-  EXPECT_EQ(Trace().back(), "MAPI:  ulObjType of OpenEntry on Mailbox != MAPI_MESSAGE");
+  EXPECT_THAT(Trace(), ElementsAre(Called("0ABC", ""),
+                                   "MAPI:  ulObjType of OpenEntry on Mailbox != MAPI_MESSAGE"));
   EXPECT_EQ(mapi_.Live("message"), 0);
   EXPECT_EQ(mail_.Text(PR_SUBJECT), u"Old");
 }
@@ -507,7 +524,9 @@ TEST_F(MapiModify, APropertyThatCannotBeSetFailsNothing) {
   mapi_.Fail("message.SetProps", kFailed);
   MailRecord record;
   EXPECT_EQ(Code(MAPI_ModifyMail(*record.Subject("New"), "0ABC")), OSIF_OK);
-  EXPECT_EQ(Trace().back(), "MAPI:  lpMessage->SetProps(PR_SUBJECT) failed with code: 0x80004005");
+  EXPECT_THAT(Trace(),
+              ElementsAre(Called("0ABC", ""),
+                          "MAPI:  lpMessage->SetProps(PR_SUBJECT) failed with code: 0x80004005"));
 }
 
 }  // namespace

@@ -8,12 +8,9 @@ namespace {
 
 using namespace support;
 using testing::AnyOf;
-using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
-using testing::Not;
 using testing::StartsWith;
 
 constexpr HRESULT kFailed = MAPI_E_CALL_FAILED;
@@ -139,7 +136,11 @@ TEST_F(FakeMapiTest, GetMailByIdWithoutItsFolderIsAnErrorOfTheStore) {
 TEST_F(MapiGet, AnotherStoreHasNoFolder) {
   EXPECT_EQ(Code(GetId("0ABC", OSIF_STORE_NOTE)), OSIF_ERR_PIM);
   EXPECT_EQ(Code(GetId("0ABC", 6)), OSIF_ERR_PIM);
-  EXPECT_THAT(Trace(), Contains("MAPI:  MAPI_ModifyMail error - lpFolder is NULL").Times(2));
+  const auto called = StartsWith("MAPI:  MAPI_GetMailById(");
+  const auto failed =
+      MatchesRegex("MAPI:  mapi_GetById\\(id='0ABC', lpFolder=.*\\) failed, err=14");
+  constexpr char kNoFolder[] = "MAPI:  MAPI_ModifyMail error - lpFolder is NULL";
+  EXPECT_THAT(Trace(), ElementsAre(called, kNoFolder, failed, called, kNoFolder, failed));
 }
 
 TEST_F(MapiGet, AMessageThatCannotBeOpenedIsAnErrorOfTheStore) {
@@ -253,16 +254,20 @@ TEST_F(MapiGet, NoPropertiesAtAllAreAnErrorOfTheStore) {
   mapi_.gives_no_values = true;
   EXPECT_EQ(Code(GetId("0ABC")), OSIF_ERR_PIM);
   EXPECT_THAT(Trace(),
-              Contains(MatchesRegex("MAPI:  lpMessage->GetProps\\(\\) did not return any data, "
-                                    "cValues=0, lpPropArray=.+")));
+              ElementsAre(StartsWith("MAPI:  MAPI_GetMailById("),
+                          MatchesRegex("MAPI:  lpMessage->GetProps\\(\\) did not return any data, "
+                                       "cValues=0, lpPropArray=.+"),
+                          StartsWith("MAPI:  mapi_GetMail(")));
 }
 
 TEST_F(MapiGet, NoPropertiesInAnArrayAreAnErrorOfTheStore) {
   mapi_.gives_empty_values = true;
   EXPECT_EQ(Code(GetId("0ABC")), OSIF_ERR_PIM);
   EXPECT_THAT(Trace(),
-              Contains(MatchesRegex("MAPI:  lpMessage->GetProps\\(\\) did not return any data, "
-                                    "cValues=0, lpPropArray=[0-9a-fA-Fx]+")));
+              ElementsAre(StartsWith("MAPI:  MAPI_GetMailById("),
+                          MatchesRegex("MAPI:  lpMessage->GetProps\\(\\) did not return any data, "
+                                       "cValues=0, lpPropArray=[0-9a-fA-Fx]+"),
+                          StartsWith("MAPI:  mapi_GetMail(")));
 }
 
 TEST_F(MapiGet, MissingPropertiesAreEmptyFields) {
@@ -272,7 +277,7 @@ TEST_F(MapiGet, MissingPropertiesAreEmptyFields) {
   EXPECT_STREQ(message.date, "");
   EXPECT_STREQ(message.xIrmcStatus, "");
   EXPECT_STREQ(message.from, "");
-  EXPECT_THAT(Trace(), Not(Contains(StartsWith("WAB:"))));
+  EXPECT_THAT(Trace(), ElementsAre(StartsWith("MAPI:  MAPI_GetMailById(")));
 }
 
 class MapiGetForeign : public MapiGet, public testing::WithParamInterface<ULONG> {};
@@ -282,9 +287,11 @@ TEST_P(MapiGetForeign, AValueThatIsNoUtf16TextIsToldAndCountsAsEmpty) {
   mail_.Put(FakeValue::Number(tag, 7));
   const OsifMessage& message = Get();
   EXPECT_STREQ(GetParam() == PR_SUBJECT ? message.subject : message.from, "");
-  EXPECT_THAT(Trace(), Contains(AnyOf("WAB:  'mapi_GetString' used when not a unicode string (3)",
-                                      "WAB:  'mapi_GetString' used when not a unicode string (" +
-                                          std::to_string(tag) + ")")));
+  EXPECT_THAT(Trace(),
+              ElementsAre(StartsWith("MAPI:  MAPI_GetMailById("),
+                          AnyOf("WAB:  'mapi_GetString' used when not a unicode string (3)",
+                                "WAB:  'mapi_GetString' used when not a unicode string (" +
+                                    std::to_string(tag) + ")")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Tags, MapiGetForeign,
@@ -384,7 +391,8 @@ TEST_F(MapiGet, RecipientsThatCannotBeHadAreToldUnderAnotherNameAndFailNothing) 
   EXPECT_STREQ(message.to, "");
   EXPECT_STREQ(message.subject, "Lunch");
   EXPECT_THAT(Trace(),
-              Contains("MAPI:  lpMapiMessage->GetMsgStoresTable failed with code: -2147219961"));
+              ElementsAre(StartsWith("MAPI:  MAPI_GetMailById("),
+                          "MAPI:  lpMapiMessage->GetMsgStoresTable failed with code: -2147219961"));
 }
 
 TEST_F(MapiGet, RowsOfRecipientsThatCannotBeHadFailNothing) {

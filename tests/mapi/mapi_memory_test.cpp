@@ -40,8 +40,8 @@ TEST_F(MapiMemory, NoMemoryForABodyIsToldWithItsSizeAndLeavesTheBodyEmpty) {
   MailRecord record;
   EXPECT_EQ(Code(MAPI_GetMailById(OSIF_STORE_MSG_IN, "01", *record)), OSIF_OK);
   StopFailing();
-  EXPECT_THAT(Trace(),
-              testing::Contains("MAPI:  Unable to allocate buffer for stream data (size=1400)"));
+  EXPECT_THAT(Trace(), ElementsAre(testing::StartsWith("MAPI:  MAPI_GetMailById("),
+                                   "MAPI:  Unable to allocate buffer for stream data (size=1400)"));
   EXPECT_EQ(record->part.bodyText, nullptr);
   EXPECT_STREQ(record->subject, "Lunch");
   EXPECT_EQ(mapi_.Count("message.GetRecipientTable"), 1);

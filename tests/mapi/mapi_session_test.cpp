@@ -97,13 +97,17 @@ TEST_F(MapiSession, GoesOnWithoutColumnsOfTheTableOfStores) {
   mapi_.Fail("stores.SetColumns", kFailed);
   EXPECT_EQ(Code(mapi_Initialize()), OSIF_OK);
   EXPECT_EQ(mapi_.Live("folder"), 3);
-  EXPECT_THAT(Trace(), Contains("MAPI:  lptblStores->SetColumns failed with code: 0x80004005"));
+  EXPECT_THAT(Trace(),
+              ElementsAre("MAPI:  lptblStores->SetColumns failed with code: 0x80004005",
+                          "MAPI:  GetLastError failed - lpMAPIError is NULL (hr1=0x00000000)"));
 }
 
 TEST_F(MapiSession, HasNoFolderWithoutRowsOfTheTableOfStores) {
   mapi_.Fail("stores.QueryRows", kFailed);
   EXPECT_EQ(Code(mapi_Initialize()), OSIF_OK);
-  EXPECT_THAT(Trace(), Contains("MAPI:  lptblStores->QueryRows failed with code: 0x80004005"));
+  EXPECT_THAT(Trace(),
+              ElementsAre("MAPI:  lptblStores->QueryRows failed with code: 0x80004005",
+                          "MAPI:  GetLastError failed - lpMAPIError is NULL (hr1=0x00000000)"));
   EXPECT_EQ(mapi_.Count("session.OpenMsgStore"), 0);
   EXPECT_EQ(mapi_.Live("folder"), 0);
   EXPECT_EQ(mapi_.Live("stores"), 0);
@@ -151,7 +155,8 @@ INSTANTIATE_TEST_SUITE_P(Numbers, MapiSessionStores, testing::Values(49, 50, 51,
 TEST_F(MapiSession, AStoreThatCannotBeOpenedIsOnlyTold) {
   mapi_.Fail("session.OpenMsgStore", kFailed);
   EXPECT_EQ(Code(mapi_Initialize()), OSIF_OK);
-  EXPECT_THAT(Trace(), Contains("MAPI:  gpSession->OpenMsgStore failed with code: 0x80004005"));
+  EXPECT_THAT(Trace(), ElementsAre("MAPI:  gpSession->OpenMsgStore failed with code: 0x80004005",
+                                   "MAPI:  gpSession->GetLastError failed - lpMAPIError is NULL"));
   EXPECT_EQ(mapi_.Live("folder"), 0);
   EXPECT_EQ(mapi_.Live("session"), 1);
   EXPECT_EQ(mapi_.Live("stores"), 0);

@@ -67,7 +67,11 @@ class FakeTable final : public FakeMapiObject<IMAPITable> {
     if (sought) *sought = 0;
     return S_OK;
   }
-  HRESULT Restrict(LPSRestriction, ULONG) override { return MAPI_E_TOO_COMPLEX; }
+  // As stores do that cannot.
+  HRESULT Restrict(LPSRestriction, ULONG) override {
+    mapi().Call(Name("Restrict"));
+    return MAPI_E_TOO_COMPLEX;
+  }
   HRESULT QueryRows(LONG count, ULONG, LPSRowSet* rows) override {
     *rows = nullptr;
     const HRESULT result = mapi().Call(Name("QueryRows"), std::to_string(count));

@@ -38,17 +38,27 @@ struct Counts {
   size_t uncertain = 0;  // of the warnings
 };
 
-// The names of a message's parts that have one; none for other objects.
-std::vector<std::string> NamedContents(const FileRecord& record) {
+// The names of a message's parts that have one; none for other objects. The message store has a place for a
+// message's text alone, so the content of these is lost.
+std::vector<std::string> LostContents(const FileRecord& record) {
   std::vector<std::string> names;
   if (KindOfStore(record.store_id) != StoreKind::kMessages) return names;
   for (const MessagePart* part = &record.object->message.part; part != nullptr;
        part = part->nextPart) {
     const std::optional<std::string> name = AttachmentName(part->contentType);
-    if (name) names.push_back(OneLine(ToOutput(MultiByteToText(NativeCodePage(), *name))));
+    if (name) names.push_back(ToOutput(MultiByteToText(NativeCodePage(), *name)));
   }
   return names;
 }
+
+// What became of a record.
+struct ReceiveOutcome {
+  const char* action = nullptr;  // "added", "updated" or "refused"
+  std::string name;
+  const char* id = nullptr;                     // null for a refused one
+  const OsifAnchor* anchor = nullptr;           // null without a change log
+  std::vector<std::string> lost_contents = {};  // the names of the parts whose content was not kept
+};
 
 // Stores the records of one file.
 class Receiver : public FileVisitor {
@@ -69,7 +79,7 @@ class Receiver : public FileVisitor {
     ObjectId id{};
     if (!session_.MayChange(record.store_id)) {
       ++counts_.refused;
-      Tell(record, "refused", nullptr, name, nullptr);
+      TellOutcome(record, {.action = "refused", .name = name});
       return;
     }
     const bool is_known = OSIF_FindObject(record.store_id, record.object, id.data()) != 0;
@@ -78,14 +88,15 @@ class Receiver : public FileVisitor {
     if (result != OSIF_OK) {
       ++counts_.refused;
       reporter_.Fail(place + " was not stored", result);
-      Tell(record, "refused", nullptr, name, nullptr);
+      TellOutcome(record, {.action = "refused", .name = name});
       return;
     }
     ++(is_known ? counts_.updated : counts_.added);
     if (anchor != nullptr) last_anchor_ = ", anchor " + AnchorText(record.store_id, *anchor);
-    TellLostContents(record, place);
     const char* action = is_known ? "updated" : "added";
-    Tell(record, action, id.data(), name, anchor);
+    const std::vector<std::string> lost = LostContents(record);
+    TellLostContents(lost, place);
+    TellOutcome(record, {action, name, id.data(), anchor, lost});
     if (tells_all_) {
       reporter_.Text(place + ": " + action + " " + IdInStore(record.store_id, id.data()));
     }
@@ -133,10 +144,9 @@ class Receiver : public FileVisitor {
     return OSIF_AddObject(record.store_id, record.object, id.data(), anchor);
   }
 
-  // The message store has a place for a message's text alone.
-  void TellLostContents(const FileRecord& record, const std::string& place) {
-    for (const std::string& name : NamedContents(record)) {
-      reporter_.Note(place + ": the content of \"" + name + "\" was not kept");
+  void TellLostContents(const std::vector<std::string>& names, const std::string& place) {
+    for (const std::string& name : names) {
+      reporter_.Note(place + ": the content of \"" + OneLine(name) + "\" was not kept");
     }
   }
 
@@ -151,17 +161,19 @@ class Receiver : public FileVisitor {
     }
   }
 
-  void Tell(const FileRecord& record, const char* action, const char* id, const std::string& name,
-            const OsifAnchor* anchor) {
+  // Hardly any object has contents that were not kept, so the others have no such key.
+  void TellOutcome(const FileRecord& record, const ReceiveOutcome& outcome) {
     if (!reporter_.json()) return;
-    reporter_.JsonLine({{"file", file_name_},
-                        {"number", record.number},
-                        {"store", StoreName(record.store_id)},
-                        {"action", action},
-                        {"id", id == nullptr ? Json() : Json(IdToOutput(id))},
-                        {"name", name},
-                        {"result", ParseResultName(record.result)},
-                        {"anchor", AnchorJson(anchor)}});
+    Json line = {{"file", file_name_},
+                 {"number", record.number},
+                 {"store", StoreName(record.store_id)},
+                 {"action", outcome.action},
+                 {"id", outcome.id == nullptr ? Json() : Json(IdToOutput(outcome.id))},
+                 {"name", outcome.name},
+                 {"result", ParseResultName(record.result)},
+                 {"anchor", AnchorJson(outcome.anchor)}};
+    if (!outcome.lost_contents.empty()) line["notKept"] = outcome.lost_contents;
+    reporter_.JsonLine(line);
   }
 
   const std::string& file_name_;

@@ -148,7 +148,7 @@ TEST_F(PropertyWriter, AListThatCannotBeWrittenIsTold) {
   OsifStream read_only = OpenBytes("x");
   TraceReceiver trace;
   EXPECT_EQ(WritePropertyList(read_only, "N", MakeValue({}, {"x"}).get(), false), 1);
-  EXPECT_THAT(trace.Lines(), testing::Contains("OSIF:  Unable to put string to file"));
+  EXPECT_THAT(trace.Lines(), testing::ElementsAre("OSIF:  Unable to put string to file"));
 }
 
 TEST_F(PropertyWriter, MemoryShortageForAValueIsTold) {

@@ -179,9 +179,10 @@ TEST_F(VCardWriter, WriteFailuresAreToldInTheTraceOnly) {
   OsifStream read_only = support::OpenBytes("x");
   TraceReceiver trace;
   EXPECT_EQ(VCard_Write(read_only, object(), 1), 0u);
-  std::vector<std::string> lines = trace.Lines();
-  EXPECT_THAT(lines, testing::Contains("OSIF:  Unable to put vCard string to file"));
-  EXPECT_THAT(lines, testing::Contains("OSIF:  Unable to put string to file"));
+  constexpr char kLine[] = "OSIF:  Unable to put vCard string to file";
+  EXPECT_THAT(trace.Lines(),
+              testing::ElementsAre(kLine, kLine, "OSIF:  Unable to put string to file", kLine))
+      << "BEGIN, VERSION, N and END";
 }
 
 TEST_F(VCardWriter, MemoryShortageIsToldInTheTraceOnlyAndTheOtherLinesAreWritten) {

@@ -28,7 +28,7 @@ using support::ReadMessageOutcome;
 using support::ReadMessages;
 using support::Repeated;
 using support::TraceReceiver;
-using testing::Contains;
+using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::SizeIs;
@@ -193,7 +193,7 @@ TEST_F(VMessageAttachment, ANameThatCannotBeOpenedForWritingRefusesTheMessage) {
   EXPECT_EQ(outcome.result, OsifResult{OSIF_ERR_FILE_OPEN});
   EXPECT_THAT(outcome.messages, IsEmpty());
   EXPECT_THAT(trace.Lines(),
-              Contains(MatchesRegex("OSIF:  Unable to open file '.*folder' in mode 'w'")));
+              ElementsAre(MatchesRegex("OSIF:  Unable to open file '.*folder' in mode 'w'")));
   EXPECT_TRUE(fs::is_directory(temp_folder() / "folder"));
 }
 
@@ -255,7 +255,7 @@ TEST_F(VMessageAttachment, WithoutAFolderForTemporaryFilesTheMessageIsRefused) {
     EXPECT_EQ(outcome.result, OsifResult{OSIF_ERR_GENERAL}) << name;
     EXPECT_THAT(outcome.messages, IsEmpty()) << name;
     EXPECT_THAT(trace.Lines(),
-                Contains(MatchesRegex("OSIF: FILE_TempFilename; PATH error \\([0-9]+\\)")));
+                ElementsAre(MatchesRegex("OSIF: FILE_TempFilename; PATH error \\([0-9]+\\)")));
   }
 }
 

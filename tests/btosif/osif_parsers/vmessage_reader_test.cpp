@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/posix/fault_injection.h"
 #include "tests/support/messages.h"
 #include "tests/support/trace_receiver.h"
 
@@ -23,10 +24,11 @@ using support::ReadMessageOutcome;
 using support::ReadMessages;
 using support::Repeated;
 using support::TraceReceiver;
-using testing::Contains;
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
+using testing::StartsWith;
 
 constexpr OsifResult kOk = OSIF_PARSE_OK;
 constexpr OsifResult kWarning = OSIF_PARSE_WARNING;
@@ -447,9 +449,11 @@ TEST_F(VMessageReader, TheRestOfACardOfAnUnsupportedVersionIsReadAsPropertiesOfT
       MessageText("BEGIN:VCARD\r\nVERSION:3.0\r\nN:Lee;Ann\r\nEND:VCARD\r\n" + kEnvelope));
   EXPECT_EQ(outcome.Only().result, kWarning);
   EXPECT_EQ(outcome.Only().subject, "Hi");
-  const std::vector<std::string> lines = trace.Lines();
-  EXPECT_THAT(lines, Contains("OSIF:  Error - vCard version '3.0' is not supported"));
-  EXPECT_THAT(lines, Contains(Unknown("N")));
+  EXPECT_THAT(trace.Lines(),
+              ElementsAre("OSIF:  Error - vCard version '3.0' is not supported",
+                          "OSIF:  Error - vCard missing END tago or does not contain required "
+                          "VERSION or N properties",
+                          Unknown("N")));
 }
 
 TEST_F(VMessageReader, ACardWithoutItsEndTakesTheEndOfTheMessageForItsOwn) {
@@ -654,6 +658,41 @@ TEST_F(VMessageReader, EveryBeginningOfAGoodFileIsRefusedAndOnlyTheWholeIsRead) 
     EXPECT_EQ(outcome.result, is_whole ? kOk : kError) << length;
     EXPECT_THAT(outcome.messages, SizeIs(is_whole ? 1 : 0)) << length;
   }
+}
+
+// ---- Memory shortage ----
+
+// The file's two buffers come first.
+TEST_F(VMessageReader, NoMemoryForTheBuffersIsToldAndReturned) {
+  for (const int nth : {1, 2}) {
+    TraceReceiver trace;
+    FailAllocation(nth);
+    const ReadMessageOutcome outcome = ReadMessages(MessageText(kEnvelope));
+    EXPECT_FALSE(IsFailurePending());
+    FailAllocation(0);
+    EXPECT_EQ(outcome.result, OsifResult{OSIF_ERR_NO_MEMORY});
+    EXPECT_THAT(outcome.messages, IsEmpty());
+    EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  Error - Memory allocation error"));
+  }
+}
+
+// Of all assertions none is about a shortage of memory for a message.
+TEST_F(VMessageReader, MemoryShortageAtAnyPointIsNoAssertion) {
+  const std::string text = MessageText("X-IRMC-STATUS:READ\r\n" +
+                                       EnvelopeText(BodyText("Subject:a\r\n b\r\n", "c\r\n")));
+  int failures = 0;
+  for (int nth = 1;; ++nth) {
+    TraceReceiver trace;
+    FailAllocation(nth);
+    const OsifResult result = ReadMessages(text).result;
+    const bool has_failed = !IsFailurePending();
+    FailAllocation(0);
+    if (!has_failed) break;
+    ++failures;
+    EXPECT_NE(result, kOk) << nth;
+    EXPECT_THAT(trace.Lines(), Each(StartsWith("OSIF:  "))) << nth;
+  }
+  EXPECT_GT(failures, 2);
 }
 
 }  // namespace

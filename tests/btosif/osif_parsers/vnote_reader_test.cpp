@@ -440,6 +440,7 @@ TEST_F(VNoteReaderShortage, AtAnyPointIsReportedOrLeavesAnOrderlyRecord) {
                 result == OsifResult{OSIF_ERR_NO_MEMORY})
         << result;
     EXPECT_LE(shortage.outcome.notes.size(), 2u);
+    EXPECT_THAT(shortage.trace, testing::Each(testing::StartsWith("OSIF:  "))) << nth;
   }
 }
 

@@ -107,7 +107,9 @@ TEST_F(ChangeLogPurge, ThePurgeTakesAFolderWithAClosingBackslash) {
 TEST_F(ChangeLogPurge, ThePurgeOfAMissingLogFails) {
   TraceReceiver trace;
   EXPECT_EQ(Purge(), 1u) << "the result of opening it";
-  EXPECT_THAT(trace.Lines(), testing::Contains("OSIF:  OSIF_CLPurge - Error opening change log"));
+  EXPECT_THAT(trace.Lines(),
+              testing::ElementsAre(testing::StartsWith("OSIF:  Unable to open file '"),
+                                   "OSIF:  OSIF_CLPurge - Error opening change log"));
   EXPECT_FALSE(FileExists(LogPath()));
 }
 
@@ -116,7 +118,9 @@ TEST_F(ChangeLogPurge, TheLogStaysWhenTheTemporaryFileCannotBeOpened) {
   std::filesystem::create_directory(Path("temp_change.log"));
   TraceReceiver trace;
   EXPECT_NE(Purge(), OsifResult{OSIF_OK});
-  EXPECT_THAT(trace.Lines(), testing::Contains("OSIF:  OSIF_CLPurge - Error opening temp file"));
+  EXPECT_THAT(trace.Lines(),
+              testing::ElementsAre(testing::StartsWith("OSIF:  Unable to open file '"),
+                                   "OSIF:  OSIF_CLPurge - Error opening temp file"));
   EXPECT_EQ(BytesOf(LogPath()), EntryLines(1, 300));
 }
 

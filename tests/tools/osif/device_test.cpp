@@ -165,6 +165,52 @@ TEST_F(CommandWithoutPrivileges, ADeviceThatMayNotBeWrittenIsNamedWithTheSystems
                 "/device.db' cannot be used: Permission denied.: General PIM Error (code 14)\n");
 }
 
+// Each opens the device's database, which cannot be done without writing beside it.
+TEST_F(CommandWithoutPrivileges, WhatOnlyReadsSaysWhyADeviceThatMayNotBeWrittenCannotBeUsed) {
+  if (!IsPossible()) GTEST_SKIP() << "privileges cannot be given up here";
+  Store(Card({"N:Lee;Ann"}));
+  ASSERT_EQ(Osif({"changes", "pb"}).status, 0);  // its log is closed, and in order
+  std::filesystem::permissions(device_, std::filesystem::perms(0500));
+  for (const Lines& arguments :
+       {Lines{"list", "pb"}, Lines{"count", "pb"}, Lines{"find", Received()},
+        Lines{"send", "pb", "1"}, Lines{"export", "pb", "-o", Path("all.vcf")},
+        Lines{"changes", "pb"}, Lines{"anchor", "pb"}, Lines{"database-id", "pb"},
+        Lines{"settings"}}) {
+    const Outcome outcome = Plain(arguments);
+    EXPECT_EQ(outcome.status, 1) << arguments[0];
+    EXPECT_EQ(outcome.out, "") << arguments[0];
+    EXPECT_EQ(outcome.err,
+              "osif: The device's database '" + device_ +
+                  "/device.db' cannot be used: Permission denied.: General PIM Error (code 14)\n")
+        << arguments[0];
+  }
+  std::filesystem::permissions(device_, std::filesystem::perms(0700));
+  EXPECT_FALSE(std::filesystem::exists(Path("all.vcf")));
+}
+
+TEST_F(CommandDevice, OnAFileSystemThatIsOnlyReadIsNamedWithTheSystemsReasonByEveryCommand) {
+  Store(Card({"N:Lee;Ann"}));
+  if (!std::filesystem::exists("/usr/bin/unshare")) GTEST_SKIP() << "no way to mount";
+  const std::string mount = "mount --bind " + device_ + " " + device_ +
+                            " 2> /dev/null && mount -o remount,bind,ro " + device_ +
+                            " 2> /dev/null || exit 77; \"$@\"";
+  for (const Lines& arguments : {Lines{"receive", Received()}, Lines{"list", "pb"},
+                                 Lines{"send", "pb", "1"}, Lines{"changes", "pb"}}) {
+    Lines line = arguments;
+    line.insert(line.begin(), support::kCommand);
+    const Outcome outcome =
+        Run(Launched(line, {"/usr/bin/unshare", "--mount", "/bin/sh", "-c", mount, "sh"}));
+    if (outcome.status != 0 && outcome.err.find("osif:") == std::string::npos) {
+      GTEST_SKIP() << "nothing can be mounted here";
+    }
+    EXPECT_EQ(outcome.status, 1) << arguments[0];
+    EXPECT_EQ(outcome.err, "osif: The device's database '" + device_ +
+                               "/device.db' cannot be used: Read-only file system.: General PIM "
+                               "Error (code 14)\n")
+        << arguments[0];
+  }
+}
+
 // ---- settings -----------------------------------------------------------------------------------------
 
 TEST_F(CommandDevice, SettingsShowsAllWithTheirDefaults) {

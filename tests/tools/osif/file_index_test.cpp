@@ -5,6 +5,7 @@
 
 #include <chrono>
 
+#include "tests/support/bytes.h"
 #include "tests/support/files.h"
 
 namespace command::file_index_test {
@@ -114,6 +115,15 @@ TEST(FileIndex, AZeroByteEndsTheTextOfALine) {
 }
 
 TEST(FileIndex, AMissingFileIsNone) { EXPECT_EQ(IndexFile("/no/such/file"), std::nullopt); }
+
+// Whoever sends a file of gigabytes without an object has it looked through no further than this.
+TEST(FileIndex, WhatHasNoBeginInItsFirst64MegabytesHasNoObject) {
+  const std::string line = std::string(1023, 'x') + "\n";
+  const std::string card = "BEGIN:VCARD\nEND:VCARD\n";
+  const std::string almost = support::Repeated(line, 64 * 1024 - 1);
+  EXPECT_THAT(Index(almost + card).objects, SizeIs(1));
+  EXPECT_THAT(Index(almost + line + line + card).objects, IsEmpty());
+}
 
 TEST(FileIndex, AHundredThousandUnfinishedCardsTakeLinearTime) {
   std::string text;

@@ -305,6 +305,24 @@ TEST_F(CommandMessage, ReceiveSaysWhichNamedContentsAreNotKept) {
   EXPECT_THAT(outcome.out, HasSubstr("3 added"));
 }
 
+TEST_F(CommandMessage, ReceiveTellsInJsonWhichNamedContentsAreNotKept) {
+  const std::string two_named =
+      Wrapped({}, Envelope(Body({"Subject:One", "Content-Type:multipart/mixed; boundary=b"},
+                                {"--b", "Content-Type:text/plain", "", "first", "--b",
+                                 "Content-Type:image/jpeg; name=\"a\u00E9 b.jpg\"", "", "x", "--b",
+                                 "Content-Type:text/plain; name=d.txt", "", "z", "--b--"})));
+  const std::string bytes = two_named + Message("INBOX", "Two");
+  for (const char* action : {"added", "updated"}) {
+    const std::vector<Json> lines = Receive(bytes, {"--json"}).JsonLines();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0]["name"], "One");
+    EXPECT_EQ(lines[0]["action"], action);
+    EXPECT_EQ(lines[0].value("notKept", Json()), Json::array({"a\u00E9 b.jpg", "d.txt"}));
+    EXPECT_EQ(lines[1]["name"], "Two");
+    EXPECT_FALSE(lines[1].contains("notKept"));
+  }
+}
+
 // ---- parse --------------------------------------------------------------------------------------------
 
 TEST_F(CommandMessage, ParseShowsEveryFieldOfAMultipartMessage) {

@@ -86,6 +86,24 @@ TEST_F(CommandOutput, APipeWithoutAnEndIsRefusedInsteadOfHeldInMemory) {
   EXPECT_THAT(outcome.err, StartsWith("osif: -: more than a pipe may bring"));
 }
 
+TEST_F(CommandOutput, ALineOfMoreThan64MegabytesOfAPipeIsRefusedBeforeItIsHeldWhole) {
+  const std::string endless_line = "{ printf 'BEGIN:VCARD\\r\\n'; head -c 70000000 /dev/zero; } | ";
+  const Outcome outcome = Shell(endless_line + "\"$@\"", {"receive", "-"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err,
+            "osif: -: more than a pipe may bring (1 GB, and 64 MB in a line): The stream of data "
+            "does not contain a valid object (code 8)\n");
+}
+
+TEST_F(CommandOutput, APipeMayBringAGigabyteAndNotAByteMore) {
+  const std::string lines = "yes $(printf %01000d 0) | head -c ";
+  const std::string refused = ": The stream of data does not contain a valid object (code 8)\n";
+  const Outcome all = Shell(lines + "1073741824 | \"$@\"", {"receive", "-"});
+  EXPECT_EQ(all.err, "osif: -" + refused);
+  const Outcome more = Shell(lines + "1073741825 | \"$@\"", {"receive", "-"});
+  EXPECT_EQ(more.err, "osif: -: more than a pipe may bring (1 GB, and 64 MB in a line)" + refused);
+}
+
 // ---- Standard output ----------------------------------------------------------------------------------
 
 TEST_F(CommandOutput, AHyphenIsStandardOutputAndWhatIsSaidGoesToStandardError) {
