@@ -2,10 +2,11 @@
 // scan of the calling service stands, and what the log has told of the store (`known`), from which the next
 // opening will know what it has not told.
 //
-// Opening waits until no other program uses the folder, puts in order what a killed process may have left, reads the log for its newest counter, marks it
-// as open and appends what the comparison finds. Closing goes the other way: the log is purged (what is cut
-// off is kept beside it), then the snapshot is saved, then the cut lines and the mark are taken away. A process
-// can be killed between any two of these: change_log_recovery.h lists what is then found.
+// Opening waits until no other program uses the folder, puts in order what a killed process may have left,
+// reads the log for its newest counter, marks it as open and appends what the comparison finds. Closing goes
+// the other way: the log is purged (what is cut off is kept beside it), then the snapshot is saved, then the
+// cut lines and the mark are taken away. A process can be killed between any two of these:
+// change_log_recovery.h lists what is then found.
 //
 // Recording reads on before it appends, so that the counter follows from what stands in the file. A counter that
 // was handed back is never used again, also when its entry could not be written: what such an entry should have
