@@ -137,7 +137,6 @@ bool KeptCounter::Write(const HandedOut& handed_out) {
   OsifStream file;
   const WCHAR* mode = FILE_Exists(name_.c_str()) ? u"r+b" : u"w+b";
   if (FILE_Open(file, name_.c_str(), mode) != 0) return false;
-  FILE_DoNotBuffer(file);
   const int64_t place = slot.number % 2 == 1 ? 0 : int64_t{kLineLength};
   const bool is_written = FILE_Seek(file, place) == 0 && FILE_Write(file, slot.Line()) == 0 &&
                           FILE_FlushToDisk(file) == 0;

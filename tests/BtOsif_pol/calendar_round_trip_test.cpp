@@ -13,7 +13,6 @@ namespace {
 
 using namespace support;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 int32_t Below(int32_t bound) { return *rc::gen::inRange<int32_t>(0, bound); }
 bool Maybe() { return Below(2) == 1; }

@@ -10,7 +10,6 @@ namespace pol_calendar_hostile_test {
 namespace {
 
 using namespace support;
-using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;

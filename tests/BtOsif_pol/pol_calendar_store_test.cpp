@@ -14,11 +14,9 @@ namespace pol_calendar_store_test {
 namespace {
 
 using namespace support;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-using testing::StartsWith;
 
 int Code(OsifResult result) { return static_cast<int>(result); }
 

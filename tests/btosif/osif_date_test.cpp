@@ -510,6 +510,23 @@ TEST_F(MailDate, KnowsEveryMonthInAnyCase) {
   }
 }
 
+TEST_F(MailDate, HasYearsOfTwoAndThreeDigitsToo) {
+  struct Year {
+    const char* text;
+    const char* full;
+  };
+  for (const Year& year : {Year{"00", "2000"}, Year{"49", "2049"}, Year{"50", "1950"},
+                           Year{"99", "1999"}, Year{"100", "2000"}, Year{"105", "2005"}}) {
+    FILETIME time{};
+    FILETIME full{};
+    EXPECT_NE(
+        Rfc822ToFileTime(("2 Mar " + std::string(year.text) + " 10:11:12 GMT").c_str(), &time), 0);
+    EXPECT_NE(
+        Rfc822ToFileTime(("2 Mar " + std::string(year.full) + " 10:11:12 GMT").c_str(), &full), 0);
+    EXPECT_EQ(Unix(time), Unix(full)) << year.text;
+  }
+}
+
 TEST_F(MailDate, WhatIsNoneGivesZeroAndIsNotTraced) {
   TraceReceiver trace;
   for (const char* text : {"", "tomorrow", "Jan 2 10:11:12 2002", "2 Foo 2002 10:11:12 GMT",

@@ -129,6 +129,19 @@ TEST_F(VMessageContent, KeepsItsFirstLineWhenThatBeginsWithABlank) {
   EXPECT_EQ(TextOf("\tone\n"), "\tone\n");
 }
 
+// A file is read in pieces of 64 KB; the empty line between headers and content may lie where two of them meet.
+TEST_F(VMessageContent, KeepsItsFirstLineWhereverAPieceOfTheFileEnds) {
+  constexpr int kPiece = 64 * 1024;
+  const auto message = [](size_t padding) {
+    return MessageWith("X-Padding:" + std::string(padding, 'x') + "\r\n", " one\r\n");
+  };
+  const size_t empty_line = message(0).find("\r\n\r\n") + 2;
+  for (int place = kPiece - 3; place <= kPiece + 3; ++place) {
+    const ReadMessageOutcome outcome = ReadMessages(message(place - empty_line));
+    EXPECT_EQ(outcome.Only().body, " one\n") << place;
+  }
+}
+
 TEST_F(VMessageContent, MayBeEmpty) {
   EXPECT_EQ(TextOf(""), "");
   EXPECT_EQ(TextOf("\r\n"), "\n");

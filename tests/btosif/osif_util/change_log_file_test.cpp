@@ -116,6 +116,10 @@ TEST_F(WrittenLog, EndsWithTheLastWholeEntryWhenTheDiskWasFullInTheMiddleOfOne) 
     EXPECT_EQ(BytesOf(LogPath()), "M:1:t:a\n") << room;
   }
   EXPECT_TRUE(log_.HasWholeLines());
+  ChangeLogEntry entry;
+  log_.GoTo(0);
+  EXPECT_EQ(log_.Read(&entry), kOk);
+  EXPECT_EQ(log_.Read(&entry), OsifResult{OSIF_ERR_EOF}) << "the failure is over";
   EXPECT_EQ(log_.Append('M', "b", MakeAnchor(2, "t")), kOk);
   log_.Close();
   EXPECT_EQ(BytesOf(LogPath()), "M:1:t:a\nM:2:t:b\n");

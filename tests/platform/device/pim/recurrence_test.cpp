@@ -33,7 +33,7 @@ std::string Text(int32_t day) {
 std::string FirstDays(const Recurrence& recurrence, size_t count) {
   std::string text;
   int32_t day = recurrence.start - 40;
-  for (size_t found = 0; found < count && day < recurrence.start + 20000; ++day) {
+  for (size_t found = 0; found < count && day < recurrence.start + 9000; ++day) {
     if (!HasOccurrence(recurrence, day)) continue;
     text += (found++ == 0 ? "" : " ") + Text(day);
   }
