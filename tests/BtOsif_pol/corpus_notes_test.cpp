@@ -34,7 +34,7 @@ struct ExpectedNote {
   std::string summary = kAbsent;
   std::string categories = kAbsent;
   std::string class_ = kAbsent;
-  std::string luid;
+  std::string luid = {};
 };
 
 struct CorpusFile {

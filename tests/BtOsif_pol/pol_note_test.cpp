@@ -26,6 +26,15 @@ TEST_F(PolNote, IsAnInkDocumentUnderItsName) {
   EXPECT_EQ(TextOf("Shopping.pwi"), u"Apples\r\nBread");
 }
 
+// The control takes a text and gives a document in blocks.
+TEST_F(PolNote, OfManyBlocksIsKeptWhole) {
+  std::u16string text;
+  for (char16_t number = 0; number < 20000; ++number)
+    text += static_cast<char16_t>(0x4E00 + number);
+  Add(u"Long", text);
+  EXPECT_EQ(TextOf("Long.pwi"), text);
+}
+
 TEST_F(PolNote, KeepsItsWholeNameAsItsIdWhenTheFileNameLosesCharacters) {
   EXPECT_EQ(Add(u"a/b:c?", u"text"), "a/b:c?");
   EXPECT_THAT(Files(), ElementsAre("abc.pwi"));

@@ -241,6 +241,20 @@ TEST_F(Settings, ACharsetOf259CharactersFits) {
   EXPECT_STREQ(Read().defaultInputCharset, "");
 }
 
+TEST_F(Settings, OfMoreThanTheirBytesAreNotRead) {
+  const std::u16string text(262, u'c');
+  for (const char16_t* name : {u"DefaultInputCharset", u"DefaultOutputCharset"}) {
+    SetValue(kGeneral, name, REG_SZ, text.data(), 521);
+  }
+  EXPECT_STREQ(Read().defaultInputCharset, "");
+  EXPECT_STREQ(Read().defaultOutputCharset, "");
+}
+
+TEST_F(Settings, ThatEndWithHalfACharacterHaveAReplacementForIt) {
+  SetSetting(u"DefaultInputCharset", u"x\xD83D");
+  EXPECT_STREQ(Read().defaultInputCharset, "x\xEF\xBF\xBD");
+}
+
 TEST_F(Settings, ADllNameOf259CharactersFits) {
   SetSetting(u"DefaultStatusDll", std::u16string(259, u'd'));
   EXPECT_EQ(std::u16string(Read().defaultStatusDll), std::u16string(259, u'd'));

@@ -350,6 +350,8 @@ TEST_F(Trace, NumbersAreFormattedAsPrintfDoes) {
   EXPECT_EQ(Text("%4.4d %.3d", 7, 7), "0007 007");
   EXPECT_EQ(Text("[%*d] [%-*d] [%*d]", 5, 42, 5, 42, -5, 42), "[   42] [42   ] [42   ]");
   EXPECT_EQ(Text("%.*d", 4, 42), "0042");
+  EXPECT_EQ(Text("[%12d] [%.11d] [%-13s]", 7, 7, "x"),
+            "[           7] [00000000007] [x            ]");
 }
 
 TEST_F(Trace, LengthModifiersTakeTheirArguments) {

@@ -398,6 +398,27 @@ TEST_F(DefaultCodePage, FollowsTheLocale) {
   }
 }
 
+TEST_F(DefaultCodePage, IsThatOfTheCodesetWhateverItsSpelling) {
+  // The pages of ISO 8859 are numbered from 28590 on.
+  for (const UINT part : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 15u}) {
+    const TempEnvironment lang("LANG", ("xx_XX.ISO-8859-" + std::to_string(part)).c_str());
+    EXPECT_EQ(GetACP(), 28590 + part);
+  }
+  for (const UINT page :
+       {852u, 866u, 949u, 1250u, 1251u, 1252u, 1253u, 1254u, 1255u, 1256u, 1257u, 1258u}) {
+    const TempEnvironment lang("LANG", ("xx_XX.CP" + std::to_string(page)).c_str());
+    EXPECT_EQ(GetACP(), page);
+  }
+  for (const Locale& locale :
+       {Locale{"ko_KR.euckr", 51949}, Locale{"ja_JP.SJIS", 932}, Locale{"ja_JP.Shift_JIS", 932},
+        Locale{"ja_JP.Windows-31J", 932}, Locale{"zh_CN.GB2312", 936}, Locale{"zh_CN.eucCN", 936},
+        Locale{"zh_CN.GBK", 936}, Locale{"th_TH.TIS-620", 874}, Locale{"pl_PL.IBM852", 852},
+        Locale{"ru_RU.IBM866", 866}, Locale{"xx_XX.ANSI_X3.4-1968", 1252}}) {
+    const TempEnvironment lang("LANG", locale.name);
+    EXPECT_EQ(GetACP(), locale.code_page) << locale.name;
+  }
+}
+
 TEST_F(DefaultCodePage, WithoutALocaleIsTheWesternOne) { EXPECT_EQ(GetACP(), 1252u); }
 
 TEST_F(DefaultCodePage, TheVariablesCountInPosixOrder) {

@@ -34,6 +34,22 @@ std::u16string Digits(int number) {
   return {digits.begin(), digits.end()};
 }
 
+TEST_F(Registry, MakesEveryParentOfAKeyAlsoWhereNamesHaveOneLetter) {
+  CreateKey(u"a\\b\\c\\d");
+  HKEY key = nullptr;
+  for (const char16_t* path : {u"a", u"a\\b", u"a\\b\\c", u"a\\b\\c\\d"}) {
+    EXPECT_EQ(Open(path, &key), ERROR_SUCCESS);
+  }
+}
+
+TEST_F(Registry, TakesValuesOfAMegabyteAndNoLonger) {
+  const HKEY key = CreateKey(u"Software\\Test");
+  const std::vector<BYTE> bytes((1 << 20) + 1, 0x5A);
+  EXPECT_EQ(RegSetValueExW(key, u"Large", 0, REG_BINARY, bytes.data(), 1 << 20), ERROR_SUCCESS);
+  EXPECT_EQ(RegSetValueExW(key, u"Large", 0, REG_BINARY, bytes.data(), (1 << 20) + 1),
+            ERROR_INVALID_PARAMETER);
+}
+
 TEST_F(Registry, OpeningAMissingKeyGivesFileNotFoundAndNoHandle) {
   HKEY key = HKEY_LOCAL_MACHINE;
   EXPECT_EQ(Open(u"Software\\Nowhere", &key), 2);
