@@ -12,10 +12,8 @@ namespace pol_calendar_test {
 namespace {
 
 using namespace support;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 using testing::Pair;
 using testing::SizeIs;
 

@@ -196,7 +196,7 @@ TEST_F(ChangeLog, WithGarbageAndLongLinesIsOpenedWithoutHarm) {
   for (const std::string& bytes :
        {std::string("garbage\n"), std::string(1 << 20, 'z') + "\n", std::string(1 << 20, '\0'),
         "M:1:20050314T101500Z:" + long_id + "\n", std::string("M:99999999999999999999:t:a\n"),
-        std::string("\n\n\n"), std::string("\xFF\xFE:1:t:\0\n", 10)}) {
+        std::string("\n\n\n"), std::string("\xFF\xFE:1:t:\0\n", 9)}) {
     PutBytes(ContactLog(), bytes);
     EXPECT_EQ(Open(), kOk);
     EXPECT_EQ(Close(), kOk);

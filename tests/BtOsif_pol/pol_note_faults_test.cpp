@@ -21,7 +21,6 @@ namespace {
 
 using namespace support;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 // ---- Names ------------------------------------------------------------------------------------------
 
