@@ -12,7 +12,6 @@ namespace {
 
 using support::CreateKey;
 using support::Get;
-using support::SetNumber;
 using support::SetSetting;
 using support::SetText;
 using support::SetValue;

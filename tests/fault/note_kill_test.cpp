@@ -19,7 +19,6 @@ namespace {
 using fault::KillPlace;
 using fault::RunAndKill;
 using fault::SharedWithChild;
-using support::Note;
 
 using Notes = std::map<std::string, std::u16string>;  // texts by name
 

@@ -8,7 +8,6 @@ namespace {
 using namespace support;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr HRESULT kFailed = MAPI_E_CALL_FAILED;
 

@@ -15,16 +15,13 @@ namespace vcalendar_writer_test {
 namespace {
 
 using support::BytesWritten;
-using support::CalendarText;
 using support::Lines;
 using support::MakeValue;
 using support::ReadCalendarOutcome;
 using support::ReadCalendars;
 using support::TraceReceiver;
-using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
 

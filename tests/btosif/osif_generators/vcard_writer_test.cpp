@@ -23,7 +23,6 @@ using support::MakeValue;
 using support::TraceReceiver;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 
 class VCardWriter : public support::TextTest {

@@ -10,11 +10,9 @@ namespace vcalendar_reader_limits_test {
 namespace {
 
 using namespace support;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-using testing::StartsWith;
 
 class VCalendarReaderLimits : public TextTest {
  protected:

@@ -25,7 +25,6 @@ using support::ReadItem;
 using support::Repeated;
 using support::TodoText;
 using support::TraceReceiver;
-using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;

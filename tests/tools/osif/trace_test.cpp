@@ -9,9 +9,7 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::Not;
-using testing::SizeIs;
 using testing::StartsWith;
 
 const char kUnknown[] = "OSIF:  Warning - Parser encountered unknown property: '";

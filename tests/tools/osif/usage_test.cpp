@@ -4,7 +4,6 @@ namespace command_test::usage_test {
 namespace {
 
 using testing::HasSubstr;
-using testing::Not;
 
 class CommandUsage : public CommandTest {};
 
