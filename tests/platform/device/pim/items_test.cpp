@@ -1,5 +1,8 @@
 #include "platform/device/pim/items.h"
 
+#include <sqlite3.h>
+
+#include "platform/device/database.h"
 #include "tests/platform/device/pim/calendar_fixture.h"
 
 namespace items_test {
@@ -28,6 +31,17 @@ TEST_F(PimItems, AreInTheOrderOfTheirIds) {
   EXPECT_LT(first, second);
   EXPECT_LT(second, third);
   EXPECT_EQ(Oids(*Items()), (std::vector<LONG>{first, second, third}));
+}
+
+// Programs see ids as signed 32-bit numbers.
+TEST_F(PimItems, HaveIdsOf31BitsAndNoneBeyond) {
+  SaveContact({});
+  ASSERT_EQ(device::OpenDatabase()->Execute(
+                "UPDATE sqlite_sequence SET seq = 2147483646 WHERE name = 'pim_objects'"),
+            SQLITE_OK);
+  EXPECT_EQ(SaveContact({}), 2147483647);
+  EXPECT_TRUE(FAILED(NewContact()->Save()));
+  EXPECT_EQ(CountOf(*Items()), 2);
 }
 
 TEST_F(PimItems, GiveTheContactItself) {
