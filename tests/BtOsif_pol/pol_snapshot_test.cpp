@@ -498,7 +498,7 @@ TEST_F(ObjectLog, WithGarbageAndLongLinesAndNumbersThatRunOverIsReadWithoutHarm)
   std::string bytes = "00000001:10\n" + std::string(1 << 20, 'z') + "\n";
   bytes += std::string(600, 'f') + ":1\n";
   bytes += "00000002:" + std::string(400, '9') + "\n";
-  bytes += std::string("\0\0:\0\xFF\xFE\n", 8);
+  bytes += std::string("\0\0:\0\xFF\xFE\n", 7);
   bytes += "-1:5\n00000003:30\n";
   Read(bytes);
   uint32_t checksum = 0;

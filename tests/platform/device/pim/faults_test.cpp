@@ -1,10 +1,12 @@
 // What the PIM store does when writing fails, programs share the device, or one is killed.
 
+#include <filesystem>
 #include <set>
 
 #include "platform/device/pim/objects.h"
 #include "tests/platform/device/other_process.h"
 #include "tests/platform/device/pim/calendar_fixture.h"
+#include "tests/support/full_disk.h"
 
 namespace pim_faults_test {
 namespace {
@@ -59,6 +61,20 @@ class PimFaults : public PimTest {
 
   LONG stored_ = 0;
 };
+
+// What a statement changes stays in memory until the commit.
+TEST_F(PimFaults, ASaveWhoseCommitFailsHasSavedNothing) {
+  SaveLee();
+  ComPtr<IContact> created = NewContact({{&IContact::put_LastName, u"Ray"}});
+  {
+    const support::FullDisk full(std::filesystem::file_size(device::Folder() + "/device.db-wal"));
+    EXPECT_TRUE(FAILED(created->Save()));
+    EXPECT_EQ(Oid(*created), 0);
+  }
+  EXPECT_EQ(Count(), 1);
+  EXPECT_EQ(created->Save(), S_OK);
+  EXPECT_EQ(Count(), 2);
+}
 
 TEST_F(PimFaults, AReadOnlyDatabaseRefusesEveryChange) {
   SaveLee();
