@@ -312,8 +312,9 @@ class MapiAddList : public OpenFakeMapiTest, public testing::WithParamInterface<
  protected:
   static std::vector<FakeRecipient> Recipients(LONG type) {
     std::vector<FakeRecipient> recipients;
-    for (const std::u16string& address : GetParam().addresses)
+    for (const std::u16string& address : GetParam().addresses) {
       recipients.push_back({type, address});
+    }
     return recipients;
   }
 };

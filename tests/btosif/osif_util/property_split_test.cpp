@@ -117,7 +117,7 @@ TEST(SplitPropertyRoom, AParameterTextOfAMegabyteIsCut) {
 std::string Stripped(std::string text) {
   char* same = StripBlanks(text.data());
   EXPECT_EQ(same, text.data());
-  return text.c_str();
+  return same;
 }
 
 TEST(StripBlanks, RemovesEveryBlankAndTabAnywhere) {

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <string>
 
+#include "tests/support/bytes.h"
+
 namespace quoted_printable_test {
 namespace {
 
@@ -125,7 +127,7 @@ TEST(QuotedPrintable, DecodesIntoItsRoomOnly) {
 }
 
 TEST(QuotedPrintable, DecodesMegabytes) {
-  EXPECT_EQ(QuotedPrintableDecode(std::string(15000000, '=')).size(), 5000000u);
+  EXPECT_EQ(QuotedPrintableDecode(support::Repeated("=", 15'000'000)).size(), 5000000u);
 }
 
 }  // namespace

@@ -433,7 +433,10 @@ INSTANTIATE_TEST_SUITE_P(
         HostileFile{"NestedCalendars", kBegin + Repeated(kBegin, 10'000) + Repeated(kEnd, 10'001),
                     kCalendarRefused},
         HostileFile{"NoItem", Calendar(""), kCalendarRefused},
-        HostileFile{"Binary", std::string("\x00\x01\xFF\xFE\x00BEGIN:VCALENDAR\r\n", 22),
+        HostileFile{"Binary",
+                    std::string("\x00\x01\xFF\xFE\x00"
+                                "BEGIN:VCALENDAR\r\n",
+                                22),
                     kNoObject}),
     NameOfHostile);
 

@@ -430,7 +430,11 @@ INSTANTIATE_TEST_SUITE_P(
             Wrapped({}, Repeated("BEGIN:VENV\r\n", 10'000) + Repeated("END:VENV\r\n", 10'000)),
             kRefused},
         HostileFile{"NestedMessages", Wrapped({}, Message("INBOX", "Lost")), kRefused},
-        HostileFile{"Binary", std::string("\x00\x01\xFF\xFE\x00BEGIN:VMSG\r\n", 17), kNoObject}),
+        HostileFile{"Binary",
+                    std::string("\x00\x01\xFF\xFE\x00"
+                                "BEGIN:VMSG\r\n",
+                                17),
+                    kNoObject}),
     NameOfHostile);
 
 TEST_F(CommandMessage, AMessageOfTenThousandPartsKeepsTheTextOfItsFirst) {

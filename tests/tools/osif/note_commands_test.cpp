@@ -290,7 +290,11 @@ INSTANTIATE_TEST_SUITE_P(
                     kNoEnd},
         HostileFile{"DeepNestingOpen", kOpenNote + Repeated("BEGIN:X\r\n", 100'000), kNoEnd},
         HostileFile{"ZeroBytes", kOpenNote + std::string(100'000, '\0'), kNoEnd},
-        HostileFile{"Binary", std::string("\x00\x01\xFF\xFE\x00BEGIN:VNOTE\r\n", 18), kNoObject}),
+        HostileFile{"Binary",
+                    std::string("\x00\x01\xFF\xFE\x00"
+                                "BEGIN:VNOTE\r\n",
+                                18),
+                    kNoObject}),
     NameOfHostile);
 
 TEST_F(CommandNote, ABodyOfAMillionBytesAndNestedObjectsDoNotHinderANote) {
