@@ -31,10 +31,11 @@ std::string ParameterValue(std::string_view text, const char* delimiters) {
 // The length of a quoted text that the text begins with, its quotes included; a backslash protects what follows.
 size_t QuotedLength(std::string_view text) {
   for (size_t i = 1; i < text.size(); ++i) {
-    if (text[i] == '\\')
+    if (text[i] == '\\') {
       ++i;
-    else if (text[i] == '"')
+    } else if (text[i] == '"') {
       return i + 1;
+    }
   }
   return text.size();
 }

@@ -33,8 +33,9 @@ std::optional<User> UserOf(WideView folder) {
   char line[kLineRoom];
   User user;
   if (FILE_ReadLine(line, file) != 0) return std::nullopt;
-  if (std::sscanf(line, "%" SCNu32 ":%" SCNu32, &user.process, &user.hold) != 2)
+  if (std::sscanf(line, "%" SCNu32 ":%" SCNu32, &user.process, &user.hold) != 2) {
     return std::nullopt;
+  }
   return user;
 }
 

@@ -46,7 +46,7 @@ static_assert(offsetof(FirstChunk, value) % kHeapAlignment != 0);
 constexpr size_t kUsualRoom = 200;
 
 // Room of the chunks after the first, unless more is needed at once: each is twice the one before, up to this.
-constexpr size_t kMostRoom = 64 * 1024;
+constexpr size_t kMostRoom = size_t{64} * 1024;
 
 bool IsInChunk(const PropertyValue& value) {
   return reinterpret_cast<uintptr_t>(&value) % kHeapAlignment != 0;

@@ -129,17 +129,20 @@ TEST_P(MapiDateLocal, IsLocalWithoutAZone) {
 
 INSTANTIATE_TEST_SUITE_P(
     Forms, MapiDateLocal,
-    testing::Values(
-        DateCase{"Wed, 02 Jan 2002 10:11:12", kMorning},
-        DateCase{"2 Jan 2002 10:11", kMorning - 12}, DateCase{"20020102T101112", kMorning},
-        DateCase{"20020102", kMorning - 10 * kHour - 11 * kMinute - 12},
-        // The extended form is read up to its hour.
-        DateCase{"2002-01-02T10:11:12", kMorning - 11 * kMinute - 12},
-        DateCase{"2002-01-02T10:11:12Z", kMorning - 11 * kMinute - 12},
-        DateCase{"2002-01-02", kMorning - 10 * kHour - 11 * kMinute - 12},
-        // The legacy form.
-        DateCase{"Jan 2 10:11:12 2002", kMorning}, DateCase{" Jan 2 10:11:12 2002 ", kMorning},
-        DateCase{" 20020102T101112", kMorning}, DateCase{"Wed, Jan 2 10:11:12 2002", kMorning}));
+    testing::Values(DateCase{"Wed, 02 Jan 2002 10:11:12", kMorning},
+                    DateCase{"2 Jan 2002 10:11", kMorning - 12},
+                    DateCase{"20020102T101112", kMorning},
+                    DateCase{"20020102", kMorning - 10 * kHour - 11 * kMinute - 12},
+                    // The extended form is read up to its hour.
+                    DateCase{"2002-01-02T10:11:12", kMorning - 11 * kMinute - 12},
+                    DateCase{"2002-01-02T10:11:12Z", kMorning - 11 * kMinute - 12},
+                    DateCase{"2002-01-02", kMorning - 10 * kHour - 11 * kMinute - 12},
+                    // The legacy form.
+                    DateCase{"Jan 2 10:11:12 2002", kMorning},
+                    DateCase{" Jan 2 10:11:12 2002 ", kMorning},
+                    DateCase{" 20020102T101112", kMorning}, DateCase{"20020102T101112 ", kMorning},
+                    DateCase{"2 Jan 2002 10:11 ", kMorning - 12},
+                    DateCase{"Wed, Jan 2 10:11:12 2002", kMorning}));
 
 TEST_F(MapiDate, FollowsTheZonesRulesForTheDateInQuestion) {
   // In summer two hours before UTC; 1 July 2002, 12:00:00 UTC is 1025524800.

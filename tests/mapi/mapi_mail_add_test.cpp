@@ -171,6 +171,17 @@ TEST_F(MapiAdd, AnIdThatCannotBeHadIsAnErrorOfTheStore) {
   EXPECT_EQ(mapi_.Live("message"), 0);
 }
 
+TEST_F(MapiAdd, AMessageWithoutAnIdIsAnErrorOfTheStore) {
+  mapi_.gives_no_ids = true;
+  MailRecord record;
+  MailId id;
+  EXPECT_EQ(Code(MAPI_AddMail(*record, id.text)), OSIF_ERR_PIM);
+  EXPECT_THAT(Trace(),
+              ElementsAre("MAPI:  MAPI_AddMail() Folder:",
+                          "MAPI:  lpMessage->GetProps(PR_ENTRYID) failed with code: 0x00000000",
+                          "       MAPI_AddMail() returns 14"));
+}
+
 TEST_F(MapiAdd, AMessageThatCannotBeSavedIsAnErrorOfTheStore) {
   mapi_.Fail("message.SaveChanges", kFailed);
   MailRecord record;

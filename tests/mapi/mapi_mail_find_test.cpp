@@ -76,7 +76,10 @@ TEST_F(MapiFind, AsksTheStoreToLookForAMessageWithADateWhereNothingIsTraced) {
   EXPECT_THAT(mapi_.Calls(),
               ElementsAre("folder.GetContentsTable(F1)",
                           "contents.SetColumns(37001F,E060040,FFF0102)", "contents.SeekRow(0,0)",
-                          "contents.Restrict()", "contents.QueryRows(50)", "~contents"));
+                          "contents.Restrict(E060040=29463413.3456458752,37001F=Lunch)",
+                          "contents.QueryRows(50)", "~contents"));
+  EXPECT_EQ(Find(""), "-");
+  EXPECT_THAT(mapi_.Calls(), Contains("contents.Restrict(E060040=29463413.3456458752)"));
   EXPECT_EQ(Find("Lunch", ""), "-");
   EXPECT_EQ(mapi_.Count("contents.Restrict"), 0);
 }

@@ -10,9 +10,29 @@
 #include <cstring>
 
 #include "platform/device/mail/session.h"
+#include "tests/support/files.h"
 
 namespace support {
 namespace {
+
+// The properties that rows must have, each with its value; "?" for any other kind of restriction.
+std::string Shown(const SRestriction& restriction) {
+  if (restriction.rt != RES_AND) return "?";
+  std::string text;
+  const SAndRestriction& all = restriction.res.resAnd;
+  for (ULONG i = 0; i < all.cRes; ++i) {
+    const SPropertyRestriction& part = all.lpRes[i].res.resProperty;
+    if (all.lpRes[i].rt != RES_PROPERTY || part.relop != RELOP_EQ) return "?";
+    if (part.lpProp->ulPropTag != part.ulPropTag) return "?";
+    const FakeValue value = FromMapi(*part.lpProp);
+    const bool is_time = PROP_TYPE(part.ulPropTag) == PT_SYSTIME;
+    const std::string shown = is_time ? std::to_string(value.time.dwHighDateTime) + "." +
+                                            std::to_string(value.time.dwLowDateTime)
+                                      : Narrow(value.text);
+    text += (i == 0 ? "" : ",") + HexNumber(part.ulPropTag) + "=" + shown;
+  }
+  return text;
+}
 
 // Reference counting; an object of the fake answers to no other interface.
 template <typename Interface>
@@ -68,8 +88,8 @@ class FakeTable final : public FakeMapiObject<IMAPITable> {
     return S_OK;
   }
   // As stores do that cannot.
-  HRESULT Restrict(LPSRestriction, ULONG) override {
-    mapi().Call(Name("Restrict"));
+  HRESULT Restrict(LPSRestriction restriction, ULONG) override {
+    mapi().Call(Name("Restrict"), Shown(*restriction));
     return MAPI_E_TOO_COMPLEX;
   }
   HRESULT QueryRows(LONG count, ULONG, LPSRowSet* rows) override {
@@ -212,7 +232,7 @@ class FakeMessage final : public FakeMapiObject<IMessage> {
 
  private:
   FakeValue ValueOf(ULONG tag) const {
-    if (tag == PR_ENTRYID) return FakeValue::Bytes(tag, mail_->id);
+    if (tag == PR_ENTRYID && !mapi().gives_no_ids) return FakeValue::Bytes(tag, mail_->id);
     const auto found = mail_->values.find(PROP_ID(tag));
     return found == mail_->values.end() ? Missing(tag) : found->second;
   }

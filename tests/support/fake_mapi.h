@@ -105,8 +105,9 @@ class FakeMapi {
   std::optional<FakeError> error;        // null when GetLastError has nothing to tell
   SCODE problem = S_OK;                  // of every property that is set from now on
   bool gives_no_rows = false;            // QueryRows succeeds with null
-  bool gives_no_values = false;          // GetProps of a message succeeds with 0 values and null
-  bool gives_empty_values = false;      // GetProps of a message succeeds with 0 values and an array
+  bool gives_no_ids = false;        // a message has no entry id: it comes back under another type
+  bool gives_no_values = false;     // GetProps of a message succeeds with 0 values and null
+  bool gives_empty_values = false;  // GetProps of a message succeeds with 0 values and an array
   std::optional<uint64_t> stated_size;  // what Stat says instead of the truth
   // A row of the recipient table instead of the true ones.
   std::optional<FakeValues> recipient_row_form;

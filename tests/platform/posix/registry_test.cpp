@@ -309,7 +309,7 @@ TEST_F(RegistryOfTwo, AnyNumberOfQuestionsIsAnsweredRightly) {
 TEST_F(RegistryOfTwo, AValueIsAsLongAsItIs) {
   for (const size_t size : {size_t{0}, size_t{1023}, size_t{1024}, size_t{1025}, size_t{100000}}) {
     const std::u16string text(size, u'x');
-    SetText(u"Key", u"Value", text.c_str());
+    SetText(u"Key", u"Value", text);
     const size_t stored = Get(u"Key", u"Value").bytes.size();
     EXPECT_EQ(stored, (size + 1) * sizeof(WCHAR));
     EXPECT_EQ(Get(u"Key", u"Value").bytes.size(), stored);

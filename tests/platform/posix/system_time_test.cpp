@@ -259,7 +259,7 @@ TEST(LocalTimes, EveryQuarterOfAnHourOfAYearLeadsBack) {
     const TempEnvironment environment("TZ", zone.name);
     int differing = 0;
     const uint64_t start = Ticks(At("2005-01-01T00:00:00"));
-    for (uint64_t quarter = 0; quarter < 365u * 96; ++quarter) {
+    for (uint64_t quarter = 0; quarter < uint64_t{365} * 96; ++quarter) {
       const FILETIME utc = FromTicks(start + quarter * 900 * 10'000'000);
       FILETIME local{};
       FILETIME back{};

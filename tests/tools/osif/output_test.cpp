@@ -521,7 +521,7 @@ TEST_F(CommandOutput, AFileOfFiveGigabytesWithoutAnObjectIsRefusedInLittleMemory
 TEST_F(CommandOutput, ALineOfMoreThan64MegabytesIsRefusedBeforeAnythingIsStored) {
   const std::string file =
       Write("long.vcf", Card({"N:Lee;Ann"}) + "BEGIN:VCARD\r\nVERSION:2.1\r\nNOTE:" +
-                            std::string(64 * 1024 * 1024, 'x') + "\r\n");
+                            std::string(67'108'864, 'x') + "\r\n");
   for (const Lines& arguments : {Lines{"receive", file}, Lines{"receive", "--each", file}}) {
     const Outcome outcome = Osif(arguments);
     EXPECT_EQ(outcome.status, 1);

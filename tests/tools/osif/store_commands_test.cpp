@@ -14,7 +14,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::MatchesRegex;
-using testing::Not;
 using testing::SizeIs;
 
 class CommandStore : public CommandTest {};

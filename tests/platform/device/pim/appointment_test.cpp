@@ -85,7 +85,7 @@ TEST_P(PimAppointmentText, CanBeEmptiedAgain) {
 
 TEST_F(PimAppointment, KeepsANoteOfFiveMegabytesWhole) {
   std::u16string note;
-  while (note.size() < 5 * 1024 * 1024) note += u"Stra\u00DFe \u4E2D\u6587 \U0001F600\r\n";
+  while (note.size() < 5'242'880) note += u"Stra\u00DFe \u4E2D\u6587 \U0001F600\r\n";
   ComPtr<IAppointment> appointment = NewAppointment();
   EXPECT_EQ(Put(*appointment, &IAppointment::put_Body, note), S_OK);
   EXPECT_TRUE(Get(*SavedAndLoaded(*appointment), &IAppointment::get_Body) == note);

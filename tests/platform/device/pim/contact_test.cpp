@@ -151,7 +151,7 @@ TEST_F(PimContact, KeepsNothingInTheColumnsOfWhatItHasNoValueFor) {
 
 TEST_F(PimContact, KeepsANoteOfFiveMegabytesWhole) {
   std::u16string note;
-  while (note.size() < 5 * 1024 * 1024) note += u"Stra\u00DFe \u4E2D\u6587 \U0001F600\r\n";
+  while (note.size() < 5'242'880) note += u"Stra\u00DFe \u4E2D\u6587 \U0001F600\r\n";
   EXPECT_TRUE(Get(*Load(SaveContact({{&IContact::put_Body, note}})), &IContact::get_Body) == note);
 }
 

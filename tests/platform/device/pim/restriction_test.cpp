@@ -12,7 +12,6 @@ namespace restriction_test {
 namespace {
 
 using device::Comparison;
-using device::ComparisonOperator;
 using device::kMaxRestrictionComparisons;
 using device::kMaxRestrictionDepth;
 using device::ParseDecimal;
