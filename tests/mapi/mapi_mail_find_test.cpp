@@ -420,6 +420,19 @@ TEST_F(MapiFindDateless, AMessageThatCannotBeReadIsNotTakenForTheSame) {
   EXPECT_EQ(mapi_.Live("stream"), 0);
 }
 
+TEST_F(MapiFindDateless, WhatIsNoMessageIsNotTakenForOne) {
+  Keep("\x01", u"ann", u"At one?").type = MAPI_FOLDER;
+  Keep("\x02", u"ann", u"At one?");
+  EXPECT_EQ(Find("ann", "At one?"), "02");
+}
+
+TEST_F(MapiFindDateless, AMessageThatGivesNoPropertiesIsNotTakenForOneWithoutASender) {
+  Keep("\x01", u"", u"At one?");
+  EXPECT_EQ(Find("", "At one?"), "01");
+  mapi_.gives_empty_values = true;
+  EXPECT_EQ(Find("", "At one?"), "-");
+}
+
 TEST_F(MapiFindDateless, AMessageWithADateIsNotOpenedForIt) {
   mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
   MailRecord record;
@@ -454,6 +467,13 @@ TEST_F(MapiFind, TheSameMomentInAnotherZoneMatches) {
 TEST_F(MapiFind, AnIdIsTheEntryIdInUpperCaseHexadecimalDigits) {
   mapi_.Keep(mapi_.inbox, {"\x00\x0F\xAB\xcd\xFF", 5}, Mail(u"Lunch"));
   EXPECT_EQ(Find("Lunch"), "000FABCDFF");
+}
+
+TEST_F(MapiFind, AMessageWithoutAnIdIsNotFound) {
+  mapi_.Keep(mapi_.inbox, "\x01", Mail(u"Lunch"));
+  mapi_.gives_no_ids = true;
+  EXPECT_EQ(Find("Lunch"), "-");
+  EXPECT_THAT(Trace(), ElementsAre(Asked("Lunch"), Row(1, "Lunch")));
 }
 
 TEST_F(MapiFind, AnIdMayFillTheWholeRoom) {

@@ -312,7 +312,7 @@ class FakeFolder final : public FakeMapiObject<IMAPIFolder> {
     for (ULONG tag : {PR_SUBJECT, PR_MESSAGE_DELIVERY_TIME}) {
       row.push_back(mail.Has(tag) ? mail.values.at(PROP_ID(tag)) : Missing(tag));
     }
-    row.push_back(FakeValue::Bytes(PR_ENTRYID, mail.id));
+    if (!mapi().gives_no_ids) row.push_back(FakeValue::Bytes(PR_ENTRYID, mail.id));
     return row;
   }
 
