@@ -100,6 +100,14 @@ INSTANTIATE_TEST_SUITE_P(Folders, CommandMessageFolder,
                                          FolderCase{"OutBox", "msg-out"}, FolderCase{"", "msg-in"},
                                          FolderCase{"DRAFTS", "msg-in"}));
 
+TEST_F(CommandMessage, AnIdMayBeGivenInSmallLettersToo) {
+  const std::string id = Store(Message("INBOX", "Lunch")).at(0);
+  std::string small = id;
+  for (char& c : small) c = c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c;
+  EXPECT_NE(small, id) << "an id without letters tells nothing";
+  EXPECT_EQ(Sent("msg-in", small), Sent("msg-in", id));
+}
+
 TEST_F(CommandMessage, ReceiveUpdatesTheMessageOfTheSameDateAndSubjectInItsFolder) {
   const Lines ids = Store(Message("INBOX", "Lunch"));
   const Outcome outcome = Receive(Message("INBOX", "Lunch", "Bye"));

@@ -295,6 +295,8 @@ TEST_F(CommandStore, ChangesSinceATimeAreThoseBehindIt) {
   EXPECT_THAT(Osif({"changes", "pb", "--since-time", "29990101T000000Z"}).OutLines(), SizeIs(0));
   EXPECT_THAT(Osif({"changes", "pb", "--since-time", "20000101"}).OutLines(), SizeIs(1));
   EXPECT_THAT(Osif({"changes", "pb", "--since-time", "29990101T000000"}).OutLines(), SizeIs(0));
+  EXPECT_THAT(Osif({"changes", "pb", "--since-time", "20001231T235959Z"}).OutLines(), SizeIs(1));
+  EXPECT_THAT(Osif({"changes", "pb", "--since-time", "20000229T101500"}).OutLines(), SizeIs(1));
 }
 
 TEST_F(CommandStore, ChangesTellsOfAGapFirst) {
