@@ -175,6 +175,19 @@ TEST_F(CommandReceive, TextOutsideOfObjectsIsReported) {
   EXPECT_THAT(Names(), ElementsAre("Ann Lee", "Ole Berg"));
 }
 
+TEST_F(CommandReceive, TellsItsFaultsInTheOrderOfTheFile) {
+  const Outcome outcome =
+      Osif({"receive", "--each",
+            Write("two.vcf", Card({"N:Lee;Ann"}) + "Dear Sir,\n" +
+                                 "BEGIN:VCARD\r\nVERSION:9\r\nN:Berg;Ole\r\nEND:VCARD\r\n")});
+  EXPECT_EQ(outcome.status, 1);
+  const size_t text = outcome.err.find("the text on line 5 belongs to no object");
+  const size_t card = outcome.err.find("object 2 (line 6)");
+  ASSERT_NE(text, std::string::npos) << outcome.err;
+  ASSERT_NE(card, std::string::npos) << outcome.err;
+  EXPECT_LT(text, card);
+}
+
 TEST_F(CommandReceive, BlankLinesBehindTheLastCardAreNothingToSpeakOf) {
   const std::string file = Write("end.vcf", Card({"N:Lee;Ann"}) + "\r\n \r\n\t\n");
   const Outcome outcome = Osif({"receive", file});

@@ -95,12 +95,13 @@ TEST_F(CommandStore, DeleteDeletesEachIdOnceHoweverItIsWritten) {
 
 TEST_F(CommandStore, DeleteSaysWhichIdsAreNotThereAndDeletesNothingThen) {
   Store(Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
-  const Outcome outcome = Osif({"delete", "pb", "1", "ff", "FE", "2"});
+  const Outcome outcome = Osif({"delete", "pb", "1", "ff", "FE", "ABCDEF", "2"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.out, "");
   EXPECT_THAT(outcome.ErrLines(),
               ElementsAre("osif: pb 000000ff: The object was not found (code 6)",
                           "osif: pb 000000fe: The object was not found (code 6)",
+                          "osif: pb 00abcdef: The object was not found (code 6)",
                           "osif: nothing was deleted"));
   EXPECT_EQ(Osif({"list", "pb"}).out, "00000001  Ann Lee\n00000002  Ole Berg\n");
   EXPECT_THAT(Osif({"changes", "pb"}).OutLines(), SizeIs(2));
