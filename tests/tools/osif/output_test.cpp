@@ -343,6 +343,19 @@ TEST_F(CommandInterrupted, ReceiveSaysWhatItHasStoredAndClosesItsLogs) {
   }
 }
 
+TEST_F(CommandInterrupted, ReceiveGoesOnAtASignalThatItsCallerHasItIgnore) {
+  const std::string stem = Path("receive");
+  StandingCommand standing(stem);
+  void (*const former)(int) = std::signal(SIGHUP, SIG_IGN);
+  const pid_t child = Start(Launched({support::kCommand, "receive", "--json", Contacts()}), stem);
+  std::signal(SIGHUP, former);
+  standing.AwaitOutput();
+  ASSERT_EQ(kill(child, SIGHUP), 0);
+  standing.ReadToEnd();
+  EXPECT_EQ(WaitFor(child), 0);
+  EXPECT_EQ(Osif({"count", "pb"}).out, std::to_string(kContacts) + "\n");
+}
+
 TEST_F(CommandInterrupted, ReceiveClosesItsLogsAlsoWhenNobodyReadsItsOutputAnyMore) {
   const std::string stem = Path("receive");
   StandingCommand standing(stem);

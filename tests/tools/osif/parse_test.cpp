@@ -88,6 +88,14 @@ TEST_F(CommandParse, ARefusedFileHasItsCodeInTheLastLine) {
   EXPECT_THAT(outcome.err, HasSubstr("object 1 (line 1) was refused"));
 }
 
+TEST_F(CommandParse, EachKnowsWhichObjectAWarningIsOf) {
+  const std::string file =
+      Write("two.vcf", Card({"N:Lee;Ann", "X-A:1"}) + Card({"N:Berg;Ole", "X-A:1"}));
+  EXPECT_THAT(Osif({"parse", file}).out, HasSubstr("(here or in an object before it)"));
+  EXPECT_THAT(Osif({"parse", "--each", file}).out,
+              testing::Not(HasSubstr("(here or in an object before it)")));
+}
+
 TEST_F(CommandParse, EachShowsTheObjectsBehindARefusedOne) {
   const std::string file =
       Write("bad.vcf", Card({"N:Lee;Ann", "X-A:1"}) + kRefusedCard + "\r\n" + Card({"N:Berg;Ole"}));
