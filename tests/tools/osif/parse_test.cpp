@@ -46,6 +46,8 @@ TEST_F(CommandParse, RawBytesAreShownAsTheCharactersOfTheirNumbers) {
   const Json fields = FieldsOf(Card({"N;CHARSET=UTF-8:M\xC3\xBCller"}));
   EXPECT_EQ(fields["n"][0]["raw"], Json::array({"M\u00C3\u00BCller"}));
   EXPECT_EQ(fields["n"][0]["components"], Json::array({"M\u00FCller"}));
+  const Json others = FieldsOf(Card({"N:a\x7E\x7F\x80\xBF\xC0\xFF"}));
+  EXPECT_EQ(others["n"][0]["raw"], Json::array({"a\x7E\x7F\xC2\x80\xC2\xBF\xC3\x80\xC3\xBF"}));
 }
 
 TEST_F(CommandParse, AComponentThatIsNotThereIsNull) {
