@@ -175,6 +175,14 @@ TEST_F(CommandReceive, TextOutsideOfObjectsIsReported) {
   EXPECT_THAT(Names(), ElementsAre("Ann Lee", "Ole Berg"));
 }
 
+TEST_F(CommandReceive, SaysWhereTheReasonsAreForAWarningAndARefusalTogether) {
+  const std::string file =
+      Write("both.vcf", Card({"N:Lee;Ann", "X-A:1"}) +
+                            "BEGIN:VCARD\r\nVERSION:9\r\nN:Berg;Ole\r\nEND:VCARD\r\n");
+  EXPECT_THAT(Osif({"receive", "--each", file}).out,
+              HasSubstr(" 1 refused; 1 with a warning (--trace shows why), anchor"));
+}
+
 TEST_F(CommandReceive, TellsItsFaultsInTheOrderOfTheFile) {
   const Outcome outcome =
       Osif({"receive", "--each",

@@ -126,6 +126,7 @@ INSTANTIATE_TEST_SUITE_P(
         WrongLine{"ThirtiethOfFebruary",
                   {"changes", "pb", "--since-time", "20260230"},
                   "\"20260230\" is no time"},
+        WrongLine{"CounterAndALetter", {"changes", "pb", "--since", "5x"}, "\"5x\" is no number"},
         WrongLine{"NegativeCounter", {"changes", "pb", "--since=-1"}, "\"-1\" is no number"},
         WrongLine{"PortTooLarge", {"trace", "--port", "70000"}, "\"70000\" is no number from 1 to"},
         WrongLine{"PortZero", {"trace", "--port", "0"}, "\"0\" is no number from 1 to 65535"},
