@@ -60,6 +60,12 @@ LONG InstanceOf(int32_t position) {
   return 0;
 }
 
+// The first group of a rule by position, when it has a position.
+const PositionGroup* FirstGroup(const MonthlyByPositionRule& rule) {
+  const PositionGroup* group = rule.groups.first();
+  return group == nullptr || group->positions.empty() ? nullptr : group;
+}
+
 bool Translate(const DailyRule& rule, IRecurrencePattern& pattern) {
   pattern.put_RecurrenceType(olRecursDaily);
   pattern.put_Interval(rule.interval);
@@ -75,7 +81,7 @@ bool Translate(const WeeklyRule& rule, IRecurrencePattern& pattern) {
 }
 
 bool Translate(const MonthlyByPositionRule& rule, IRecurrencePattern& pattern) {
-  const PositionGroup* group = rule.groups.first();  // begins with a position
+  const PositionGroup* group = FirstGroup(rule);
   if (group == nullptr) return false;
   pattern.put_RecurrenceType(olRecursMonthNth);
   pattern.put_Interval(rule.interval);
@@ -94,7 +100,7 @@ bool Translate(const MonthlyByDayRule& rule, IRecurrencePattern& pattern) {
 
 bool TranslateYearlyByPosition(LONG month, const MonthlyByPositionRule& rule,
                                IRecurrencePattern& pattern) {
-  const PositionGroup* group = rule.groups.first();  // begins with a position
+  const PositionGroup* group = FirstGroup(rule);
   if (group == nullptr) return false;
   pattern.put_RecurrenceType(olRecursYearNth);
   pattern.put_DayOfWeekMask(MaskOf(group->weekdays));

@@ -135,6 +135,7 @@ void OsifStream::LookAtNewBytes(size_t count) {
 
 OsifStream::Ahead OsifStream::ReadAhead() {
   if (file_ == nullptr) return Ahead::kEnd;
+  HandOver();
   if (end_ == room_ && !MakeRoom()) return Ahead::kNoMemory;
   const size_t count = std::fread(window_.get() + end_, 1, room_ - end_, file_.get());
   end_ += count;

@@ -11,10 +11,11 @@ void ObjectDelivery::Deliver(OsifResult object_result) {
   Clear();
 }
 
-void ObjectDelivery::ClearId() {
+void ObjectDelivery::ClearFrame() {
   if (object_->xIrmcLuid[0] != '\0') {
     std::memset(object_->xIrmcLuid, 0, sizeof object_->xIrmcLuid);
   }
+  std::memset(object_->version, 0, sizeof object_->version);
 }
 
 bool IsType(std::string_view value, std::string_view word) {

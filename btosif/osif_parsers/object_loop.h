@@ -37,8 +37,8 @@ class ObjectDelivery {
   // Releases and clears the record.
   void Clear() { FreeObject(store_id_, *object_); }
 
-  // An id belongs to one object, also where a record without lists is used again.
-  void ClearId();
+  // Clears what the kinds of objects have in common, in a record without lists.
+  void ClearFrame();
 
  private:
   int32_t store_id_;

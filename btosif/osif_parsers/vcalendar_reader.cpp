@@ -177,7 +177,7 @@ class CalendarReader {
 };
 
 OsifResult CalendarReader::Read() {
-  delivery_.ClearId();
+  delivery_.ClearFrame();
   CopyBounded(object_.version, kAssumedVersion);
   while (const PropertyRow* row = cursor_.NextRow()) Take(*row);
   return IsRead(cursor_.result()) ? Finish() : cursor_.result();

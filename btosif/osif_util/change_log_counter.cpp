@@ -137,6 +137,8 @@ bool KeptCounter::Write(const HandedOut& handed_out) {
   OsifStream file;
   const WCHAR* mode = FILE_Exists(name_.c_str()) ? u"r+b" : u"w+b";
   if (FILE_Open(file, name_.c_str(), mode) != 0) return false;
+  // A slot that could not be written must not come after all, when the file is closed.
+  FILE_DoNotBuffer(file);
   const int64_t place = slot.number % 2 == 1 ? 0 : int64_t{kLineLength};
   const bool is_written = FILE_Seek(file, place) == 0 && FILE_Write(file, slot.Line()) == 0 &&
                           FILE_FlushToDisk(file) == 0;

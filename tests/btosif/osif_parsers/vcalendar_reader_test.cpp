@@ -416,6 +416,22 @@ TEST_F(VCalendarReader, EachCalendarHasItsOwnVersion) {
   EXPECT_EQ(outcome.items[1].version, "1.0");
 }
 
+TEST_F(VCalendarReader, NothingOfAVersionIsLeftForTheNextCalendar) {
+  const std::string version = "0." + std::string(20, '5');
+  std::vector<char> bytes;
+  const auto keep = [](int32_t, OsifObject* object, OsifResult, void* context) -> int32_t {
+    static_cast<std::vector<char>*>(context)->assign(std::begin(object->version),
+                                                     std::end(object->version));
+    return 0;
+  };
+  OsifStream stream = OpenBytes(CalendarText(WholeEvent({}), "VERSION:" + version + "\r\n") +
+                                CalendarText(WholeEvent({}), ""));
+  VCalendar_ReadFile(stream, keep, &bytes);
+  std::vector<char> expected(sizeof OsifObject{}.version, '\0');
+  std::string_view("1.0").copy(expected.data(), 3);
+  EXPECT_EQ(bytes, expected);
+}
+
 // ---- Unknown and blank lines ----
 
 TEST_F(VCalendarReader, AnUnknownPropertyOfTheCalendarIsAWarning) {
