@@ -3,6 +3,7 @@
 #   osif_warnings   what all code of ours has to pass
 #   osif_link       what programs need that contain instrumented code
 #   osif_compiler   both, and the instrumentation itself: the product's code
+#   osif_layers     for the library's layers: what links them may optimise them as one program
 #   osif_optimise   for what is shipped or measured: optimised as one program, in release builds
 add_library(osif_warnings INTERFACE)
 target_compile_options(osif_warnings INTERFACE
@@ -31,11 +32,13 @@ if(OSIF_SANITIZE)
   target_link_options(osif_link INTERFACE -fsanitize=address,undefined)
 endif()
 
-# The objects hold code of both kinds, so that a test program need not be optimised as a whole.
+# The objects hold code of both kinds, so that programs that nobody waits for (the tests, the command, which is a
+# client of the library as it is shipped) need not be optimised as a whole.
+add_library(osif_layers INTERFACE)
 add_library(osif_optimise INTERFACE)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   set(release $<CONFIG:Release>)
-  target_compile_options(osif_compiler INTERFACE $<${release}:-flto=auto> $<${release}:-ffat-lto-objects>)
+  target_compile_options(osif_layers INTERFACE $<${release}:-flto=auto> $<${release}:-ffat-lto-objects>)
   target_link_options(osif_optimise INTERFACE $<${release}:-flto=auto> $<${release}:-O3>)
 endif()
 if(OSIF_COVERAGE)
