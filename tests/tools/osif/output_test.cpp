@@ -253,6 +253,17 @@ TEST_F(CommandOutput, ANewFileHasTheModeThatTheUsersMaskLeaves) {
   EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(Path("new.vcf")).permissions()), 0640u);
 }
 
+// The new file beside it has a short name and can be made; to take its place is what fails.
+TEST_F(CommandOutput, AFileThatCannotTakeItsPlaceIsNoSuccessAndLeavesNothingBeside) {
+  StoreTwo();
+  const std::string file = Path(std::string(256, 'x'));
+  const Outcome outcome = Osif({"export", "pb", "-o", file});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(outcome.err, "osif: " + file + ": File name too long: General failure (code 1)\n");
+  EXPECT_THAT(LeftBeside(), SizeIs(0));
+}
+
 // ---- Interruptions ------------------------------------------------------------------------------------
 
 class CommandInterrupted : public CommandOutput {
