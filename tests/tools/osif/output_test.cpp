@@ -209,6 +209,20 @@ TEST_F(CommandFullDisk, AnObjectThatTheLibraryCouldNotWriteIsNotSent) {
   EXPECT_EQ(BytesOf(file), "old");
 }
 
+// Files in memory cannot grow either.
+TEST_F(CommandOutput, AnObjectForWhichThereIsNoRoomByItselfIsNamedAndTheNextIsRead) {
+  const std::string file =
+      Write("a.vcf", Card({"N:Lee;Ann", "NOTE:" + std::string(100'000, 'x')}) + Card({"N:Berg"}));
+  const support::FullDisk full(90'000);
+  const Outcome outcome = Osif({"parse", "--each", file});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err,
+            "osif: " + file + ": object 1 (line 1): File too large: General failure (code 1)\n");
+  EXPECT_THAT(outcome.OutLines(),
+              ElementsAre("object 2 (line 6): pb, Parsing successful", "  version: 2.1",
+                          "  n: Berg", file + ": General failure"));
+}
+
 TEST_F(CommandFullDisk, ADiskWithRoomForAllIsNoHindrance) {
   const support::FullDisk almost_full(2 * size_of_one_);
   EXPECT_EQ(Osif({"export", "pb", "-o", Path("all.vcf")}).status, 0);
