@@ -39,6 +39,18 @@ TEST(TempFile, OneThatCouldNotBeMadeIsNotReadAndSaysWhy) {
   EXPECT_EQ(bytes, "as before");
 }
 
+TEST(TempFile, HoldsNothingOfWhatCannotBeReadAndSaysWhy) {
+  constexpr int kNoFile = -1;
+  TempFile file;
+  ASSERT_TRUE(file.is_open());
+  errno = 0;
+  EXPECT_FALSE(file.HoldPiece(kNoFile, 0, 1));
+  EXPECT_EQ(errno, EBADF);
+  errno = 0;
+  EXPECT_FALSE(file.HoldRest(kNoFile, 1, 1));
+  EXPECT_EQ(errno, EBADF);
+}
+
 TEST(TempFile, AnEmptyOneIsReadAsAnEmptyText) {
   const TempFile file;
   ASSERT_TRUE(file.is_open());
