@@ -282,6 +282,11 @@ TEST_F(CommandOutput, AFileThatCannotTakeItsPlaceIsNoSuccessAndLeavesNothingBesi
 
 class CommandInterrupted : public CommandOutput {
  protected:
+  // Whoever runs the tests in the background may have these signals ignored, and programs inherit that.
+  CommandInterrupted() {
+    for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, SIG_DFL);
+  }
+
   static constexpr int kContacts = 300;
 
   // Contacts with names so long that their lines fill a pipe.
