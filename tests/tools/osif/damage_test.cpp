@@ -1,10 +1,12 @@
 // Damage inside a large database, which opening it does not find; and devices that other programs use.
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
 #include "tests/tools/osif/command_fixture.h"
+#include "tools/osif/attempts.h"
 
 namespace command_test::damage_test {
 namespace {
@@ -115,6 +117,17 @@ TEST_F(CommandDamage, OfTheContactsIsTold) {
                      {"anchor", "pb"},
                      {"delete", "pb", "00000001"},
                      {"receive", cards_}});
+}
+
+// The store might have been read while another program deleted an item.
+TEST_F(CommandDamage, AChangeLogIsOpenedAgainBeforeItsStoreCountsAsUnreadable) {
+  Damage("pim_contacts");
+  const Lines trace = Osif({"anchor", "pb", "--trace"}).ErrLines();
+  EXPECT_EQ(std::ranges::count_if(trace,
+                                  [](const std::string& line) {
+                                    return line.starts_with("OSIF:  POL_CL_Open(store_id=0, ");
+                                  }),
+            command::kOpeningAttempts);
 }
 
 TEST_F(CommandDamage, OfTheContactsIsNoAnswerToFind) {

@@ -1,6 +1,8 @@
 // Devices that cannot be used, and the settings in those that can.
 #include <sqlite3.h>
 
+#include "tests/support/registry_values.h"
+#include "tests/support/temp_device.h"
 #include "tests/tools/osif/command_fixture.h"
 
 namespace command_test::device_test {
@@ -243,6 +245,17 @@ TEST_F(CommandDevice, ASettingIsWrittenAndReadBack) {
   EXPECT_EQ(
       Osif({"settings", "LogIPAddr", "--json"}).JsonLines().at(0),
       (Json{{"name", "LogIPAddr"}, {"value", "10.1.2.3"}, {"default", "0.0.0.0"}, {"set", true}}));
+}
+
+// Its other readers may take the text up to its terminator, whatever its size is.
+TEST_F(CommandDevice, ATextIsStoredWithItsTerminator) {
+  const TempDevice device;
+  device_ = device.folder();
+  Osif({"settings", "DeviceName", "Ann"});
+  const support::Stored stored =
+      support::Get(u"Software\\Corvane\\BTConfig\\General", u"DeviceName");
+  EXPECT_EQ(stored.type, DWORD{REG_SZ});
+  EXPECT_EQ(stored.Text(), std::u16string(u"Ann\0", 4));
 }
 
 TEST_F(CommandDevice, ACharsetIsTakenInAnyCaseAndEmptyAndNativeToo) {

@@ -12,6 +12,7 @@
 
 #include "tests/support/full_disk.h"
 #include "tests/tools/osif/command_fixture.h"
+#include "tests/tools/osif/standing_command.h"
 
 namespace command_test::output_test {
 namespace {
@@ -208,6 +209,20 @@ TEST_F(CommandFullDisk, AnObjectThatTheLibraryCouldNotWriteIsNotSent) {
   EXPECT_EQ(BytesOf(file), "old");
 }
 
+// Files in memory cannot grow either.
+TEST_F(CommandOutput, AnObjectForWhichThereIsNoRoomByItselfIsNamedAndTheNextIsRead) {
+  const std::string file =
+      Write("a.vcf", Card({"N:Lee;Ann", "NOTE:" + std::string(100'000, 'x')}) + Card({"N:Berg"}));
+  const support::FullDisk full(90'000);
+  const Outcome outcome = Osif({"parse", "--each", file});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err,
+            "osif: " + file + ": object 1 (line 1): File too large: General failure (code 1)\n");
+  EXPECT_THAT(outcome.OutLines(),
+              ElementsAre("object 2 (line 6): pb, Parsing successful", "  version: 2.1",
+                          "  n: Berg", file + ": General failure"));
+}
+
 TEST_F(CommandFullDisk, ADiskWithRoomForAllIsNoHindrance) {
   const support::FullDisk almost_full(2 * size_of_one_);
   EXPECT_EQ(Osif({"export", "pb", "-o", Path("all.vcf")}).status, 0);
@@ -252,53 +267,26 @@ TEST_F(CommandOutput, ANewFileHasTheModeThatTheUsersMaskLeaves) {
   EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(Path("new.vcf")).permissions()), 0640u);
 }
 
+// The new file beside it has a short name and can be made; to take its place is what fails.
+TEST_F(CommandOutput, AFileThatCannotTakeItsPlaceIsNoSuccessAndLeavesNothingBeside) {
+  StoreTwo();
+  const std::string file = Path(std::string(256, 'x'));
+  const Outcome outcome = Osif({"export", "pb", "-o", file});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(outcome.err, "osif: " + file + ": File name too long: General failure (code 1)\n");
+  EXPECT_THAT(LeftBeside(), SizeIs(0));
+}
+
 // ---- Interruptions ------------------------------------------------------------------------------------
-
-// A command whose output goes into a pipe that soon is full: there it stands until the test reads on.
-class StandingCommand {
- public:
-  explicit StandingCommand(const std::string& stem) : out_(stem + ".out") {
-    EXPECT_EQ(mkfifo(out_.c_str(), 0600), 0);
-    // The reader comes first: without one the writer's start would wait.
-    pipe_ = open(out_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  }
-  ~StandingCommand() { Close(); }
-  StandingCommand(const StandingCommand&) = delete;
-  StandingCommand& operator=(const StandingCommand&) = delete;
-
-  // Waits until it has written something, and reads a little of it.
-  void AwaitOutput() {
-    pollfd written = {pipe_, POLLIN, 0};
-    ASSERT_EQ(poll(&written, 1, 60'000), 1);
-    fcntl(pipe_, F_SETFL, 0);
-    Read();
-  }
-
-  std::string ReadToEnd() {
-    while (Read()) continue;
-    return text_;
-  }
-
-  void Close() {
-    if (pipe_ >= 0) close(pipe_);
-    pipe_ = -1;
-  }
-
- private:
-  bool Read() {
-    char buffer[4096];
-    const ssize_t size = read(pipe_, buffer, sizeof buffer);
-    if (size > 0) text_.append(buffer, static_cast<size_t>(size));
-    return size > 0;
-  }
-
-  std::string out_;
-  int pipe_ = -1;
-  std::string text_;
-};
 
 class CommandInterrupted : public CommandOutput {
  protected:
+  // Whoever runs the tests in the background may have these signals ignored, and programs inherit that.
+  CommandInterrupted() {
+    for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, SIG_DFL);
+  }
+
   static constexpr int kContacts = 300;
 
   // Contacts with names so long that their lines fill a pipe.

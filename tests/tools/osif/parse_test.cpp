@@ -98,6 +98,17 @@ TEST_F(CommandParse, EachKnowsWhichObjectAWarningIsOf) {
               testing::Not(HasSubstr("(here or in an object before it)")));
 }
 
+TEST_F(CommandParse, AResultIsUncertainOnlyAfterAWarning) {
+  const std::string file =
+      Write("three.vcf", Card({"N:Lee"}) + Card({"N:Berg", "X-A:1"}) + Card({"N:Cruz"}));
+  EXPECT_THAT(
+      Osif({"parse", file}).OutLines(),
+      ElementsAre("object 1 (line 1): pb, Parsing successful", "  version: 2.1", "  n: Lee",
+                  "object 2 (line 5): pb, Parsing warning", "  version: 2.1", "  n: Berg",
+                  "object 3 (line 10): pb, Parsing warning (here or in an object before it)",
+                  "  version: 2.1", "  n: Cruz", file + ": OK"));
+}
+
 TEST_F(CommandParse, EachShowsTheObjectsBehindARefusedOne) {
   const std::string file =
       Write("bad.vcf", Card({"N:Lee;Ann", "X-A:1"}) + kRefusedCard + "\r\n" + Card({"N:Berg;Ole"}));
