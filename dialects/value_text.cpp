@@ -1,0 +1,260 @@
+// The old formats split a value at ";" before they take off quoted-printable, and take off backslashes after it; the
+// strict reader does so too. Each step here keeps that order, so that what is written reads as it was meant.
+#include "dialects/value_text.h"
+
+#include <algorithm>
+
+#include "btosif/osif_util/base64.h"
+#include "btosif/osif_util/quoted_printable.h"
+
+namespace dialects {
+namespace {
+
+constexpr size_t kLongestLine = 75;  // in bytes, without the line end
+
+std::string WithoutTransferEncoding(const ContentLine& line, std::string_view value) {
+  switch (EncodingOf(line)) {
+    case Encoding::kQuotedPrintable:
+      return QuotedPrintableDecode(value);
+    case Encoding::kBase64:
+      return Base64Decode(value).value_or(std::string(value));
+    case Encoding::kNone:
+      break;
+  }
+  return std::string(value);
+}
+
+// A byte that continues a character of UTF-8.
+bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
+
+// True for what can stand in a line of the old formats as it is.
+bool IsPlainOld(std::string_view text) {
+  const bool is_printable =
+      std::ranges::all_of(text, [](char c) { return c == '\t' || (c >= ' ' && c <= '~'); });
+  return is_printable && !text.ends_with('=') && Trim(text) == text;
+}
+
+std::string EscapedOld(std::string_view text) {
+  std::string escaped;
+  for (const char c : text) {
+    if (c == ';' || c == '\\') escaped += '\\';
+    escaped += c;
+  }
+  return escaped;
+}
+
+// CR LF for any line break, as the old formats have it.
+std::string WithOldLineBreaks(std::string_view text) {
+  std::string broken;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
+    if (text[i] == '\n' || text[i] == '\r') {
+      broken += "\r\n";
+    } else {
+      broken += text[i];
+    }
+  }
+  return broken;
+}
+
+// The encoder leaves no ";" as it is; a backslash stays one after decoding, so it is doubled before.
+std::string QuotedPrintableOld(std::string_view text) {
+  std::string doubled;
+  for (const char c : WithOldLineBreaks(text)) {
+    if (c == '\\') doubled += '\\';
+    doubled += c;
+  }
+  return QuotedPrintableEncode(doubled);
+}
+
+// RFC 2045, section 6.7: no line of quoted-printable is longer than 76 bytes, and no soft break stands inside of an
+// encoded byte. Only the value may be broken.
+std::string SoftBroken(std::string_view line) {
+  constexpr size_t kRoom = 75;  // the "=" of the break is the last
+  std::string broken;
+  size_t first = line.find(':') + 1;
+  while (line.size() > std::max(kRoom, first)) {
+    size_t end = std::max(kRoom, first);
+    const size_t escape = line.rfind('=', end - 1);
+    if (escape != std::string_view::npos && escape + 3 > end && escape > first) end = escape;
+    broken += line.substr(0, end);
+    broken += "=\r\n";
+    line.remove_prefix(end);
+    first = 0;
+  }
+  broken += line;
+  return broken;
+}
+
+}  // namespace
+
+ValueDecoder::ValueDecoder(std::span<const ContentLine> lines, Escapes escapes,
+                           const TextSettings& settings, bool has_byte_order_mark, Report& report)
+    : escapes_(escapes), settings_(settings), report_(report) {
+  std::string undeclared;
+  for (const ContentLine& line : lines) {
+    if (!line.Param("CHARSET").empty()) continue;
+    if (EncodingOf(line) == Encoding::kBase64) continue;
+    if (EncodingOf(line) == Encoding::kNone && IsAsciiText(line.value)) continue;
+    undeclared += WithoutTransferEncoding(line, line.value);
+    undeclared += '\n';
+  }
+  if (IsAsciiText(undeclared)) {
+    is_utf8_ = true;
+    return;
+  }
+  is_utf8_ = (has_byte_order_mark && IsUtf8(undeclared)) || LooksLikeUtf8(undeclared, settings);
+  if (is_utf8_) {
+    report_.Changed("UTF-8 declared");
+  } else {
+    report_.Guessed("character set");
+  }
+}
+
+std::string ValueDecoder::InUtf8(std::string_view charset, std::string_view bytes) const {
+  if (charset.empty()) {
+    return is_utf8_ ? std::string(bytes) : ToUtf8From(settings_.input_code_page, bytes);
+  }
+  const std::optional<std::string> text = ToUtf8From(charset, bytes);
+  // A declared UTF-8 that is none.
+  if (text && (text->find("\xEF\xBF\xBD") == std::string::npos ||
+               bytes.find("\xEF\xBF\xBD") != std::string_view::npos)) {
+    return *text;
+  }
+  report_.Guessed("character set");
+  if (IsUtf8(bytes)) return std::string(bytes);
+  return ToUtf8From(settings_.input_code_page, bytes);
+}
+
+std::string ValueDecoder::Decoded(const ContentLine& line) const {
+  return InUtf8(line.Param("CHARSET"), WithoutTransferEncoding(line, line.value));
+}
+
+std::string ValueDecoder::Text(const ContentLine& line) const {
+  return Unescaped(Decoded(line), escapes_);
+}
+
+std::vector<std::string> ValueDecoder::Components(const ContentLine& line) const {
+  std::vector<std::string> components;
+  const std::string_view charset = line.Param("CHARSET");
+  if (EncodingOf(line) == Encoding::kBase64) {
+    const std::string decoded = Decoded(line);
+    for (const std::string_view piece : SplitUnescaped(decoded, ';')) {
+      components.push_back(Unescaped(piece, escapes_));
+    }
+    return components;
+  }
+  for (const std::string_view piece : SplitUnescaped(line.value, ';')) {
+    components.push_back(
+        Unescaped(InUtf8(charset, WithoutTransferEncoding(line, piece)), escapes_));
+  }
+  return components;
+}
+
+std::string ValueDecoder::Bytes(const ContentLine& line) const {
+  return WithoutTransferEncoding(line, line.value);
+}
+
+std::string Unescaped(std::string_view text, Escapes escapes) {
+  std::string plain;
+  plain.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '\\' || i + 1 == text.size()) {
+      plain += text[i];
+      continue;
+    }
+    const char next = text[i + 1];
+    const bool is_escape = next == ';' || next == '\\';
+    if (escapes == Escapes::kOld && !is_escape) {
+      plain += '\\';
+      continue;
+    }
+    plain += next == 'n' || next == 'N' ? '\n' : next;
+    ++i;
+  }
+  return plain;
+}
+
+std::vector<std::string_view> SplitUnescaped(std::string_view text, char separator) {
+  std::vector<std::string_view> pieces;
+  size_t begin = 0;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\\') {
+      ++i;
+    } else if (text[i] == separator) {
+      pieces.push_back(text.substr(begin, i - begin));
+      begin = i + 1;
+    }
+  }
+  pieces.push_back(text.substr(std::min(begin, text.size())));
+  return pieces;
+}
+
+std::string EscapedModern(std::string_view text) {
+  std::string escaped;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
+    if (c == '\n' || c == '\r') {
+      escaped += "\\n";
+    } else {
+      if (c == ';' || c == ',' || c == '\\') escaped += '\\';
+      escaped += c;
+    }
+  }
+  return escaped;
+}
+
+std::string OldLine(std::string_view head, std::span<const std::string> components) {
+  const bool is_plain = std::ranges::all_of(
+      components, [](const std::string& component) { return IsPlainOld(component); });
+  const bool is_ascii = std::ranges::all_of(
+      components, [](const std::string& component) { return IsAsciiText(component); });
+  std::string line(head);
+  if (!is_plain && !is_ascii) line += ";CHARSET=UTF-8";
+  if (!is_plain) line += ";ENCODING=QUOTED-PRINTABLE";
+  char separator = ':';
+  for (const std::string& component : components) {
+    line += separator;
+    line += is_plain ? EscapedOld(component) : QuotedPrintableOld(component);
+    separator = ';';
+  }
+  return (is_plain ? line : SoftBroken(line)) + "\r\n";
+}
+
+std::string OldLine(std::string_view head, const std::string& text) {
+  return OldLine(head, std::span(&text, 1));
+}
+
+std::string FoldedLine(std::string_view line) {
+  std::string folded;
+  size_t room = kLongestLine;
+  while (line.size() > room) {
+    size_t end = room;
+    while (end > 1 && (IsContinuation(line[end]) || line[end - 1] == '\\')) --end;
+    folded += line.substr(0, end);
+    folded += "\r\n ";
+    line.remove_prefix(end);
+    room = kLongestLine - 1;  // the blank counts
+  }
+  folded += line;
+  return folded + "\r\n";
+}
+
+std::string ParameterValue(std::string_view value, bool has_caret_escapes) {
+  std::string plain;
+  for (const char c : value) {
+    const bool is_break = c == '\n' || c == '\r';
+    if (has_caret_escapes && (c == '"' || c == '^' || c == '\n')) {
+      plain += c == '"' ? "^'" : c == '^' ? "^^" : "^n";
+    } else if (is_break) {
+      if (c == '\n') plain += ' ';
+    } else if (c != '"') {
+      plain += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
+    }
+  }
+  const bool needs_quotes = plain.find_first_of(":;,") != std::string::npos;
+  return needs_quotes ? '"' + plain + '"' : plain;
+}
+
+}  // namespace dialects
