@@ -9,11 +9,11 @@
 #include <functional>
 #include <string_view>
 
+#include "client/records.h"
+#include "client/store.h"
+#include "client/texts.h"
 #include "platform/api/system_time.h"
 #include "tools/osif/commands.h"
-#include "tools/osif/records.h"
-#include "tools/osif/store.h"
-#include "tools/osif/texts.h"
 
 namespace command {
 namespace {
@@ -23,7 +23,7 @@ namespace {
 // Opens the library and the store's change log, and does something with it.
 void WithChangeLog(int32_t store_id, const Options& options, Reporter& reporter,
                    const std::function<OsifResult()>& work) {
-  Session session(options, reporter);
+  Session session(options.trace, reporter);
   if (!session.is_open()) return;
   OsifResult result = session.OpenChangeLog(store_id);
   if (result == OSIF_OK) result = work();
@@ -134,7 +134,7 @@ OsifResult ShowAnchor(int32_t store_id, Reporter& reporter) {
   OsifAnchor anchor{};
   const OsifResult result = OSIF_CL_GetCurrentAnchor(store_id, &anchor);
   if (result != OSIF_OK) return result;
-  reporter.Result({{"store", StoreName(store_id)}, {"cc", anchor.cc}, {"ts", anchor.ts}},
+  reporter.Result({{"store", NameOfStore(store_id)}, {"cc", anchor.cc}, {"ts", anchor.ts}},
                   std::to_string(anchor.cc) + "  " + anchor.ts);
   return OSIF_OK;
 }
@@ -145,7 +145,7 @@ OsifResult ShowDatabaseId(int32_t store_id, Reporter& reporter) {
   char id[OSIF_DATABASE_ID_SIZE] = {};
   const OsifResult result = OSIF_CL_GetDatabaseId(store_id, id);
   if (result != OSIF_OK) return result;
-  reporter.Result({{"store", StoreName(store_id)}, {"id", ByteText(id)}}, ByteText(id));
+  reporter.Result({{"store", NameOfStore(store_id)}, {"id", ByteText(id)}}, ByteText(id));
   return OSIF_OK;
 }
 

@@ -9,10 +9,10 @@
 #include <utility>
 #include <vector>
 
+#include "client/damage.h"
+#include "client/interrupt.h"
+#include "client/private_files.h"
 #include "tools/osif/commands.h"
-#include "tools/osif/damage.h"
-#include "tools/osif/interrupt.h"
-#include "tools/osif/private_files.h"
 
 namespace {
 

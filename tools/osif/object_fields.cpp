@@ -9,7 +9,7 @@
 
 #include "btosif/osif_util/property_value.h"
 #include "btosif/osif_util/value_text.h"
-#include "tools/osif/texts.h"
+#include "client/texts.h"
 
 namespace command {
 namespace {

@@ -5,9 +5,9 @@
 #include <algorithm>
 
 #include "btosif/osif_util/ascii.h"
+#include "client/store.h"
+#include "client/texts.h"
 #include "osif.h"
-#include "tools/osif/store.h"
-#include "tools/osif/texts.h"
 
 namespace command {
 namespace {
@@ -40,7 +40,7 @@ bool AreIds(int32_t store_id, const std::vector<std::string>& arguments, Reporte
     const std::string wrong = WhatIsWrongWithId(store_id, argument);
     if (wrong.empty()) continue;
     are_ids = false;
-    reporter.WrongUsage("\"" + argument + "\" is no id of " + StoreName(store_id) + ": " + wrong);
+    reporter.WrongUsage("\"" + argument + "\" is no id of " + NameOfStore(store_id) + ": " + wrong);
   }
   return are_ids;
 }

@@ -17,10 +17,10 @@
 #include <optional>
 #include <system_error>
 
-#include "tools/osif/object_file_name.h"
-#include "tools/osif/private_files.h"
-#include "tools/osif/temp_file.h"
-#include "tools/osif/texts.h"
+#include "client/object_file_name.h"
+#include "client/private_files.h"
+#include "client/temp_file.h"
+#include "client/texts.h"
 
 namespace command {
 namespace {

@@ -6,12 +6,12 @@
 // code; where a file is read whole, that line alone tells JSON readers of a failure.
 #include <optional>
 
+#include "client/object_file.h"
+#include "client/records.h"
+#include "client/store.h"
+#include "client/texts.h"
 #include "tools/osif/commands.h"
 #include "tools/osif/object_fields.h"
-#include "tools/osif/object_file.h"
-#include "tools/osif/records.h"
-#include "tools/osif/store.h"
-#include "tools/osif/texts.h"
 
 namespace command {
 namespace {
@@ -53,13 +53,13 @@ class Viewer : public FileVisitor {
 
   void OnRecord(const FileRecord& record) override {
     const Json fields = FieldsJson(record.store_id, *record.object);
-    reporter_.JsonLine({{"store", StoreName(record.store_id)},
+    reporter_.JsonLine({{"store", NameOfStore(record.store_id)},
                         {"result", ParseResultName(record.result)},
                         {"fields", fields}});
     if (reporter_.json()) return;
     std::string title = "object " + std::to_string(record.number);
     if (record.line > 0) title += " (line " + std::to_string(record.line) + ")";
-    title += ": " + StoreName(record.store_id) + ", " + CodeText(record.result);
+    title += ": " + NameOfStore(record.store_id) + ", " + CodeText(record.result);
     if (!record.is_certain && record.result != OSIF_PARSE_OK) {
       title += " (here or in an object before it)";
     }
@@ -74,7 +74,7 @@ class Viewer : public FileVisitor {
 void Parse(const FileArguments& arguments, const Options& options, Reporter& reporter) {
   // Reading needs no open library, but the trace begins when it is opened.
   std::optional<Session> session;
-  if (options.trace) session.emplace(options, reporter);
+  if (options.trace) session.emplace(options.trace, reporter);
   if (session && !session->is_open()) return;
   if (!session) PrepareTexts();
   // The code in each file's last line tells of its failure. Read one by one, objects fail one by one.

@@ -18,13 +18,13 @@
 #include "btosif/osif_util/charset.h"
 #include "btosif/osif_util/content_type.h"
 #include "btosif/osif_util/stores.h"
+#include "client/damage.h"
+#include "client/interrupt.h"
+#include "client/object_file.h"
+#include "client/records.h"
+#include "client/store.h"
+#include "client/texts.h"
 #include "tools/osif/commands.h"
-#include "tools/osif/damage.h"
-#include "tools/osif/interrupt.h"
-#include "tools/osif/object_file.h"
-#include "tools/osif/records.h"
-#include "tools/osif/store.h"
-#include "tools/osif/texts.h"
 
 namespace command {
 namespace {
@@ -107,7 +107,7 @@ class Receiver : public FileVisitor {
     const std::optional<int32_t> store_id = StoreOf(kind);
     reporter_.JsonLine({{"file", file_name_},
                         {"number", number},
-                        {"store", store_id ? Json(StoreName(*store_id)) : Json()},
+                        {"store", store_id ? Json(NameOfStore(*store_id)) : Json()},
                         {"action", "refused"},
                         {"id", nullptr},
                         {"name", nullptr},
@@ -166,7 +166,7 @@ class Receiver : public FileVisitor {
     if (!reporter_.json()) return;
     Json line = {{"file", file_name_},
                  {"number", record.number},
-                 {"store", StoreName(record.store_id)},
+                 {"store", NameOfStore(record.store_id)},
                  {"action", outcome.action},
                  {"id", outcome.id == nullptr ? Json() : Json(IdToOutput(outcome.id))},
                  {"name", outcome.name},
@@ -191,7 +191,7 @@ void Receive(const FileArguments& arguments, const Options& options, Reporter& r
   if (!arguments.each) std::ranges::transform(files, results.begin(), OwnResults);
   // It outlives the session, which closes the change logs.
   const InterruptWatch watch;
-  Session session(options, reporter);
+  Session session(options.trace, reporter);
   if (!session.is_open()) return;
   for (size_t i = 0; i < files.size(); ++i) {
     if (WasInterrupted()) {

@@ -13,8 +13,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "client/texts.h"
 #include "platform/utf8.h"
-#include "tools/osif/texts.h"
 
 namespace command {
 namespace {
@@ -82,7 +82,7 @@ void Reporter::WrongUsage(const std::string& text) {
 
 void Reporter::Note(const std::string& text) {
   if (before_line_) before_line_();
-  ErrorLine("osif: " + text);
+  TraceLine("osif: " + text);
 }
 
 void Reporter::Progress(const std::string& work, size_t done, size_t total) {
@@ -109,7 +109,7 @@ void Reporter::OutputLine(const std::string& line) {
   std::fputc('\n', stdout);
 }
 
-void Reporter::ErrorLine(const std::string& line) {
+void Reporter::TraceLine(const std::string& line) {
   ClearProgress();
   // Both outputs may be the same terminal or file: what was said before has to stand before.
   std::fflush(stdout);

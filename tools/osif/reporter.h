@@ -6,17 +6,21 @@
 #include <functional>
 #include <string>
 
+#include "client/listener.h"
 #include "osif.h"
 #include "tools/osif/json.h"
 
 namespace command {
+
+// The command speaks of what it uses of the client by its plain names.
+using namespace client;
 
 // The exit statuses of the command.
 inline constexpr int kAllWell = 0;
 inline constexpr int kFailed = 1;
 inline constexpr int kWrongUsage = 2;
 
-class Reporter {
+class Reporter : public Listener {
  public:
   explicit Reporter(bool json) : json_(json) {}
 
@@ -30,22 +34,22 @@ class Reporter {
 
   // Something failed: `what` names the file, the id or the place. In JSON mode the failure is also an
   // object {"error","code","text"} on standard output.
-  void Fail(const std::string& what, OsifResult code);
+  void Fail(const std::string& what, OsifResult code) override;
   // Whether failures are also told in JSON; they are at first.
   void SetFailuresInJson(bool on) { failures_in_json_ = on; }
   // The arguments make no sense; the exit status becomes 2. In JSON mode it is an object like a failure, whose
   // code is null: the library was not asked.
   void WrongUsage(const std::string& text);
   // Something to know that is no failure.
-  void Note(const std::string& text);
+  void Note(const std::string& text) override;
 
   // Shows on a terminal, in one line of it, how far a long work is; `total` 0 when that is not known.
-  void Progress(const std::string& work, size_t done, size_t total);
+  void Progress(const std::string& work, size_t done, size_t total) override;
 
   // Called before each line, so that lines that came from elsewhere in the meantime stand before it.
-  void SetBeforeLine(std::function<void()> before) { before_line_ = std::move(before); }
+  void SetBeforeLine(std::function<void()> before) override { before_line_ = std::move(before); }
   // A line on standard error without anything before it.
-  void ErrorLine(const std::string& line);
+  void TraceLine(const std::string& line) override;
 
   // Writes out what is still buffered and gives the exit status.
   int Finish();

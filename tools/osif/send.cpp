@@ -18,14 +18,14 @@
 #include <optional>
 #include <string_view>
 
+#include "client/interrupt.h"
+#include "client/records.h"
+#include "client/store.h"
+#include "client/temp_file.h"
+#include "client/texts.h"
 #include "tools/osif/commands.h"
-#include "tools/osif/interrupt.h"
 #include "tools/osif/object_id.h"
 #include "tools/osif/object_output.h"
-#include "tools/osif/records.h"
-#include "tools/osif/store.h"
-#include "tools/osif/temp_file.h"
-#include "tools/osif/texts.h"
 
 namespace command {
 namespace {
@@ -63,7 +63,7 @@ class Sender {
       return FailOutput(errno, OSIF_ERR_GENERAL);
     }
     if (tells_texts_) {
-      reporter_.JsonLine({{"store", StoreName(store_id_)},
+      reporter_.JsonLine({{"store", NameOfStore(store_id_)},
                           {"id", IdToOutput(id)},
                           {"file", output_.is_standard_output() ? Json() : Json(output_.name())},
                           {"text", TextOrBytes(*text)}});
@@ -140,7 +140,7 @@ void Send(const SendArguments& arguments, const Options& options, Reporter& repo
   const InterruptWatch watch;
   ObjectOutput output(arguments.output);
   if (!MayBeWritten(output, reporter)) return;
-  Session session(options, reporter);
+  Session session(options.trace, reporter);
   if (!session.is_open()) return;
   Sender sender(store_id, output, arguments.raw, true, reporter);
   if (!sender.Open() || !sender.Send(LibraryId(store_id, arguments.id).c_str())) return;
@@ -177,7 +177,7 @@ std::optional<size_t> SendAll(int32_t store_id, const std::string& name, Sender&
     reporter.Progress(name + ": object", written, total);
   });
   if (WasInterrupted()) reporter.Fail(name + ": interrupted", OSIF_OK);
-  if (result != OSIF_OK) reporter.Fail(StoreName(store_id), result);
+  if (result != OSIF_OK) reporter.Fail(NameOfStore(store_id), result);
   return is_whole && result == OSIF_OK && !WasInterrupted() ? std::optional(written) : std::nullopt;
 }
 
@@ -186,12 +186,12 @@ void Export(const ExportArguments& arguments, const Options& options, Reporter& 
   const InterruptWatch watch;
   ObjectOutput output(arguments.output);
   if (!MayBeWritten(output, reporter)) return;
-  Session session(options, reporter);
+  Session session(options.trace, reporter);
   if (!session.is_open()) return;
   ObjectId first{};
   const OsifResult walked = Forgive(OSIF_GetFirstId(store_id, first.data()), OSIF_ERR_END_OF_STORE);
   if (walked != OSIF_OK) {
-    reporter.Fail(StoreName(store_id), walked);
+    reporter.Fail(NameOfStore(store_id), walked);
     return;
   }
   Sender sender(store_id, output, arguments.raw, output.is_standard_output(), reporter);
@@ -203,7 +203,7 @@ void Export(const ExportArguments& arguments, const Options& options, Reporter& 
     reporter.Note("standard output: " + ObjectCount(*written));
     return;
   }
-  reporter.Result({{"store", StoreName(store_id)}, {"file", output.name()}, {"count", *written}},
+  reporter.Result({{"store", NameOfStore(store_id)}, {"file", output.name()}, {"count", *written}},
                   output.name() + ": " + ObjectCount(*written));
 }
 

@@ -13,10 +13,10 @@
 #include <optional>
 
 #include "btosif/osif_util/ascii.h"
+#include "client/damage.h"
+#include "client/registry_value.h"
+#include "client/texts.h"
 #include "tools/osif/commands.h"
-#include "tools/osif/damage.h"
-#include "tools/osif/registry_value.h"
-#include "tools/osif/texts.h"
 
 namespace command {
 namespace {

@@ -10,14 +10,14 @@
 #include <vector>
 
 #include "btosif/osif_util/value_text.h"
+#include "client/damage.h"
+#include "client/interrupt.h"
+#include "client/object_file.h"
+#include "client/records.h"
+#include "client/store.h"
+#include "client/texts.h"
 #include "tools/osif/commands.h"
-#include "tools/osif/damage.h"
-#include "tools/osif/interrupt.h"
-#include "tools/osif/object_file.h"
 #include "tools/osif/object_id.h"
-#include "tools/osif/records.h"
-#include "tools/osif/store.h"
-#include "tools/osif/texts.h"
 
 namespace command {
 namespace {
@@ -56,7 +56,7 @@ void ListObject(int32_t store_id, const char* id, Reporter& reporter) {
     return;
   }
   const std::string name = is_there ? ObjectName(store_id, fetched.object()) : std::string();
-  Json line = {{"store", StoreName(store_id)},
+  Json line = {{"store", NameOfStore(store_id)},
                {"id", IdToOutput(id)},
                {"name", is_there ? Json(name) : Json()}};
   std::string text = IdToOutput(id);
@@ -71,32 +71,32 @@ void ListObject(int32_t store_id, const char* id, Reporter& reporter) {
 
 void List(const StoreArgument& arguments, const Options& options, Reporter& reporter) {
   const int32_t store_id = arguments.store_id;
-  Session session(options, reporter);
+  Session session(options.trace, reporter);
   if (!session.is_open()) return;
   uint32_t total = 0;
   OSIF_GetObjectCount(store_id, &total);
   size_t listed = 0;
   const OsifResult result = ForEachId(store_id, [&](const char* id) {
     ListObject(store_id, id, reporter);
-    reporter.Progress(StoreName(store_id) + ": object", ++listed, total);
+    reporter.Progress(NameOfStore(store_id) + ": object", ++listed, total);
   });
-  if (result != OSIF_OK) reporter.Fail(StoreName(store_id), result);
+  if (result != OSIF_OK) reporter.Fail(NameOfStore(store_id), result);
 }
 
 // ---- count ----------------------------------------------------------------------------------------
 
 void Count(const StoreArgument& arguments, const Options& options, Reporter& reporter) {
   const int32_t store_id = arguments.store_id;
-  Session session(options, reporter);
+  Session session(options.trace, reporter);
   if (!session.is_open()) return;
   uint32_t count = 0;
   const OsifResult result = OSIF_GetObjectCount(store_id, &count);
   if (result != OSIF_OK) {
-    reporter.Fail(StoreName(store_id), result);
+    reporter.Fail(NameOfStore(store_id), result);
     return;
   }
   if (TellDamage(reporter)) return;
-  reporter.Result({{"store", StoreName(store_id)}, {"count", count}}, std::to_string(count));
+  reporter.Result({{"store", NameOfStore(store_id)}, {"count", count}}, std::to_string(count));
 }
 
 // ---- delete ---------------------------------------------------------------------------------------
@@ -139,7 +139,7 @@ void DeleteOne(int32_t store_id, const std::string& id, OsifAnchor* anchor, Repo
     reporter.Fail(IdInStore(store_id, id.c_str()), result);
     return;
   }
-  reporter.Result({{"store", StoreName(store_id)},
+  reporter.Result({{"store", NameOfStore(store_id)},
                    {"action", "deleted"},
                    {"id", IdToOutput(id.c_str())},
                    {"anchor", AnchorJson(anchor)}},
@@ -154,7 +154,7 @@ void Delete(const DeleteArguments& arguments, const Options& options, Reporter& 
   if (!AreIds(store_id, arguments.ids, reporter)) return;
   // It outlives the session, which closes the change log.
   const InterruptWatch watch;
-  Session session(options, reporter);
+  Session session(options.trace, reporter);
   if (!session.is_open()) return;
   const std::vector<std::string> ids = ChosenIds(arguments);
   const bool are_there = AreThere(store_id, ids, reporter);
@@ -192,7 +192,7 @@ class Finder : public FileVisitor {
       return;
     }
     reporter_.Result({{"number", record.number},
-                      {"store", StoreName(record.store_id)},
+                      {"store", NameOfStore(record.store_id)},
                       {"id", is_found ? Json(IdToOutput(id.data())) : Json()},
                       {"name", name}},
                      std::to_string(record.number) + "  " +
@@ -214,7 +214,7 @@ void DeclareFind(Declarations& declarations, FindArguments& arguments) {
 }
 
 void Find(const FindArguments& arguments, const Options& options, Reporter& reporter) {
-  Session session(options, reporter);
+  Session session(options.trace, reporter);
   if (!session.is_open()) return;
   Finder finder(arguments.file, reporter);
   const ObjectFile file(arguments.file);

@@ -7,13 +7,20 @@
 #include <string>
 #include <vector>
 
+#include "client/session.h"
 #include "tools/osif/arguments.h"
 #include "tools/osif/reporter.h"
-#include "tools/osif/session.h"
 
 namespace command {
 
 using Action = std::function<void(Reporter& reporter)>;
+
+// The options that every subcommand has.
+struct Options {
+  std::string device;  // the device's folder; empty for the usual one
+  bool json = false;
+  bool trace = false;
+};
 
 // What a subcommand is added to. All three outlive it.
 struct CommandLine {

@@ -6,8 +6,8 @@
 #include <cstring>
 #include <optional>
 
+#include "client/trace_receiver.h"
 #include "tools/osif/commands.h"
-#include "tools/osif/trace_receiver.h"
 
 namespace command {
 namespace {

@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "tests/tools/osif/command_fixture.h"
-#include "tools/osif/attempts.h"
+#include "client/attempts.h"
 
 namespace command_test::damage_test {
 namespace {
@@ -127,7 +127,7 @@ TEST_F(CommandDamage, AChangeLogIsOpenedAgainBeforeItsStoreCountsAsUnreadable) {
                                   [](const std::string& line) {
                                     return line.starts_with("OSIF:  POL_CL_Open(store_id=0, ");
                                   }),
-            command::kOpeningAttempts);
+            client::kOpeningAttempts);
 }
 
 TEST_F(CommandDamage, OfTheContactsIsNoAnswerToFind) {
