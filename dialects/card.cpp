@@ -306,7 +306,7 @@ std::string RawLine(const ContentLine& line) {
   for (const auto& [name, value] : line.params) {
     raw += ';' + (name == "TYPE" ? value : name + "=" + value);
   }
-  return raw + ":" + line.value + "\n";
+  return raw + ":" + line.value;
 }
 
 class CardReader {
@@ -327,14 +327,23 @@ class CardReader {
   }
 
  private:
-  // AGENT's card comes on the lines after it.
+  // AGENT's card comes on the lines after it; lists of cards have theirs one after the other.
   void TakeNested(const ContentLine& line, bool is_begin) {
-    const bool begins = is_begin && depth_ == 2;
-    CardProperty* last = card_.properties.empty() ? nullptr : &card_.properties.back();
-    if (begins) is_agent_ = last != nullptr && last->name == "AGENT" && last->IsEmpty();
-    if (is_agent_) {
-      last->components.front() += RawLine(line);
-    } else if (begins) {
+    if (is_begin && depth_ == 2) BeginNested(line);
+    if (nested_ == Nested::kAgent)
+      card_.properties.back().components.front() += RawLine(line) + "\n";
+    if (nested_ == Nested::kCard) card_.inner.back().text += RawLine(line) + "\r\n";
+  }
+
+  void BeginNested(const ContentLine& begin) {
+    const CardProperty* last = card_.properties.empty() ? nullptr : &card_.properties.back();
+    if (last != nullptr && last->name == "AGENT" && last->IsEmpty()) {
+      nested_ = Nested::kAgent;
+    } else if (EqualsIgnoringCase(Trim(begin.value), "VCARD")) {
+      nested_ = Nested::kCard;
+      card_.inner.push_back({ObjectKind::kCard, {}, begin.line, false, true});
+    } else {
+      nested_ = Nested::kDropped;
       report_.Dropped("object inside of the card");
     }
   }
@@ -409,8 +418,10 @@ class CardReader {
   Card& card_;
   const ValueDecoder& decoder_;
   Report& report_;
+  enum class Nested { kDropped, kAgent, kCard };
+
   int depth_ = 0;
-  bool is_agent_ = false;
+  Nested nested_ = Nested::kDropped;  // what the object inside is
 };
 
 // ---- What belongs to two properties -------------------------------------------------------------------------

@@ -44,6 +44,7 @@ struct CardProperty {
 struct Card {
   CardVersion version = CardVersion::k21;
   std::vector<CardProperty> properties;  // in the sender's order, without BEGIN, VERSION and END
+  std::vector<ObjectText> inner;         // the cards of a list of cards, which is a card itself
 
   // The first of a name that is not empty; else the first of the name; null without one.
   CardProperty* Find(std::string_view name);
@@ -54,7 +55,7 @@ struct Card {
 };
 
 // Reads a card of any version. Nothing of it is lost but what `report` says: lines that are none, and objects inside
-// of the card. A card inside of AGENT is kept as AGENT's text.
+// of the card that are no cards. A card inside of AGENT is kept as AGENT's text.
 Card ReadCard(const ObjectText& object, const TextSettings& settings, Report& report);
 
 // A list inside of a component as one text.

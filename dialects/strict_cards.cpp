@@ -76,18 +76,33 @@ std::string StrictText(const Card& card) {
   return text + "END:VCARD\r\n";
 }
 
-}  // namespace
-
-std::vector<StrictObject> StrictCards(const ObjectText& object, const TextSettings& settings) {
+StrictObject StrictCard(const ObjectText& object, const TextSettings& settings,
+                        std::vector<ObjectText>& inner) {
   StrictObject strict;
   strict.kind = ObjectKind::kCard;
   strict.line = object.line;
   if (!object.had_end) strict.report.Guessed("END");
   Card card = ReadCard(object, settings, strict.report);
+  inner = std::move(card.inner);
   strict.uid = Trim(card.TextOf("UID"));
   strict.refusal = BringToStore(card, strict.report);
   if (strict.refusal.empty()) strict.text = StrictText(card);
-  return {std::move(strict)};
+  return strict;
+}
+
+}  // namespace
+
+std::vector<StrictObject> StrictCards(const ObjectText& object, const TextSettings& settings) {
+  std::vector<ObjectText> inner;
+  std::vector<StrictObject> all = {StrictCard(object, settings, inner)};
+  // Of a list of cards only the cards have a content.
+  if (!inner.empty() && !all.front().refusal.empty()) all.clear();
+  for (const ObjectText& one : inner) {
+    std::vector<ObjectText> too_deep;
+    all.push_back(StrictCard(one, settings, too_deep));
+    all.back().report.Dropped("object inside of the card", too_deep.size());
+  }
+  return all;
 }
 
 }  // namespace dialects
