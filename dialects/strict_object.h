@@ -23,9 +23,9 @@ struct StrictObject {
   Report report;      // what was done to it
 };
 
-// Each gives the strict objects of one object of its kind, in their order: none or several of a calendar, else one.
-// They take any bytes; their cost is linear in the text, save for rules of recurrence that are written out, at most 50
-// times each.
+// Each gives the strict objects of one object of its kind, in their order: none or several of a calendar, several of a
+// card that lists cards, else one. They take any bytes; their cost is linear in the text, save for rules of recurrence
+// that are written out, at most 50 times each.
 std::vector<StrictObject> StrictCards(const ObjectText& object, const TextSettings& settings);
 std::vector<StrictObject> StrictCalendarItems(const ObjectText& object,
                                               const TextSettings& settings);

@@ -1,0 +1,221 @@
+#include "dialects/card_form.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "dialects/card_derive.h"
+#include "dialects/card_names.h"
+
+namespace dialects {
+namespace {
+
+constexpr size_t kNameParts = 5;
+constexpr size_t kExtended = 1;
+constexpr std::string_view kOffice = "X-MICROSOFT-OFFICELOC";
+
+void RemoveAll(Card& card, std::string_view name) {
+  std::erase_if(card.properties,
+                [&](const CardProperty& property) { return property.name == name; });
+}
+
+bool AreTwins(const CardProperty& a, const CardProperty& b) {
+  return a.name == b.name && a.components == b.components && a.types == b.types;
+}
+
+// The names come first, as people read a card.
+void PutFirst(Card& card, CardProperty property) {
+  card.properties.insert(card.properties.begin(), std::move(property));
+}
+
+CardProperty MakeProperty(std::string_view name, std::vector<std::string> components) {
+  CardProperty property;
+  property.name = name;
+  property.components = std::move(components);
+  return property;
+}
+
+void AddName(Card& card, Report& report) {
+  if (const CardProperty* name = card.Find("N"); name != nullptr && !name->IsEmpty()) return;
+  RemoveAll(card, "N");
+  std::optional<DerivedName> derived = DeriveName(card);
+  report.Guessed(derived ? "name from " + std::string(derived->source) : "no name");
+  PutFirst(card, MakeProperty("N", derived ? std::move(derived->components)
+                                           : std::vector<std::string>(kNameParts)));
+}
+
+void AddFormattedName(Card& card, Report& report) {
+  if (const CardProperty* name = card.Find("FN"); name != nullptr && !name->IsEmpty()) return;
+  RemoveAll(card, "FN");
+  report.Changed("FN made");
+  PutFirst(card, MakeProperty("FN", {DeriveFormattedName(card)}));
+}
+
+// 4.0 needs no N, so one that was made of FN need not go on.
+void RemoveDerivedName(Card& card) {
+  std::erase_if(card.properties, [&](const CardProperty& property) {
+    return property.name == "N" && (property.IsEmpty() || IsDerivedName(card, property));
+  });
+}
+
+void FillName(Card& card) {
+  for (CardProperty& property : card.properties) {
+    if (property.name != "N") continue;
+    property.components.resize(std::max(property.components.size(), kNameParts));
+  }
+}
+
+// Where only the library's own readers know the office by its name, it is the extended address of the business.
+void MoveOffice(Card& card) {
+  const std::string office(card.TextOf(kOffice));
+  if (office.empty()) return;
+  auto address = std::ranges::find_if(card.properties, [](const CardProperty& property) {
+    return property.name == "ADR" && property.HasType("WORK");
+  });
+  if (address == card.properties.end()) {
+    card.Add("ADR", std::vector<std::string>(7)).types = {"WORK"};
+    address = std::prev(card.properties.end());
+  }
+  auto& components = address->components;
+  components.resize(std::max<size_t>(components.size(), 7));
+  if (!components[kExtended].empty() && components[kExtended] != office) return;
+  components[kExtended] = office;
+  RemoveAll(card, kOffice);
+}
+
+// A label is a parameter of the address of its kind.
+void MoveLabels(Card& card) {
+  for (CardProperty& label : card.properties) {
+    if (label.name != "LABEL" || label.IsEmpty()) continue;
+    const auto address = std::ranges::find_if(card.properties, [&](const CardProperty& property) {
+      return property.name == "ADR" && property.types == label.types &&
+             property.Param("LABEL").empty();
+    });
+    if (address == card.properties.end()) continue;
+    address->params.push_back({"LABEL", label.Text()});
+    label.name.clear();
+  }
+  RemoveAll(card, "");
+}
+
+void MoveSortKey(Card& card) {
+  const std::string key(card.TextOf("SORT-STRING"));
+  CardProperty* name = card.Find("N");
+  if (key.empty() || name == nullptr || !name->Param("SORT-AS").empty()) return;
+  name->params.push_back({"SORT-AS", key});
+  RemoveAll(card, "SORT-STRING");
+}
+
+struct RelationRow {
+  std::string_view name;
+  std::string_view type;
+};
+
+constexpr std::array<RelationRow, 3> kRelations = {{
+    {"X-SPOUSE", "SPOUSE"},
+    {"X-CHILDREN", "CHILD"},
+    {"X-ASSISTANT", "AGENT"},
+}};
+
+// One RELATED for each name.
+void MoveRelations(Card& card) {
+  std::vector<CardProperty> moved;
+  moved.reserve(card.properties.size());
+  for (CardProperty& property : card.properties) {
+    const auto* row = std::ranges::find(kRelations, property.name, &RelationRow::name);
+    if (row == kRelations.end()) {
+      moved.push_back(std::move(property));
+      continue;
+    }
+    for (const std::string& entry : property.components) {
+      CardProperty related = property;
+      related.name = "RELATED";
+      related.components = {std::string(Trim(entry))};
+      related.types.insert(related.types.begin(), std::string(row->type));
+      related.RemoveParams("VALUE");
+      related.params.push_back({"VALUE", "TEXT"});
+      moved.push_back(std::move(related));
+    }
+  }
+  card.properties = std::move(moved);
+}
+
+// The older versions have one property for all of them.
+void JoinChildren(Card& card) {
+  CardProperty* first = nullptr;
+  for (CardProperty& property : card.properties) {
+    if (property.name != "X-CHILDREN") continue;
+    if (first == nullptr) {
+      first = &property;
+      continue;
+    }
+    std::ranges::move(property.components, std::back_inserter(first->components));
+    property.name.clear();
+  }
+  RemoveAll(card, "");
+}
+
+// An address is one of the internet unless it is one of another network.
+void NameInternet(Card& card) {
+  for (CardProperty& property : card.properties) {
+    if (property.name != "EMAIL" || property.HasType("INTERNET")) continue;
+    const bool is_other = std::ranges::any_of(property.types, [](const std::string& type) {
+      return IsMailNetwork(type) || type.starts_with("X-");
+    });
+    if (!is_other) property.types.insert(property.types.begin(), "INTERNET");
+  }
+}
+
+// One "preferred" is all that the older versions have: of each name the first by the sender's numbers.
+void KeepFirstPreference(Card& card) {
+  for (CardProperty& property : card.properties) {
+    if (property.preference < 2) continue;
+    const bool is_first = std::ranges::none_of(card.properties, [&](const CardProperty& other) {
+      return other.name == property.name && other.preference != 0 &&
+             other.preference < property.preference;
+    });
+    if (!is_first) property.preference = 0;
+  }
+}
+
+}  // namespace
+
+void RemoveLibraryExtras(Card& card) {
+  std::vector<CardProperty> kept;
+  for (CardProperty& property : card.properties) {
+    const bool is_extra = property.IsEmpty() || property.name == "X-IRMC-LUID";
+    const bool is_twin = std::ranges::any_of(
+        kept, [&](const CardProperty& other) { return AreTwins(other, property); });
+    if (!is_extra && !is_twin) kept.push_back(std::move(property));
+  }
+  card.properties = std::move(kept);
+  const std::string_view office = card.TextOf(kOffice);
+  const bool is_twin = std::ranges::any_of(card.properties, [&](const CardProperty& property) {
+    return property.name == "ADR" && property.HasType("WORK") &&
+           property.components.size() > kExtended && property.components[kExtended] == office;
+  });
+  if (is_twin) RemoveAll(card, kOffice);
+}
+
+void BringToVersion(Card& card, CardVersion version, Report& report) {
+  if (version == CardVersion::k40) {
+    AddFormattedName(card, report);
+    RemoveDerivedName(card);
+    MoveSortKey(card);
+    MoveLabels(card);
+    MoveRelations(card);
+  } else {
+    if (version == CardVersion::k30) AddFormattedName(card, report);
+    AddName(card, report);
+    JoinChildren(card);
+    NameInternet(card);
+    KeepFirstPreference(card);
+  }
+  if (version != CardVersion::k21) MoveOffice(card);
+  FillName(card);
+}
+
+}  // namespace dialects

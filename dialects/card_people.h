@@ -1,0 +1,13 @@
+// Cards for people: "Name: value" lines, or one page of HTML.
+#pragma once
+
+#include <memory>
+
+#include "dialects/forms.h"
+
+namespace dialects {
+
+// `form` is kText or kHtml. What people cannot read, such as pictures and keys, is left out with a report.
+std::unique_ptr<ObjectWriter> MakeCardWriterForPeople(Form form, const WriterSettings& settings);
+
+}  // namespace dialects

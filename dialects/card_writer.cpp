@@ -1,0 +1,414 @@
+// A card is read into the model, brought to what the version has, and written line by line. Where the versions differ
+// in how they write, a property's line is made by one of two functions: the old form encodes, the later ones escape and
+// fold.
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "btosif/osif_util/ascii.h"
+#include "dialects/card.h"
+#include "dialects/card_derive.h"
+#include "dialects/card_form.h"
+#include "dialects/card_names.h"
+#include "dialects/card_people.h"
+#include "dialects/forms.h"
+#include "dialects/value_text.h"
+
+namespace dialects {
+namespace {
+
+std::string ToLower(std::string_view text) {
+  std::string lower(text);
+  for (char& c : lower) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+  return lower;
+}
+
+std::string Joined(const std::vector<std::string>& texts, std::string_view separator) {
+  std::string joined;
+  for (const std::string& text : texts) {
+    if (&text != texts.data()) joined += separator;
+    joined += text;
+  }
+  return joined;
+}
+
+// ---- Dates --------------------------------------------------------------------------------------------------
+
+constexpr bool IsDate(std::string_view name) { return name == "BDAY" || name == "ANNIVERSARY"; }
+
+// The time of a date with one, if it is another than midnight.
+std::string_view TimeOf(std::string_view date) {
+  const size_t begin = date.find('T');
+  if (begin == std::string_view::npos) return {};
+  const std::string_view time = date.substr(begin);
+  return time.find_first_of("123456789") == std::string_view::npos ? std::string_view() : time;
+}
+
+std::string WithoutSeparators(std::string_view text) {
+  std::string basic;
+  for (const char c : text) {
+    if (c != '-' && c != ':') basic += c;
+  }
+  return basic;
+}
+
+std::string ExtendedDay(std::string_view day) {
+  return std::string(day.substr(0, 4)) + '-' + std::string(day.substr(4, 2)) + '-' +
+         std::string(day.substr(6));
+}
+
+// "--1231" and the like: a date that lacks a part.
+bool IsPartOfDate(std::string_view text) {
+  const bool is_dateful =
+      !text.empty() && text.find_first_not_of("0123456789-") == std::string_view::npos;
+  return is_dateful && (text.starts_with("--") || text.size() == 4 || text.size() == 7);
+}
+
+struct DateText {
+  std::string text;
+  bool is_text;  // no date as the version has it
+};
+
+DateText DateIn(CardVersion version, const CardProperty& property, Report& report) {
+  const std::string& sent = property.Text();
+  if (IsPartOfDate(sent)) {
+    const bool is_basic = version == CardVersion::k40 && sent.starts_with("--");
+    return {is_basic ? "--" + WithoutSeparators(sent) : sent, false};
+  }
+  const std::optional<Day> day = DayOf(sent);
+  if (!day) return {sent, !sent.empty()};
+  if (day->is_guessed) report.Guessed("day and month of " + property.name);
+  const std::string_view time = TimeOf(sent);
+  if (version != CardVersion::k30) return {day->text + WithoutSeparators(time), false};
+  return {ExtendedDay(day->text) + std::string(time), false};
+}
+
+// "1995-10-31T22:27:10Z" in the form of 4.0.
+std::string BasicTime(const std::string& sent) {
+  const bool is_time = sent.find_first_not_of("0123456789-:TZ") == std::string::npos;
+  return is_time ? WithoutSeparators(sent) : sent;
+}
+
+// ---- vCard 2.1 ----------------------------------------------------------------------------------------------
+
+constexpr std::string_view kLabelName = "X-ABLabel";
+
+bool IsPlainParameter(std::string_view value) {
+  return std::ranges::all_of(value, [](char c) {
+    return c > ' ' && c <= '~' && std::string_view(":;,=\"").find(c) == std::string_view::npos;
+  });
+}
+
+std::string OldHead(const CardProperty& property, Report& report) {
+  std::string head = property.group.empty() ? "" : property.group + ".";
+  head += CardNameIn(CardVersion::k21, property.name);
+  for (const std::string& type : property.types) {
+    if (!IsPlainParameter(type)) {
+      report.Dropped("parameter TYPE");
+      continue;
+    }
+    head += (IsOldCardType(type) ? ";" : ";TYPE=") + type;
+  }
+  if (property.preference > 0) head += ";PREF";
+  for (const auto& [name, value] : property.params) {
+    if (name == "VALUE") {
+      if (value != "TEXT") head += ";VALUE=" + (value == "URI" ? "URL" : value);
+    } else if (IsPlainParameter(name) && IsPlainParameter(value)) {
+      head += ";" + name + "=" + value;
+    } else {
+      report.Dropped("parameter " + name);
+    }
+  }
+  return head;
+}
+
+// Base64 on lines of its own; the old readers need the empty line behind it.
+std::string OldBinaryLine(std::string head, std::string_view base64) {
+  constexpr size_t kLineLength = 72;
+  head += ";ENCODING=BASE64:";
+  for (; !base64.empty(); base64.remove_prefix(std::min(kLineLength, base64.size()))) {
+    head += "\r\n ";
+    head += base64.substr(0, kLineLength);
+  }
+  return head + "\r\n\r\n";
+}
+
+// A card in a card stands on the lines after it.
+std::string OldNestedLine(const std::string& head, std::string_view card) {
+  std::string lines = head + ":\r\n";
+  while (!card.empty()) {
+    lines += TakePhysicalLine(card);
+    lines += "\r\n";
+  }
+  return lines;
+}
+
+std::string OldPropertyLine(const CardProperty& property, Report& report) {
+  const std::string head = OldHead(property, report);
+  if (property.is_binary) return OldBinaryLine(head, property.Text());
+  if (property.name == "AGENT" && StartsIgnoringCase(property.Text(), "BEGIN:VCARD")) {
+    return OldNestedLine(head, property.Text());
+  }
+  if (IsDate(property.name)) return OldLine(head, DateIn(CardVersion::k21, property, report).text);
+  switch (ShapeOf(property.name)) {
+    case CardShape::kList:
+    case CardShape::kPlace:
+      return OldLine(head, Joined(property.components, ","));
+    case CardShape::kStructured:
+    case CardShape::kOrganised: {
+      const bool is_name = property.name == "N" || property.name == "ADR";
+      std::vector<std::string> components = property.components;
+      for (std::string& component : components) {
+        component = WithoutLists(component, is_name ? " " : ",");
+      }
+      return OldLine(head, components);
+    }
+    default:
+      return OldLine(head, property.Text());
+  }
+}
+
+// ---- vCard 3.0 and 4.0 --------------------------------------------------------------------------------------
+
+// 4.0 has fewer kinds; those that it has not are "x-" words.
+bool IsTypeOf40(std::string_view name, std::string_view type) {
+  constexpr std::array<std::string_view, 9> kTypes = {"HOME", "WORK",  "TEXT",  "VOICE",    "FAX",
+                                                      "CELL", "VIDEO", "PAGER", "TEXTPHONE"};
+  const bool is_limited = name == "TEL" || name == "ADR" || name == "EMAIL" || name == "LABEL";
+  if (!is_limited || type.starts_with("X-")) return true;
+  return std::ranges::find(kTypes, type) != kTypes.end();
+}
+
+std::vector<std::string> TypesIn(CardVersion version, const CardProperty& property) {
+  std::vector<std::string> types;
+  for (const std::string& type : property.types) {
+    if (version == CardVersion::k40 && property.name == "EMAIL" && type == "INTERNET") continue;
+    const bool is_known = version == CardVersion::k30 || IsTypeOf40(property.name, type);
+    types.push_back((is_known ? "" : "x-") + ToLower(type));
+  }
+  // RFC 2426 has an address of no kind be one at work.
+  if (version == CardVersion::k30 && property.name == "ADR" && types.empty()) {
+    types.emplace_back("postal");
+  }
+  if (version == CardVersion::k30 && property.preference > 0) types.emplace_back("pref");
+  return types;
+}
+
+std::string TypeParameter(CardVersion version, const std::vector<std::string>& types) {
+  if (types.empty()) return {};
+  std::string list;
+  for (const std::string& type : types) {
+    // A comma, a quotation mark or a colon would begin something else.
+    std::string word = type;
+    std::erase_if(word, [](char c) {
+      return static_cast<unsigned char>(c) <= ' ' ||
+             std::string_view("\",:;").find(c) != std::string_view::npos;
+    });
+    list += (list.empty() ? "" : ",") + word;
+  }
+  const bool is_quoted = version == CardVersion::k40 && types.size() > 1;
+  return ";TYPE=" + (is_quoted ? "\"" + list + "\"" : list);
+}
+
+// What the value is, where the version would take it for something else.
+std::string_view ValueKind(CardVersion version, const CardProperty& property, bool is_text_date) {
+  const std::string_view sent = property.Param("VALUE");
+  const CardShape shape = ShapeOf(property.name);
+  if (is_text_date) return version == CardVersion::k40 ? "text" : "";
+  if (IsDate(property.name)) return "";
+  const bool has_scheme = property.Text().find(':') != std::string::npos;
+  if (version == CardVersion::k40) {
+    if (property.is_binary) return "";
+    if (property.name == "RELATED") return sent == "TEXT" || !has_scheme ? "text" : "";
+    if (property.name == "UID" || property.name == "KEY") return has_scheme ? "" : "text";
+    if (shape == CardShape::kBinary || shape == CardShape::kUri) return "";
+    return sent == "URI" ? "uri" : "";
+  }
+  if (shape == CardShape::kUri || property.is_binary) return "";
+  return sent == "URI" ? "uri" : "";
+}
+
+std::string MediaParameters(CardVersion version, const CardProperty& property) {
+  const std::string type = property.types.empty() ? "" : property.types.front();
+  if (version == CardVersion::k40) {
+    if (property.is_binary || type.empty()) return {};
+    return ";MEDIATYPE=" + ParameterValue(MediaTypeOf(property.name, type), true);
+  }
+  const std::string encoding = property.is_binary ? ";ENCODING=b" : "";
+  return encoding + (type.empty() ? "" : TypeParameter(version, {type}));
+}
+
+std::string ModernHead(CardVersion version, const CardProperty& property, bool is_text_date) {
+  const bool is_40 = version == CardVersion::k40;
+  std::string head = property.group.empty() ? "" : property.group + ".";
+  head += CardNameIn(version, property.name);
+  if (ShapeOf(property.name) == CardShape::kBinary) {
+    head += MediaParameters(version, property);
+  } else {
+    if (property.is_binary) head += ";ENCODING=b";
+    head += TypeParameter(version, TypesIn(version, property));
+  }
+  if (is_40 && property.preference > 0) head += ";PREF=" + std::to_string(property.preference);
+  const std::string_view kind = ValueKind(version, property, is_text_date);
+  if (!kind.empty()) head += ";VALUE=" + std::string(kind);
+  for (const auto& [name, value] : property.params) {
+    if (name == "VALUE") continue;
+    head += ";" + name + "=" + ParameterValue(value, is_40);
+  }
+  return head;
+}
+
+std::string EscapedComponent(std::string_view component) {
+  std::string escaped;
+  for (;;) {
+    const size_t end = component.find(kListSeparator);
+    escaped += EscapedModern(component.substr(0, end));
+    if (end == std::string_view::npos) return escaped;
+    escaped += ',';
+    component.remove_prefix(end + 1);
+  }
+}
+
+std::string EscapedComponents(const std::vector<std::string>& components, char separator) {
+  std::string value;
+  for (const std::string& component : components) {
+    if (&component != components.data()) value += separator;
+    value += separator == ',' ? EscapedModern(Trim(component)) : EscapedComponent(component);
+  }
+  return value;
+}
+
+std::string UriText(std::string_view uri) {
+  std::string text(uri);
+  std::erase_if(text, [](char c) { return c == '\n' || c == '\r'; });
+  return text;
+}
+
+std::string BinaryText(CardVersion version, const CardProperty& property) {
+  const bool is_data = version == CardVersion::k40 && ShapeOf(property.name) == CardShape::kBinary;
+  if (!is_data) return property.Text();
+  const std::string type = property.types.empty() ? "" : property.types.front();
+  return "data:" + MediaTypeOf(property.name, type) + ";base64," + property.Text();
+}
+
+std::string ModernValue(CardVersion version, const CardProperty& property) {
+  const bool is_40 = version == CardVersion::k40;
+  if (property.is_binary) return BinaryText(version, property);
+  if (property.name == "REV" && is_40) return BasicTime(property.Text());
+  switch (ShapeOf(property.name)) {
+    case CardShape::kStructured:
+    case CardShape::kOrganised:
+      return EscapedComponents(property.components, ';');
+    case CardShape::kList:
+      return EscapedComponents(property.components, ',');
+    case CardShape::kUri:
+      return UriText(property.Text());
+    case CardShape::kBinary:
+      return property.Param("VALUE") == "URI" || is_40 ? UriText(property.Text())
+                                                       : EscapedModern(property.Text());
+    case CardShape::kPlace:
+      if (property.components.size() != 2) return EscapedModern(property.Text());
+      return is_40 ? "geo:" + Joined(property.components, ",") : Joined(property.components, ";");
+    default:
+      return EscapedModern(property.Text());
+  }
+}
+
+std::string ModernPropertyLine(CardVersion version, const CardProperty& property, Report& report) {
+  if (!IsDate(property.name)) {
+    return FoldedLine(ModernHead(version, property, false) + ":" + ModernValue(version, property));
+  }
+  const DateText date = DateIn(version, property, report);
+  return FoldedLine(ModernHead(version, property, date.is_text) + ":" + EscapedModern(date.text));
+}
+
+// ---- Cards --------------------------------------------------------------------------------------------------
+
+constexpr std::string_view VersionText(CardVersion version) {
+  if (version == CardVersion::k21) return "2.1";
+  return version == CardVersion::k30 ? "3.0" : "4.0";
+}
+
+std::string PropertyLine(CardVersion version, const CardProperty& property, Report& report) {
+  return version == CardVersion::k21 ? OldPropertyLine(property, report)
+                                     : ModernPropertyLine(version, property, report);
+}
+
+// Gives the properties with a label a group, and writes each group's label behind its first property.
+class Labels {
+ public:
+  void NameGroup(CardProperty& property) {
+    if (!property.label.empty() && property.group.empty()) {
+      property.group = "label" + std::to_string(++made_);
+    }
+  }
+
+  std::string Line(CardVersion version, const CardProperty& property, Report& report) {
+    if (property.label.empty() || !written_.insert(property.group).second) return {};
+    CardProperty label;
+    label.group = property.group;
+    label.name = kLabelName;
+    label.components = {property.label};
+    return PropertyLine(version, label, report);
+  }
+
+ private:
+  size_t made_ = 0;
+  std::set<std::string> written_;
+};
+
+class CardWriter : public ObjectWriter {
+ public:
+  CardWriter(CardVersion version, const WriterSettings& settings)
+      : version_(version), settings_(settings) {}
+
+  WrittenObject Write(const ObjectText& object) override {
+    WrittenObject written;
+    Card card = ReadCard(object, settings_.text, written.report);
+    if (settings_.origin == Origin::kLibrary) RemoveLibraryExtras(card);
+    BringToVersion(card, version_, written.report);
+    AddUid(card);
+    written.text = "BEGIN:VCARD\r\nVERSION:" + std::string(VersionText(version_)) + "\r\n";
+    Labels labels;
+    for (CardProperty& property : card.properties) {
+      labels.NameGroup(property);
+      written.text += PropertyLine(version_, property, written.report);
+      written.text += labels.Line(version_, property, written.report);
+    }
+    written.text += "END:VCARD\r\n";
+    return written;
+  }
+
+ private:
+  void AddUid(Card& card) const {
+    if (settings_.uid.empty() || !card.TextOf("UID").empty()) return;
+    card.Add("UID", {settings_.uid});
+  }
+
+  CardVersion version_;
+  const WriterSettings& settings_;
+};
+
+}  // namespace
+
+std::unique_ptr<ObjectWriter> MakeCardWriter(Form form, const WriterSettings& settings) {
+  switch (form) {
+    case Form::kVCard21:
+      return std::make_unique<CardWriter>(CardVersion::k21, settings);
+    case Form::kVCard30:
+      return std::make_unique<CardWriter>(CardVersion::k30, settings);
+    case Form::kVCard40:
+      return std::make_unique<CardWriter>(CardVersion::k40, settings);
+    case Form::kText:
+    case Form::kHtml:
+      return MakeCardWriterForPeople(form, settings);
+    default:
+      return nullptr;
+  }
+}
+
+}  // namespace dialects
