@@ -341,7 +341,7 @@ class CardReader {
       nested_ = Nested::kAgent;
     } else if (EqualsIgnoringCase(Trim(begin.value), "VCARD")) {
       nested_ = Nested::kCard;
-      card_.inner.push_back({ObjectKind::kCard, {}, begin.line, false, true});
+      card_.inner.push_back({.kind = ObjectKind::kCard, .line = begin.line});
     } else {
       nested_ = Nested::kDropped;
       report_.Dropped("object inside of the card");
