@@ -22,7 +22,6 @@
 #include <utility>
 
 #include "client/logical_lines.h"
-#include "client/object_file_name.h"
 #include "client/temp_file.h"
 #include "client/texts.h"
 
@@ -230,46 +229,18 @@ std::optional<int32_t> StoreOf(ObjectKind kind) {
   return std::nullopt;
 }
 
-ObjectFile::ObjectFile(const std::string& argument) : name_(argument) {
-  if (argument == "-") {
-    HoldRest(STDIN_FILENO);
-  } else if (const std::optional<std::string> file_name = FileName(argument)) {
-    name_ = *file_name;
-    Open();
-  } else {
-    Refuse("the name is not UTF-8");
+ObjectFile::ObjectFile(const std::string& argument) : input_(argument), path_(input_.name()) {
+  if (!input_.why_not().empty()) {
+    Refuse(input_.why_not());
+    return;
   }
+  if (!input_.is_regular()) HoldRest(input_.handle());
   if (why_not_.empty()) LookThrough();
-}
-
-ObjectFile::ObjectFile(ObjectFile&& other) noexcept
-    : name_(std::move(other.name_)),
-      path_(std::move(other.path_)),
-      why_not_(std::move(other.why_not_)),
-      why_not_code_(other.why_not_code_),
-      handle_(std::exchange(other.handle_, -1)),
-      held_(std::move(other.held_)),
-      index_(std::move(other.index_)) {}
-
-ObjectFile::~ObjectFile() {
-  if (handle_ >= 0) close(handle_);
 }
 
 void ObjectFile::Refuse(const std::string& why, OsifResult code) {
   why_not_ = why;
   why_not_code_ = code;
-}
-
-void ObjectFile::Open() {
-  path_ = name_;
-  if (const std::string why = WhyNoInputFile(name_); !why.empty()) return Refuse(why);
-  handle_ = open(name_.c_str(), O_RDONLY | O_CLOEXEC);
-  if (handle_ < 0) return Refuse(std::strerror(errno));
-  struct stat status {};
-  if (fstat(handle_, &status) == 0 && S_ISREG(status.st_mode)) return;
-  const int pipe = std::exchange(handle_, -1);
-  HoldRest(pipe);
-  close(pipe);
 }
 
 void ObjectFile::HoldRest(int source) {
@@ -281,8 +252,6 @@ void ObjectFile::HoldRest(int source) {
                   OSIF_ERR_INVALID_STREAM);
   }
   path_ = held_->name();
-  handle_ = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
-  if (handle_ < 0) Refuse(std::strerror(errno));
 }
 
 void ObjectFile::LookThrough() {

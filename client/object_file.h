@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "client/file_index.h"
+#include "client/input_file.h"
 #include "client/listener.h"
 #include "client/temp_file.h"
 #include "osif.h"
@@ -36,32 +37,27 @@ struct RecordResult {
 class ObjectFile {
  public:
   explicit ObjectFile(const std::string& argument);
-  ~ObjectFile();
-  ObjectFile(ObjectFile&& other) noexcept;
-  ObjectFile& operator=(ObjectFile&&) = delete;
 
   // Why it cannot be read, and the code for that; empty when it can.
   const std::string& why_not() const { return why_not_; }
   OsifResult why_not_code() const { return why_not_code_; }
 
   // The name for messages.
-  const std::string& name() const { return name_; }
+  const std::string& name() const { return input_.name(); }
   // The name under which the library opens it.
   const std::string& path() const { return path_; }
-  int handle() const { return handle_; }
+  int handle() const { return held_ ? held_->handle() : input_.handle(); }
   const FileIndex& index() const { return index_; }
 
  private:
   void Refuse(const std::string& why, OsifResult code = OSIF_ERR_FILE_OPEN);
-  void Open();
   void HoldRest(int source);
   void LookThrough();
 
-  std::string name_;
+  InputFile input_;
   std::string path_;
   std::string why_not_;
   OsifResult why_not_code_ = OSIF_OK;
-  int handle_ = -1;
   std::optional<TempFile> held_;  // what came from a pipe
   FileIndex index_;
 };

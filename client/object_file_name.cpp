@@ -21,11 +21,12 @@ fs::path Resolved(const fs::path& path) {
   return error ? path : resolved;
 }
 
-// The database with the files that SQLite keeps beside it, and the change logs.
+// The databases with the files that SQLite keeps beside them, and the change logs.
 bool IsTheDevicesOwn(const std::string& file_name) {
   const fs::path file = Resolved(file_name);
   const fs::path folder = Resolved(device::Folder());
-  const bool has_its_name = file.filename().string().starts_with("device.db");
+  const std::string name = file.filename().string();
+  const bool has_its_name = name.starts_with("device.db") || name.starts_with("uids.db");
   if (has_its_name && file.parent_path() == folder) return true;
   if (file.string().starts_with(Resolved(folder / "Sync").string() + "/")) return true;
   std::error_code error;  // one of the two does not exist: they are not the same

@@ -67,6 +67,11 @@ bool TempFile::HoldPiece(int source, int64_t begin, int64_t end) {
          ftruncate(handle_, lseek(handle_, 0, SEEK_CUR)) == 0;
 }
 
+bool TempFile::HoldText(std::string_view text) {
+  return lseek(handle_, 0, SEEK_SET) == 0 && WriteAll(handle_, text) &&
+         ftruncate(handle_, lseek(handle_, 0, SEEK_CUR)) == 0;
+}
+
 bool TempFile::HoldRest(int source, int64_t most, int64_t longest_line) {
   Buffer buffer;
   int64_t size = 0;

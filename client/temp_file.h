@@ -20,9 +20,14 @@ class TempFile {
   // A name under which this process, and the library in it, can open the file while it lives.
   const std::string& name() const { return name_; }
 
+  int handle() const { return handle_; }
+
   // Makes the file hold the bytes from `begin` to `end` of an open file. False when that failed; errno
   // tells why.
   bool HoldPiece(int source, int64_t begin, int64_t end);
+
+  // Makes the file hold a text. False when that failed; errno tells why.
+  bool HoldText(std::string_view text);
 
   // Makes the file hold what can be read from an open file, which may be a pipe. False when that failed, or
   // when it is more than `most` bytes or has a line of more than `longest_line`; errno tells why.

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/device/ink/writer.h"
-#include "tests/support/ink_reader.h"
+#include "platform/device/ink/reader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   const std::optional<std::u16string> text =

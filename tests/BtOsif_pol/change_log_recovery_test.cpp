@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "tests/BtOsif_pol/changelog_fixture.h"
+#include "tests/support/trace_receiver.h"
 
 namespace change_log_recovery_test {
 namespace {

@@ -29,8 +29,9 @@ TEST_F(PolNote, IsAnInkDocumentUnderItsName) {
 // The control takes a text and gives a document in blocks.
 TEST_F(PolNote, OfManyBlocksIsKeptWhole) {
   std::u16string text;
-  for (char16_t number = 0; number < 20000; ++number)
+  for (char16_t number = 0; number < 20000; ++number) {
     text += static_cast<char16_t>(0x4E00 + number);
+  }
   Add(u"Long", text);
   EXPECT_EQ(TextOf("Long.pwi"), text);
 }

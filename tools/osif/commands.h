@@ -19,5 +19,8 @@ void AddAnchor(const CommandLine& line);
 void AddDatabaseId(const CommandLine& line);
 void AddSettings(const CommandLine& line);
 void AddTrace(const CommandLine& line);
+void AddConvert(const CommandLine& line);
+void AddNotes(const CommandLine& line);
+void AddShow(const CommandLine& line);
 
 }  // namespace command

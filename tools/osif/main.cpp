@@ -29,16 +29,17 @@ constexpr const char* kFooter =
     "In file names \"\\\" separates folders as \"/\" does.";
 
 constexpr void (*kSubcommands[])(const command::CommandLine&) = {
-    command::AddReceive, command::AddSend,   command::AddExport,     command::AddList,
-    command::AddFind,    command::AddCount,  command::AddDelete,     command::AddParse,
-    command::AddChanges, command::AddAnchor, command::AddDatabaseId, command::AddSettings,
-    command::AddTrace,
+    command::AddReceive, command::AddSend,    command::AddExport,     command::AddList,
+    command::AddFind,    command::AddCount,   command::AddDelete,     command::AddParse,
+    command::AddChanges, command::AddAnchor,  command::AddDatabaseId, command::AddSettings,
+    command::AddTrace,   command::AddConvert, command::AddNotes,      command::AddShow,
 };
 
 void AddOptions(CLI::App& app, Options& options) {
   app.add_option("--device", options.device,
                  "The device's folder (else OSIF_DEVICE, else \"osif\" in the user's data folder)")
       ->type_name("DIR");
+  app.set_version_flag("--version", "osif " OSIF_VERSION);
   app.add_flag("--json", options.json, "Print one JSON object a line");
   app.add_flag("--trace", options.trace, "Show the library's diagnostic lines as they come");
 }

@@ -11,7 +11,9 @@
 #include "client/store.h"
 #include "client/texts.h"
 #include "tools/osif/commands.h"
+#include "tools/osif/findings.h"
 #include "tools/osif/object_fields.h"
+#include "tools/osif/read_dialects.h"
 
 namespace command {
 namespace {
@@ -47,29 +49,69 @@ void ShowField(const std::string& name, const Json& field, Reporter& reporter) {
   }
 }
 
-class Viewer : public FileVisitor {
+// Shows records, however they were read.
+class Viewer : public FileVisitor, public dialects::ObjectVisitor {
  public:
-  explicit Viewer(Reporter& reporter) : reporter_(reporter) {}
+  Viewer(const std::string& file_name, Reporter& reporter)
+      : reporter_(reporter), refusals_(file_name, true, reporter) {}
 
   void OnRecord(const FileRecord& record) override {
-    const Json fields = FieldsJson(record.store_id, *record.object);
-    reporter_.JsonLine({{"store", NameOfStore(record.store_id)},
-                        {"result", ParseResultName(record.result)},
-                        {"fields", fields}});
-    if (reporter_.json()) return;
-    std::string title = "object " + std::to_string(record.number);
-    if (record.line > 0) title += " (line " + std::to_string(record.line) + ")";
-    title += ": " + NameOfStore(record.store_id) + ", " + CodeText(record.result);
+    std::string result = CodeText(record.result);
     if (!record.is_certain && record.result != OSIF_PARSE_OK) {
-      title += " (here or in an object before it)";
+      result += " (here or in an object before it)";
     }
-    reporter_.Text(title);
+    Show({record.number, record.line, record.store_id, *record.object, record.result}, result,
+         nullptr);
+  }
+
+  void OnObject(const dialects::ReadObject& object) override {
+    const std::string report = ReportText(object.report);
+    Show({object.number, object.line, object.store_id, *object.object, object.result},
+         report.empty() ? CodeText(object.result) : report, &object.report);
+  }
+
+  void OnRefused(const dialects::RefusedObject& refused) override { refusals_.Tell(refused); }
+
+ private:
+  struct Shown {
+    size_t number;
+    uint64_t line;
+    int32_t store_id;
+    const OsifObject& object;
+    OsifResult result;
+  };
+
+  void Show(const Shown& shown, const std::string& result, const dialects::Report* report) {
+    const Json fields = FieldsJson(shown.store_id, shown.object);
+    if (reporter_.json()) {
+      Json line = {{"store", NameOfStore(shown.store_id)},
+                   {"result", ParseResultName(shown.result)},
+                   {"fields", fields}};
+      if (report != nullptr) PutReport(*report, line);
+      return reporter_.JsonLine(line);
+    }
+    std::string title = "object " + std::to_string(shown.number);
+    if (shown.line > 0) title += " (line " + std::to_string(shown.line) + ")";
+    reporter_.Text(title + ": " + NameOfStore(shown.store_id) + ", " + result);
     for (const auto& [name, field] : fields.items()) ShowField(name, field, reporter_);
   }
 
- private:
   Reporter& reporter_;
+  Refusals refusals_;
 };
+
+OsifResult ParseFile(const std::string& name, const FileArguments& arguments, Reporter& reporter) {
+  if (arguments.strict) {
+    Viewer viewer(name, reporter);
+    const ObjectFile file(name);
+    return ReadObjectFile(file, arguments.each, {}, viewer, reporter);
+  }
+  const InputFile file(name);
+  Viewer viewer(file.name(), reporter);
+  OsifResult result = OSIF_OK;
+  ReadDialects(file, viewer, reporter, &result);
+  return result;
+}
 
 void Parse(const FileArguments& arguments, const Options& options, Reporter& reporter) {
   // Reading needs no open library, but the trace begins when it is opened.
@@ -78,11 +120,9 @@ void Parse(const FileArguments& arguments, const Options& options, Reporter& rep
   if (session && !session->is_open()) return;
   if (!session) PrepareTexts();
   // The code in each file's last line tells of its failure. Read one by one, objects fail one by one.
-  reporter.SetFailuresInJson(arguments.each);
+  reporter.SetFailuresInJson(arguments.each || !arguments.strict);
   for (const std::string& file : arguments.files) {
-    Viewer viewer(reporter);
-    const ObjectFile object_file(file);
-    const OsifResult result = ReadObjectFile(object_file, arguments.each, {}, viewer, reporter);
+    const OsifResult result = ParseFile(file, arguments, reporter);
     reporter.JsonLine({{"file", file}, {"code", result}, {"text", CodeText(result)}});
     reporter.Text(file + ": " + CodeText(result));
   }

@@ -1,207 +1,234 @@
-// osif receive: what an object push service does with a file that it got.
+// osif receive: files of any dialect into the stores.
 //
-// Each object is looked for, then updated or added, while the library lends it; what was stored stays stored
-// when a later object fails. The library hands on the worst result so far, so after a first warning the
-// results of a file's records are not their own. They are learnt by reading the objects one by one
-// (OwnResults), and before the library is opened: then nothing of that reading comes into the trace, and each
-// of its lines is shown once. With --each the objects are read one by one anyway. A store's change log is
-// opened when its first object comes, since opening costs a comparison of the whole store; where that fails,
-// the objects are stored all the same, without anchors.
+// Each object is read, looked for, then updated or added, before the next one is made out; what was stored stays
+// stored when a later object fails, and memory is that of one object. What had to be changed, guessed or dropped is
+// gathered and told once a file; with -v, and in JSON, each object says it of itself.
 //
-// Asked to stop, it stores no further object, says how far it came, and closes its change logs as at any other
-// end: a log that is not closed has to be compared with the store anew, and what was stored here would be told
-// twice.
-#include <algorithm>
+// A store's change log is opened when its first object comes, since opening costs a comparison of the whole store; where
+// that fails, the objects are stored all the same, without anchors. Asked to stop, the command stores no further object
+// and closes its change logs as at any other end.
+#include <cerrno>
+#include <cstring>
 #include <optional>
-#include <vector>
+#include <string>
 
-#include "btosif/osif_util/charset.h"
-#include "btosif/osif_util/content_type.h"
-#include "btosif/osif_util/stores.h"
-#include "client/damage.h"
+#include "client/input_file.h"
 #include "client/interrupt.h"
 #include "client/object_file.h"
-#include "client/records.h"
 #include "client/store.h"
+#include "client/storer.h"
 #include "client/texts.h"
+#include "client/uid_table.h"
+#include "dialects/object_reader.h"
+#include "platform/device/device.h"
 #include "tools/osif/commands.h"
+#include "tools/osif/findings.h"
+#include "tools/osif/read_dialects.h"
+#include "tools/osif/receive_strict.h"
+#include "tools/osif/review.h"
 
 namespace command {
 namespace {
 
-struct Counts {
+struct ReceiveArguments {
+  FileArguments files;
+  bool adds = false;
+  bool reviews = false;
+  bool is_verbose = false;
+};
+
+struct Tally {
   size_t added = 0;
   size_t updated = 0;
+  size_t skipped = 0;
   size_t refused = 0;
-  size_t unreached = 0;
-  size_t warnings = 0;
-  size_t uncertain = 0;  // of the warnings
+  size_t interrupted = 0;  // objects that came after the command was asked to stop
 };
 
-// The names of a message's parts that have one; none for other objects. The message store has a place for a
-// message's text alone, so the content of these is lost.
-std::vector<std::string> LostContents(const FileRecord& record) {
-  std::vector<std::string> names;
-  if (KindOfStore(record.store_id) != StoreKind::kMessages) return names;
-  for (const MessagePart* part = &record.object->message.part; part != nullptr;
-       part = part->nextPart) {
-    const std::optional<std::string> name = AttachmentName(part->contentType);
-    if (name) names.push_back(ToOutput(MultiByteToText(NativeCodePage(), *name)));
-  }
-  return names;
-}
-
-// What became of a record.
-struct ReceiveOutcome {
-  const char* action = nullptr;  // "added", "updated" or "refused"
-  std::string name;
-  const char* id = nullptr;                     // null for a refused one
-  const OsifAnchor* anchor = nullptr;           // null without a change log
-  std::vector<std::string> lost_contents = {};  // the names of the parts whose content was not kept
+// What all files of a run share.
+struct Run {
+  const ReceiveArguments& arguments;
+  bool tells_each;
+  Session& session;
+  UidTable& uids;
+  Reporter& reporter;
 };
 
-// Stores the records of one file.
-class Receiver : public FileVisitor {
+class FileReceiver : public dialects::ObjectVisitor {
  public:
-  // `tells_all`: also people see a line for each object.
-  Receiver(const std::string& file_name, bool tells_all, Session& session, Reporter& reporter)
-      : file_name_(file_name), tells_all_(tells_all), session_(session), reporter_(reporter) {}
+  FileReceiver(const std::string& file_name, Run& run)
+      : file_name_(file_name),
+        run_(run),
+        refusals_(file_name, run.tells_each, run.reporter),
+        storer_(run.session, run.reporter, PolicyOf(run)) {}
 
-  void OnRecord(const FileRecord& record) override {
+  void OnObject(const dialects::ReadObject& object) override {
     if (WasInterrupted()) {
-      ++interrupted_;
+      ++counts_.interrupted;
       return;
     }
-    const std::string name = ObjectName(record.store_id, *record.object);
-    const std::string place = PlaceOf(file_name_, record.number, record.line) + QuotedName(name);
-    TellWarning(record, place);
-
-    ObjectId id{};
-    if (!session_.MayChange(record.store_id)) {
-      ++counts_.refused;
-      TellOutcome(record, {.action = "refused", .name = name});
-      return;
+    run_.reporter.Progress(file_name_ + ": object", object.number, 0);
+    const std::string name = ObjectName(object.store_id, *object.object);
+    const std::string place = PlaceOf(file_name_, object.number, object.line) + QuotedName(name);
+    const StoreOutcome stored = storer_.Store(object.store_id, *object.object);
+    Count(stored.action);
+    if (stored.action == StoreAction::kRefused && stored.result != OSIF_OK) {
+      run_.reporter.Fail(place + " was not stored", stored.result);
     }
-    const bool is_known = OSIF_FindObject(record.store_id, record.object, id.data()) != 0;
-    OsifAnchor* anchor = session_.NewAnchor(record.store_id);
-    const OsifResult result = Store(record, is_known, id, anchor);
-    if (result != OSIF_OK) {
-      ++counts_.refused;
-      reporter_.Fail(place + " was not stored", result);
-      TellOutcome(record, {.action = "refused", .name = name});
-      return;
+    const bool is_stored =
+        stored.action == StoreAction::kAdded || stored.action == StoreAction::kUpdated;
+    if (is_stored) {
+      KeepUid(object, stored);
+      findings_.Add(KindOf(object.store_id), object.report);
     }
-    ++(is_known ? counts_.updated : counts_.added);
-    if (anchor != nullptr) last_anchor_ = ", anchor " + AnchorText(record.store_id, *anchor);
-    const char* action = is_known ? "updated" : "added";
-    const std::vector<std::string> lost = LostContents(record);
-    TellLostContents(lost, place);
-    TellOutcome(record, {action, name, id.data(), anchor, lost});
-    if (tells_all_) {
-      reporter_.Text(place + ": " + action + " " + IdInStore(record.store_id, id.data()));
+    if (!stored.kept_apart_from.empty()) {
+      findings_.Add(KindOf(object.store_id), "added beside one of the same name");
     }
+    if (stored.anchor != nullptr) {
+      last_anchor_ = ", anchor " + AnchorText(object.store_id, *stored.anchor);
+    }
+    TellOutcome(object, stored, name, place);
   }
 
-  void OnRefused(size_t number, ObjectKind kind) override {
+  void OnRefused(const dialects::RefusedObject& refused) override {
     ++counts_.refused;
-    const std::optional<int32_t> store_id = StoreOf(kind);
-    reporter_.JsonLine({{"file", file_name_},
-                        {"number", number},
-                        {"store", store_id ? Json(NameOfStore(*store_id)) : Json()},
-                        {"action", "refused"},
-                        {"id", nullptr},
-                        {"name", nullptr},
-                        {"result", "error"},
-                        {"anchor", nullptr}});
+    refusals_.Tell(refused);
+    if (!run_.reporter.json()) return;
+    Json line = {{"file", file_name_},       {"number", refused.number},
+                 {"line", refused.line},     {"store", StoreJson(refused.kind)},
+                 {"action", "refused"},      {"id", nullptr},
+                 {"name", nullptr},          {"result", "error"},
+                 {"reason", refused.reason}, {"anchor", nullptr}};
+    PutReport(refused.report, line);
+    run_.reporter.JsonLine(line);
   }
-
-  void OnUnreached(size_t count) override { counts_.unreached += count; }
 
   void Summarise() {
-    if (interrupted_ > 0) {
-      counts_.unreached += interrupted_;
-      reporter_.Fail(file_name_ + ": interrupted before the last " + ObjectCount(interrupted_),
-                     OSIF_OK);
+    if (counts_.interrupted > 0) {
+      run_.reporter.Fail(
+          file_name_ + ": interrupted before the last " + ObjectCount(counts_.interrupted),
+          OSIF_OK);
     }
-    if (counts_.uncertain > 0) {
-      reporter_.Note(file_name_ + ": a warning may hold for " + std::to_string(counts_.uncertain) +
-                     " more behind it in its calendar as well");
-    }
+    refusals_.Summarise();
+    if (!run_.tells_each) findings_.Tell(file_name_, run_.reporter);
     std::string text = file_name_ + ": " + std::to_string(counts_.added) + " added, " +
-                       std::to_string(counts_.updated) + " updated, " +
-                       std::to_string(counts_.refused) + " refused";
-    if (counts_.unreached > 0) text += ", " + std::to_string(counts_.unreached) + " not reached";
-    if (counts_.warnings > 0) text += "; " + std::to_string(counts_.warnings) + " with a warning";
-    if (counts_.refused + counts_.warnings > 0 && !tells_all_) text += " (--trace shows why)";
-    reporter_.Text(text + last_anchor_);
+                       std::to_string(counts_.updated) + " updated, ";
+    if (counts_.skipped > 0) text += std::to_string(counts_.skipped) + " skipped, ";
+    text += std::to_string(counts_.refused) + " refused";
+    if (counts_.interrupted > 0) {
+      text += ", " + std::to_string(counts_.interrupted) + " not reached";
+    }
+    run_.reporter.Text(text + last_anchor_);
   }
 
  private:
-  OsifResult Store(const FileRecord& record, bool is_known, ObjectId& id, OsifAnchor* anchor) {
-    // What could not be read may be this very object: adding it would make it stand twice.
-    if (TellDamage(reporter_)) return OSIF_ERR_PIM;
-    if (is_known) return OSIF_ModifyObject(record.store_id, id.data(), record.object, anchor);
-    return OSIF_AddObject(record.store_id, record.object, id.data(), anchor);
+  static StorePolicy PolicyOf(Run& run) {
+    StorePolicy policy;
+    policy.always_adds = run.arguments.adds;
+    if (run.arguments.reviews) {
+      policy.review = [&run](int32_t store_id, const char* id, OsifObject& object) {
+        return Review(store_id, id, object, run.reporter);
+      };
+    }
+    return policy;
   }
 
-  void TellLostContents(const std::vector<std::string>& names, const std::string& place) {
-    for (const std::string& name : names) {
-      reporter_.Note(place + ": the content of \"" + OneLine(name) + "\" was not kept");
+  void Count(StoreAction action) {
+    switch (action) {
+      case StoreAction::kAdded:
+        ++counts_.added;
+        break;
+      case StoreAction::kUpdated:
+        ++counts_.updated;
+        break;
+      case StoreAction::kSkipped:
+        ++counts_.skipped;
+        break;
+      case StoreAction::kRefused:
+        ++counts_.refused;
+        break;
     }
   }
 
-  void TellWarning(const FileRecord& record, const std::string& place) {
-    if (record.result == OSIF_PARSE_OK) return;
-    if (record.is_certain) {
-      ++counts_.warnings;
-      reporter_.Note(place + ": " + CodeText(record.result) + " (code " +
-                     std::to_string(record.result) + ")");
-    } else {
-      ++counts_.uncertain;
-    }
+  // An update by an object without a UID leaves the one that is known.
+  void KeepUid(const dialects::ReadObject& object, const StoreOutcome& stored) {
+    if (object.uid.empty() || uids_failed_) return;
+    if (run_.uids.Keep(object.store_id, stored.id.data(), object.uid)) return;
+    uids_failed_ = true;
+    run_.reporter.Fail("the UIDs are not kept: " + run_.uids.why_not(), OSIF_OK);
   }
 
-  // Hardly any object has contents that were not kept, so the others have no such key.
-  void TellOutcome(const FileRecord& record, const ReceiveOutcome& outcome) {
-    if (!reporter_.json()) return;
-    Json line = {{"file", file_name_},
-                 {"number", record.number},
-                 {"store", NameOfStore(record.store_id)},
-                 {"action", outcome.action},
-                 {"id", outcome.id == nullptr ? Json() : Json(IdToOutput(outcome.id))},
-                 {"name", outcome.name},
-                 {"result", ParseResultName(record.result)},
-                 {"anchor", AnchorJson(outcome.anchor)}};
-    if (!outcome.lost_contents.empty()) line["notKept"] = outcome.lost_contents;
-    reporter_.JsonLine(line);
+  void TellOutcome(const dialects::ReadObject& object, const StoreOutcome& stored,
+                   const std::string& name, const std::string& place) {
+    const bool has_id =
+        stored.action == StoreAction::kAdded || stored.action == StoreAction::kUpdated;
+    if (run_.reporter.json()) {
+      Json line = {{"file", file_name_},
+                   {"number", object.number},
+                   {"line", object.line},
+                   {"store", NameOfStore(object.store_id)},
+                   {"action", ActionName(stored.action)},
+                   {"id", has_id ? Json(IdToOutput(stored.id.data())) : Json()},
+                   {"name", name},
+                   {"result", ParseResultName(object.result)},
+                   {"anchor", AnchorJson(stored.anchor)}};
+      PutReport(object.report, line);
+      run_.reporter.JsonLine(line);
+    } else if (run_.tells_each && stored.action != StoreAction::kRefused) {
+      std::string text = place + ": " + ActionName(stored.action);
+      if (has_id) text += " " + IdInStore(object.store_id, stored.id.data());
+      if (!stored.kept_apart_from.empty()) {
+        text += " beside " + IdInStore(object.store_id, stored.kept_apart_from.c_str());
+      }
+      const std::string report = ReportText(object.report);
+      run_.reporter.Text(report.empty() ? text : text + "; " + report);
+    }
   }
 
   const std::string& file_name_;
-  bool tells_all_;
-  Session& session_;
-  Reporter& reporter_;
-  Counts counts_;
-  size_t interrupted_ = 0;   // records that came after the command was asked to stop
+  Run& run_;
+  Refusals refusals_;
+  Storer storer_;
+  Findings findings_;
+  Tally counts_;
+  bool uids_failed_ = false;
   std::string last_anchor_;  // of the newest change; empty while there is none
 };
 
-void Receive(const FileArguments& arguments, const Options& options, Reporter& reporter) {
-  const std::vector<ObjectFile> files(arguments.files.begin(), arguments.files.end());
-  std::vector<std::vector<RecordResult>> results(files.size());
-  if (!arguments.each) std::ranges::transform(files, results.begin(), OwnResults);
+void DeclareReceive(Declarations& declarations, ReceiveArguments& arguments) {
+  DeclareFiles(declarations, arguments.files);
+  declarations.AddFlag("--add", arguments.adds, "Add every object; update none");
+  declarations.AddFlag("--review", arguments.reviews,
+                       "Show what an update would overwrite, and ask before it");
+  declarations.AddFlag("-v,--verbose", arguments.is_verbose,
+                       "Say of each object what became of it");
+}
+
+void Receive(const ReceiveArguments& arguments, const Options& options, Reporter& reporter) {
+  if (arguments.files.strict) {
+    if (arguments.adds || arguments.reviews) {
+      return reporter.WrongUsage("--strict does not go with --add and --review");
+    }
+    return ReceiveStrictly(arguments.files, options, reporter);
+  }
+  if (arguments.reviews && !CanReview(arguments.files.files)) {
+    return reporter.WrongUsage("--review asks on a terminal, and standard input is none");
+  }
   // It outlives the session, which closes the change logs.
   const InterruptWatch watch;
   Session session(options.trace, reporter);
   if (!session.is_open()) return;
-  for (size_t i = 0; i < files.size(); ++i) {
+  UidTable uids(device::Folder());
+  // Between the lines of the trace, each object says where it is.
+  Run run{arguments, arguments.is_verbose || options.trace, session, uids, reporter};
+  for (const std::string& name : arguments.files.files) {
     if (WasInterrupted()) {
-      reporter.Fail(files[i].name() + ": interrupted before its first object", OSIF_OK);
+      reporter.Fail(name + ": interrupted before its first object", OSIF_OK);
       continue;
     }
-    // Between the lines of the trace, each object says where it is.
-    Receiver receiver(arguments.files[i], options.trace, session, reporter);
-    ReadObjectFile(files[i], arguments.each, results[i], receiver, reporter);
-    receiver.Summarise();
+    const InputFile file(name);
+    FileReceiver receiver(file.name(), run);
+    if (ReadDialects(file, receiver, reporter)) receiver.Summarise();
   }
 }
 
@@ -209,7 +236,7 @@ void Receive(const FileArguments& arguments, const Options& options, Reporter& r
 
 void AddReceive(const CommandLine& line) {
   AddSubcommand(line, "receive", "Store every object of the files: update it where it is known",
-                DeclareFiles, Receive);
+                DeclareReceive, Receive);
 }
 
 }  // namespace command

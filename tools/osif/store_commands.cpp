@@ -18,6 +18,7 @@
 #include "client/texts.h"
 #include "tools/osif/commands.h"
 #include "tools/osif/object_id.h"
+#include "tools/osif/read_dialects.h"
 
 namespace command {
 namespace {
@@ -176,49 +177,66 @@ void Delete(const DeleteArguments& arguments, const Options& options, Reporter& 
 
 // ---- find -----------------------------------------------------------------------------------------
 
-class Finder : public FileVisitor {
+// Looks for records, however they were read.
+class Finder : public FileVisitor, public dialects::ObjectVisitor {
  public:
   Finder(const std::string& file_name, Reporter& reporter)
-      : file_name_(file_name), reporter_(reporter) {}
+      : file_name_(file_name), reporter_(reporter), refusals_(file_name, true, reporter) {}
 
   void OnRecord(const FileRecord& record) override {
-    const std::string name = ObjectName(record.store_id, *record.object);
-    ObjectId id{};
-    const bool is_found = OSIF_FindObject(record.store_id, record.object, id.data()) != 0;
-    if (!is_found && TellDamage(reporter_)) {
-      reporter_.Fail(PlaceOf(file_name_, record.number, record.line) + QuotedName(name) +
-                         " could not be looked for",
-                     OSIF_ERR_PIM);
-      return;
-    }
-    reporter_.Result({{"number", record.number},
-                      {"store", NameOfStore(record.store_id)},
-                      {"id", is_found ? Json(IdToOutput(id.data())) : Json()},
-                      {"name", name}},
-                     std::to_string(record.number) + "  " +
-                         (is_found ? IdInStore(record.store_id, id.data()) : "not found") + "  " +
-                         name);
+    Look(record.number, record.line, record.store_id, *record.object);
   }
+  void OnObject(const dialects::ReadObject& object) override {
+    Look(object.number, object.line, object.store_id, *object.object);
+  }
+  void OnRefused(const dialects::RefusedObject& refused) override { refusals_.Tell(refused); }
 
  private:
+  void Look(size_t number, uint64_t line, int32_t store_id, OsifObject& object) {
+    const std::string name = ObjectName(store_id, object);
+    ObjectId id{};
+    const bool is_found = OSIF_FindObject(store_id, &object, id.data()) != 0;
+    if (!is_found && TellDamage(reporter_)) {
+      reporter_.Fail(
+          PlaceOf(file_name_, number, line) + QuotedName(name) + " could not be looked for",
+          OSIF_ERR_PIM);
+      return;
+    }
+    reporter_.Result({{"number", number},
+                      {"store", NameOfStore(store_id)},
+                      {"id", is_found ? Json(IdToOutput(id.data())) : Json()},
+                      {"name", name}},
+                     std::to_string(number) + "  " +
+                         (is_found ? IdInStore(store_id, id.data()) : "not found") + "  " + name);
+  }
+
   const std::string& file_name_;
   Reporter& reporter_;
+  Refusals refusals_;
 };
 
 struct FindArguments {
   std::string file;
+  bool strict = false;
 };
 
 void DeclareFind(Declarations& declarations, FindArguments& arguments) {
   declarations.Add("FILE", arguments.file, "A file of objects; - for standard input").Required();
+  declarations.AddFlag("--strict", arguments.strict, "Hand the bytes to the library as they are");
 }
 
 void Find(const FindArguments& arguments, const Options& options, Reporter& reporter) {
   Session session(options.trace, reporter);
   if (!session.is_open()) return;
-  Finder finder(arguments.file, reporter);
-  const ObjectFile file(arguments.file);
-  ReadObjectFile(file, false, {}, finder, reporter);
+  if (arguments.strict) {
+    Finder finder(arguments.file, reporter);
+    const ObjectFile file(arguments.file);
+    ReadObjectFile(file, false, {}, finder, reporter);
+  } else {
+    const InputFile file(arguments.file);
+    Finder finder(file.name(), reporter);
+    ReadDialects(file, finder, reporter);
+  }
 }
 
 }  // namespace

@@ -9,10 +9,14 @@ void DeclareStore(Declarations& declarations, StoreArgument& arguments) {
 void DeclareFiles(Declarations& declarations, FileArguments& arguments) {
   declarations
       .Add("FILE", arguments.files,
-           "vCard, vCalendar, vNote or vMessage files; - for standard input")
+           "Files of contacts, calendars, notes and messages in any form; - for standard input")
       .Required();
-  declarations.AddFlag("--each", arguments.each,
-                       "Read every object by itself, so that a bad one does not cost the rest");
+  declarations.AddFlag(
+      "--strict", arguments.strict,
+      "Hand the bytes to the library as they are: vCard 2.1, vCalendar 1.0, vNote, vMessage");
+  declarations.AddFlag(
+      "--each", arguments.each,
+      "With --strict: read every object by itself, so that a bad one does not cost the rest");
 }
 
 }  // namespace command

@@ -58,10 +58,11 @@ struct StoreArgument {
 };
 void DeclareStore(Declarations& declarations, StoreArgument& arguments);
 
-// FILE... and --each.
+// FILE..., --strict and --each.
 struct FileArguments {
   std::vector<std::string> files;
-  bool each = false;  // every object is read by itself
+  bool strict = false;  // the library gets the bytes as they are
+  bool each = false;    // and then every object by itself
 };
 void DeclareFiles(Declarations& declarations, FileArguments& arguments);
 

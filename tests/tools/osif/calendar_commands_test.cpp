@@ -211,7 +211,7 @@ TEST_F(CommandCalendar, DeleteDeletesEventsAndTodosAlike) {
 
 TEST_F(CommandCalendar, AnIdOfAContactIsNoneOfTheCalendar) {
   const std::string card = Write("a.vcf", Card({"N:Lee;Ann"}));
-  ASSERT_EQ(Osif({"receive", card}).status, 0);
+  ASSERT_EQ(Osif({"receive", "--strict", card}).status, 0);
   for (const char* command : {"send", "delete"}) {
     const Outcome outcome = Osif({command, "cal", "00000001"});
     EXPECT_EQ(outcome.status, 1);
@@ -228,12 +228,12 @@ TEST_F(CommandCalendar, FindLooksForEventsByStartAndSubjectAndForTodosBySubject)
       Write("find.vcs", Calendar(Event("Choir", "20261006T180000Z") + Todo("Books", {"DUE:"})) +
                             Calendar(Event("Choir", "20261005T200000Z")) +
                             Calendar(Event("Choir", "20261005T180000Z") + Todo("Roof", {"DUE:"})));
-  const Outcome outcome = Osif({"find", file});
+  const Outcome outcome = Osif({"find", "--strict", file});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.OutLines(),
               ElementsAre("1  not found  Choir", "2  cal 00000002  Books", "3  not found  Choir",
                           "4  cal 00000001  Choir", "5  not found  Roof"));
-  EXPECT_EQ(Osif({"find", "--json", file}).JsonLines().at(3),
+  EXPECT_EQ(Osif({"find", "--strict", "--json", file}).JsonLines().at(3),
             (Json{{"number", 4}, {"store", "cal"}, {"id", "00000001"}, {"name", "Choir"}}));
 }
 
@@ -292,7 +292,7 @@ TEST_F(CommandCalendar, ExportWritesEveryItemAndReceiveReadsThemBack) {
   const std::string file = Path("all.vcs");
   EXPECT_EQ(Osif({"export", "cal", "-o", file}).out, file + ": 3 objects\n");
   const std::string other = Path("other");
-  EXPECT_EQ(Osif({"--device", other, "receive", file}).status, 0);
+  EXPECT_EQ(Osif({"--device", other, "receive", "--strict", file}).status, 0);
   EXPECT_EQ(Osif({"--device", other, "list", "cal"}).out,
             "00000001  event  20261005T180000Z  Choir (Town hall)\n"
             "00000002  event  20261006T110000Z  Lunch\n"
@@ -307,7 +307,7 @@ TEST_F(CommandCalendar, ADeletionByAShortIdTakesThePlaceOfTheEntryThatTheObjectH
   const std::string file = Write("one.vcs",
                                  "BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VEVENT\r\nSUMMARY:a\r\n"
                                  "DTSTART:20260313T100000\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n");
-  Osif({"receive", file});
+  Osif({"receive", "--strict", file});
   EXPECT_EQ(Osif({"delete", "cal", "1"}).status, 0);
   const std::vector<Json> lines = Osif({"changes", "cal", "--json"}).JsonLines();
   ASSERT_EQ(lines.size(), 1u);
@@ -338,7 +338,7 @@ TEST_F(CommandCalendar, ChangesSinceAnAnchorAreThoseBehindIt) {
 TEST_F(CommandCalendar, TheAnchorIsThatOfTheNewestChangeAndNoOtherStoresOne) {
   Store(Calendar(kChoir + kBooks));
   const std::string card = Write("a.vcf", Card({"N:Lee;Ann"}));
-  Osif({"receive", card});
+  Osif({"receive", "--strict", card});
   EXPECT_THAT(Osif({"anchor", "cal"}).out, MatchesRegex("2  [0-9]{8}T[0-9]{6}Z\n"));
   EXPECT_THAT(Osif({"anchor", "pb"}).out, MatchesRegex("1  [0-9]{8}T[0-9]{6}Z\n"));
 }
@@ -350,7 +350,7 @@ TEST_F(CommandCalendar, ParseShowsTheFieldsOfAnEvent) {
       Write("a.vcs",
             Calendar(Event("Choir", "20261005T180000Z",
                            {"RRULE:W1 MO #4", "CLASS:PRIVATE", "X-BLUETOOTH-ALLDAYEVENT:TRUE"})));
-  const std::vector<Json> lines = Osif({"parse", "--json", file}).JsonLines();
+  const std::vector<Json> lines = Osif({"parse", "--strict", "--json", file}).JsonLines();
   ASSERT_THAT(lines, SizeIs(2));
   EXPECT_EQ(lines[0]["store"], "cal");
   EXPECT_EQ(lines[0]["result"], "ok");
@@ -372,7 +372,7 @@ TEST_F(CommandCalendar, ParseShowsTheFourComponentsOfAnAlarmOfATodo) {
   const std::string file = Write("a.vcs", Calendar(Todo("Books", {"DUE:",
                                                                   "DALARM:20261120T090000;"
                                                                   "PT5M;2;Now"})));
-  const Json fields = Osif({"parse", "--json", file}).JsonLines().at(0)["fields"];
+  const Json fields = Osif({"parse", "--strict", "--json", file}).JsonLines().at(0)["fields"];
   EXPECT_EQ(fields["calendarKind"], 2);
   EXPECT_EQ(fields["allDayEvent"], 0);
   EXPECT_EQ(fields["dAlarm"][0]["components"],
@@ -381,8 +381,8 @@ TEST_F(CommandCalendar, ParseShowsTheFourComponentsOfAnAlarmOfATodo) {
 
 TEST_F(CommandCalendar, ParseWithEachShowsTheCalendarsBehindARefusedOne) {
   const std::string file = Write("a.vcs", kRefusedCalendar + Calendar(kChoir + kBooks));
-  EXPECT_EQ(Osif({"parse", "--json", file}).JsonLines().size(), 1u);
-  const Outcome outcome = Osif({"parse", "--each", "--json", file});
+  EXPECT_EQ(Osif({"parse", "--strict", "--json", file}).JsonLines().size(), 1u);
+  const Outcome outcome = Osif({"parse", "--strict", "--each", "--json", file});
   EXPECT_EQ(outcome.status, 1);
   const std::vector<Json> lines = outcome.JsonLines();
   ASSERT_THAT(lines, SizeIs(4));

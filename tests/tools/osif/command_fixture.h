@@ -154,7 +154,7 @@ class CommandTest : public testing::Test {
 
   // Writes a file and has it received.
   Outcome Receive(const std::string& bytes, const Lines& options = {}) const {
-    Lines arguments = {"receive", Write("received" + extension_, bytes)};
+    Lines arguments = {"receive", "--strict", Write("received" + extension_, bytes)};
     arguments.insert(arguments.end(), options.begin(), options.end());
     return Osif(arguments);
   }

@@ -301,7 +301,7 @@ class Corpus : public CommandTest, public testing::WithParamInterface<Format> {
   // The summaries of `receive` on a device of its own, by file; each file has one.
   std::map<std::string, Summary> Summaries(const std::string& device, const Lines& options) const {
     std::map<std::string, Summary> summaries;
-    Lines arguments = {"--device", Path(device), "receive"};
+    Lines arguments = {"--device", Path(device), "receive", "--strict"};
     arguments.insert(arguments.end(), options.begin(), options.end());
     RunOnFiles(arguments, [&](const Outcome& outcome, const Lines& files) {
       EXPECT_THAT(outcome.status, AnyOf(0, 1));
@@ -375,7 +375,7 @@ class Corpus : public CommandTest, public testing::WithParamInterface<Format> {
   void RunMarked(const Lines& files, Use use) const {
     const std::string mark =
         Write("mark.vnt", "BEGIN:VNOTE\r\nVERSION:1.1\r\nSUMMARY:mark\r\nBODY:\r\nEND:VNOTE\r\n");
-    Lines arguments = {"receive", "--each", "--json", "--trace"};
+    Lines arguments = {"receive", "--strict", "--each", "--json", "--trace"};
     for (const std::string& file : files) {
       arguments.push_back(file);
       arguments.push_back(mark);
@@ -450,7 +450,7 @@ TEST_P(Corpus, AFileReadWholeAccountsForEveryObjectThatItsObjectsReadOneByOneMak
 TEST_P(Corpus, EveryFileIsParsedIntoJsonWithAsManyRecordsAsAreReceived) {
   for (const bool is_each : {false, true}) {
     const std::map<std::string, Summary>& summaries = Usual(is_each);
-    const Lines arguments = is_each ? Lines{"parse", "--json", "--each"} : Lines{"parse", "--json"};
+    const Lines arguments = is_each ? Lines{"parse", "--strict", "--json", "--each"} : Lines{"parse", "--strict", "--json"};
     RunOnFiles(arguments, [&](const Outcome& outcome, const Lines& files) {
       bool has_failed = false;
       size_t at = 0;

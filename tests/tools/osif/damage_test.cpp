@@ -41,7 +41,7 @@ class CommandDamage : public CommandTest {
       cards += Card({"N:Lee;Ann" + std::to_string(i), "NOTE:" + std::string(100'000, 'x')});
     }
     Write("cards.vcf", cards);
-    EXPECT_EQ(Osif({"receive", cards_}).status, 0);
+    EXPECT_EQ(Osif({"receive", "--strict", cards_}).status, 0);
     EXPECT_GT(std::filesystem::file_size(DatabasePath()), 5'000'000u);
     original_.emplace();
     Copy(folder_, original_->path());
@@ -102,21 +102,21 @@ TEST_F(CommandDamage, OfTheListOfObjectsIsTold) {
   Damage("pim_objects");
   ExpectToldAndLeft({{"list", "pb"},
                      {"count", "pb"},
-                     {"find", cards_},
+                     {"find", "--strict", cards_},
                      {"changes", "pb"},
                      {"delete", "pb", "00000001"},
-                     {"receive", cards_}});
+                     {"receive", "--strict", cards_}});
   EXPECT_EQ(Osif({"count", "pb"}).out, "");
 }
 
 TEST_F(CommandDamage, OfTheContactsIsTold) {
   Damage("pim_contacts");
   ExpectToldAndLeft({{"list", "pb"},
-                     {"find", cards_},
+                     {"find", "--strict", cards_},
                      {"send", "pb", "00000001"},
                      {"anchor", "pb"},
                      {"delete", "pb", "00000001"},
-                     {"receive", cards_}});
+                     {"receive", "--strict", cards_}});
 }
 
 // The store might have been read while another program deleted an item.
@@ -132,7 +132,7 @@ TEST_F(CommandDamage, AChangeLogIsOpenedAgainBeforeItsStoreCountsAsUnreadable) {
 
 TEST_F(CommandDamage, OfTheContactsIsNoAnswerToFind) {
   Damage("pim_contacts");
-  const Outcome outcome = Osif({"find", cards_});
+  const Outcome outcome = Osif({"find", "--strict", cards_});
   EXPECT_EQ(outcome.out, "");
   EXPECT_THAT(outcome.err,
               HasSubstr(cards_ + ": object 1 (line 1) \"Ann0 Lee\" could not be looked for"));
@@ -161,7 +161,7 @@ TEST_F(CommandDamage, OfOtherPartsDoesNotHinder) {
 class CommandBusy : public CommandTest {
  protected:
   CommandBusy() {
-    EXPECT_EQ(Osif({"receive", Write("a.vcf", Card({"N:Lee;Ann"}))}).status, 0);
+    EXPECT_EQ(Osif({"receive", "--strict", Write("a.vcf", Card({"N:Lee;Ann"}))}).status, 0);
     writer_ = Connect(device_ + "/device.db");
     Execute("BEGIN IMMEDIATE");
     Execute("INSERT INTO registry_keys(folded_path, path) VALUES('x', 'x')");
@@ -178,7 +178,7 @@ TEST_F(CommandBusy, WhatOnlyReadsDoesNotWait) {
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(Osif({"list", "pb"}).out, "00000001  Ann Lee\n");
   EXPECT_EQ(Osif({"count", "pb"}).status, 0);
-  EXPECT_EQ(Osif({"find", Path("a.vcf")}).status, 0);
+  EXPECT_EQ(Osif({"find", "--strict", Path("a.vcf")}).status, 0);
   EXPECT_EQ(Osif({"send", "pb", "1"}).status, 0);
   EXPECT_EQ(Osif({"export", "pb", "-o", Path("all.vcf")}).status, 0);
   EXPECT_EQ(Osif({"changes", "pb"}).status, 0);
@@ -188,7 +188,7 @@ TEST_F(CommandBusy, WhatOnlyReadsDoesNotWait) {
 
 TEST_F(CommandBusy, WhatWritesWaitsForTheOthersEnd) {
   const pid_t receiver =
-      Start(Launched({support::kCommand, "receive", Write("b.vcf", Card({"N:Berg;Ole"}))}),
+      Start(Launched({support::kCommand, "receive", "--strict", Write("b.vcf", Card({"N:Berg;Ole"}))}),
             Path("receive"));
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   EXPECT_EQ(kill(receiver, 0), 0);

@@ -25,7 +25,7 @@ class CommandDevice : public CommandTest {
       EXPECT_EQ(outcome.JsonLines()[0]["code"], 14);
     }
     const std::string card = Write("card.vcf", Card({"N:Lee;Ann"}));
-    EXPECT_EQ(Osif({"receive", card}).status, 1);
+    EXPECT_EQ(Osif({"receive", "--strict", card}).status, 1);
     EXPECT_EQ(Osif({"delete", "pb", "1"}).status, 1);
     EXPECT_EQ(Osif({"settings"}).status, 1);
     EXPECT_EQ(Osif({"settings", "CountryCode", "7"}).status, 1);
@@ -57,7 +57,7 @@ TEST_F(CommandDevice, ADamagedDatabaseIsNamedAndLeftAsItIs) {
 }
 
 TEST_F(CommandDevice, ADatabaseOfANewerVersionIsNamedAndLeftAsItIs) {
-  Osif({"receive", Write("a.vcf", Card({"N:Lee;Ann"}))});
+  Osif({"receive", "--strict", Write("a.vcf", Card({"N:Lee;Ann"}))});
   const std::string file = device_ + "/device.db";
   sqlite3* database = nullptr;
   ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
@@ -72,7 +72,7 @@ TEST_F(CommandDevice, ADatabaseOfANewerVersionIsNamedAndLeftAsItIs) {
 
 TEST_F(CommandDevice, ParsingNeedsNoDevice) {
   device_ = Write("file", "no folder") + "/device";
-  EXPECT_EQ(Osif({"parse", Write("a.vcf", Card({"N:Lee;Ann"}))}).status, 0);
+  EXPECT_EQ(Osif({"parse", "--strict", Write("a.vcf", Card({"N:Lee;Ann"}))}).status, 0);
 }
 
 // ---- Who can read it ----------------------------------------------------------------------------------
@@ -83,7 +83,7 @@ unsigned ModeOf(const std::filesystem::path& path) {
 
 TEST_F(CommandDevice, IsMadeForItsOwnerAloneWhateverTheMaskIs) {
   const std::string samples = support::kSources + "/samples/";
-  ASSERT_EQ(Run(Launched({support::kCommand, "receive", samples + "plain.vcf", samples + "note.vnt",
+  ASSERT_EQ(Run(Launched({support::kCommand, "receive", "--strict", samples + "plain.vcf", samples + "note.vnt",
                           samples + "calendar.vcs"},
                          {"/bin/sh", "-c", "umask 0; exec \"$@\"", "sh"}))
                 .status,
@@ -136,7 +136,7 @@ TEST_F(CommandWithoutPrivileges, AFileThatMayNotBeReadIsNamedWithTheSystemsReaso
   if (!IsPossible()) GTEST_SKIP() << "privileges cannot be given up here";
   const std::string file = Write("secret.vcf", Card({"N:Lee;Ann"}));
   std::filesystem::permissions(file, std::filesystem::perms::none);
-  for (const char* subcommand : {"receive", "find", "parse"}) {
+  for (const char* subcommand : {"receive", "--strict", "find", "--strict", "parse"}) {
     const Outcome outcome = Plain({subcommand, file});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err,
@@ -159,7 +159,7 @@ TEST_F(CommandWithoutPrivileges, ADeviceThatMayNotBeWrittenIsNamedWithTheSystems
   if (!IsPossible()) GTEST_SKIP() << "privileges cannot be given up here";
   Store(Card({"N:Lee;Ann"}));
   std::filesystem::permissions(device_, std::filesystem::perms(0500));
-  const Outcome outcome = Plain({"receive", Received()});
+  const Outcome outcome = Plain({"receive", "--strict", Received()});
   std::filesystem::permissions(device_, std::filesystem::perms(0700));
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.err,
@@ -174,7 +174,7 @@ TEST_F(CommandWithoutPrivileges, WhatOnlyReadsSaysWhyADeviceThatMayNotBeWrittenC
   ASSERT_EQ(Osif({"changes", "pb"}).status, 0);  // its log is closed, and in order
   std::filesystem::permissions(device_, std::filesystem::perms(0500));
   for (const Lines& arguments :
-       {Lines{"list", "pb"}, Lines{"count", "pb"}, Lines{"find", Received()},
+       {Lines{"list", "pb"}, Lines{"count", "pb"}, Lines{"find", "--strict", Received()},
         Lines{"send", "pb", "1"}, Lines{"export", "pb", "-o", Path("all.vcf")},
         Lines{"changes", "pb"}, Lines{"anchor", "pb"}, Lines{"database-id", "pb"},
         Lines{"settings"}}) {
@@ -196,7 +196,7 @@ TEST_F(CommandDevice, OnAFileSystemThatIsOnlyReadIsNamedWithTheSystemsReasonByEv
   const std::string mount = "mount --bind " + device_ + " " + device_ +
                             " 2> /dev/null && mount -o remount,bind,ro " + device_ +
                             " 2> /dev/null || exit 77; \"$@\"";
-  for (const Lines& arguments : {Lines{"receive", Received()}, Lines{"list", "pb"},
+  for (const Lines& arguments : {Lines{"receive", "--strict", Received()}, Lines{"list", "pb"},
                                  Lines{"send", "pb", "1"}, Lines{"changes", "pb"}}) {
     Lines line = arguments;
     line.insert(line.begin(), support::kCommand);
@@ -280,7 +280,7 @@ TEST_F(CommandDevice, ATextLongerThanItsReadersRoomIsRefused) {
 }
 
 TEST_F(CommandDevice, TheLibraryObeysTheVendorPropertiesSetting) {
-  Osif({"receive", Write("a.vcf", Card({"N:Lee;Ann"}))});
+  Osif({"receive", "--strict", Write("a.vcf", Card({"N:Lee;Ann"}))});
   EXPECT_THAT(Osif({"send", "pb", "1"}).out, HasSubstr("\r\nX-MICROSOFT-OFFICELOC:"));
   Osif({"settings", "DoNotSendMsftProperties", "1"});
   EXPECT_THAT(Osif({"send", "pb", "1"}).out, testing::Not(HasSubstr("X-MICROSOFT-")));
@@ -290,9 +290,9 @@ TEST_F(CommandDevice, TheLibraryObeysTheInputCharsetSetting) {
   Osif({"settings", "DefaultInputCharset", "Shift-JIS"});
   const std::string file =
       Write("a.vcf", Card({"N;ENCODING=QUOTED-PRINTABLE:=8A=CF"}));  // U+89B3 in Shift-JIS
-  Osif({"receive", file});
+  Osif({"receive", "--strict", file});
   EXPECT_EQ(Osif({"list", "pb"}).out, "00000001  \u89B3\n");
-  EXPECT_EQ(Osif({"parse", "--json", file}).JsonLines().at(0)["fields"]["n"][0]["components"],
+  EXPECT_EQ(Osif({"parse", "--strict", "--json", file}).JsonLines().at(0)["fields"]["n"][0]["components"],
             Json::array({"\u89B3"}));
 }
 

@@ -52,7 +52,7 @@ class CommandMessage : public CommandTest {
 
 TEST_F(CommandMessage, ReceiveStoresTheThreeMessagesOfTheSample) {
   const std::string file = support::kSources + "/samples/messages.vmg";
-  const Outcome outcome = Osif({"receive", "--json", file});
+  const Outcome outcome = Osif({"receive", "--strict", "--json", file});
   EXPECT_EQ(outcome.status, 0);
   const std::vector<Json> lines = outcome.JsonLines();
   ASSERT_THAT(lines, SizeIs(3));
@@ -88,7 +88,7 @@ TEST_P(CommandMessageFolder, ChoosesTheStore) {
               store == std::string(GetParam().store) ? 1u : 0u);
   }
   const std::string id = lines[0]["id"];
-  EXPECT_EQ(Osif({"find", Received()}).out,
+  EXPECT_EQ(Osif({"find", "--strict", Received()}).out,
             "1  " + std::string(GetParam().store) + " " + id + "  Lunch\n");
 }
 
@@ -188,8 +188,8 @@ TEST_F(CommandMessage, WhatWasSentIsReceivedAndFoundOnAnotherDevice) {
   const std::string file = Path("one.vmg");
   ASSERT_EQ(Osif({"send", "msg-out", ids.at(0), "-o", file}).status, 0);
   const std::string other = Path("other");
-  EXPECT_THAT(Osif({"--device", other, "receive", file}).out, HasSubstr("anchor msg-out 1 "));
-  EXPECT_THAT(Osif({"--device", other, "find", Received()}).out,
+  EXPECT_THAT(Osif({"--device", other, "receive", "--strict", file}).out, HasSubstr("anchor msg-out 1 "));
+  EXPECT_THAT(Osif({"--device", other, "find", "--strict", Received()}).out,
               MatchesRegex("1  msg-out [0-9A-F]{32}  Lunch\n"));
 }
 
@@ -223,7 +223,7 @@ TEST_F(CommandMessage, FindLooksForDateAndSubjectInTheMessagesOwnFolder) {
   const std::string file =
       Write("find.vmg", Message("INBOX", "Dinner") + Message("SENTBOX", "Dinner", "other text") +
                             Message("OUTBOX", "Lunch") + Message("INBOX", "Lunch"));
-  const Outcome outcome = Osif({"find", "--json", file});
+  const Outcome outcome = Osif({"find", "--strict", "--json", file});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(
       outcome.JsonLines(),
@@ -300,7 +300,7 @@ TEST_F(CommandMessage, ReceiveSaysWhichNamedContentsAreNotKept) {
                 Wrapped({}, Envelope(Body({"Subject:Two", "Content-Type:text/plain; name=e.txt"},
                                           {"lost"}))) +
                 Message("INBOX", "Three"));
-  const Outcome outcome = Osif({"receive", file});
+  const Outcome outcome = Osif({"receive", "--strict", file});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.err,
             "osif: " + file +
@@ -343,7 +343,7 @@ TEST_F(CommandMessage, ParseShowsEveryFieldOfAMultipartMessage) {
                             {"--b", "Content-Type:text/plain", "Content-Transfer-Encoding:8bit", "",
                              "first", "--b", "Content-Type:text/html", "", "second", "--b",
                              "Content-Transfer-Encoding:base64", "", "eA==", "--b--"}))));
-  const std::vector<Json> lines = Osif({"parse", "--json", file}).JsonLines();
+  const std::vector<Json> lines = Osif({"parse", "--strict", "--json", file}).JsonLines();
   ASSERT_THAT(lines, SizeIs(2));
   EXPECT_EQ(
       lines[0],
@@ -374,7 +374,7 @@ TEST_F(CommandMessage, ParseShowsWhereAnAttachmentWasAndLeavesNoneBehind) {
   const std::string file =
       Write("a.vmg", Wrapped({}, Envelope(Body({"Content-Type:text/plain; name=\"list.txt\""},
                                                {"ground floor"}))));
-  const Json fields = Osif({"parse", "--json", file}).JsonLines().at(0)["fields"];
+  const Json fields = Osif({"parse", "--strict", "--json", file}).JsonLines().at(0)["fields"];
   EXPECT_THAT(fields["attachmentFile"].get<std::string>(), testing::EndsWith("list.txt"));
   EXPECT_FALSE(fields.contains("bodyText"));
   Store(BytesOf(file));
@@ -383,8 +383,8 @@ TEST_F(CommandMessage, ParseShowsWhereAnAttachmentWasAndLeavesNoneBehind) {
 
 TEST_F(CommandMessage, ParseWithEachShowsTheMessagesBehindARefusedOne) {
   const std::string file = Write("a.vmg", kRefusedMessage + "\r\n" + Message("SENTBOX", "Lunch"));
-  EXPECT_THAT(Osif({"parse", "--json", file}).JsonLines(), SizeIs(1));
-  const Outcome outcome = Osif({"parse", "--each", "--json", file});
+  EXPECT_THAT(Osif({"parse", "--strict", "--json", file}).JsonLines(), SizeIs(1));
+  const Outcome outcome = Osif({"parse", "--strict", "--each", "--json", file});
   EXPECT_EQ(outcome.status, 1);
   const std::vector<Json> lines = outcome.JsonLines();
   ASSERT_THAT(lines, SizeIs(3));
@@ -456,7 +456,7 @@ TEST_F(CommandMessage, AMessageOfTenThousandPartsKeepsTheTextOfItsFirst) {
   const Lines sent = Sent("msg-in", id);
   EXPECT_THAT(sent, testing::Contains("first"));
   EXPECT_THAT(sent, testing::Not(testing::Contains("x")));
-  const Json fields = Osif({"parse", "--json", Received()}).JsonLines().at(0)["fields"];
+  const Json fields = Osif({"parse", "--strict", "--json", Received()}).JsonLines().at(0)["fields"];
   EXPECT_THAT(fields["parts"], SizeIs(9'999));
 }
 

@@ -34,7 +34,7 @@ class CommandNote : public CommandTest {
 
   // The id that find tells for the only note of a file; "-" when it is not found.
   std::string Found(const std::string& note) const {
-    const std::vector<Json> lines = Osif({"find", "--json", Write("find.vnt", note)}).JsonLines();
+    const std::vector<Json> lines = Osif({"find", "--strict", "--json", Write("find.vnt", note)}).JsonLines();
     EXPECT_THAT(lines, SizeIs(1));
     if (lines.size() != 1) return "";
     return lines[0]["id"].is_null() ? "-" : lines[0]["id"].get<std::string>();
@@ -85,7 +85,7 @@ TEST_F(CommandNote, ANameBeyondAsciiIsShownAsItIs) {
       Note({"SUMMARY;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:Caf=C3=A9", "BODY:"});
   EXPECT_EQ(Receive(note, {"--json"}).JsonLines().at(0)["id"], "Caf\u00E9");
   EXPECT_THAT(Documents(), ElementsAre("Caf\u00E9.pwi"));
-  EXPECT_EQ(Osif({"find", Received()}).out, "1  note Caf\u00E9  Caf\u00E9\n");
+  EXPECT_EQ(Osif({"find", "--strict", Received()}).out, "1  note Caf\u00E9  Caf\u00E9\n");
 }
 
 TEST_F(CommandNote, ANameOfPathPartsStaysInTheDocumentsFolder) {
@@ -98,7 +98,7 @@ TEST_F(CommandNote, FindTellsWhichNotesAreThere) {
   const std::string file =
       Write("find.vnt", Note({"SUMMARY:Garden", "BODY:Apples"}) +
                             Note({"SUMMARY:Shopping", "BODY:"}) + Note({"BODY:Apples"}));
-  const Outcome outcome = Osif({"find", file});
+  const Outcome outcome = Osif({"find", "--strict", file});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out, "1  not found  Garden\n2  note Shopping  Shopping\n3  not found  \n");
 }
@@ -228,7 +228,7 @@ TEST_F(CommandNote, ParseShowsEveryField) {
   const auto value = [](const char* text) {
     return Json{{"params", Json::array()}, {"components", {text}}, {"raw", {text}}};
   };
-  const std::vector<Json> lines = Osif({"parse", "--json", file}).JsonLines();
+  const std::vector<Json> lines = Osif({"parse", "--strict", "--json", file}).JsonLines();
   ASSERT_THAT(lines, SizeIs(2));
   EXPECT_EQ(lines[0], (Json{{"store", "note"},
                             {"result", "ok"},
@@ -250,7 +250,7 @@ TEST_F(CommandNote, ParseShowsEveryField) {
 
 TEST_F(CommandNote, ParseWithEachShowsTheNotesBehindARefusedOne) {
   const std::string file = Write("a.vnt", kWithoutVersion + "\r\n" + kShopping);
-  const Outcome outcome = Osif({"parse", "--each", "--json", file});
+  const Outcome outcome = Osif({"parse", "--strict", "--each", "--json", file});
   EXPECT_EQ(outcome.status, 1);
   const std::vector<Json> lines = outcome.JsonLines();
   ASSERT_THAT(lines, SizeIs(3));

@@ -54,15 +54,15 @@ class CommandOutput : public CommandTest {
 
 TEST_F(CommandOutput, AHyphenIsStandardInputForEverySubcommandThatReads) {
   const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
-  EXPECT_THAT(Shell("cat " + file + " | \"$@\"", {"receive", "-"}).out,
+  EXPECT_THAT(Shell("cat " + file + " | \"$@\"", {"receive", "--strict", "-"}).out,
               StartsWith("-: 2 added, 0 updated, 0 refused, "));
-  EXPECT_THAT(Shell("\"$@\" < " + file, {"receive", "--each", "-"}).out,
+  EXPECT_THAT(Shell("\"$@\" < " + file, {"receive", "--strict", "--each", "-"}).out,
               StartsWith("-: 0 added, 2 updated, 0 refused, "));
-  EXPECT_EQ(Shell("cat " + file + " | \"$@\"", {"find", "-"}).out,
+  EXPECT_EQ(Shell("cat " + file + " | \"$@\"", {"find", "--strict", "-"}).out,
             "1  pb 00000001  Ann Lee\n2  pb 00000002  Ole Berg\n");
-  EXPECT_THAT(Shell("cat " + file + " | \"$@\"", {"parse", "-"}).OutLines().back(), "-: OK");
+  EXPECT_THAT(Shell("cat " + file + " | \"$@\"", {"parse", "--strict", "-"}).OutLines().back(), "-: OK");
   EXPECT_EQ(
-      Shell("cat " + file + " | \"$@\"", {"receive", "-", "--json"}).JsonLines().at(1)["file"],
+      Shell("cat " + file + " | \"$@\"", {"receive", "--strict", "-", "--json"}).JsonLines().at(1)["file"],
       "-");
 }
 
@@ -70,27 +70,27 @@ TEST_F(CommandOutput, APipeIsReadLikeAFile) {
   const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole", "X-A:1"}));
   ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
   const Outcome outcome =
-      Shell("cat " + file + " > " + Path("pipe") + " & \"$@\"", {"receive", Path("pipe")});
+      Shell("cat " + file + " > " + Path("pipe") + " & \"$@\"", {"receive", "--strict", Path("pipe")});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.out, StartsWith(Path("pipe") + ": 2 added, 0 updated, 0 refused; 1 with"));
   EXPECT_EQ(Osif({"list", "pb"}).out, "00000001  Ann Lee\n00000002  Ole Berg\n");
 }
 
 TEST_F(CommandOutput, APipeWithoutAnObjectIsRefusedAsSuchAFileIs) {
-  const Outcome outcome = Shell("echo nothing | \"$@\"", {"receive", "-"});
+  const Outcome outcome = Shell("echo nothing | \"$@\"", {"receive", "--strict", "-"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.err, "osif: -: The stream of data does not contain a valid object (code 8)\n");
 }
 
 TEST_F(CommandOutput, APipeWithoutAnEndIsRefusedInsteadOfHeldInMemory) {
-  const Outcome outcome = Shell("\"$@\" < /dev/zero", {"parse", "-"});
+  const Outcome outcome = Shell("\"$@\" < /dev/zero", {"parse", "--strict", "-"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err, StartsWith("osif: -: more than a pipe may bring"));
 }
 
 TEST_F(CommandOutput, ALineOfMoreThan64MegabytesOfAPipeIsRefusedBeforeItIsHeldWhole) {
   const std::string endless_line = "{ printf 'BEGIN:VCARD\\r\\n'; head -c 70000000 /dev/zero; } | ";
-  const Outcome outcome = Shell(endless_line + "\"$@\"", {"receive", "-"});
+  const Outcome outcome = Shell(endless_line + "\"$@\"", {"receive", "--strict", "-"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.err,
             "osif: -: more than a pipe may bring (1 GB, and 64 MB in a line): The stream of data "
@@ -100,9 +100,9 @@ TEST_F(CommandOutput, ALineOfMoreThan64MegabytesOfAPipeIsRefusedBeforeItIsHeldWh
 TEST_F(CommandOutput, APipeMayBringAGigabyteAndNotAByteMore) {
   const std::string lines = "yes $(printf %01000d 0) | head -c ";
   const std::string refused = ": The stream of data does not contain a valid object (code 8)\n";
-  const Outcome all = Shell(lines + "1073741824 | \"$@\"", {"receive", "-"});
+  const Outcome all = Shell(lines + "1073741824 | \"$@\"", {"receive", "--strict", "-"});
   EXPECT_EQ(all.err, "osif: -" + refused);
-  const Outcome more = Shell(lines + "1073741825 | \"$@\"", {"receive", "-"});
+  const Outcome more = Shell(lines + "1073741825 | \"$@\"", {"receive", "--strict", "-"});
   EXPECT_EQ(more.err, "osif: -: more than a pipe may bring (1 GB, and 64 MB in a line)" + refused);
 }
 
@@ -214,7 +214,7 @@ TEST_F(CommandOutput, AnObjectForWhichThereIsNoRoomByItselfIsNamedAndTheNextIsRe
   const std::string file =
       Write("a.vcf", Card({"N:Lee;Ann", "NOTE:" + std::string(100'000, 'x')}) + Card({"N:Berg"}));
   const support::FullDisk full(90'000);
-  const Outcome outcome = Osif({"parse", "--each", file});
+  const Outcome outcome = Osif({"parse", "--strict", "--each", file});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.err,
             "osif: " + file + ": object 1 (line 1): File too large: General failure (code 1)\n");
@@ -313,7 +313,7 @@ TEST_F(CommandInterrupted, ReceiveSaysWhatItHasStoredAndClosesItsLogs) {
     device_ = Path("device" + std::to_string(signal));
     const std::string stem = Path("receive" + std::to_string(signal));
     StandingCommand standing(stem);
-    const pid_t child = Start(Launched({support::kCommand, "receive", "--json", Contacts()}), stem);
+    const pid_t child = Start(Launched({support::kCommand, "receive", "--strict", "--json", Contacts()}), stem);
     standing.AwaitOutput();
     ASSERT_EQ(kill(child, signal), 0);
     Outcome outcome;
@@ -336,7 +336,7 @@ TEST_F(CommandInterrupted, ReceiveGoesOnAtASignalThatItsCallerHasItIgnore) {
   const std::string stem = Path("receive");
   StandingCommand standing(stem);
   void (*const former)(int) = std::signal(SIGHUP, SIG_IGN);
-  const pid_t child = Start(Launched({support::kCommand, "receive", "--json", Contacts()}), stem);
+  const pid_t child = Start(Launched({support::kCommand, "receive", "--strict", "--json", Contacts()}), stem);
   std::signal(SIGHUP, former);
   standing.AwaitOutput();
   ASSERT_EQ(kill(child, SIGHUP), 0);
@@ -348,7 +348,7 @@ TEST_F(CommandInterrupted, ReceiveGoesOnAtASignalThatItsCallerHasItIgnore) {
 TEST_F(CommandInterrupted, ReceiveClosesItsLogsAlsoWhenNobodyReadsItsOutputAnyMore) {
   const std::string stem = Path("receive");
   StandingCommand standing(stem);
-  const pid_t child = Start(Launched({support::kCommand, "receive", "--json", Contacts()}), stem);
+  const pid_t child = Start(Launched({support::kCommand, "receive", "--strict", "--json", Contacts()}), stem);
   standing.AwaitOutput();
   standing.Close();
   EXPECT_EQ(WaitFor(child), 128 + SIGPIPE);
@@ -361,7 +361,7 @@ TEST_F(CommandInterrupted, ReceiveClosesItsLogsAlsoWhenNobodyReadsItsOutputAnyMo
 // The new file beside the old one tells that the export has begun. Should it be at its end before the signal
 // comes, it is tried again.
 TEST_F(CommandInterrupted, AnExportLeavesTheOldFileAndNothingBeside) {
-  ASSERT_EQ(Osif({"receive", Contacts()}).status, 0);
+  ASSERT_EQ(Osif({"receive", "--strict", Contacts()}).status, 0);
   const std::string file = Path("all.vcf");
   int status = 0;
   for (int tries = 0; tries < 20 && status == 0; ++tries) {
@@ -439,9 +439,9 @@ class CommandTerminal : public CommandOutput {
 
 TEST_F(CommandTerminal, NothingThatAPeerWroteSteersItInWhatIsSaid) {
   const std::string file = Write("evil.vcf", Evil());
-  const std::vector<Lines> uses = {{"parse", file},   {"receive", "--trace", file},
-                                   {"receive", file}, {"list", "pb"},
-                                   {"changes", "pb"}, {"find", file}};
+  const std::vector<Lines> uses = {{"parse", "--strict", file},   {"receive", "--strict", "--trace", file},
+                                   {"receive", "--strict", file}, {"list", "pb"},
+                                   {"changes", "pb"}, {"find", "--strict", file}};
   for (const Lines& arguments : uses) {
     const Outcome outcome = Osif(arguments);
     for (const auto& [what, bytes] : kSteering) {
@@ -454,7 +454,7 @@ TEST_F(CommandTerminal, NothingThatAPeerWroteSteersItInWhatIsSaid) {
 TEST_F(CommandTerminal, JsonEscapesWhatSteersIt) {
   Store(Evil());
   for (const Lines& arguments :
-       {Lines{"list", "pb", "--json"}, Lines{"parse", "--json", Received()}}) {
+       {Lines{"list", "pb", "--json"}, Lines{"parse", "--strict", "--json", Received()}}) {
     const Outcome outcome = Osif(arguments);
     for (const auto& [what, bytes] : kSteering) {
       EXPECT_THAT(outcome.out, Not(HasSubstr(bytes))) << what;
@@ -488,7 +488,7 @@ TEST_F(CommandTerminal, ProgressStaysWithinItsWidth) {
   const std::string name = "long-" + std::string(200, 'n') + ".vcf";
   std::string cards;
   for (int i = 0; i < 50; ++i) cards += Card({"N:Lee;Ann" + std::to_string(i)});
-  const std::string shown = Shown("2", {"receive", Write(name, cards)});
+  const std::string shown = Shown("2", {"receive", "--strict", Write(name, cards)});
   size_t lines = 0;
   for (size_t at = shown.find("\x1B[K"); at != std::string::npos;
        at = shown.find("\x1B[K", at + 1)) {
@@ -506,7 +506,7 @@ TEST_F(CommandTerminal, ProgressStaysWithinItsWidth) {
 TEST_F(CommandOutput, AFileOfFiveGigabytesWithoutAnObjectIsRefusedInLittleMemory) {
   const std::string file = Write("large.vcf", "");
   std::filesystem::resize_file(file, uintmax_t{5} << 30);
-  for (const char* subcommand : {"receive", "parse"}) {
+  for (const char* subcommand : {"receive", "--strict", "parse"}) {
     const pid_t child = Start(Launched({support::kCommand, subcommand, file}), Path(subcommand));
     int status = 0;
     rusage used{};
@@ -524,7 +524,7 @@ TEST_F(CommandOutput, ALineOfMoreThan64MegabytesIsRefusedBeforeAnythingIsStored)
   const std::string file =
       Write("long.vcf", Card({"N:Lee;Ann"}) + "BEGIN:VCARD\r\nVERSION:2.1\r\nNOTE:" +
                             std::string(67'108'864, 'x') + "\r\n");
-  for (const Lines& arguments : {Lines{"receive", file}, Lines{"receive", "--each", file}}) {
+  for (const Lines& arguments : {Lines{"receive", "--strict", file}, Lines{"receive", "--strict", "--each", file}}) {
     const Outcome outcome = Osif(arguments);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err, HasSubstr(file + ": line 7 is longer than 64 MB"));

@@ -11,7 +11,7 @@ class CommandParse : public CommandTest {
  protected:
   // The fields of the only object of a file.
   Json FieldsOf(const std::string& bytes) const {
-    const std::vector<Json> lines = Osif({"parse", "--json", Write("one.obj", bytes)}).JsonLines();
+    const std::vector<Json> lines = Osif({"parse", "--strict", "--json", Write("one.obj", bytes)}).JsonLines();
     EXPECT_THAT(lines, SizeIs(2));
     return lines.at(0)["fields"];
   }
@@ -23,7 +23,7 @@ Json Value(const Json& params, const Json& components, const Json& raw) {
 
 TEST_F(CommandParse, ShowsEachObjectAndThenTheFilesCode) {
   const std::string file = Write("two.vcf", Card({"N:Lee;Ann"}) + Card({"N:Berg", "X-A:1"}));
-  const Outcome outcome = Osif({"parse", "--json", file});
+  const Outcome outcome = Osif({"parse", "--strict", "--json", file});
   EXPECT_EQ(outcome.status, 0);
   const std::vector<Json> lines = outcome.JsonLines();
   ASSERT_THAT(lines, SizeIs(3));
@@ -70,20 +70,20 @@ TEST_F(CommandParse, TheLuidIsByteText) {
 }
 
 TEST_F(CommandParse, TouchesNoStore) {
-  Osif({"parse", Write("a.vcf", Card({"N:Lee;Ann"}))});
+  Osif({"parse", "--strict", Write("a.vcf", Card({"N:Lee;Ann"}))});
   EXPECT_EQ(Osif({"count", "pb"}).out, "0\n");
 }
 
 TEST_F(CommandParse, ShowsPeopleTheFieldsByName) {
   const std::string file = Write("a.vcf", Card({"N:Lee;Ann", "TEL;HOME:555"}));
-  EXPECT_THAT(Osif({"parse", file}).OutLines(),
+  EXPECT_THAT(Osif({"parse", "--strict", file}).OutLines(),
               ElementsAre("object 1 (line 1): pb, Parsing successful", "  version: 2.1",
                           "  n: Lee; Ann", "  tel: 555  [HOME]", file + ": OK"));
 }
 
 TEST_F(CommandParse, ARefusedFileHasItsCodeInTheLastLine) {
   const std::string file = Write("refused.vcf", kRefusedCard);
-  const Outcome outcome = Osif({"parse", "--json", file});
+  const Outcome outcome = Osif({"parse", "--strict", "--json", file});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.JsonLines(),
               ElementsAre(Json{{"file", file}, {"code", 20}, {"text", "Parsing error"}}));
@@ -93,8 +93,8 @@ TEST_F(CommandParse, ARefusedFileHasItsCodeInTheLastLine) {
 TEST_F(CommandParse, EachKnowsWhichObjectAWarningIsOf) {
   const std::string file =
       Write("two.vcf", Card({"N:Lee;Ann", "X-A:1"}) + Card({"N:Berg;Ole", "X-A:1"}));
-  EXPECT_THAT(Osif({"parse", file}).out, HasSubstr("(here or in an object before it)"));
-  EXPECT_THAT(Osif({"parse", "--each", file}).out,
+  EXPECT_THAT(Osif({"parse", "--strict", file}).out, HasSubstr("(here or in an object before it)"));
+  EXPECT_THAT(Osif({"parse", "--strict", "--each", file}).out,
               testing::Not(HasSubstr("(here or in an object before it)")));
 }
 
@@ -102,7 +102,7 @@ TEST_F(CommandParse, AResultIsUncertainOnlyAfterAWarning) {
   const std::string file =
       Write("three.vcf", Card({"N:Lee"}) + Card({"N:Berg", "X-A:1"}) + Card({"N:Cruz"}));
   EXPECT_THAT(
-      Osif({"parse", file}).OutLines(),
+      Osif({"parse", "--strict", file}).OutLines(),
       ElementsAre("object 1 (line 1): pb, Parsing successful", "  version: 2.1", "  n: Lee",
                   "object 2 (line 5): pb, Parsing warning", "  version: 2.1", "  n: Berg",
                   "object 3 (line 10): pb, Parsing warning (here or in an object before it)",
@@ -112,7 +112,7 @@ TEST_F(CommandParse, AResultIsUncertainOnlyAfterAWarning) {
 TEST_F(CommandParse, EachShowsTheObjectsBehindARefusedOne) {
   const std::string file =
       Write("bad.vcf", Card({"N:Lee;Ann", "X-A:1"}) + kRefusedCard + "\r\n" + Card({"N:Berg;Ole"}));
-  const Outcome outcome = Osif({"parse", "--each", "--json", file});
+  const Outcome outcome = Osif({"parse", "--strict", "--each", "--json", file});
   EXPECT_EQ(outcome.status, 1);
   const std::vector<Json> lines = outcome.JsonLines();
   ASSERT_THAT(lines, SizeIs(4));

@@ -23,7 +23,7 @@ class CommandReceive : public CommandTest {
 
 TEST_F(CommandReceive, AddsEveryCardOfAFileAndSaysHowMany) {
   const std::string file = Write("two.vcf", Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
-  const Outcome outcome = Osif({"receive", file});
+  const Outcome outcome = Osif({"receive", "--strict", file});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.out, MatchesRegex(file + ": 2 added, 0 updated, 0 refused, anchor pb 2 " +
                                         "[0-9]{8}T[0-9]{6}Z\n"));
@@ -34,8 +34,8 @@ TEST_F(CommandReceive, AddsEveryCardOfAFileAndSaysHowMany) {
 TEST_F(CommandReceive, UpdatesACardThatTheStoreKnows) {
   const std::string first = Write("first.vcf", Card({"N:Lee;Ann", "TITLE:Pilot"}));
   const std::string second = Write("second.vcf", Card({"N:Lee;Ann", "TITLE:Captain"}));
-  Osif({"receive", first});
-  EXPECT_THAT(Osif({"receive", second}).out,
+  Osif({"receive", "--strict", first});
+  EXPECT_THAT(Osif({"receive", "--strict", second}).out,
               MatchesRegex(second + ": 0 added, 1 updated, 0 refused, anchor pb 2 .*\n"));
   EXPECT_EQ(Osif({"count", "pb"}).out, "1\n");
   EXPECT_THAT(Osif({"send", "pb", "1"}).out, HasSubstr("\r\nTITLE:Captain\r\n"));
@@ -43,7 +43,7 @@ TEST_F(CommandReceive, UpdatesACardThatTheStoreKnows) {
 
 TEST_F(CommandReceive, TellsEachObjectInJson) {
   const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}));
-  const std::vector<Json> lines = Osif({"receive", "--json", file}).JsonLines();
+  const std::vector<Json> lines = Osif({"receive", "--strict", "--json", file}).JsonLines();
   ASSERT_THAT(lines, SizeIs(1));
   const Json& line = lines[0];
   EXPECT_EQ(line["file"], file);
@@ -55,12 +55,12 @@ TEST_F(CommandReceive, TellsEachObjectInJson) {
   EXPECT_EQ(line["result"], "ok");
   EXPECT_TRUE(line.contains("anchor"));
   EXPECT_THAT(line, SizeIs(8));
-  EXPECT_EQ(Osif({"receive", "--json", file}).JsonLines().at(0)["action"], "updated");
+  EXPECT_EQ(Osif({"receive", "--strict", "--json", file}).JsonLines().at(0)["action"], "updated");
 }
 
 TEST_F(CommandReceive, GivesTheAnchorOfEachChange) {
   const std::string file = Write("two.vcf", Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
-  const std::vector<Json> lines = Osif({"receive", "--json", file}).JsonLines();
+  const std::vector<Json> lines = Osif({"receive", "--strict", "--json", file}).JsonLines();
   ASSERT_THAT(lines, SizeIs(2));
   EXPECT_EQ(lines[0]["anchor"]["cc"], 1);
   EXPECT_EQ(lines[1]["anchor"]["cc"], 2);
@@ -70,7 +70,7 @@ TEST_F(CommandReceive, GivesTheAnchorOfEachChange) {
 TEST_F(CommandReceive, NamesEachObjectWithAWarningOfItsOwn) {
   const std::string file = Write("w.vcf", Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole", "X-A:1"}) +
                                               Card({"N:Cruz;Eva"}) + Card({"N:Dahl;Per", "X-B:1"}));
-  const Outcome outcome = Osif({"receive", file});
+  const Outcome outcome = Osif({"receive", "--strict", file});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(
       outcome.ErrLines(),
@@ -86,7 +86,7 @@ TEST_F(CommandReceive, SaysThatTheEventsBehindOneWithAWarningInTheirCalendarAreU
   const std::string file =
       Write("w.vcs", "BEGIN:VCALENDAR\r\nVERSION:1.0\r\n" + event + "X-A:1\r\nEND:VEVENT\r\n" +
                          event + "END:VEVENT\r\nEND:VCALENDAR\r\n");
-  const Outcome outcome = Osif({"receive", file});
+  const Outcome outcome = Osif({"receive", "--strict", file});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(
       outcome.ErrLines(),
@@ -97,7 +97,7 @@ TEST_F(CommandReceive, SaysThatTheEventsBehindOneWithAWarningInTheirCalendarAreU
 
 TEST_F(CommandReceive, TellsEachTraceLineOnceThoughTheFileIsLookedAtBefore) {
   const std::string file = Write("w.vcf", Card({"N:Lee;Ann", "X-A:1"}) + Card({"N:Berg;Ole"}));
-  const std::string lines = Osif({"receive", "--trace", file}).err;
+  const std::string lines = Osif({"receive", "--strict", "--trace", file}).err;
   const std::string unknown = "Parser encountered unknown property: 'X-A'";
   const size_t first = lines.find(unknown);
   ASSERT_NE(first, std::string::npos);
@@ -108,7 +108,7 @@ TEST_F(CommandReceive, WithEachAWarningIsTheObjectsOwn) {
   const std::string file = Write(
       "w.vcf", Card({"N:Lee;Ann", "X-A:1"}) + Card({"N:Berg;Ole"}) + Card({"N:Cruz;Eva", "X-A:1"}));
   std::vector<std::string> results;
-  for (const Json& line : Osif({"receive", "--each", "--json", file}).JsonLines()) {
+  for (const Json& line : Osif({"receive", "--strict", "--each", "--json", file}).JsonLines()) {
     results.push_back(line["result"]);
   }
   EXPECT_THAT(results, ElementsAre("warning", "ok", "warning"));
@@ -117,7 +117,7 @@ TEST_F(CommandReceive, WithEachAWarningIsTheObjectsOwn) {
 TEST_F(CommandReceive, SaysWhatABlankLineBetweenTwoCardsCost) {
   const std::string file = Write(
       "blank.vcf", Card({"N:Lee;Ann"}) + "\r\n" + Card({"N:Berg;Ole"}) + Card({"N:Cruz;Eva"}));
-  const Outcome outcome = Osif({"receive", file});
+  const Outcome outcome = Osif({"receive", "--strict", file});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(
       outcome.ErrLines(),
@@ -132,7 +132,7 @@ TEST_F(CommandReceive, SaysWhatABlankLineBetweenTwoCardsCost) {
 TEST_F(CommandReceive, SaysWhatARefusedCardCost) {
   const std::string file =
       Write("refused.vcf", Card({"N:Lee;Ann"}) + kRefusedCard + Card({"N:Berg;Ole"}));
-  const Outcome outcome = Osif({"receive", "--json", file});
+  const Outcome outcome = Osif({"receive", "--strict", "--json", file});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(
       outcome.ErrLines(),
@@ -155,7 +155,7 @@ TEST_F(CommandReceive, EachRecoversWhatStandsBehindABlankLineARefusedCardAndAnUn
   const std::string file =
       Write("bad.vcf", Card({"N:Lee;Ann"}) + "\r\n" + kRefusedCard + Card({"N:Berg;Ole"}) +
                            "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Cut;Off\r\n" + Card({"N:Cruz;Eva"}));
-  const Outcome outcome = Osif({"receive", "--each", file});
+  const Outcome outcome = Osif({"receive", "--strict", "--each", file});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(
       outcome.ErrLines(),
@@ -169,7 +169,7 @@ TEST_F(CommandReceive, EachRecoversWhatStandsBehindABlankLineARefusedCardAndAnUn
 TEST_F(CommandReceive, TextOutsideOfObjectsIsReported) {
   const std::string file =
       Write("junk.vcf", Card({"N:Lee;Ann"}) + "\r\nhello\r\n" + Card({"N:Berg;Ole"}));
-  const Outcome outcome = Osif({"receive", "--each", file});
+  const Outcome outcome = Osif({"receive", "--strict", "--each", file});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err, HasSubstr(": the text on line 6 belongs to no object and was left out"));
   EXPECT_THAT(Names(), ElementsAre("Ann Lee", "Ole Berg"));
@@ -179,13 +179,13 @@ TEST_F(CommandReceive, SaysWhereTheReasonsAreForAWarningAndARefusalTogether) {
   const std::string file =
       Write("both.vcf", Card({"N:Lee;Ann", "X-A:1"}) +
                             "BEGIN:VCARD\r\nVERSION:9\r\nN:Berg;Ole\r\nEND:VCARD\r\n");
-  EXPECT_THAT(Osif({"receive", "--each", file}).out,
+  EXPECT_THAT(Osif({"receive", "--strict", "--each", file}).out,
               HasSubstr(" 1 refused; 1 with a warning (--trace shows why), anchor"));
 }
 
 TEST_F(CommandReceive, TellsItsFaultsInTheOrderOfTheFile) {
   const Outcome outcome =
-      Osif({"receive", "--each",
+      Osif({"receive", "--strict", "--each",
             Write("two.vcf", Card({"N:Lee;Ann"}) + "Dear Sir,\n" +
                                  "BEGIN:VCARD\r\nVERSION:9\r\nN:Berg;Ole\r\nEND:VCARD\r\n")});
   EXPECT_EQ(outcome.status, 1);
@@ -198,7 +198,7 @@ TEST_F(CommandReceive, TellsItsFaultsInTheOrderOfTheFile) {
 
 TEST_F(CommandReceive, BlankLinesBehindTheLastCardAreNothingToSpeakOf) {
   const std::string file = Write("end.vcf", Card({"N:Lee;Ann"}) + "\r\n \r\n\t\n");
-  const Outcome outcome = Osif({"receive", file});
+  const Outcome outcome = Osif({"receive", "--strict", file});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.err, "");
 }
@@ -207,7 +207,7 @@ TEST_F(CommandReceive, ACardInsideACardIsNoObjectOfItsOwn) {
   const std::string file = Write("agent.vcf", Card({"N:Lee;Ann", "AGENT:", "BEGIN:VCARD",
                                                     "VERSION:2.1", "N:Inner;One", "END:VCARD"}) +
                                                   Card({"N:Berg;Ole"}));
-  Osif({"receive", "--each", file});
+  Osif({"receive", "--strict", "--each", file});
   EXPECT_THAT(Names(), ElementsAre("Ann Lee", "Ole Berg"));
 }
 
@@ -216,14 +216,14 @@ TEST_F(CommandReceive, ABeginInsideAFoldedOrSoftBrokenValueIsNoObject) {
       "folded.vcf", Card({"N:Lee;Ann", "NOTE:see", " BEGIN:VCARD",
                           "TITLE;ENCODING=QUOTED-PRINTABLE:a=", "BEGIN:VCARD=", "END:VCARD"}) +
                         Card({"N:Berg;Ole"}));
-  const Outcome outcome = Osif({"receive", file});
+  const Outcome outcome = Osif({"receive", "--strict", file});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(Names(), ElementsAre("Ann Lee", "Ole Berg"));
 }
 
 TEST_F(CommandReceive, GoesOnWithTheNextFileAfterOneThatFails) {
   const std::string good = Write("good.vcf", Card({"N:Lee;Ann"}));
-  const Outcome outcome = Osif({"receive", Path("missing.vcf"), good});
+  const Outcome outcome = Osif({"receive", "--strict", Path("missing.vcf"), good});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(Names(), ElementsAre("Ann Lee"));
 }
@@ -231,18 +231,18 @@ TEST_F(CommandReceive, GoesOnWithTheNextFileAfterOneThatFails) {
 TEST_F(CommandReceive, ABackslashInAFileNameSeparatesFolders) {
   std::filesystem::create_directory(Path("cards"));
   Write("cards/a.vcf", Card({"N:Lee;Ann"}));
-  EXPECT_EQ(Osif({"receive", folder_ + "\\cards\\a.vcf"}).status, 0);
+  EXPECT_EQ(Osif({"receive", "--strict", folder_ + "\\cards\\a.vcf"}).status, 0);
   EXPECT_THAT(Names(), ElementsAre("Ann Lee"));
 }
 
 TEST_F(CommandReceive, AFileNameBeyondAsciiIsFound) {
   const std::string file = Write("кот \xF0\x9F\x98\xBA.vcf", Card({"N:Lee;Ann"}));
-  EXPECT_EQ(Osif({"receive", file}).status, 0);
+  EXPECT_EQ(Osif({"receive", "--strict", file}).status, 0);
 }
 
 TEST_F(CommandReceive, AFileNameThatIsNotUtf8IsSaidToBeSo) {
   const std::string file = Write("\xFF.vcf", Card({"N:Lee;Ann"}));
-  const Outcome outcome = Osif({"receive", file});
+  const Outcome outcome = Osif({"receive", "--strict", file});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err, HasSubstr("the name is not UTF-8"));
 }
@@ -251,7 +251,7 @@ TEST_F(CommandReceive, AFileNameThatIsNotUtf8IsSaidToBeSo) {
 TEST_F(CommandReceive, EachNeedsNoFolderForTemporaryFiles) {
   const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole"}));
   // Nobody may make a file there.
-  EXPECT_EQ(Run(Launched({support::kCommand, "receive", "--each", file},
+  EXPECT_EQ(Run(Launched({support::kCommand, "receive", "--strict", "--each", file},
                          {"/usr/bin/env", "TMPDIR=/proc"}))
                 .status,
             0);
@@ -261,7 +261,7 @@ TEST_F(CommandReceive, EachNeedsNoFolderForTemporaryFiles) {
 // ---- Files that are none, or are hostile --------------------------------------------------------------
 
 TEST_F(CommandReceive, AMissingFileIsNamed) {
-  const Outcome outcome = Osif({"receive", "--json", Path("none.vcf")});
+  const Outcome outcome = Osif({"receive", "--strict", "--json", Path("none.vcf")});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.err, "osif: " + Path("none.vcf") +
                              ": No such file or directory: Could not open the file (code 7)\n");
@@ -272,7 +272,7 @@ TEST_F(CommandReceive, AMissingFileIsNamed) {
 }
 
 TEST_F(CommandReceive, ADirectoryIsSaidToBeOne) {
-  const Outcome outcome = Osif({"receive", folder_});
+  const Outcome outcome = Osif({"receive", "--strict", folder_});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.err,
             "osif: " + folder_ + ": Is a directory: Could not open the file (code 7)\n");
@@ -287,13 +287,13 @@ class CommandReceiveBadFile : public CommandTest, public testing::WithParamInter
 
 TEST_P(CommandReceiveBadFile, IsNoValidObject) {
   const std::string file = Write("bad.vcf", GetParam().bytes);
-  for (const char* each : {"receive", "find"}) {
+  for (const char* each : {"receive", "--strict", "find"}) {
     const Outcome outcome = Osif({each, file});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err,
               "osif: " + file + ": The stream of data does not contain a valid object (code 8)\n");
   }
-  EXPECT_EQ(Osif({"receive", "--each", file}).status, 1);
+  EXPECT_EQ(Osif({"receive", "--strict", "--each", file}).status, 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -309,12 +309,12 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(CommandReceive, AFileOfAnUnknownKindIsNoValidObjectAndItsObjectsAreCounted) {
   const std::string file =
       Write("journal.obj", "BEGIN:VJOURNAL\r\nEND:VJOURNAL\r\n" + Card({"N:Lee;Ann"}));
-  const Outcome outcome = Osif({"receive", file});
+  const Outcome outcome = Osif({"receive", "--strict", file});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err,
               HasSubstr(": The stream of data does not contain a valid object (code 8)"));
   EXPECT_THAT(outcome.err, HasSubstr(": 2 objects were not reached, from line 1 on"));
-  EXPECT_EQ(Osif({"receive", "--each", file}).status, 1);
+  EXPECT_EQ(Osif({"receive", "--strict", "--each", file}).status, 1);
   EXPECT_THAT(Names(), ElementsAre("Ann Lee"));
 }
 
@@ -322,14 +322,14 @@ TEST_F(CommandReceive, ACardCutOffAtAnyByteIsRefusedOrStoredWhole) {
   const std::string card = Card({"N:Lee;Ann"});
   const size_t whole = card.size() - std::string(":VCARD\r\n").size();  // the word END is enough
   for (size_t size = 12; size < card.size(); size += 3) {
-    const Outcome outcome = Osif({"receive", Write("cut.vcf", card.substr(0, size))});
+    const Outcome outcome = Osif({"receive", "--strict", Write("cut.vcf", card.substr(0, size))});
     EXPECT_EQ(outcome.status, size >= whole ? 0 : 1) << size;
   }
 }
 
 TEST_F(CommandReceive, ZeroBytesInsideALineEndItsText) {
   const std::string file = Write("zero.vcf", Card({std::string("N:Lee\0;Ann", 10)}));
-  EXPECT_EQ(Osif({"receive", file}).status, 0);
+  EXPECT_EQ(Osif({"receive", "--strict", file}).status, 0);
   EXPECT_THAT(Names(), ElementsAre("Lee"));
 }
 
@@ -337,29 +337,29 @@ TEST_F(CommandReceive, ALineOfTenMillionBytesIsRead) {
   const std::string file =
       Write("long.vcf",
             Card({"N:Lee;Ann", "NOTE:" + std::string(10'000'000, 'x')}) + Card({"N:Berg;Ole"}));
-  EXPECT_EQ(Osif({"receive", file}).status, 0);
-  EXPECT_EQ(Osif({"receive", "--each", file}).status, 0);
+  EXPECT_EQ(Osif({"receive", "--strict", file}).status, 0);
+  EXPECT_EQ(Osif({"receive", "--strict", "--each", file}).status, 0);
   EXPECT_THAT(Names(), ElementsAre("Ann Lee", "Ole Berg"));
 }
 
 TEST_F(CommandReceive, AParameterOfAMillionBytesIsRead) {
   const std::string file =
       Write("parameter.vcf", Card({"N:Lee;Ann", "TEL;X=" + std::string(1'000'000, 'p') + ":1"}));
-  EXPECT_EQ(Osif({"receive", file}).status, 0);
+  EXPECT_EQ(Osif({"receive", "--strict", file}).status, 0);
 }
 
 TEST_F(CommandReceive, AHundredThousandNestedBeginsAreSkipped) {
   const std::string nested = "BEGIN:VCARD\nVERSION:2.1\nN:Lee;Ann\n" +
                              Repeated("BEGIN:X\n", 100'000) + Repeated("END:X\n", 100'000);
   const std::string file = Write("nested.vcf", nested + "END:VCARD\n" + Card({"N:Berg;Ole"}));
-  EXPECT_EQ(Osif({"receive", "--each", file}).status, 0);
+  EXPECT_EQ(Osif({"receive", "--strict", "--each", file}).status, 0);
   EXPECT_THAT(Names(), ElementsAre("Ann Lee", "Ole Berg"));
 }
 
 TEST_F(CommandReceive, AHundredThousandOpenBeginsAreOneRefusedObject) {
   const std::string file =
       Write("open.vcf", "BEGIN:VCARD\nVERSION:2.1\nN:Lee;Ann\n" + Repeated("BEGIN:X\n", 100'000));
-  const Outcome outcome = Osif({"receive", "--each", file});
+  const Outcome outcome = Osif({"receive", "--strict", "--each", file});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.ErrLines(), SizeIs(1));
   EXPECT_THAT(outcome.err, HasSubstr("object 1 (line 1) was refused; it has no END"));
@@ -368,7 +368,7 @@ TEST_F(CommandReceive, AHundredThousandOpenBeginsAreOneRefusedObject) {
 using CommandReceiveHostileFile = HostileTest<CommandReceive>;
 
 TEST_P(CommandReceiveHostileFile, IsNamedWithAReasonAndLeavesTheContactsAsTheyWere) {
-  ASSERT_EQ(Osif({"receive", Write("before.vcf", Card({"N:Lee;Ann", "TEL:555"}))}).status, 0);
+  ASSERT_EQ(Osif({"receive", "--strict", Write("before.vcf", Card({"N:Lee;Ann", "TEL:555"}))}).status, 0);
   const std::string before = Osif({"send", "pb", "1"}).out;
   ExpectRefused();
   EXPECT_THAT(Names(), ElementsAre("Ann Lee"));
@@ -395,7 +395,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(CommandReceive, AMessageOnATerminalHoldsNoControlCharacters) {
   const std::string file = Write("escape.vcf", Card({"N:Evil\x1B[2J;Ann", "X-A:1"}));
-  const Outcome outcome = Osif({"receive", file});
+  const Outcome outcome = Osif({"receive", "--strict", file});
   EXPECT_THAT(outcome.err, Not(HasSubstr("\x1B")));
   EXPECT_THAT(outcome.err, HasSubstr("Evil [2J"));
 }

@@ -12,7 +12,7 @@ std::string Sample(const std::string& name) { return support::kSources + "/sampl
 class Samples : public CommandTest {
  protected:
   Json FieldsOf(const std::string& name, size_t object) const {
-    return Osif({"parse", "--json", Sample(name)}).JsonLines().at(object)["fields"];
+    return Osif({"parse", "--strict", "--json", Sample(name)}).JsonLines().at(object)["fields"];
   }
 };
 
@@ -33,20 +33,20 @@ TEST_F(Samples, TheShiftJisCardIsDecoded) {
 }
 
 TEST_F(Samples, TheAddressBookHoldsFiveContacts) {
-  EXPECT_EQ(Osif({"receive", Sample("address-book.vcf")}).status, 0);
+  EXPECT_EQ(Osif({"receive", "--strict", Sample("address-book.vcf")}).status, 0);
   EXPECT_EQ(Osif({"list", "pb"}).out,
             "00000001  Tunde Abara\n00000002  Carla Bellini\n00000003  Oriol Castell\n"
             "00000004  Fiona Dunmore\n00000005  Nils Eriksen\n");
 }
 
 TEST_F(Samples, TheChangedCardUpdatesThePlainOne) {
-  Osif({"receive", Sample("plain.vcf")});
-  EXPECT_THAT(Osif({"receive", Sample("changed.vcf")}).out, HasSubstr("0 added, 1 updated"));
+  Osif({"receive", "--strict", Sample("plain.vcf")});
+  EXPECT_THAT(Osif({"receive", "--strict", Sample("changed.vcf")}).out, HasSubstr("0 added, 1 updated"));
   EXPECT_THAT(Osif({"send", "pb", "1"}).out, HasSubstr("+1 555 0199"));
 }
 
 TEST_F(Samples, OneCardOfMixedVersionsIsRefused) {
-  const Outcome outcome = Osif({"receive", "--each", Sample("mixed-versions.vcf")});
+  const Outcome outcome = Osif({"receive", "--strict", "--each", Sample("mixed-versions.vcf")});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.out, HasSubstr("2 added, 0 updated, 1 refused"));
 }

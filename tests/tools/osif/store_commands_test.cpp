@@ -127,11 +127,11 @@ TEST_F(CommandStore, WhatIsNoIdDeletesNothingAndIsInNoLog) {
 TEST_F(CommandStore, FindTellsTheIdOrThatThereIsNone) {
   Store(Card({"N:Lee;Ann"}));
   const std::string file = Write("find.vcf", Card({"N:Berg;Ole"}) + Card({"N:Lee;Ann"}));
-  const Outcome outcome = Osif({"find", file});
+  const Outcome outcome = Osif({"find", "--strict", file});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out, "1  not found  Ole Berg\n2  pb 00000001  Ann Lee\n");
   EXPECT_THAT(
-      Osif({"find", "--json", file}).JsonLines(),
+      Osif({"find", "--strict", "--json", file}).JsonLines(),
       ElementsAre(Json{{"number", 1}, {"store", "pb"}, {"id", nullptr}, {"name", "Ole Berg"}},
                   Json{{"number", 2}, {"store", "pb"}, {"id", "00000001"}, {"name", "Ann Lee"}}));
   EXPECT_EQ(Osif({"count", "pb"}).out, "1\n");
@@ -177,7 +177,7 @@ TEST_F(CommandStore, ExportWritesEveryObjectAndReceiveReadsThemBack) {
   Store(Card({"N:Lee;Ann", "TEL;CELL:1"}) + Card({"N;CHARSET=UTF-8:M\xC3\xBCller;J\xC3\xB6rg"}));
   const std::string file = Path("all.vcf");
   EXPECT_EQ(Osif({"export", "pb", "-o", file}).out, file + ": 2 objects\n");
-  const Outcome again = Osif({"--device", Path("other"), "receive", file});
+  const Outcome again = Osif({"--device", Path("other"), "receive", "--strict", file});
   EXPECT_EQ(again.status, 0);
   EXPECT_EQ(Osif({"--device", Path("other"), "list", "pb"}).out,
             "00000001  Ann Lee\n00000002  J\xC3\xB6rg M\xC3\xBCller\n");
@@ -224,9 +224,9 @@ class CommandOwnFiles : public CommandStore {
     const std::string before = BytesOf(file);
     const std::vector<std::vector<std::string>> uses = {{"export", "pb", "-o", file},
                                                         {"send", "pb", "1", "-o", file},
-                                                        {"receive", file},
-                                                        {"find", file},
-                                                        {"parse", file}};
+                                                        {"receive", "--strict", file},
+                                                        {"find", "--strict", file},
+                                                        {"parse", "--strict", file}};
     for (const std::vector<std::string>& arguments : uses) {
       const Outcome outcome = Osif(arguments);
       EXPECT_EQ(outcome.status, 1);
@@ -262,7 +262,7 @@ TEST_F(CommandOwnFiles, AChangeLogIsNeitherReadNorWritten) {
 
 TEST_F(CommandOwnFiles, AnotherFileInTheDevicesFolderMayBeWritten) {
   EXPECT_EQ(Osif({"export", "pb", "-o", device_ + "/all.vcf"}).status, 0);
-  EXPECT_EQ(Osif({"receive", device_ + "/all.vcf"}).status, 0);
+  EXPECT_EQ(Osif({"receive", "--strict", device_ + "/all.vcf"}).status, 0);
 }
 
 TEST_F(CommandStore, OutputThatCannotBeWrittenIsAFailure) {
@@ -340,7 +340,7 @@ TEST_F(CommandStore, ChangesWithNothingChangedIsEmptyAndNoFailure) {
 
 TEST_F(CommandStore, ChangesShowsNotesAndMessagesThatWereReceived) {
   const std::string samples = support::kSources + "/samples";
-  ASSERT_EQ(Osif({"receive", samples + "/note.vnt", samples + "/messages.vmg"}).status, 0);
+  ASSERT_EQ(Osif({"receive", "--strict", samples + "/note.vnt", samples + "/messages.vmg"}).status, 0);
   for (const char* store : {"note", "msg-in", "msg-sent", "msg-out"}) {
     const std::vector<Json> lines = Osif({"changes", store, "--json"}).JsonLines();
     ASSERT_THAT(lines, SizeIs(1)) << store;
@@ -379,13 +379,13 @@ TEST_F(CommandStore, ALogOfTheCommonFolderOfBeforeIsTakenToTheStoresOwn) {
 
 TEST_F(CommandStore, ALogThatAnotherProgramUsesHindersEveryChangeAndSaysWhoUsesIt) {
   const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}));
-  Osif({"receive", file});
+  Osif({"receive", "--strict", file});
   LogFolderUse use;
   ASSERT_EQ(use.Begin(support::Wide(device_ + "/Sync/pb"), 0), LogFolderUse::Result::kHeld);
   const std::string in_use = "osif: the change log of pb is in use by process " +
                              std::to_string(getpid()) + ", nothing was changed";
   EXPECT_THAT(Osif({"delete", "pb", "00000001"}).err, testing::StartsWith(in_use));
-  const Outcome received = Osif({"receive", Write("b.vcf", Card({"N:Berg;Ole"}))});
+  const Outcome received = Osif({"receive", "--strict", Write("b.vcf", Card({"N:Berg;Ole"}))});
   EXPECT_EQ(received.status, 1);
   EXPECT_THAT(received.err, HasSubstr(in_use));
   const Outcome changes = Osif({"changes", "pb"});
@@ -399,7 +399,7 @@ TEST_F(CommandStore, ALogFolderThatCannotBeMadeIsToldAndDoesNotHinderReceiving) 
   Osif({"count", "pb"});
   Write("device/Sync", "in the way");
   const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}));
-  const Outcome outcome = Osif({"receive", "--json", file});
+  const Outcome outcome = Osif({"receive", "--strict", "--json", file});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err,
               HasSubstr("osif: the change log of pb: Could not open the file (code 7)\n"));

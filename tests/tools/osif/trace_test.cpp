@@ -31,7 +31,7 @@ size_t PositionOf(const Lines& lines, const std::string& start) {
 TEST_F(CommandTrace, AnUnknownPropertysLineStandsBetweenTheRightCards) {
   const std::string file =
       Write("a.vcf", Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole", "X-ODD:1"}) + Card({"N:Cruz;Eva"}));
-  const Outcome outcome = Osif({"receive", "--trace", file}, Errors::kIntoOutput);
+  const Outcome outcome = Osif({"receive", "--strict", "--trace", file}, Errors::kIntoOutput);
   EXPECT_EQ(outcome.status, 0);
   const Lines lines = outcome.OutLines();
   const size_t first =
@@ -45,7 +45,7 @@ TEST_F(CommandTrace, AnUnknownPropertysLineStandsBetweenTheRightCards) {
 
 TEST_F(CommandTrace, TheReasonForARefusalStandsBeforeIt) {
   const std::string file = Write("a.vcf", kRefusedCard);
-  const Lines lines = Osif({"parse", "--trace", file}, Errors::kIntoOutput).OutLines();
+  const Lines lines = Osif({"parse", "--strict", "--trace", file}, Errors::kIntoOutput).OutLines();
   EXPECT_LT(PositionOf(lines, "OSIF:  Error - vCard version '3.0' is not supported"),
             PositionOf(lines, "osif: " + file + ": object 1 (line 1) was refused"));
 }
@@ -53,8 +53,8 @@ TEST_F(CommandTrace, TheReasonForARefusalStandsBeforeIt) {
 TEST_F(CommandTrace, EverySubcommandThatUsesTheLibraryShowsIt) {
   const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}));
   const std::vector<Lines> command_lines = {
-      {"receive", file},     {"parse", file},
-      {"find", file},        {"list", "pb"},
+      {"receive", "--strict", file},     {"parse", "--strict", file},
+      {"find", "--strict", file},        {"list", "pb"},
       {"count", "pb"},       {"send", "pb", "1"},
       {"changes", "pb"},     {"anchor", "pb"},
       {"database-id", "pb"}, {"export", "pb", "-o", Path("x")},
@@ -66,7 +66,7 @@ TEST_F(CommandTrace, EverySubcommandThatUsesTheLibraryShowsIt) {
 }
 
 TEST_F(CommandTrace, WithoutTheOptionNothingIsShown) {
-  EXPECT_EQ(Osif({"receive", Write("a.vcf", Card({"N:Lee;Ann"}))}).err, "");
+  EXPECT_EQ(Osif({"receive", "--strict", Write("a.vcf", Card({"N:Lee;Ann"}))}).err, "");
 }
 
 TEST_F(CommandTrace, TheReceiverInTheRegistryIsPutBack) {
@@ -84,7 +84,7 @@ TEST_F(CommandTrace, ThousandsOfLinesWithinOneCallAreShownOrCountedAsLost) {
   size_t shown = 0;
   size_t lost = 0;
   for (const std::string& line :
-       Osif({"parse", "--trace", Write("a.vcf", Card(properties))}).ErrLines()) {
+       Osif({"parse", "--strict", "--trace", Write("a.vcf", Card(properties))}).ErrLines()) {
     if (line.starts_with(kUnknown)) ++shown;
     if (line.find("were lost") != std::string::npos) lost = std::stoul(line.substr(6));
   }
@@ -103,7 +103,7 @@ TEST_F(CommandTrace, TwoCommandsAtOnceShowTheirOwnLinesOnly) {
                      "X-OWN" + std::to_string(i) + ":1"});
     }
     stems.push_back(Path("own" + std::to_string(i)));
-    children.push_back(Start(Launched({support::kCommand, "receive", "--trace",
+    children.push_back(Start(Launched({support::kCommand, "receive", "--strict", "--trace",
                                        Write("own" + std::to_string(i) + ".vcf", cards)}),
                              stems.back()));
   }

@@ -9,7 +9,7 @@
 #include "platform/api/richink.h"
 #include "platform/device/ink/text.h"
 #include "platform/device/ink/writer.h"
-#include "tests/support/ink_reader.h"
+#include "platform/device/ink/reader.h"
 
 namespace control_test {
 namespace {

@@ -9,7 +9,7 @@
 #include "platform/device/ink/writer.h"
 #include "tests/platform/device/ink/document.h"
 #include "tests/support/corpus.h"
-#include "tests/support/ink_reader.h"
+#include "platform/device/ink/reader.h"
 
 namespace reader_test {
 namespace {

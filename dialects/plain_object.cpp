@@ -1,0 +1,5 @@
+#include "dialects/plain_object.h"
+
+namespace dialects {
+bool IsPlain(const ObjectText&) { return false; }
+}
