@@ -6,7 +6,7 @@ __osif_arguments() {
   arguments=()
   for ((i = 1; i < COMP_CWORD; ++i)); do
     case "${COMP_WORDS[i]}" in
-      --device | -o | --output | --since | --since-time | --port | --count) ((++i)) ;;
+      --device | -o | --output | --since | --since-time | --port | --count | --as | --to | --split) ((++i)) ;;
       -*) ;;
       *) arguments+=("${COMP_WORDS[i]}") ;;
     esac
@@ -28,12 +28,18 @@ __osif_offer_folders() {
 # The options that the subcommand has beside those that all have.
 __osif_options() {
   case "$1" in
-    receive | parse) echo --each ;;
-    send | export) echo -o --output --raw ;;
+    receive) echo --strict --each --add --review -v --verbose ;;
+    parse) echo --strict --each ;;
+    find) echo --strict ;;
+    send) echo -o --output --as --raw ;;
+    export) echo -o --output --as --split --raw ;;
+    convert) echo --to -o --output -r --recursive -v --verbose ;;
     changes) echo --since --since-time ;;
     trace) echo --port --count ;;
   esac
 }
+
+__osif_forms() { echo vcard21 vcard30 vcard40 vcal10 ical20 vnote vmsg eml mbox txt html; }
 
 __osif_settings() {
   echo MinorClass DeviceName UsePocketPCName SecurityType MaxSimultConnections CountryCode \
@@ -47,24 +53,25 @@ _osif() {
   COMPREPLY=()
   __osif_arguments
   case "$before" in
-    --device) __osif_offer_folders; return ;;
+    --device | --split) __osif_offer_folders; return ;;
+    --as | --to) __osif_offer_words "$(__osif_forms)"; return ;;
     -o | --output) __osif_offer_files; return ;;
     --since | --since-time | --port | --count) return ;;
   esac
   if [[ "$word" == -* ]]; then
-    __osif_offer_words --device --json --trace -h --help "$(__osif_options "${arguments[0]-}")"
+    __osif_offer_words --device --json --trace --version -h --help "$(__osif_options "${arguments[0]-}")"
     return
   fi
   case "${#arguments[@]}:${arguments[0]-}" in
     0:)
       __osif_offer_words receive send export list find count delete parse changes anchor database-id \
-        settings trace
+        settings trace convert notes show
       ;;
-    1:send | 1:export | 1:list | 1:count | 1:delete | 1:changes | 1:anchor | 1:database-id)
+    1:send | 1:export | 1:show | 1:list | 1:count | 1:delete | 1:changes | 1:anchor | 1:database-id)
       __osif_offer_words pb cal note msg-in msg-sent msg-out
       ;;
     1:settings) __osif_offer_words "$(__osif_settings)" ;;
-    *:receive | *:parse | 1:find) __osif_offer_files ;;
+    *:receive | *:parse | *:convert | 1:find) __osif_offer_files ;;
   esac
 }
 

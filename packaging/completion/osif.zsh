@@ -5,11 +5,15 @@ _osif() {
   local -a common subcommands
   local store='1:store:(pb cal note msg-in msg-sent msg-out)'
   local raw='--raw[write the bytes as they are also to a terminal]'
+  local forms='(vcard21 vcard30 vcard40 vcal10 ical20 vnote vmsg eml mbox txt html)'
+  local strict='--strict[hand the bytes to the library as they are]'
+  local each='--each[with --strict: read every object by itself]'
   local state line
   common=(
     '--device[the folder of the device]:folder:_files -/'
     '--json[print one JSON object a line]'
     '--trace[show the diagnostic lines of the library]'
+    '--version[show the version]'
     '(-h --help)'{-h,--help}'[show the options]'
   )
   subcommands=(
@@ -26,6 +30,9 @@ _osif() {
     'database-id:show the database id of a store'
     'settings:show or change the settings'
     'trace:receive and print diagnostic lines'
+    'convert:write the objects of files in another form'
+    'notes:list or print the notes in the folder of the device'
+    'show:show one object of a store, every field by its name'
   )
 
   _arguments -C $common '1:subcommand:->subcommand' '*::argument:->argument'
@@ -33,14 +40,26 @@ _osif() {
     subcommand) _describe 'subcommand' subcommands ;;
     argument)
       case $words[1] in
-        receive | parse)
-          _arguments $common '--each[read every object by itself]' '*:file:_files' ;;
+        receive)
+          _arguments $common $strict $each '--add[add every object, update none]' \
+            '--review[ask before an update]' '(-v --verbose)'{-v,--verbose}'[say of each object what was done]' \
+            '*:file:_files' ;;
+        parse) _arguments $common $strict $each '*:file:_files' ;;
+        convert)
+          _arguments $common "--to[the form]:form:$forms" '(-o --output)'{-o,--output}'[the file]:file:_files' \
+            '(-r --recursive)'{-r,--recursive}'[take the files of folders]' \
+            '(-v --verbose)'{-v,--verbose}'[say of each object what was done]' '*:file:_files' ;;
+        notes) _arguments $common '*:name:' ;;
+        show) _arguments $common $store '2:id:' ;;
         send)
-          _arguments $common '(-o --output)'{-o,--output}'[the file]:file:_files' $raw $store '2:id:' ;;
+          _arguments $common '(-o --output)'{-o,--output}'[the file]:file:_files' "--as[the form]:form:$forms" \
+            $raw $store '2:id:' ;;
         export)
-          _arguments $common '(-o --output)'{-o,--output}'[the file]:file:_files' $raw $store ;;
+          _arguments $common '(--split -o --output)'{-o,--output}'[the file]:file:_files' \
+            '(-o --output)--split[a folder, a file for each object]:folder:_files -/' "--as[the form]:form:$forms" \
+            $raw $store ;;
         list | count | anchor | database-id) _arguments $common $store ;;
-        find) _arguments $common '1:file:_files' ;;
+        find) _arguments $common $strict '1:file:_files' ;;
         delete) _arguments $common $store '*:id:' ;;
         changes)
           _arguments $common $store \

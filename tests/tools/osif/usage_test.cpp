@@ -11,7 +11,8 @@ TEST_F(CommandUsage, HelpNamesEverySubcommand) {
   const Outcome help = Osif({"--help"});
   EXPECT_EQ(help.status, 0);
   for (const char* name : {"receive", "send", "export", "list", "find", "count", "delete", "parse",
-                           "changes", "anchor", "database-id", "settings", "trace"}) {
+                           "changes", "anchor", "database-id", "settings", "trace", "convert", "notes",
+                           "show"}) {
     EXPECT_THAT(help.out, HasSubstr(std::string("\n  ") + name + " ")) << name;
   }
 }
@@ -46,7 +47,7 @@ TEST_P(CommandHelp, EverySubcommandExplainsItself) {
 INSTANTIATE_TEST_SUITE_P(Subcommands, CommandHelp,
                          testing::Values("receive", "send", "export", "list", "find", "count",
                                          "delete", "parse", "changes", "anchor", "database-id",
-                                         "settings", "trace"),
+                                         "settings", "trace", "convert", "notes", "show"),
                          [](const auto& row) {
                            std::string name = row.param;
                            std::erase(name, '-');
