@@ -260,6 +260,7 @@ TEST(StrictCards, JoinListsInNamesAndAddressesWithABlank) {
 TEST(StrictCards, JoinCategoriesWithCommas) {
   EXPECT_THAT(Of30({"N:Lee", "CATEGORIES:a,b", "CATEGORIES:c"}),
               ElementsAre("N:Lee", "X-CAT:a,b,c"));
+  EXPECT_THAT(Of21({"N:Lee", "X-CAT:a"}), ElementsAre("N:Lee", "X-CAT:a"));
   EXPECT_THAT(Of21({"N:Lee", "CATEGORIES:a;b"}), ElementsAre("N:Lee", "X-CAT:a,b"));
   EXPECT_THAT(Of21({"N:Lee", "X-CAT:a, b", "CATEGORIES:a, b"}), ElementsAre("N:Lee", "X-CAT:a, b"));
 }
