@@ -274,7 +274,7 @@ void TakeDataOfUri(CardProperty& property) {
   constexpr std::string_view kBase64 = ";base64";
   const std::string media(property.Param("MEDIATYPE"));
   property.RemoveParams("MEDIATYPE");
-  if (!media.empty()) property.types = {TypeOfMedia(media)};
+  if (!media.empty()) property.types.push_back(TypeOfMedia(media));
   std::string& uri = property.components.front();
   const size_t comma = uri.find(',');
   if (property.is_binary || comma == std::string::npos || !StartsIgnoringCase(uri, kScheme)) return;
@@ -282,7 +282,6 @@ void TakeDataOfUri(CardProperty& property) {
       std::string_view(uri).substr(kScheme.size(), comma - kScheme.size());
   if (!kind.ends_with(kBase64)) return;
   std::string type = TypeOfMedia(kind.substr(0, kind.find(';')));
-  property.types.clear();
   if (!type.empty()) property.types.push_back(std::move(type));
   property.RemoveParams("VALUE");
   uri.erase(0, comma + 1);

@@ -193,7 +193,7 @@ bool IsKnownCardName(std::string_view name) {
 
 std::string_view CanonicalCardName(std::string_view name) {
   // The names that most lines have are nobody's second ones.
-  if (name.size() < 6) return name;
+  if (name.size() < 5) return name;
   const auto* row = std::ranges::find(kSpellings, name, &SpellingRow::sent);
   return row == kSpellings.end() ? name : row->name;
 }

@@ -48,11 +48,9 @@ std::string_view TimeOf(std::string_view date) {
   return time.find_first_of("123456789") == std::string_view::npos ? std::string_view() : time;
 }
 
-std::string WithoutSeparators(std::string_view text) {
-  std::string basic;
-  for (const char c : text) {
-    if (c != '-' && c != ':') basic += c;
-  }
+std::string Without(std::string_view text, char separator) {
+  std::string basic(text);
+  std::erase(basic, separator);
   return basic;
 }
 
@@ -77,20 +75,22 @@ DateText DateIn(CardVersion version, const CardProperty& property, Report& repor
   const std::string& sent = property.Text();
   if (IsPartOfDate(sent)) {
     const bool is_basic = version == CardVersion::k40 && sent.starts_with("--");
-    return {is_basic ? "--" + WithoutSeparators(sent) : sent, false};
+    return {is_basic ? "--" + Without(sent, '-') : sent, false};
   }
   const std::optional<Day> day = DayOf(sent);
   if (!day) return {sent, !sent.empty()};
   if (day->is_guessed) report.Guessed("day and month of " + property.name);
   const std::string_view time = TimeOf(sent);
-  if (version != CardVersion::k30) return {day->text + WithoutSeparators(time), false};
+  if (version != CardVersion::k30) return {day->text + Without(time, ':'), false};
   return {ExtendedDay(day->text) + std::string(time), false};
 }
 
-// "1995-10-31T22:27:10Z" in the form of 4.0.
+// "1995-10-31T22:27:10Z" in the form of 4.0. The minus of an offset stays.
 std::string BasicTime(const std::string& sent) {
-  const bool is_time = sent.find_first_not_of("0123456789-:TZ") == std::string::npos;
-  return is_time ? WithoutSeparators(sent) : sent;
+  const std::optional<Day> day = DayOf(sent);
+  const size_t time = sent.find('T');
+  if (!day || time == std::string::npos) return sent;
+  return day->text + Without(std::string_view(sent).substr(time), ':');
 }
 
 // ---- vCard 2.1 ----------------------------------------------------------------------------------------------
@@ -101,6 +101,15 @@ bool IsPlainParameter(std::string_view value) {
   return std::ranges::all_of(value, [](char c) {
     return c > ' ' && c <= '~' && std::string_view(":;,=\"").find(c) == std::string_view::npos;
   });
+}
+
+// Where a picture is found has to be told from what it is.
+std::string OldValueKind(const CardProperty& property) {
+  const CardShape shape = ShapeOf(property.name);
+  const std::string_view sent = property.Param("VALUE");
+  if (shape == CardShape::kUri || property.is_binary || sent == "TEXT") return {};
+  const bool is_uri = shape == CardShape::kBinary && property.Text().find(':') != std::string::npos;
+  return sent == "URI" || (is_uri && sent.empty()) ? "URL" : std::string(sent);
 }
 
 std::string OldHead(const CardProperty& property, Report& report) {
@@ -114,10 +123,11 @@ std::string OldHead(const CardProperty& property, Report& report) {
     head += (IsOldCardType(type) ? ";" : ";TYPE=") + type;
   }
   if (property.preference > 0) head += ";PREF";
+  const std::string kind = OldValueKind(property);
+  if (!kind.empty()) head += ";VALUE=" + kind;
   for (const auto& [name, value] : property.params) {
-    if (name == "VALUE") {
-      if (value != "TEXT") head += ";VALUE=" + (value == "URI" ? "URL" : value);
-    } else if (IsPlainParameter(name) && IsPlainParameter(value)) {
+    if (name == "VALUE") continue;
+    if (IsPlainParameter(name) && IsPlainParameter(value)) {
       head += ";" + name + "=" + value;
     } else {
       report.Dropped("parameter " + name);
@@ -183,10 +193,20 @@ bool IsTypeOf40(std::string_view name, std::string_view type) {
   return std::ranges::find(kTypes, type) != kTypes.end();
 }
 
+// Of the kinds of a picture, sound or key the one that says what its bytes are.
+std::string_view MediaWord(const CardProperty& property) {
+  if (ShapeOf(property.name) != CardShape::kBinary) return {};
+  for (const std::string& type : property.types) {
+    if (type != "HOME" && type != "WORK") return type;
+  }
+  return {};
+}
+
 std::vector<std::string> TypesIn(CardVersion version, const CardProperty& property) {
   std::vector<std::string> types;
   for (const std::string& type : property.types) {
     if (version == CardVersion::k40 && property.name == "EMAIL" && type == "INTERNET") continue;
+    if (version == CardVersion::k40 && type == MediaWord(property)) continue;
     const bool is_known = version == CardVersion::k30 || IsTypeOf40(property.name, type);
     types.push_back((is_known ? "" : "x-") + ToLower(type));
   }
@@ -229,17 +249,14 @@ std::string_view ValueKind(CardVersion version, const CardProperty& property, bo
     return sent == "URI" ? "uri" : "";
   }
   if (shape == CardShape::kUri || property.is_binary) return "";
-  return sent == "URI" ? "uri" : "";
+  return sent == "URI" || (shape == CardShape::kBinary && has_scheme) ? "uri" : "";
 }
 
 std::string MediaParameters(CardVersion version, const CardProperty& property) {
-  const std::string type = property.types.empty() ? "" : property.types.front();
-  if (version == CardVersion::k40) {
-    if (property.is_binary || type.empty()) return {};
-    return ";MEDIATYPE=" + ParameterValue(MediaTypeOf(property.name, type), true);
-  }
-  const std::string encoding = property.is_binary ? ";ENCODING=b" : "";
-  return encoding + (type.empty() ? "" : TypeParameter(version, {type}));
+  const std::string type(MediaWord(property));
+  if (version != CardVersion::k40) return property.is_binary ? ";ENCODING=b" : "";
+  if (property.is_binary || type.empty()) return {};
+  return ";MEDIATYPE=" + ParameterValue(MediaTypeOf(property.name, type), true);
 }
 
 std::string ModernHead(CardVersion version, const CardProperty& property, bool is_text_date) {
@@ -248,10 +265,10 @@ std::string ModernHead(CardVersion version, const CardProperty& property, bool i
   head += CardNameIn(version, property.name);
   if (ShapeOf(property.name) == CardShape::kBinary) {
     head += MediaParameters(version, property);
-  } else {
-    if (property.is_binary) head += ";ENCODING=b";
-    head += TypeParameter(version, TypesIn(version, property));
+  } else if (property.is_binary) {
+    head += ";ENCODING=b";
   }
+  head += TypeParameter(version, TypesIn(version, property));
   if (is_40 && property.preference > 0) head += ";PREF=" + std::to_string(property.preference);
   const std::string_view kind = ValueKind(version, property, is_text_date);
   if (!kind.empty()) head += ";VALUE=" + std::string(kind);
@@ -291,8 +308,7 @@ std::string UriText(std::string_view uri) {
 std::string BinaryText(CardVersion version, const CardProperty& property) {
   const bool is_data = version == CardVersion::k40 && ShapeOf(property.name) == CardShape::kBinary;
   if (!is_data) return property.Text();
-  const std::string type = property.types.empty() ? "" : property.types.front();
-  return "data:" + MediaTypeOf(property.name, type) + ";base64," + property.Text();
+  return "data:" + MediaTypeOf(property.name, MediaWord(property)) + ";base64," + property.Text();
 }
 
 std::string ModernValue(CardVersion version, const CardProperty& property) {
