@@ -33,7 +33,8 @@ struct Alarm {
 struct OtherLine {
   std::string name;
   std::vector<Parameter> params;
-  std::string text;  // UTF-8; of an encoded value that is no text, as it was sent
+  std::string text;        // UTF-8 without escapes
+  bool is_base64 = false;  // the text is in base64, as it was sent
 };
 
 // A date of a series: RDATE.

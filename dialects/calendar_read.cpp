@@ -391,14 +391,11 @@ constexpr PropertyRow kProperties[] = {
 constexpr std::string_view kKeptToo[] = {"X-EPOCAGENDAENTRYTYPE", "PERCENT-COMPLETE"};
 
 void KeepOther(ItemContext& context, const ContentLine& line) {
-  OtherLine other = {line.name, line.params, {}};
-  const bool is_binary = EncodingOf(line) == Encoding::kBase64;
-  other.text = is_binary ? line.value : context.calendar.decoder.Decoded(line);
-  if (!is_binary) {
-    std::erase_if(other.params, [](const Parameter& param) {
-      return param.name == "ENCODING" || param.name == "CHARSET";
-    });
-  }
+  OtherLine other = {line.name, line.params, {}, EncodingOf(line) == Encoding::kBase64};
+  other.text = other.is_base64 ? line.value : context.Text(line);
+  std::erase_if(other.params, [](const Parameter& param) {
+    return param.name == "ENCODING" || param.name == "CHARSET";
+  });
   context.item.others.push_back(other);
 }
 

@@ -292,6 +292,13 @@ void BringToStore(CalendarItem& item, const Clock& clock, Report& report) {
   for (const NamedRule& rule : kRules) rule.apply(item, context);
 }
 
+void SettleDates(CalendarItem& item, const Clock& clock, Report& report) {
+  RuleContext context = {clock, report};
+  FindAllDay(item, context);
+  if (item.end || item.duration || item.is_all_day) FindEnd(item, context);
+  TakeWholeDays(item, context);
+}
+
 bool HasPlace(const CalendarItem& item) {
   switch (item.kind) {
     case ItemKind::kEvent:

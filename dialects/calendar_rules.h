@@ -10,6 +10,9 @@ namespace dialects {
 // not too late, the store's words. Rules of recurrence are left as they are.
 void BringToStore(CalendarItem& item, const Clock& clock, Report& report);
 
+// The first of these alone: what is for whole days has local midnights as start and end, and an event has an end.
+void SettleDates(CalendarItem& item, const Clock& clock, Report& report);
+
 // True for an item that the store can hold: an event with a start, a task with a summary or a day on which it is due,
 // a journal entry with a text.
 bool HasPlace(const CalendarItem& item);

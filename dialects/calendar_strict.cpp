@@ -54,7 +54,7 @@ std::string ExceptionLines(const StoreItem& item) {
   return text;
 }
 
-std::string EventText(const StoreItem& store_item, const Clock& clock) {
+std::string EventText(const StoreItem& store_item, const Clock& clock, const std::string& more) {
   const CalendarItem& item = store_item.item;
   std::string text = "BEGIN:VEVENT\r\n";
   text += LineWhenText("SUMMARY", item.summary);
@@ -73,10 +73,10 @@ std::string EventText(const StoreItem& store_item, const Clock& clock) {
   }
   text += LineWhenText("X-IRMC-LUID", item.luid);
   if (item.is_all_day) text += "X-BLUETOOTH-ALLDAYEVENT:TRUE\r\n";
-  return text + "END:VEVENT\r\n";
+  return text + more + "END:VEVENT\r\n";
 }
 
-std::string TaskText(const StoreItem& store_item, const Clock& clock) {
+std::string TaskText(const StoreItem& store_item, const Clock& clock, const std::string& more) {
   const CalendarItem& item = store_item.item;
   std::string text = "BEGIN:VTODO\r\n";
   text += Line("CATEGORIES", item.categories);
@@ -91,7 +91,7 @@ std::string TaskText(const StoreItem& store_item, const Clock& clock) {
   text += LineWhenTime("DALARM", item.alarm, clock);
   text += LineWhenText("RRULE", store_item.rule);
   text += LineWhenText("X-IRMC-LUID", item.luid);
-  return text + "END:VTODO\r\n";
+  return text + more + "END:VTODO\r\n";
 }
 
 std::string NoteText(const CalendarItem& item, const Clock& clock) {
@@ -171,13 +171,15 @@ void AddStrict(CalendarItem item, Report report, const Clock& clock,
 
 }  // namespace
 
-std::string StrictComponent(const StoreItem& item, const Clock& clock) {
-  return item.item.kind == ItemKind::kTask ? TaskText(item, clock) : EventText(item, clock);
+std::string StrictComponent(const StoreItem& item, const Clock& clock, const std::string& more) {
+  return item.item.kind == ItemKind::kTask ? TaskText(item, clock, more)
+                                           : EventText(item, clock, more);
 }
 
 std::string StrictText(const StoreItem& item, const Clock& clock) {
   if (item.item.kind == ItemKind::kJournal) return NoteText(item.item, clock);
-  return "BEGIN:VCALENDAR\r\nVERSION:1.0\r\n" + StrictComponent(item, clock) + "END:VCALENDAR\r\n";
+  return "BEGIN:VCALENDAR\r\nVERSION:1.0\r\n" + StrictComponent(item, clock, {}) +
+         "END:VCALENDAR\r\n";
 }
 
 CalendarItems ReadItems(const ReadCalendar& calendar, OldSense sense, ZoneBook& zones) {

@@ -10,8 +10,8 @@
 
 namespace dialects {
 
-// The component, from BEGIN:VEVENT to its END.
-std::string StrictComponent(const StoreItem& item, const Clock& clock);
+// The component, from BEGIN:VEVENT to its END. `more`: whole lines to stand before the END.
+std::string StrictComponent(const StoreItem& item, const Clock& clock, const std::string& more);
 
 // The same in a VCALENDAR of its own; a journal entry as a vNote.
 std::string StrictText(const StoreItem& item, const Clock& clock);
@@ -21,7 +21,7 @@ struct CalendarItems {
   std::vector<CalendarItem> items;
   std::vector<Report> reports;  // one for each item
   Report report;                // of the calendar itself
-  std::string refusal;
+  std::string refusal;          // empty when there are items
 };
 
 // Reads what an object has. The zones that it names are added to the book.

@@ -82,7 +82,7 @@ inline LibraryReading ReadByLibrary(const std::string& text) {
     return 0;
   };
   const OsifResult result = OSIF_ReadObjects(file.wide_path().c_str(), take, &reading);
-  if (result != OSIF_PARSE_OK) reading.result = result;
+  if (result != OSIF_OK) reading.result = result;
   return reading;
 }
 

@@ -1,0 +1,77 @@
+// Every calendar of the folder of real files: each of its items is stored whole, or it is said why not.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "tests/dialects/calendar_support.h"
+#include "tests/support/corpus.h"
+
+namespace calendar_corpus_test {
+namespace {
+
+using calendar_support::CalendarObject;
+using calendar_support::ReadByLibrary;
+using dialects::ObjectText;
+using dialects::StrictObject;
+
+std::string BytesOfFile(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The calendars of a file, from BEGIN to END.
+std::vector<ObjectText> CalendarsOf(const std::string& bytes) {
+  std::vector<ObjectText> calendars;
+  constexpr std::string_view kBegin = "BEGIN:VCALENDAR";
+  size_t begin = bytes.find(kBegin);
+  while (begin != std::string::npos) {
+    const size_t next = bytes.find(kBegin, begin + 1);
+    calendars.push_back(CalendarObject(bytes.substr(begin, next - begin)));
+    begin = next;
+  }
+  return calendars;
+}
+
+void CheckItem(const StrictObject& item, const std::string& file) {
+  if (item.text.empty()) {
+    EXPECT_NE(item.refusal, "") << file;
+    if (std::getenv("SHOW_REFUSED") != nullptr) {
+      std::cerr << file << ":" << item.line << ": " << item.refusal << "\n";
+    }
+    return;
+  }
+  EXPECT_EQ(item.refusal, "") << file;
+  const auto reading = ReadByLibrary(item.text);
+  EXPECT_EQ(reading.result, OSIF_PARSE_OK) << file << "\n" << item.text;
+  EXPECT_EQ(reading.objects, 1U) << file << "\n" << item.text;
+}
+
+class CalendarCorpus : public testing::TestWithParam<const char*> {};
+
+TEST_P(CalendarCorpus, IsReadByTheStrictReaderWithoutLoss) {
+  if (support::CorpusFolder().empty()) GTEST_SKIP() << support::kNoCorpus;
+  const support::TimeZone zone("Europe/Berlin");
+  size_t files = 0;
+  size_t items = 0;
+  const std::filesystem::path folder(support::CorpusFolder());
+  for (const auto& entry : std::filesystem::directory_iterator(folder / GetParam())) {
+    ++files;
+    for (const ObjectText& calendar : CalendarsOf(BytesOfFile(entry.path()))) {
+      for (const StrictObject& item : dialects::StrictCalendarItems(calendar, {})) {
+        ++items;
+        CheckItem(item, entry.path().filename());
+      }
+    }
+  }
+  EXPECT_GT(files, 50U);
+  EXPECT_GT(items, files);
+  RecordProperty("items", static_cast<int>(items));
+}
+
+INSTANTIATE_TEST_SUITE_P(Folders, CalendarCorpus, testing::Values("vcalendar", "icalendar"));
+
+}  // namespace
+}  // namespace calendar_corpus_test
