@@ -2,4 +2,4 @@
 
 namespace dialects {
 bool IsPlain(const ObjectText&) { return false; }
-}
+}  // namespace dialects

@@ -328,7 +328,7 @@ void ExportToFolder(const ExportArguments& arguments, Session& session, Reporter
 
 void Export(const ExportArguments& arguments, const Options& options, Reporter& reporter) {
   if (arguments.output.empty() && arguments.folder.empty()) {
-    return reporter.WrongUsage("-o or --split is required");
+    return reporter.WrongUsage("--output or --split is required");
   }
   const int32_t store_id = arguments.store_id;
   const InterruptWatch watch;

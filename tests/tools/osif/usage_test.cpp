@@ -106,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(
         WrongLine{"MissingStore", {"count"}, "STORE is required"},
         WrongLine{"MissingFile", {"receive"}, "FILE is required"},
         WrongLine{"MissingId", {"send", "pb"}, "ID is required"},
-        WrongLine{"ExportWithoutFile", {"export", "pb"}, "--output is required"},
+        WrongLine{"ExportWithoutFile", {"export", "pb"}, "--output or --split is required"},
         WrongLine{"BothAnchors",
                   {"changes", "pb", "--since", "1", "--since-time", "20260101"},
                   "excludes"},
