@@ -23,4 +23,11 @@ std::optional<dialects::Form> ChosenForm(const std::string& form, const std::str
   return dialects::FormOfFile(output);
 }
 
+std::optional<dialects::Form> ChosenSentForm(const std::string& form, const std::string& output) {
+  const std::optional<dialects::Form> chosen = ChosenForm(form, output);
+  const bool is_own = chosen == dialects::Form::kVCal10 || chosen == dialects::Form::kVNote ||
+                      chosen == dialects::Form::kVMessage;
+  return form.empty() && is_own ? std::nullopt : chosen;
+}
+
 }  // namespace command

@@ -232,7 +232,7 @@ void Send(const SendArguments& arguments, const Options& options, Reporter& repo
   if (!MayBeWritten(output, reporter)) return;
   Session session(options.trace, reporter);
   if (!session.is_open()) return;
-  ObjectTexts texts(store_id, ChosenForm(arguments.form, arguments.output), session, reporter);
+  ObjectTexts texts(store_id, ChosenSentForm(arguments.form, arguments.output), session, reporter);
   Sender sender(store_id, texts, output, arguments.raw, true, reporter);
   if (!sender.Open() || !sender.Send(LibraryId(store_id, arguments.id).c_str())) return;
   sender.Close();
@@ -286,7 +286,7 @@ void TellExport(int32_t store_id, const std::string& name, size_t count, Reporte
 void ExportToFile(const ExportArguments& arguments, ObjectOutput& output, Session& session,
                   Reporter& reporter) {
   const int32_t store_id = arguments.store_id;
-  ObjectTexts texts(store_id, ChosenForm(arguments.form, arguments.output), session, reporter);
+  ObjectTexts texts(store_id, ChosenSentForm(arguments.form, arguments.output), session, reporter);
   Sender sender(store_id, texts, output, arguments.raw, output.is_standard_output(), reporter);
   if (!sender.Open()) return;
   const std::optional<size_t> written = SendAll(
@@ -310,7 +310,7 @@ std::string EndingIn(int32_t store_id, std::optional<dialects::Form> form) {
 
 void ExportToFolder(const ExportArguments& arguments, Session& session, Reporter& reporter) {
   const int32_t store_id = arguments.store_id;
-  const std::optional<dialects::Form> form = ChosenForm(arguments.form, {});
+  const std::optional<dialects::Form> form = ChosenSentForm(arguments.form, {});
   if (mkdir(arguments.folder.c_str(), 0777 & ~UserMask()) != 0 && errno != EEXIST) {
     return reporter.Fail(arguments.folder + Reason(errno), OSIF_ERR_FILE_OPEN);
   }
