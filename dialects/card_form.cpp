@@ -133,7 +133,8 @@ void MoveRelations(Card& card) {
     for (const std::string& entry : property.components) {
       CardProperty related = property;
       related.name = "RELATED";
-      related.components = {std::string(Trim(entry))};
+      related.components = {ShapeOf(property.name) == CardShape::kList ? std::string(Trim(entry))
+                                                                       : entry};
       related.types.insert(related.types.begin(), std::string(row->type));
       related.RemoveParams("VALUE");
       related.params.push_back({"VALUE", "TEXT"});

@@ -142,7 +142,7 @@ class Assembler {
     const bool ends = IsFrameLine(physical, "END", ignored);
     if (is_open_ && !ends) {
       if (is_soft_) return AppendAfterSoftBreak(physical);
-      if (!is_blank && IsFoldCharacter(physical.front())) return AppendFolded(physical);
+      if (IsFold(physical, is_blank)) return AppendFolded(physical);
     }
     Finish();
     if (is_blank) {
@@ -158,6 +158,12 @@ class Assembler {
   }
 
  private:
+  // Where a fold takes one blank away, a line of blanks may be a piece of a text.
+  bool IsFold(std::string_view physical, bool is_blank) const {
+    if (physical.empty() || !IsFoldCharacter(physical.front())) return false;
+    return !is_blank || !rules_.keeps_fold_blank;
+  }
+
   void AppendAfterSoftBreak(std::string_view physical) {
     RemoveSoftBreak(current_);
     AppendPiece(physical);
@@ -279,12 +285,18 @@ std::string_view TakePhysicalLine(std::string_view& text) {
   return line;
 }
 
+std::string_view BareName(std::string_view physical) {
+  const std::string_view name = Trim(physical.substr(0, physical.find_first_of(":;")));
+  const size_t dot = name.rfind('.');
+  if (dot == std::string_view::npos) return name;
+  const bool is_group = name.substr(0, dot).find_first_of(" \t") == std::string_view::npos;
+  return is_group ? Trim(name.substr(dot + 1)) : name;
+}
+
 bool IsFrameLine(std::string_view physical, std::string_view word, std::string& what) {
   const size_t colon = physical.find(':');
   if (colon == std::string_view::npos) return false;
-  std::string_view name = physical.substr(0, std::min(colon, physical.find(';')));
-  name = Trim(name.substr(name.rfind('.') + 1));
-  if (!EqualsIgnoringCase(name, word)) return false;
+  if (!EqualsIgnoringCase(BareName(physical), word)) return false;
   const std::string_view value = Trim(physical.substr(colon + 1));
   // A name of letters: "BEGIN:" inside a text is followed by something else.
   if (value.empty() || value.find_first_of(" \t:;=") != std::string_view::npos) return false;
@@ -316,10 +328,7 @@ std::string VersionOf(std::string_view text) {
     const std::string_view physical = TakePhysicalLine(text);
     const size_t colon = physical.find(':');
     if (colon == std::string_view::npos) continue;
-    const std::string_view head = physical.substr(0, colon);
-    std::string_view name = head.substr(0, head.find(';'));
-    name = Trim(name.substr(name.rfind('.') + 1));
-    if (!EqualsIgnoringCase(name, "VERSION")) continue;
+    if (!EqualsIgnoringCase(BareName(physical), "VERSION")) continue;
     const ContentLine line = Parsed(physical, 0, kOldLines);
     std::string value = line.value;
     if (EncodingOf(line) == Encoding::kBase64) value = Base64Decode(value).value_or("");

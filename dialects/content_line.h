@@ -69,6 +69,9 @@ std::string_view TakePhysicalLine(std::string_view& text);
 // A line without blanks and tabs at both ends.
 std::string_view Trim(std::string_view text);
 
+// The name that a line begins with, without its group; what stands before a dot is a group only without blanks.
+std::string_view BareName(std::string_view physical);
+
 // True for a line that says "BEGIN" or "END" of something, whatever blanks, case and group it has; `what` (upper
 // case) is that something then.
 bool IsFrameLine(std::string_view physical, std::string_view word, std::string& what);

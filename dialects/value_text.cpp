@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/base64.h"
 #include "btosif/osif_util/quoted_printable.h"
 
@@ -27,11 +28,15 @@ std::string WithoutTransferEncoding(const ContentLine& line, std::string_view va
 // A byte that continues a character of UTF-8.
 bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
 
+// A reader takes it for a line break, whether or not an encoding is declared.
+constexpr std::string_view kEncodedLineBreak = "=0D=0A";
+
 // True for what can stand in a line of the old formats as it is.
 bool IsPlainOld(std::string_view text) {
   const bool is_printable =
       std::ranges::all_of(text, [](char c) { return c == '\t' || (c >= ' ' && c <= '~'); });
-  return is_printable && !text.ends_with('=') && Trim(text) == text;
+  return is_printable && !text.ends_with('=') && Trim(text) == text &&
+         text.find(kEncodedLineBreak) == std::string_view::npos;
 }
 
 std::string EscapedOld(std::string_view text) {
@@ -84,6 +89,14 @@ std::string SoftBroken(std::string_view line) {
   }
   broken += line;
   return broken;
+}
+
+// A line must not be broken inside of a character or an escape, nor where the next one would look as if it began or
+// ended an object: readers take such a line for one even after a blank.
+bool MayBreakAt(std::string_view line, size_t end) {
+  if (IsContinuation(line[end]) || line[end - 1] == '\\') return false;
+  const std::string_view name = BareName(line.substr(end, kLongestLine));
+  return !EqualsIgnoringCase(name, "END") && !EqualsIgnoringCase(name, "BEGIN");
 }
 
 }  // namespace
@@ -231,7 +244,7 @@ std::string FoldedLine(std::string_view line) {
   size_t room = kLongestLine;
   while (line.size() > room) {
     size_t end = room;
-    while (end > 1 && (IsContinuation(line[end]) || line[end - 1] == '\\')) --end;
+    while (end > 1 && !MayBreakAt(line, end)) --end;
     folded += line.substr(0, end);
     folded += "\r\n ";
     line.remove_prefix(end);

@@ -66,6 +66,11 @@ TEST(ContentLines, KeepTheBlankOfAFoldInTheOldFormsAlone) {
   EXPECT_THAT(Modern("NOTE:lon\r\n ger\n\t!"), ElementsAre("NOTE:longer!"));
 }
 
+TEST(ContentLines, MayBeFoldedAmongBlanksInTheLaterForms) {
+  EXPECT_THAT(Modern("NOTE:a\r\n   \r\n b"), ElementsAre("NOTE:a  b"));
+  EXPECT_THAT(Old("NOTE:a\r\n   \r\nTEL:1"), ElementsAre("NOTE:a", "TEL:1"));
+}
+
 TEST(ContentLines, MayBeFoldedBeforeTheColon) {
   EXPECT_THAT(Modern("ATTENDEE;ROLE=CHAIR\r\n ;CN=Ann\r\n :x"),
               ElementsAre("ATTENDEE;ROLE=CHAIR;CN=Ann:x"));
@@ -82,6 +87,11 @@ TEST(ContentLines, DoNotGoOnOverTheEndOfTheObject) {
   EXPECT_THAT(Old("NOTE;QUOTED-PRINTABLE:a=\r\nEND:VCARD"),
               ElementsAre("NOTE;ENCODING=QUOTED-PRINTABLE:a", "END:VCARD"));
   EXPECT_THAT(Old("NOTE:a\r\n END:VCARD"), ElementsAre("NOTE:a", "END:VCARD"));
+}
+
+TEST(ContentLines, TakeATextBeforeADotForNoGroup) {
+  EXPECT_THAT(Modern("NOTE:a\r\n the end.End:all\r\n x.END:VCARD"),
+              ElementsAre("NOTE:athe end.End:all", "x.END:VCARD"));
 }
 
 TEST(ContentLines, JoinTheLinesOfBase64UpToABlankOne) {

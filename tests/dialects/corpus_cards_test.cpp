@@ -14,6 +14,7 @@
 #include "btosif/osif_util/value_text.h"
 #include "dialects/card.h"
 #include "dialects/card_derive.h"
+#include "dialects/card_plain.h"
 #include "dialects/content_line.h"
 #include "platform/utf8.h"
 #include "tests/dialects/card_text.h"
@@ -178,6 +179,20 @@ TEST_F(CorpusCards, AreStoredWholeOrExplained) {
   EXPECT_GT(count, 1000U);
 }
 
+TEST_F(CorpusCards, ThatArePlainAreStoredAsTheRulesWouldHaveThem) {
+  if (support::CorpusFolder().empty()) GTEST_SKIP() << support::kNoCorpus;
+  size_t count = 0;
+  for (const CorpusCard& card : AllCards()) {
+    if (!dialects::IsPlainCard(card.object.text)) continue;
+    SCOPED_TRACE(card.file + ":" + std::to_string(card.object.line));
+    const StrictObject strict = card_text::Strict(card.object);
+    EXPECT_TRUE(strict.report.IsEmpty());
+    EXPECT_EQ(Stored(card.object.text), Stored(strict.text));
+    ++count;
+  }
+  EXPECT_GT(count, 10U);
+}
+
 // Found without the reader: the first line of such a name, not of a card inside, with anything after its colon.
 std::string LineWithContent(std::string_view text) {
   int depth = 0;
@@ -187,8 +202,9 @@ std::string LineWithContent(std::string_view text) {
     if (line.starts_with("END:")) --depth;
     const std::string name = line.substr(0, line.find_first_of(":;"));
     const std::string value = line.substr(std::min(line.find(':'), line.size()));
+    const bool is_date = name == "BDAY" || name == "ANNIVERSARY";
     const bool is_content =
-        IsStoredName(name) && value.find_first_not_of(":; \t") != std::string::npos;
+        IsStoredName(name) && !is_date && value.find_first_not_of(":; \t") != std::string::npos;
     if (depth == 1 && is_content) return line;
   }
   return {};
