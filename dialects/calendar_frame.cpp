@@ -21,9 +21,9 @@ class TreeBuilder {
 
   void Take(ContentLine& line) {
     if (line.name == "BEGIN") {
-      Open(ToUpper(Trim(line.value)), line.line);
+      Open(NameIn(line.value), line.line);
     } else if (line.name == "END") {
-      Close(ToUpper(Trim(line.value)));
+      Close(NameIn(line.value));
     } else if (too_deep_ == 0) {
       open_.back().lines.push_back(std::move(line));
     }
@@ -37,7 +37,20 @@ class TreeBuilder {
   }
 
  private:
+  // "VEVENT:" is written, too.
+  static std::string NameIn(std::string_view value) {
+    std::string name = ToUpper(Trim(value));
+    while (name.ends_with(':') || name.ends_with(';')) name.pop_back();
+    return name;
+  }
+
+  bool IsOpen(std::string_view name) const {
+    return std::ranges::find(open_, name, &Component::name) != open_.end();
+  }
+
+  // A calendar that stands in a calendar adds to it.
   void Open(const std::string& name, uint64_t line) {
+    if (name == "VCALENDAR" && IsOpen(name)) return;
     if (open_.size() > kDeepest || too_deep_ > 0) {
       if (too_deep_++ == 0) report_.Dropped(name);
       return;
@@ -52,8 +65,7 @@ class TreeBuilder {
       --too_deep_;
       return;
     }
-    const auto is_it = [&](const Component& one) { return one.name == name; };
-    if (std::none_of(open_.begin() + 1, open_.end(), is_it)) return;
+    if (name.empty() || !IsOpen(name)) return;
     while (open_.back().name != name) CloseLast();
     CloseLast();
   }

@@ -27,6 +27,8 @@ struct Alarm {
   std::optional<Moment> time;      // as an instant,
   std::optional<int64_t> trigger;  // or in seconds after the start, or the end
   bool is_from_end = false;
+
+  bool operator==(const Alarm&) const = default;
 };
 
 // A property that the store has no place for. The writers keep it where their form can.

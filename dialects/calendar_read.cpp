@@ -258,6 +258,7 @@ void TakeOldAlarm(ItemContext& context, const ContentLine& line) {
   if (!alarm.time && !alarm.trigger) return context.report.Dropped(line.name + " (no date)");
   // What is shown counts before what is heard, as the library has it.
   auto& alarms = context.item.alarms;
+  if (std::ranges::find(alarms, alarm) != alarms.end()) return;
   alarms.insert(line.name == "DALARM" ? alarms.begin() : alarms.end(), alarm);
 }
 

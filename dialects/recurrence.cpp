@@ -166,7 +166,9 @@ std::string RecurRuleText(const RecurRule& rule) {
       text += ";" + std::string(row.name) + "=" + Joined(list);
     }
   }
-  if (rule.week_start != 2) text += ";WKST=" + std::string(kWeekdays[rule.week_start]);
+  const bool counts_weeks = rule.unit == RuleUnit::kWeekly || !rule.week_numbers.empty();
+  if (counts_weeks && rule.week_start != 2)
+    text += ";WKST=" + std::string(kWeekdays[rule.week_start]);
   return text;
 }
 

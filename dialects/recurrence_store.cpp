@@ -64,7 +64,8 @@ void FillFromStart(const CivilTime& start, RecurRule& rule) {
       if (names_no_day) rule.month_days.push_back(start.day);
       break;
     case RuleUnit::kYearly:
-      if (names_no_day && rule.months.empty()) rule.months.push_back(start.month);
+      // A yearly rule that names days of the month and no month means once a year.
+      if (rule.days.empty() && rule.months.empty()) rule.months.push_back(start.month);
       if (names_no_day) rule.month_days.push_back(start.day);
       break;
     default:
@@ -81,9 +82,7 @@ void Simplify(RecurRule& rule) {
     }
   }
   if (rule.interval == 1 && rule.unit == RuleUnit::kYearly && rule.months.empty()) {
-    if (rule.days.empty()) rule.unit = RuleUnit::kMonthly;
-    if (!rule.days.empty() && !HasPositions(rule) && rule.month_days.empty() &&
-        rule.set_positions.empty()) {
+    if (!HasPositions(rule) && rule.month_days.empty() && rule.set_positions.empty()) {
       rule.unit = RuleUnit::kWeekly;
     }
   }
