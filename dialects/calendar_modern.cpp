@@ -257,15 +257,13 @@ class ModernWriter {
     std::set<int64_t> written;
     for (const Alarm& alarm : item_.alarms) {
       if (!alarm.time && !alarm.trigger) continue;
-      const std::optional<int64_t> start =
-          item_.start ? std::optional(clock_.ToUtc(*item_.start)) : std::nullopt;
-      const int64_t key =
-          alarm.time ? clock_.ToUtc(*alarm.time) : start.value_or(0) + *alarm.trigger;
+      const int64_t start = item_.start ? clock_.ToUtc(*item_.start) : 0;
+      const int64_t key = alarm.time ? clock_.ToUtc(*alarm.time) : start + *alarm.trigger;
       if (!written.insert(key).second) continue;
       text_ += "BEGIN:VALARM\r\nACTION:DISPLAY\r\n";
       AddText("DESCRIPTION", item_.summary.empty() ? "Alarm" : item_.summary);
-      if (item_.kind == ItemKind::kEvent && start) {
-        Add("TRIGGER", DurationText(key - *start));
+      if (item_.kind == ItemKind::kEvent && item_.start) {
+        Add("TRIGGER", DurationText(key - start));
       } else {
         Add("TRIGGER;VALUE=DATE-TIME", DateTimeText(CivilAt(key)) + "Z");
       }
