@@ -182,9 +182,7 @@ std::string StrictContent(const Message& message, Report& report) {
     content.type =
         content.type.empty() ? "text/plain; charset=UTF-8" : content.type + "; charset=UTF-8";
   }
-  std::string lines = content.bytes;
-  if (!lines.ends_with('\n')) lines += "\r\n";
-  return HeaderLines(content.type, content.transfer_encoding) + lines;
+  return HeaderLines(content.type, content.transfer_encoding) + WithOldLineEnds(content.bytes);
 }
 
 std::string TextForPeople(const Message& message) {

@@ -86,6 +86,7 @@ int MonthOf(std::string_view word) {
 
 // RFC 5322, section 4.3.
 int FullYear(int year, size_t digits) {
+  if (digits == 0) return 0;
   if (digits > 2) return digits == 3 ? 1900 + year : year;
   return year < 50 ? 2000 + year : 1900 + year;
 }

@@ -38,7 +38,7 @@ struct MailAddress {
   std::string address;
 };
 
-// "Name" <address>, or either alone: a number and what has an "@" are addresses.
+// "Name" <address>, or either alone: what has an "@" or begins as a number is an address.
 MailAddress ParsedAddress(std::string_view text) {
   const size_t open = text.rfind('<');
   const size_t close = text.rfind('>');
@@ -46,8 +46,7 @@ MailAddress ParsedAddress(std::string_view text) {
   if (open != std::string_view::npos && close != std::string_view::npos && open < close) {
     parsed.name = Trim(text.substr(0, open));
     parsed.address = Trim(text.substr(open + 1, close - open - 1));
-  } else if (text.find('@') != std::string_view::npos ||
-             text.find_first_not_of("+0123456789 -()/*#.") == std::string_view::npos) {
+  } else if (text.find('@') != std::string_view::npos || text.find_first_of("+0123456789*#") == 0) {
     parsed.address = Trim(text);
   } else {
     parsed.name = Trim(text);

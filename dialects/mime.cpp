@@ -194,9 +194,10 @@ void AddParts(const MimePart& whole, size_t depth, std::vector<MimePart>& parts)
     parts.push_back(whole);
     return;
   }
-  for (const std::string_view piece : BetweenBoundaries(whole.content, type.boundary)) {
-    AddParts(PartOf(piece), depth + 1, parts);
-  }
+  const std::vector<std::string_view> pieces = BetweenBoundaries(whole.content, type.boundary);
+  // Without a boundary all of it is text.
+  if (pieces.empty()) parts.push_back({{}, whole.transfer_encoding, {}, whole.content});
+  for (const std::string_view piece : pieces) AddParts(PartOf(piece), depth + 1, parts);
 }
 
 // ---- Quoted-printable ---------------------------------------------------------------------------------------
