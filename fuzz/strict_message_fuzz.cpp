@@ -1,0 +1,43 @@
+// Messages of any bytes: each becomes one strict message that the library reads without a warning and that stays as it is
+// when it is made strict again; and it can be written in every form.
+#include "btosif/osif_parsers/vmessage_reader.h"
+#include "dialects/forms.h"
+#include "dialects/message.h"
+#include "dialects/strict_object.h"
+#include "fuzz/fuzz_input.h"
+
+namespace {
+
+using dialects::Form;
+
+int32_t Count(int32_t, OsifObject*, OsifResult result, void* context) {
+  if (result != OSIF_PARSE_OK) abort();
+  ++*static_cast<int*>(context);
+  return 0;
+}
+
+void CheckStrict(const std::string& text) {
+  int count = 0;
+  fuzz::Read(VMessage_ReadFile, reinterpret_cast<const uint8_t*>(text.data()), text.size(), Count,
+             &count);
+  if (count != 1) abort();
+  dialects::ObjectText object;
+  object.text = text;
+  if (StrictMessages(object, {}).front().text != text) abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
+  fuzz::UseOwnDevice();
+  setenv("LC_ALL", "C.UTF-8", 1);
+  dialects::ObjectText object;
+  object.text =
+      "BEGIN:VMSG\n" + std::string(reinterpret_cast<const char*>(bytes), size) + "\nEND:VMSG\n";
+  CheckStrict(StrictMessages(object, {}).front().text);
+  const dialects::WriterSettings settings;
+  for (const Form form : {Form::kVMessage, Form::kEml, Form::kMbox, Form::kText, Form::kHtml}) {
+    if (MakeMessageWriter(form, settings)->Write(object).text.empty()) abort();
+  }
+  return 0;
+}
