@@ -205,7 +205,7 @@ CalendarItems ReadItems(const ReadCalendar& calendar, OldSense sense, ZoneBook& 
 std::vector<StrictObject> StrictCalendarItems(const ObjectText& object,
                                               const TextSettings& settings) {
   Report report;
-  if (!object.had_end) report.Guessed("end of the object");
+  if (!object.had_end) report.Guessed("END");
   const ReadCalendar calendar = ReadCalendarText(object, settings, report);
   ZoneBook zones;
   const Clock clock(zones);

@@ -43,6 +43,10 @@ struct FreeIterator {
 struct FreeComponent {
   void operator()(icalcomponent* component) const { icalcomponent_free(component); }
 };
+
+struct FreeBuffer {
+  void operator()(char* text) const { icalmemory_free_buffer(text); }
+};
 using OwnedComponent = std::unique_ptr<icalcomponent, FreeComponent>;
 
 // True when a month named has a day named, in some year.
@@ -231,7 +235,8 @@ std::string ZoneComponent(const std::string& name) {
   icalproperty* tzid = icalcomponent_get_first_property(copy.get(), ICAL_TZID_PROPERTY);
   if (tzid == nullptr) return {};
   icalproperty_set_tzid(tzid, name.c_str());
-  return icalcomponent_as_ical_string(copy.get());
+  const std::unique_ptr<char, FreeBuffer> text(icalcomponent_as_ical_string_r(copy.get()));
+  return text == nullptr ? "" : text.get();
 }
 
 }  // namespace dialects

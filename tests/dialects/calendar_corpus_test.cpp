@@ -49,6 +49,19 @@ void CheckItem(const StrictObject& item, const std::string& file) {
   EXPECT_EQ(reading.objects, 1U) << file << "\n" << item.text;
 }
 
+// Added, found again by its start and summary, and recurring where it has a rule.
+void CheckStored(const StrictObject& item, const std::string& file) {
+  if (item.text.empty()) return;
+  const auto stored = calendar_support::StoreByLibrary(item.text);
+  EXPECT_EQ(stored.added, OSIF_OK) << file << "\n" << item.text;
+  const bool is_task = item.text.find("BEGIN:VTODO") != std::string::npos;
+  const bool is_nameless =
+      calendar_support::LinesOf(item.text, {"SUMMARY"}) == std::vector<std::string>{"SUMMARY:"};
+  EXPECT_TRUE(stored.is_found || (is_task && is_nameless)) << file << "\n" << item.text;
+  const bool recurs = item.text.find("\nRRULE:") != std::string::npos;
+  EXPECT_EQ(stored.recurs, recurs) << file << "\n" << item.text;
+}
+
 class CalendarCorpus : public testing::TestWithParam<const char*> {};
 
 TEST_P(CalendarCorpus, IsReadByTheStrictReaderWithoutLoss) {
@@ -69,6 +82,23 @@ TEST_P(CalendarCorpus, IsReadByTheStrictReaderWithoutLoss) {
   EXPECT_GT(files, 50U);
   EXPECT_GT(items, files);
   RecordProperty("items", static_cast<int>(items));
+}
+
+TEST_P(CalendarCorpus, IsStoredAndFoundAgain) {
+  if (support::CorpusFolder().empty()) GTEST_SKIP() << support::kNoCorpus;
+  const support::TimeZone zone("Europe/Berlin");
+  const support::TempFolder device;
+  const TempEnvironment folder_of_device("OSIF_DEVICE", device.path().c_str());
+  ASSERT_EQ(OSIF_Open(), OSIF_OK);
+  const std::filesystem::path folder(support::CorpusFolder());
+  for (const auto& entry : std::filesystem::directory_iterator(folder / GetParam())) {
+    for (const ObjectText& calendar : CalendarsOf(BytesOfFile(entry.path()))) {
+      for (const StrictObject& item : dialects::StrictCalendarItems(calendar, {})) {
+        CheckStored(item, entry.path().filename());
+      }
+    }
+  }
+  OSIF_Close();
 }
 
 INSTANTIATE_TEST_SUITE_P(Folders, CalendarCorpus, testing::Values("vcalendar", "icalendar"));

@@ -16,6 +16,7 @@
 #include "osif.h"
 #include "tests/support/environment.h"
 #include "tests/support/files.h"
+#include "tests/support/temp_folder.h"
 
 namespace calendar_support {
 
@@ -84,6 +85,38 @@ inline LibraryReading ReadByLibrary(const std::string& text) {
   const OsifResult result = OSIF_ReadObjects(file.wide_path().c_str(), take, &reading);
   if (result != OSIF_OK) reading.result = result;
   return reading;
+}
+
+// What the device's store makes of a text: whether it is added and then found again, and what it gives back.
+struct Stored {
+  OsifResult added = OSIF_ERR_GENERAL;
+  bool is_found = false;
+  bool recurs = false;
+  size_t exceptions = 0;
+};
+
+inline Stored StoreByLibrary(const std::string& text) {
+  const support::TempFile file(text);
+  Stored stored;
+  const auto take = [](int32_t store_id, OsifObject* object, OsifResult, void* context) -> int32_t {
+    auto& taken = *static_cast<Stored*>(context);
+    std::vector<char> id(OSIF_ID_SIZE);
+    taken.added = OSIF_AddObject(store_id, object, id.data(), nullptr);
+    taken.is_found = OSIF_FindObject(store_id, object, nullptr) != 0;
+    OsifObject back = {};
+    if (store_id != OSIF_STORE_CAL || OSIF_GetObjectById(store_id, id.data(), &back) != OSIF_OK) {
+      return 0;
+    }
+    const bool is_event = back.calendarKind == OSIF_CALENDAR_EVENT;
+    const OsifCalendar& calendar = back.calendar;
+    taken.recurs = (is_event ? calendar.tail.event.rRule : calendar.tail.todo.rRule) != nullptr;
+    const PropertyValue* exception = is_event ? calendar.tail.event.exDate : nullptr;
+    for (; exception != nullptr; exception = exception->next) ++taken.exceptions;
+    OSIF_FreeObject(store_id, &back);
+    return 0;
+  };
+  OSIF_ReadObjects(file.wide_path().c_str(), take, &stored);
+  return stored;
 }
 
 }  // namespace calendar_support

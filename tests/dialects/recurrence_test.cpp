@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
 
 #include <set>
 
@@ -279,6 +280,52 @@ TEST(RulesOnAnotherClock, AreMovedByADay) {
   EXPECT_EQ(moved("FREQ=YEARLY;BYMONTH=3;BYMONTHDAY=1", -1), "none");
   EXPECT_EQ(moved("FREQ=MONTHLY;BYDAY=2FR", 1), "none");
   EXPECT_EQ(moved("FREQ=DAILY;INTERVAL=3", 1), "FREQ=DAILY;INTERVAL=3");
+}
+
+// ---- There and back ----
+
+rc::Gen<std::vector<int>> Weekdays() {
+  return rc::gen::map(
+      rc::gen::nonEmpty(rc::gen::container<std::set<int>>(rc::gen::inRange(1, 8))),
+      [](const std::set<int>& days) { return std::vector<int>(days.begin(), days.end()); });
+}
+
+// Any rule of the store that says the same in one way only: a month's 31st is its last day.
+dialects::StoreRule AnyStoreRule() {
+  using Kind = dialects::StoreRule::Kind;
+  dialects::StoreRule rule;
+  rule.kind =
+      *rc::gen::element(Kind::kDaily, Kind::kWeekly, Kind::kMonthlyByDay, Kind::kMonthlyByPosition,
+                        Kind::kYearlyByDay, Kind::kYearlyByPosition);
+  const bool is_yearly = rule.kind == Kind::kYearlyByDay || rule.kind == Kind::kYearlyByPosition;
+  if (!is_yearly) rule.interval = *rc::gen::inRange(1, 1000);
+  if (is_yearly) rule.month = *rc::gen::inRange(1, 13);
+  if (rule.kind == Kind::kMonthlyByDay) {
+    rule.day = *rc::gen::suchThat(rc::gen::inRange(-30, 31), [](int day) { return day != 0; });
+  }
+  if (rule.kind == Kind::kYearlyByDay) {
+    rule.day = *rc::gen::suchThat(rc::gen::inRange(-28, 29), [](int day) { return day != 0; });
+  }
+  const bool is_by_position =
+      rule.kind == Kind::kMonthlyByPosition || rule.kind == Kind::kYearlyByPosition;
+  if (is_by_position) rule.position = *rc::gen::element(1, 2, 3, 4, -1);
+  if (is_by_position || rule.kind == Kind::kWeekly) rule.weekdays = *Weekdays();
+  return rule;
+}
+
+RC_GTEST_PROP(RulesOfTheStoreProperty, ComeBackFromRfc5545AsTheyWere, ()) {
+  const dialects::StoreRule rule = AnyStoreRule();
+  RuleEnd end;
+  end.count = *rc::gen::inRange(0, 100);
+  const auto back = ReadOldRule(OldRuleText(rule, end), kStart, OldSense::kStore);
+  RC_ASSERT(back.size() == 1U);
+  RC_ASSERT(back.front().rule.count == end.count);
+  const auto again = ReadRecurRule(RecurRuleText(back.front().rule));
+  RC_ASSERT(again.has_value());
+  Report report;
+  const auto parts = StoreParts(*again, kStart, report);
+  RC_ASSERT(parts.size() == 1U);
+  RC_ASSERT(OldRuleText(parts.front().store, end) == OldRuleText(rule, end));
 }
 
 }  // namespace
