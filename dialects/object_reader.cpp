@@ -13,6 +13,7 @@
 
 #include "client/temp_file.h"
 #include "client/texts.h"
+#include "dialects/note.h"
 #include "dialects/object_splitter.h"
 #include "dialects/plain_object.h"
 #include "dialects/strict_object.h"
@@ -35,7 +36,9 @@ class DialectReader {
       StrictObject plain{object.kind, std::move(object.text), {}, {}, object.line, {}};
       return TakeStrict(std::move(plain));
     }
-    std::vector<StrictObject> made = StrictObjects(object, settings_);
+    std::vector<StrictObject> made = object.kind == ObjectKind::kNote
+                                         ? StrictNotes(object, settings_, names_)
+                                         : StrictObjects(object, settings_);
     for (StrictObject& one : made) TakeStrict(std::move(one));
   }
 
@@ -110,6 +113,7 @@ class DialectReader {
   const TextSettings& settings_;
   ObjectVisitor& visitor_;
   client::TempFile piece_;
+  NoteNames names_;
   const WideText name_;
   std::vector<StrictObject> gathered_;
   size_t size_ = 0;

@@ -1,6 +1,8 @@
 #include "dialects/plain_object.h"
 
+#include "dialects/calendar_plain.h"
 #include "dialects/card_plain.h"
+#include "dialects/message.h"
 
 namespace dialects {
 
@@ -10,8 +12,10 @@ bool IsPlain(const ObjectText& object) {
     case ObjectKind::kCard:
       return IsPlainCard(object.text);
     case ObjectKind::kCalendar:
-    case ObjectKind::kNote:
+      return IsPlainCalendar(object.text);
     case ObjectKind::kMessage:
+      return IsPlainMessage(object.text);
+    case ObjectKind::kNote:  // its name may be that of another one of its file
     case ObjectKind::kUnknown:
       break;
   }
