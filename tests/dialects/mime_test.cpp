@@ -134,5 +134,9 @@ TEST(Addresses, StandBetweenCommasAndSemicolonsOutsideOfQuotes) {
   EXPECT_THAT(SplitAddresses(""), IsEmpty());
 }
 
+TEST(Addresses, AreNotJoinedByWhatNothingCloses) {
+  EXPECT_THAT(SplitAddresses("\"a, b <c; d"), ElementsAre("a", "b <c", "d"));
+}
+
 }  // namespace
 }  // namespace mime_test
