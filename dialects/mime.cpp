@@ -325,21 +325,17 @@ std::string MailQuotedPrintable(std::string_view text) {
   return encoded;
 }
 
-// A quotation mark or a bracket that nothing closes is none.
+// A quotation mark that nothing closes is none.
 std::vector<std::string> SplitAddresses(std::string_view list) {
   const bool has_quotes = std::ranges::count(list, '"') % 2 == 0;
-  const size_t last_bracket = list.rfind('>');
   std::vector<std::string> addresses;
   bool is_quoted = false;
-  bool is_bracketed = false;
   size_t begin = 0;
   for (size_t i = 0; i <= list.size(); ++i) {
-    const char c = i < list.size() ? list[i] : ',';
-    if (i < list.size() && c == '"' && has_quotes) is_quoted = !is_quoted;
-    const bool opens = c == '<' && last_bracket != std::string_view::npos && i < last_bracket;
-    if (!is_quoted && (opens || c == '>')) is_bracketed = opens;
-    const bool is_separator = (c == ',' || c == ';') && !is_quoted && !is_bracketed;
-    if (!is_separator && i < list.size()) continue;
+    const bool is_end = i == list.size();
+    if (!is_end && list[i] == '"' && has_quotes) is_quoted = !is_quoted;
+    const bool is_separator = !is_end && (list[i] == ',' || list[i] == ';') && !is_quoted;
+    if (!is_separator && !is_end) continue;
     std::string address(TrimAll(list.substr(begin, i - begin)));
     if (!has_quotes) std::erase(address, '"');
     if (!address.empty()) addresses.push_back(std::move(address));

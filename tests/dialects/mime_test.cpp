@@ -129,8 +129,8 @@ RC_GTEST_PROP(MailText, ComesBack, (const std::string& text)) {
 }
 
 TEST(Addresses, StandBetweenCommasAndSemicolonsOutsideOfQuotes) {
-  EXPECT_THAT(SplitAddresses(" a@b, \"Lee, Ann\" <c;d> ;;+49 1,"),
-              ElementsAre("a@b", "\"Lee, Ann\" <c;d>", "+49 1"));
+  EXPECT_THAT(SplitAddresses(" a@b, \"Lee, Ann\" <c@d> ;;+49 1,"),
+              ElementsAre("a@b", "\"Lee, Ann\" <c@d>", "+49 1"));
   EXPECT_THAT(SplitAddresses(""), IsEmpty());
 }
 
