@@ -233,7 +233,8 @@ class MessageReader {
 
   void TakeLine(const ContentLine& line, const ValueDecoder& decoder, bool is_header) {
     const MessageRow* row = FindRow(line.name);
-    if (row == nullptr) return report_.Dropped(line.name);
+    if (row == nullptr)
+      return report_.Dropped(line.name.empty() ? "line without a name" : line.name);
     const std::string value(Trim(decoder.Decoded(line)));
     if (value.empty()) return;
     switch (row->role) {

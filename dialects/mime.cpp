@@ -325,19 +325,20 @@ std::string MailQuotedPrintable(std::string_view text) {
   return encoded;
 }
 
+// A quotation mark that nothing closes is none.
 std::vector<std::string> SplitAddresses(std::string_view list) {
+  const bool has_quotes = std::ranges::count(list, '"') % 2 == 0;
   std::vector<std::string> addresses;
   bool is_quoted = false;
-  bool is_bracketed = false;
   size_t begin = 0;
   for (size_t i = 0; i <= list.size(); ++i) {
-    const char c = i < list.size() ? list[i] : ',';
-    if (i < list.size() && c == '"') is_quoted = !is_quoted;
-    if (!is_quoted && (c == '<' || c == '>')) is_bracketed = c == '<';
-    const bool is_separator = (c == ',' || c == ';') && !is_quoted && !is_bracketed;
-    if (!is_separator && i < list.size()) continue;
-    const std::string_view address = TrimAll(list.substr(begin, i - begin));
-    if (!address.empty()) addresses.emplace_back(address);
+    const bool is_end = i == list.size();
+    if (!is_end && list[i] == '"' && has_quotes) is_quoted = !is_quoted;
+    const bool is_separator = !is_end && (list[i] == ',' || list[i] == ';') && !is_quoted;
+    if (!is_separator && !is_end) continue;
+    std::string address(TrimAll(list.substr(begin, i - begin)));
+    if (!has_quotes) std::erase(address, '"');
+    if (!address.empty()) addresses.push_back(std::move(address));
     begin = i + 1;
   }
   return addresses;

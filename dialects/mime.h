@@ -50,7 +50,7 @@ std::vector<MimePart> PartsOf(const MimePart& whole);
 // A text (UTF-8) in quoted-printable for mail: lines end with CR LF and have at most 76 characters.
 std::string MailQuotedPrintable(std::string_view text);
 
-// The addresses of a header: between "," or ";" that stand in no quotes or angle brackets. Without blanks around them.
+// The addresses of a header: between "," or ";" that stand in no quotes. Without blanks around them.
 std::vector<std::string> SplitAddresses(std::string_view list);
 
 }  // namespace dialects

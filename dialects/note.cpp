@@ -89,7 +89,7 @@ void Store(const NoteRow& row, std::string text, Note& note, Report& report) {
 void TakeLine(const ContentLine& line, const ValueDecoder& decoder, Note& note, Report& report) {
   if (line.name == "BEGIN" || line.name == "END" || line.name == "VERSION") return;
   const NoteRow* row = FindRow(line.name);
-  if (row == nullptr) return report.Dropped(line.name);
+  if (row == nullptr) return report.Dropped(line.name.empty() ? "line without a name" : line.name);
   if (!line.group.empty()) report.Changed("group prefix");
   if (!row->is_kept && row->text != &Note::uid) report.Changed("another name of a property");
   const bool is_list = row->text == &Note::categories;

@@ -129,9 +129,13 @@ RC_GTEST_PROP(MailText, ComesBack, (const std::string& text)) {
 }
 
 TEST(Addresses, StandBetweenCommasAndSemicolonsOutsideOfQuotes) {
-  EXPECT_THAT(SplitAddresses(" a@b, \"Lee, Ann\" <c;d> ;;+49 1,"),
-              ElementsAre("a@b", "\"Lee, Ann\" <c;d>", "+49 1"));
+  EXPECT_THAT(SplitAddresses(" a@b, \"Lee, Ann\" <c@d> ;;+49 1,"),
+              ElementsAre("a@b", "\"Lee, Ann\" <c@d>", "+49 1"));
   EXPECT_THAT(SplitAddresses(""), IsEmpty());
+}
+
+TEST(Addresses, AreNotJoinedByWhatNothingCloses) {
+  EXPECT_THAT(SplitAddresses("\"a, b <c; d"), ElementsAre("a", "b <c", "d"));
 }
 
 }  // namespace

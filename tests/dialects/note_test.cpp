@@ -92,6 +92,13 @@ TEST(StrictNote, DeclaresUtf8) {
             "SUMMARY:a\r\nBODY;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:=C3=A4\r\n");
 }
 
+TEST(StrictNote, TakesBase64ThatIsNoUtf8ForTheSettingsCharacterSet) {
+  const StrictObject strict = Strict("VERSION:1.1\r\nSUMMARY:a\r\nBODY;ENCODING=BASE64:5A==\r\n");
+  EXPECT_THAT(strict.text,
+              ::testing::HasSubstr("BODY;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:=C3=A4\r\n"));
+  EXPECT_THAT(strict.report.guessed, ElementsAre(Pair("character set", 1)));
+}
+
 TEST(StrictNote, TakesCategoriesBetweenSemicolons) {
   EXPECT_EQ(StrictLines("SUMMARY:a\r\nCATEGORIES:Home;Food\r\n"),
             "SUMMARY:a\r\nCATEGORIES:Home,Food\r\n");
