@@ -22,6 +22,8 @@
 namespace dialects {
 namespace {
 
+using namespace std::string_view_literals;
+
 // A card on its way.
 struct Draft {
   Card& card;
@@ -59,7 +61,7 @@ void RefuseGroup(Draft& draft) {
 void RemoveFrames(Draft& draft) {
   std::erase_if(draft.card.properties, [](const CardProperty& property) {
     const bool is_default =
-        property.name == "KIND" && EqualsIgnoringCase(property.Text(), "individual");
+        property.name == "KIND"sv && EqualsIgnoringCase(property.Text(), "individual");
     return property.name.empty() || is_default;
   });
 }
@@ -95,10 +97,10 @@ void TakeLabel(CardProperty& property, Report& report) {
     report.Dropped("X-ABLABEL");
     return;
   }
-  if (property.name == "URL") property.RemoveType("HOME");
+  if (property.name == "URL"sv) property.RemoveType("HOME");
   for (const std::string_view type : row->types) {
     const bool is_new = !type.empty() && !property.HasType(type);
-    if (is_new && (property.name == "TEL" || type == "HOME" || type == "WORK")) {
+    if (is_new && (property.name == "TEL"sv || type == "HOME"sv || type == "WORK"sv)) {
       property.types.emplace_back(type);
     }
   }
@@ -206,7 +208,8 @@ void TakeAgent(Draft& draft) {
   const CardProperty* agent = draft.card.Find("AGENT");
   if (agent == nullptr || !draft.card.TextOf("X-ASSISTANT").empty()) return;
   const std::string& text = agent->Text();
-  if (text.empty() || StartsIgnoringCase(text, "BEGIN:") || agent->Param("VALUE") == "URI") return;
+  if (text.empty() || StartsIgnoringCase(text, "BEGIN:") || agent->Param("VALUE") == "URI"sv)
+    return;
   draft.card.Add("X-ASSISTANT", {text});
   TakeAll(draft.card, "AGENT");
   draft.report.Changed("AGENT to X-ASSISTANT");
@@ -316,7 +319,7 @@ bool IsInternetAddress(const CardProperty& email) {
   if (email.HasType("X400")) return false;
   if (email.HasType("INTERNET") || email.Text().find('@') != std::string::npos) return true;
   return std::ranges::all_of(
-      email.types, [](const std::string& type) { return type == "HOME" || type == "WORK"; });
+      email.types, [](const std::string& type) { return type == "HOME"sv || type == "WORK"sv; });
 }
 
 void TakeEmails(Draft& draft) {
@@ -395,7 +398,7 @@ void TakeAddresses(Draft& draft) {
     if (!taken.emplace(place).second) return false;
     address.types.clear();
     if (!place.empty()) address.types.emplace_back(place);
-    if (place == "WORK") KeepOffice(draft, address);
+    if (place == "WORK"sv) KeepOffice(draft, address);
     kept.push_back(std::move(address));
     return true;
   };

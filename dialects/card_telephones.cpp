@@ -14,6 +14,8 @@
 namespace dialects {
 namespace {
 
+using namespace std::string_view_literals;
+
 struct Place {
   std::string_view kind;
   std::vector<std::string> types;  // as the store understands them
@@ -146,7 +148,7 @@ class Switchboard {
 
 std::vector<CardProperty> TakeNumbers(Card& card) {
   auto telephones = std::ranges::stable_partition(
-      card.properties, [](const CardProperty& property) { return property.name != "TEL"; });
+      card.properties, [](const CardProperty& property) { return property.name != "TEL"sv; });
   std::vector<CardProperty> numbers;
   for (CardProperty& telephone : telephones) {
     if (!telephone.IsEmpty()) numbers.push_back(std::move(telephone));
