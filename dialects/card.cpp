@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <utility>
@@ -573,6 +574,17 @@ Card ReadCard(const ObjectText& object, const TextSettings& settings, Report& re
   JoinDepartment(card);
   ResolveLabels(card);
   return card;
+}
+
+std::vector<CardProperty> TakeProperties(Card& card, std::string_view name) {
+  std::vector<CardProperty>& properties = card.properties;
+  const auto taken =
+      std::stable_partition(properties.begin(), properties.end(),
+                            [&](const CardProperty& property) { return property.name != name; });
+  std::vector<CardProperty> all(std::make_move_iterator(taken),
+                                std::make_move_iterator(properties.end()));
+  properties.erase(taken, properties.end());
+  return all;
 }
 
 std::string WithoutLists(std::string_view component, std::string_view separator) {
