@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <utility>
@@ -19,12 +20,9 @@
 namespace dialects {
 namespace {
 
-// ---- How a card was written ---------------------------------------------------------------------------------
+using namespace std::string_view_literals;
 
-struct Writing {
-  CardVersion version;
-  Escapes escapes;
-};
+// ---- How a card was written ---------------------------------------------------------------------------------
 
 std::optional<CardVersion> VersionByNumber(std::string_view text) {
   double number = 0;
@@ -55,17 +53,21 @@ bool HasEscaped(std::string_view text, char c) {
   return false;
 }
 
-Writing WritingOf(std::string_view text, Report& report) {
+// The version has to be known before the lines are, so of a card that names none the text itself is looked at.
+CardVersion VersionOfCard(std::string_view text, Report& report) {
   const std::optional<CardVersion> version = VersionByNumber(VersionOf(text));
-  if (version && *version != CardVersion::k21) return {*version, Escapes::kModern};
-  const bool has_list = HasTypeList(text);
-  const bool has_comma = HasEscaped(text, ',');
-  const bool is_modern = has_list || has_comma;
-  if (version) return {CardVersion::k21, is_modern ? Escapes::kModern : Escapes::kOld};
+  if (version) return *version;
   report.Guessed("version");
-  const bool is_30 = has_list && (has_comma || HasEscaped(text, 'n'));
-  return {is_30 ? CardVersion::k30 : CardVersion::k21,
-          is_modern ? Escapes::kModern : Escapes::kOld};
+  const bool is_30 = HasTypeList(text) && (HasEscaped(text, ',') || HasEscaped(text, 'n'));
+  return is_30 ? CardVersion::k30 : CardVersion::k21;
+}
+
+// A card of 2.1 with what only 3.0 has was written by a program that escapes as 3.0 does.
+Escapes EscapesOf(CardVersion version, std::string_view text,
+                  const std::vector<ContentLine>& lines) {
+  if (version != CardVersion::k21) return Escapes::kModern;
+  const bool has_list = std::ranges::any_of(lines, &ContentLine::has_type_list);
+  return has_list || HasEscaped(text, ',') ? Escapes::kModern : Escapes::kOld;
 }
 
 const LineRules& RulesOf(CardVersion version) {
@@ -152,6 +154,12 @@ std::vector<std::string> Structured(const ValueDecoder& decoder, const ContentLi
   return ModernComponents(decoder.Decoded(line), has_lists);
 }
 
+std::vector<std::string> One(std::string text) {
+  std::vector<std::string> one;
+  one.push_back(std::move(text));
+  return one;
+}
+
 std::vector<std::string> Place(std::string text) {
   constexpr std::string_view kScheme = "GEO:";
   if (StartsIgnoringCase(text, kScheme)) {
@@ -160,7 +168,7 @@ std::vector<std::string> Place(std::string text) {
   }
   std::vector<std::string> pieces = SplitAt(text, ",;");
   if (pieces.size() == 2) return pieces;
-  return {text};
+  return One(std::move(text));
 }
 
 std::vector<std::string> ComponentsOf(const ValueDecoder& decoder, const ContentLine& line,
@@ -175,7 +183,7 @@ std::vector<std::string> ComponentsOf(const ValueDecoder& decoder, const Content
     case CardShape::kPlace:
       return Place(decoder.Text(line));
     default:
-      return {decoder.Text(line)};
+      return One(decoder.Text(line));
   }
 }
 
@@ -183,8 +191,8 @@ std::vector<std::string> ComponentsOf(const ValueDecoder& decoder, const Content
 
 // Words that 2.1 has without "VALUE=".
 bool IsValueWord(std::string_view word) {
-  return word == "URL" || word == "URI" || word == "CONTENT-ID" || word == "CID" ||
-         word == "INLINE";
+  return word == "URL"sv || word == "URI"sv || word == "CONTENT-ID"sv || word == "CID"sv ||
+         word == "INLINE"sv;
 }
 
 constexpr int kLastPreference = 100;
@@ -196,21 +204,21 @@ int PreferenceOf(std::string_view text) {
 }
 
 void AddValueKind(CardProperty& property, std::string_view kind) {
-  if (kind == "INLINE") return;
-  property.params.push_back({"VALUE", kind == "URL" ? "URI" : std::string(kind)});
+  if (kind == "INLINE"sv) return;
+  property.params.push_back({"VALUE", kind == "URL"sv ? "URI" : std::string(kind)});
 }
 
 // In 4.0 the kinds that it does not know are "x-" words.
 std::string_view CanonicalType(std::string_view type) {
-  if (type == "RADIO") return "X-RADIO";
-  if (type == "ASSISTANT" || type == "X-EVOLUTION-ASSISTANT") return "X-ASSISTANT";
+  if (type == "RADIO"sv) return "X-RADIO";
+  if (type == "ASSISTANT"sv || type == "X-EVOLUTION-ASSISTANT"sv) return "X-ASSISTANT";
   if (type.starts_with("X-") && IsOldCardType(type.substr(2))) return type.substr(2);
   return type;
 }
 
 void TakeType(CardProperty& property, std::string_view sent) {
   const std::string word = ToUpper(sent);
-  if (word == "PREF") {
+  if (word == "PREF"sv) {
     if (property.preference == 0) property.preference = 1;
   } else if (IsValueWord(word)) {
     AddValueKind(property, word);
@@ -220,13 +228,13 @@ void TakeType(CardProperty& property, std::string_view sent) {
 }
 
 void TakeParameter(CardProperty& property, Parameter& param) {
-  if (param.name == "TYPE") {
+  if (param.name == "TYPE"sv) {
     TakeType(property, param.value);
-  } else if (param.name == "PREF") {
+  } else if (param.name == "PREF"sv) {
     property.preference = PreferenceOf(param.value);
-  } else if (param.name == "VALUE") {
+  } else if (param.name == "VALUE"sv) {
     AddValueKind(property, ToUpper(param.value));
-  } else if (param.name != "ENCODING" && param.name != "CHARSET") {
+  } else if (param.name != "ENCODING"sv && param.name != "CHARSET"sv) {
     property.params.push_back(std::move(param));
   }
 }
@@ -258,7 +266,7 @@ void TakeAddressOfUri(CardProperty& property) {
 void TakeRelation(CardProperty& property) {
   constexpr std::array<std::pair<std::string_view, std::string_view>, 3> kRelations = {
       {{"SPOUSE", "X-SPOUSE"}, {"CHILD", "X-CHILDREN"}, {"AGENT", "X-ASSISTANT"}}};
-  if (property.Param("VALUE") != "TEXT" && IsUriText(property.Text())) return;
+  if (property.Param("VALUE") != "TEXT"sv && IsUriText(property.Text())) return;
   for (const auto& [type, name] : kRelations) {
     if (!property.HasType(type)) continue;
     property.name = name;
@@ -303,7 +311,7 @@ void TakeKindOfAddress30(CardProperty& property) {
 std::string RawLine(const ContentLine& line) {
   std::string raw = line.group.empty() ? line.name : line.group + "." + line.name;
   for (const auto& [name, value] : line.params) {
-    raw += ';' + (name == "TYPE" ? value : name + "=" + value);
+    raw += ';' + (name == "TYPE"sv ? value : name + "=" + value);
   }
   return raw + ":" + line.value;
 }
@@ -314,12 +322,12 @@ class CardReader {
       : card_(card), decoder_(decoder), report_(report) {}
 
   void Take(ContentLine& line) {
-    const bool is_begin = line.name == "BEGIN";
-    const bool is_end = line.name == "END";
+    const bool is_begin = line.name == "BEGIN"sv;
+    const bool is_end = line.name == "END"sv;
     if (is_begin) ++depth_;
     if (depth_ > 1) {
       TakeNested(line, is_begin);
-    } else if (!is_begin && !is_end && line.name != "VERSION") {
+    } else if (!is_begin && !is_end && line.name != "VERSION"sv) {
       TakeProperty(line);
     }
     if (is_end && depth_ > 0) --depth_;
@@ -336,7 +344,7 @@ class CardReader {
 
   void BeginNested(const ContentLine& begin) {
     const CardProperty* last = card_.properties.empty() ? nullptr : &card_.properties.back();
-    if (last != nullptr && last->name == "AGENT" && last->IsEmpty()) {
+    if (last != nullptr && last->name == "AGENT"sv && last->IsEmpty()) {
       nested_ = Nested::kAgent;
     } else if (EqualsIgnoringCase(Trim(begin.value), "VCARD")) {
       nested_ = Nested::kCard;
@@ -348,7 +356,7 @@ class CardReader {
   }
 
   void TakeProperty(ContentLine& line) {
-    CardProperty property;
+    CardProperty& property = card_.properties.emplace_back();
     property.line = line.line;
     property.name = CanonicalCardName(line.name);
     TakeValue(line, property);
@@ -356,18 +364,17 @@ class CardReader {
     std::string label;
     std::string sort_key;
     for (Parameter& param : line.params) {
-      if (param.name == "LABEL" && property.name == "ADR") {
+      if (param.name == "LABEL"sv && property.name == "ADR"sv) {
         label = std::move(param.value);
-      } else if (param.name == "SORT-AS" && property.name == "N") {
+      } else if (param.name == "SORT-AS"sv && property.name == "N"sv) {
         sort_key = std::move(param.value);
       } else {
         TakeParameter(property, param);
       }
     }
-    if (line.name == "X-MICROSOFT-ASST_TEL") property.types = {"X-ASSISTANT"};
+    if (line.name == "X-MICROSOFT-ASST_TEL"sv) property.types = {"X-ASSISTANT"};
     TakeDialect(property);
-    AddLabel(property, std::move(label));
-    card_.properties.push_back(std::move(property));
+    if (!label.empty()) AddLabel(std::move(label));
     if (!sort_key.empty()) card_.Add("SORT-STRING", {std::move(sort_key)});
   }
 
@@ -377,7 +384,7 @@ class CardReader {
     const bool is_binary = shape == CardShape::kBinary || !IsKnownCardName(property.name);
     if (encoding == Encoding::kBase64 && is_binary) {
       std::erase_if(line.value, IsBlankOrTab);
-      property.components = {std::move(line.value)};
+      property.components = One(std::move(line.value));
       property.is_binary = true;
       return;
     }
@@ -391,27 +398,30 @@ class CardReader {
 
   void TakeDialect(CardProperty& property) {
     const std::string& name = property.name;
-    if (name == "TEL") {
+    if (name == "TEL"sv) {
       TakeNumberOfUri(property);
-    } else if (name == "EMAIL") {
+    } else if (name == "EMAIL"sv) {
       TakeAddressOfUri(property);
-    } else if (name == "ADR" && card_.version == CardVersion::k30) {
+    } else if (name == "ADR"sv && card_.version == CardVersion::k30) {
       TakeKindOfAddress30(property);
-    } else if (name == "RELATED") {
+    } else if (name == "RELATED"sv) {
       TakeRelation(property);
     } else if (ShapeOf(name) == CardShape::kBinary) {
       TakeDataOfUri(property);
     }
   }
 
-  void AddLabel(const CardProperty& address, std::string text) {
-    if (text.empty()) return;
+  // Of the address that was read last. It stands before it.
+  void AddLabel(std::string text) {
     // Many senders write the escapes of texts where RFC 6868 has "^n".
     ReplaceAll(text, "\\n", "\n");
     ReplaceAll(text, "\\,", ",");
-    CardProperty& label = card_.Add("LABEL", {std::move(text)});
-    label.types = address.types;
-    label.line = address.line;
+    CardProperty label;
+    label.name = "LABEL";
+    label.types = card_.properties.back().types;
+    label.line = card_.properties.back().line;
+    label.components = One(std::move(text));
+    card_.properties.insert(card_.properties.end() - 1, std::move(label));
   }
 
   Card& card_;
@@ -546,24 +556,35 @@ CardProperty& Card::Add(std::string_view name, std::vector<std::string> componen
 }
 
 Card ReadCard(const ObjectText& object, const TextSettings& settings, Report& report) {
-  const Writing writing = WritingOf(object.text, report);
-  const bool is_modern = writing.version != CardVersion::k21;
+  const CardVersion version = VersionOfCard(object.text, report);
+  const bool is_modern = version != CardVersion::k21;
   std::vector<ContentLine> lines =
-      ReadContentLines(object.text, object.line, RulesOf(writing.version), report);
+      ReadContentLines(object.text, object.line, RulesOf(version), report);
   if (is_modern) IgnoreCharsets(lines);
-  const ValueDecoder decoder(lines, writing.escapes, settings,
+  const ValueDecoder decoder(lines, EscapesOf(version, object.text, lines), settings,
                              object.has_byte_order_mark || is_modern, report);
   // That is what the later versions are.
   if (is_modern) report.changed.erase("UTF-8 declared");
 
   Card card;
-  card.version = writing.version;
+  card.version = version;
   card.properties.reserve(lines.size());
   CardReader reader(card, decoder, report);
   for (ContentLine& line : lines) reader.Take(line);
   JoinDepartment(card);
   ResolveLabels(card);
   return card;
+}
+
+std::vector<CardProperty> TakeProperties(Card& card, std::string_view name) {
+  std::vector<CardProperty>& properties = card.properties;
+  const auto taken =
+      std::stable_partition(properties.begin(), properties.end(),
+                            [&](const CardProperty& property) { return property.name != name; });
+  std::vector<CardProperty> all(std::make_move_iterator(taken),
+                                std::make_move_iterator(properties.end()));
+  properties.erase(taken, properties.end());
+  return all;
 }
 
 std::string WithoutLists(std::string_view component, std::string_view separator) {

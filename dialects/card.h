@@ -58,6 +58,9 @@ struct Card {
 // of the card that are no cards. A card inside of AGENT is kept as AGENT's text.
 Card ReadCard(const ObjectText& object, const TextSettings& settings, Report& report);
 
+// Takes all properties of a name off a card, in their order.
+std::vector<CardProperty> TakeProperties(Card& card, std::string_view name);
+
 // A list inside of a component as one text.
 std::string WithoutLists(std::string_view component, std::string_view separator);
 

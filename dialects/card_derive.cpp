@@ -11,6 +11,8 @@
 namespace dialects {
 namespace {
 
+using namespace std::string_view_literals;
+
 constexpr size_t kNameParts = 5;
 
 bool HasDigit(std::string_view text) {
@@ -80,7 +82,7 @@ std::optional<DerivedName> DeriveName(const Card& card) {
   for (const std::string_view source : kSources) {
     const std::string_view text = Trim(card.TextOf(source));
     if (text.empty()) continue;
-    if (source == "FN") return DerivedName{PartsOfFormatted(card, text), source};
+    if (source == "FN"sv) return DerivedName{PartsOfFormatted(card, text), source};
     DerivedName name{std::vector<std::string>(kNameParts), source};
     name.components[0] = text;
     return name;

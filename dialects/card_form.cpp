@@ -13,6 +13,8 @@
 namespace dialects {
 namespace {
 
+using namespace std::string_view_literals;
+
 constexpr size_t kNameParts = 5;
 constexpr size_t kExtended = 1;
 constexpr std::string_view kOffice = "X-MICROSOFT-OFFICELOC";
@@ -57,13 +59,13 @@ void AddFormattedName(Card& card, Report& report) {
 // 4.0 needs no N, so one that was made of FN need not go on.
 void RemoveDerivedName(Card& card) {
   std::erase_if(card.properties, [&](const CardProperty& property) {
-    return property.name == "N" && (property.IsEmpty() || IsDerivedName(card, property));
+    return property.name == "N"sv && (property.IsEmpty() || IsDerivedName(card, property));
   });
 }
 
 void FillName(Card& card) {
   for (CardProperty& property : card.properties) {
-    if (property.name != "N") continue;
+    if (property.name != "N"sv) continue;
     property.components.resize(std::max(property.components.size(), kNameParts));
   }
 }
@@ -73,7 +75,7 @@ void MoveOffice(Card& card) {
   const std::string office(card.TextOf(kOffice));
   if (office.empty()) return;
   auto address = std::ranges::find_if(card.properties, [](const CardProperty& property) {
-    return property.name == "ADR" && property.HasType("WORK");
+    return property.name == "ADR"sv && property.HasType("WORK");
   });
   if (address == card.properties.end()) {
     card.Add("ADR", std::vector<std::string>(7)).types = {"WORK"};
@@ -89,9 +91,9 @@ void MoveOffice(Card& card) {
 // A label is a parameter of the address of its kind.
 void MoveLabels(Card& card) {
   for (CardProperty& label : card.properties) {
-    if (label.name != "LABEL" || label.IsEmpty()) continue;
+    if (label.name != "LABEL"sv || label.IsEmpty()) continue;
     const auto address = std::ranges::find_if(card.properties, [&](const CardProperty& property) {
-      return property.name == "ADR" && property.types == label.types &&
+      return property.name == "ADR"sv && property.types == label.types &&
              property.Param("LABEL").empty();
     });
     if (address == card.properties.end()) continue;
@@ -122,6 +124,9 @@ constexpr std::array<RelationRow, 3> kRelations = {{
 
 // One RELATED for each name.
 void MoveRelations(Card& card) {
+  const bool has_any = std::ranges::any_of(
+      kRelations, [&](const RelationRow& row) { return card.Find(row.name) != nullptr; });
+  if (!has_any) return;
   std::vector<CardProperty> moved;
   moved.reserve(card.properties.size());
   for (CardProperty& property : card.properties) {
@@ -148,7 +153,7 @@ void MoveRelations(Card& card) {
 void JoinChildren(Card& card) {
   CardProperty* first = nullptr;
   for (CardProperty& property : card.properties) {
-    if (property.name != "X-CHILDREN") continue;
+    if (property.name != "X-CHILDREN"sv) continue;
     if (first == nullptr) {
       first = &property;
       continue;
@@ -162,7 +167,7 @@ void JoinChildren(Card& card) {
 // An address is one of the internet unless it is one of another network.
 void NameInternet(Card& card) {
   for (CardProperty& property : card.properties) {
-    if (property.name != "EMAIL" || property.HasType("INTERNET")) continue;
+    if (property.name != "EMAIL"sv || property.HasType("INTERNET")) continue;
     const bool is_other = std::ranges::any_of(property.types, [](const std::string& type) {
       return IsMailNetwork(type) || type.starts_with("X-");
     });
@@ -187,7 +192,7 @@ void KeepFirstPreference(Card& card) {
 void RemoveLibraryExtras(Card& card) {
   std::vector<CardProperty> kept;
   for (CardProperty& property : card.properties) {
-    const bool is_extra = property.IsEmpty() || property.name == "X-IRMC-LUID";
+    const bool is_extra = property.IsEmpty() || property.name == "X-IRMC-LUID"sv;
     const bool is_twin = std::ranges::any_of(
         kept, [&](const CardProperty& other) { return AreTwins(other, property); });
     if (!is_extra && !is_twin) kept.push_back(std::move(property));
@@ -195,7 +200,7 @@ void RemoveLibraryExtras(Card& card) {
   card.properties = std::move(kept);
   const std::string_view office = card.TextOf(kOffice);
   const bool is_twin = std::ranges::any_of(card.properties, [&](const CardProperty& property) {
-    return property.name == "ADR" && property.HasType("WORK") &&
+    return property.name == "ADR"sv && property.HasType("WORK") &&
            property.components.size() > kExtended && property.components[kExtended] == office;
   });
   if (is_twin) RemoveAll(card, kOffice);

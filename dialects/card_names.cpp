@@ -5,6 +5,7 @@
 #include <array>
 
 #include "btosif/osif_util/ascii.h"
+#include "dialects/name_table.h"
 
 namespace dialects {
 namespace {
@@ -63,10 +64,11 @@ constexpr std::array<ShapeRow, 47> kShapes = {{
     {"GENDER", CardShape::kOrganised},
     {"CLIENTPIDMAP", CardShape::kOrganised},
 }};
+constexpr NameTable kShapeTable(kShapes);
 
 struct SpellingRow {
-  std::string_view sent;
-  std::string_view name;
+  std::string_view name;   // as it is sent
+  std::string_view means;  // the model's
 };
 
 constexpr std::array<SpellingRow, 33> kSpellings = {{
@@ -107,6 +109,7 @@ constexpr std::array<SpellingRow, 33> kSpellings = {{
     {"X-IMPP", "IMPP"},
     {"X-CALURI", "CALURI"},
 }};
+constexpr NameTable kSpellingTable(kSpellings);
 
 // What some versions lack.
 struct NativeRow {
@@ -133,6 +136,7 @@ constexpr std::array<NativeRow, 15> kNative = {{
     {"NAME", true, true, false},
     {"PROFILE", true, true, false},
 }};
+constexpr NameTable kNativeTable(kNative);
 
 struct RenamedRow {
   std::string_view name;
@@ -140,6 +144,7 @@ struct RenamedRow {
 };
 
 constexpr std::array<RenamedRow, 1> kRenamed = {{{"ANNIVERSARY", "X-ANNIVERSARY"}}};
+constexpr NameTable kRenamedTable(kRenamed);
 
 struct MediaRow {
   std::string_view type;
@@ -183,32 +188,29 @@ std::string_view MainMediaType(std::string_view name) {
 }  // namespace
 
 CardShape ShapeOf(std::string_view name) {
-  const auto* row = std::ranges::find(kShapes, name, &ShapeRow::name);
-  return row == kShapes.end() ? CardShape::kStructured : row->shape;
+  const ShapeRow* row = kShapeTable.Find(name);
+  return row == nullptr ? CardShape::kStructured : row->shape;
 }
 
-bool IsKnownCardName(std::string_view name) {
-  return std::ranges::find(kShapes, name, &ShapeRow::name) != kShapes.end();
-}
+bool IsKnownCardName(std::string_view name) { return kShapeTable.Find(name) != nullptr; }
 
 std::string_view CanonicalCardName(std::string_view name) {
-  // The names that most lines have are nobody's second ones.
-  if (name.size() < 5) return name;
-  const auto* row = std::ranges::find(kSpellings, name, &SpellingRow::sent);
-  return row == kSpellings.end() ? name : row->name;
+  const SpellingRow* row = kSpellingTable.Find(name);
+  return row == nullptr ? name : row->means;
 }
 
-std::string CardNameIn(CardVersion version, std::string_view name) {
-  const auto* renamed = std::ranges::find(kRenamed, name, &RenamedRow::name);
-  if (renamed != kRenamed.end() && version != CardVersion::k40) {
-    return std::string(renamed->in_21_and_30);
+void AppendCardName(std::string& text, CardVersion version, std::string_view name) {
+  const RenamedRow* renamed = kRenamedTable.Find(name);
+  if (renamed != nullptr && version != CardVersion::k40) {
+    text += renamed->in_21_and_30;
+    return;
   }
-  const auto* row = std::ranges::find(kNative, name, &NativeRow::name);
-  if (row == kNative.end()) return std::string(name);
-  const bool is_native = version == CardVersion::k21   ? row->is_in_21
-                         : version == CardVersion::k30 ? row->is_in_30
-                                                       : row->is_in_40;
-  return (is_native ? "" : "X-") + std::string(name);
+  const NativeRow* row = kNativeTable.Find(name);
+  const bool is_native = row == nullptr || (version == CardVersion::k21   ? row->is_in_21
+                                            : version == CardVersion::k30 ? row->is_in_30
+                                                                          : row->is_in_40);
+  if (!is_native) text += "X-";
+  text += name;
 }
 
 bool IsOldCardType(std::string_view type) {

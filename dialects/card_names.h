@@ -27,8 +27,8 @@ bool IsKnownCardName(std::string_view name);
 // The name by which the model knows a property that was sent under `name` (upper case).
 std::string_view CanonicalCardName(std::string_view name);
 
-// The name under which a version knows a property of the model: what it has no name for gets an "X-".
-std::string CardNameIn(CardVersion version, std::string_view name);
+// Appends the name under which a version knows a property of the model: what it has no name for gets an "X-".
+void AppendCardName(std::string& text, CardVersion version, std::string_view name);
 
 // True for the kinds that 2.1 has words for, which stand there without "TYPE=": "HOME", "CELL", "JPEG".
 bool IsOldCardType(std::string_view type);

@@ -18,6 +18,8 @@
 namespace dialects {
 namespace {
 
+using namespace std::string_view_literals;
+
 struct CaptionRow {
   std::string_view name;
   std::string_view caption;
@@ -92,7 +94,7 @@ std::string DayForPeople(const CardProperty& date) {
 }
 
 std::string TextForPeople(const CardProperty& property) {
-  if (property.name == "BDAY" || property.name == "ANNIVERSARY") return DayForPeople(property);
+  if (property.name == "BDAY"sv || property.name == "ANNIVERSARY"sv) return DayForPeople(property);
   std::string text;
   for (const std::string& component : property.components) {
     const std::string_view part = Trim(component);

@@ -11,6 +11,7 @@
 
 #include "dialects/card_derive.h"
 #include "dialects/charsets.h"
+#include "dialects/name_table.h"
 
 namespace dialects {
 namespace {
@@ -56,7 +57,7 @@ constexpr uint8_t RoomOf(Place place) {
 }
 
 struct HeadRow {
-  std::string_view head;
+  std::string_view name;  // with its kinds
   Place place;
   uint8_t separators;  // the most ";" that its value may have
   bool is_repeatable;  // an empty one asks for no place
@@ -98,34 +99,7 @@ constexpr std::array<HeadRow, 33> kHeads = {{
     {"X-IRMC-LUID", kLuid, 0, false},
 }};
 
-constexpr size_t kSlots = 128;
-constexpr uint8_t kFree = 255;
-
-constexpr size_t SlotOf(std::string_view head) {
-  const auto byte = [&](size_t i) { return static_cast<unsigned char>(head[i]); };
-  return (head.size() + byte(0) + 8U * byte(head.size() - 1) + 4U * byte(head.size() / 2)) % kSlots;
-}
-
-// The rows by their slots; one whose slot is taken stands in the next free one.
-constexpr std::array<uint8_t, kSlots> kRowOfSlot = [] {
-  std::array<uint8_t, kSlots> rows{};
-  rows.fill(kFree);
-  for (size_t row = 0; row < kHeads.size(); ++row) {
-    size_t slot = SlotOf(kHeads[row].head);
-    while (rows[slot] != kFree) slot = (slot + 1) % kSlots;
-    rows[slot] = static_cast<uint8_t>(row);
-  }
-  return rows;
-}();
-
-const HeadRow* FindHead(std::string_view head) {
-  if (head.empty()) return nullptr;
-  for (size_t slot = SlotOf(head); kRowOfSlot[slot] != kFree; slot = (slot + 1) % kSlots) {
-    const HeadRow& row = kHeads[kRowOfSlot[slot]];
-    if (row.head == head) return &row;
-  }
-  return nullptr;
-}
+constexpr NameTable kTable(kHeads);
 
 // ---- Values -------------------------------------------------------------------------------------------------
 
@@ -232,7 +206,7 @@ class PlainCard {
     const std::string_view value = line.substr(colon + 1);
     const bool is_encoded = TakeSuffix(head, kQuotedPrintable);
     const bool is_utf8 = TakeSuffix(head, kUtf8);
-    const HeadRow* row = FindHead(head);
+    const HeadRow* row = kTable.Find(head);
     if (row == nullptr || !TakePlace(*row, value)) return false;
     return is_encoded ? IsPlainEncoded(*row, value, is_utf8) : IsPlainValue(*row, value, is_utf8);
   }

@@ -22,6 +22,8 @@
 namespace dialects {
 namespace {
 
+using namespace std::string_view_literals;
+
 // A card on its way.
 struct Draft {
   Card& card;
@@ -39,16 +41,6 @@ std::vector<CardProperty*> AllOf(Card& card, std::string_view name) {
   return all;
 }
 
-// Takes all properties of a name off the card.
-std::vector<CardProperty> TakeAll(Card& card, std::string_view name) {
-  auto taken = std::ranges::stable_partition(
-      card.properties, [&](const CardProperty& property) { return property.name != name; });
-  std::vector<CardProperty> all(std::make_move_iterator(taken.begin()),
-                                std::make_move_iterator(taken.end()));
-  card.properties.erase(taken.begin(), taken.end());
-  return all;
-}
-
 void RefuseGroup(Draft& draft) {
   if (EqualsIgnoringCase(draft.card.TextOf("KIND"), "group")) {
     draft.refusal = "a group of contacts (KIND:group), not a contact";
@@ -59,7 +51,7 @@ void RefuseGroup(Draft& draft) {
 void RemoveFrames(Draft& draft) {
   std::erase_if(draft.card.properties, [](const CardProperty& property) {
     const bool is_default =
-        property.name == "KIND" && EqualsIgnoringCase(property.Text(), "individual");
+        property.name == "KIND"sv && EqualsIgnoringCase(property.Text(), "individual");
     return property.name.empty() || is_default;
   });
 }
@@ -95,10 +87,10 @@ void TakeLabel(CardProperty& property, Report& report) {
     report.Dropped("X-ABLABEL");
     return;
   }
-  if (property.name == "URL") property.RemoveType("HOME");
+  if (property.name == "URL"sv) property.RemoveType("HOME");
   for (const std::string_view type : row->types) {
     const bool is_new = !type.empty() && !property.HasType(type);
-    if (is_new && (property.name == "TEL" || type == "HOME" || type == "WORK")) {
+    if (is_new && (property.name == "TEL"sv || type == "HOME"sv || type == "WORK"sv)) {
       property.types.emplace_back(type);
     }
   }
@@ -145,7 +137,7 @@ void TakeName(Draft& draft) {
   if (name != nullptr && !name->IsEmpty()) return;
   std::optional<DerivedName> derived = DeriveName(draft.card);
   draft.report.Guessed(derived ? "name from " + std::string(derived->source) : "no name");
-  TakeAll(draft.card, "N");
+  TakeProperties(draft.card, "N");
   draft.card.Add("N", derived ? std::move(derived->components) : std::vector<std::string>{""});
 }
 
@@ -195,7 +187,7 @@ void LimitComponents(Draft& draft) {
 
 void TakeRole(Draft& draft) {
   if (draft.card.TextOf("ROLE").empty() || !draft.card.TextOf("TITLE").empty()) return;
-  CardProperty role = std::move(TakeAll(draft.card, "ROLE").front());
+  CardProperty role = std::move(TakeProperties(draft.card, "ROLE").front());
   role.name = "TITLE";
   draft.card.properties.push_back(std::move(role));
   draft.report.Changed("ROLE to TITLE");
@@ -206,14 +198,15 @@ void TakeAgent(Draft& draft) {
   const CardProperty* agent = draft.card.Find("AGENT");
   if (agent == nullptr || !draft.card.TextOf("X-ASSISTANT").empty()) return;
   const std::string& text = agent->Text();
-  if (text.empty() || StartsIgnoringCase(text, "BEGIN:") || agent->Param("VALUE") == "URI") return;
+  if (text.empty() || StartsIgnoringCase(text, "BEGIN:") || agent->Param("VALUE") == "URI"sv)
+    return;
   draft.card.Add("X-ASSISTANT", {text});
-  TakeAll(draft.card, "AGENT");
+  TakeProperties(draft.card, "AGENT");
   draft.report.Changed("AGENT to X-ASSISTANT");
 }
 
 void JoinDates(Draft& draft, std::string_view name) {
-  for (CardProperty& date : TakeAll(draft.card, name)) {
+  for (CardProperty& date : TakeProperties(draft.card, name)) {
     if (date.IsEmpty()) {
       draft.card.properties.push_back(std::move(date));
       continue;
@@ -248,7 +241,7 @@ void KeepFirst(Draft& draft, std::string_view name) {
     const bool is_new = !other->IsEmpty() && other->components != kept.components;
     if (is_new) draft.report.Dropped(std::string(name) + " (another)");
   }
-  TakeAll(draft.card, name);
+  TakeProperties(draft.card, name);
   draft.card.properties.push_back(std::move(kept));
 }
 
@@ -269,7 +262,7 @@ constexpr std::array<JoinedRow, 3> kJoined = {{
 
 // An entry that begins with a blank had it after a comma.
 void JoinTexts(Draft& draft, const JoinedRow& row) {
-  std::vector<CardProperty> all = TakeAll(draft.card, row.name);
+  std::vector<CardProperty> all = TakeProperties(draft.card, row.name);
   if (all.empty()) return;
   std::vector<std::string> seen;
   std::string text;
@@ -316,13 +309,13 @@ bool IsInternetAddress(const CardProperty& email) {
   if (email.HasType("X400")) return false;
   if (email.HasType("INTERNET") || email.Text().find('@') != std::string::npos) return true;
   return std::ranges::all_of(
-      email.types, [](const std::string& type) { return type == "HOME" || type == "WORK"; });
+      email.types, [](const std::string& type) { return type == "HOME"sv || type == "WORK"sv; });
 }
 
 void TakeEmails(Draft& draft) {
   constexpr size_t kPlaces = 3;
   std::vector<std::string> taken;
-  for (CardProperty& email : TakeAll(draft.card, "EMAIL")) {
+  for (CardProperty& email : TakeProperties(draft.card, "EMAIL")) {
     if (email.IsEmpty() || std::ranges::find(taken, email.Text()) != taken.end()) continue;
     if (taken.size() == kPlaces || !IsInternetAddress(email)) {
       AddNoteLine(draft, "Email", email);
@@ -337,7 +330,7 @@ void TakeEmails(Draft& draft) {
 }
 
 void TakeUrls(Draft& draft) {
-  std::vector<CardProperty> urls = TakeAll(draft.card, "URL");
+  std::vector<CardProperty> urls = TakeProperties(draft.card, "URL");
   std::erase_if(urls, [](const CardProperty& url) { return url.IsEmpty(); });
   if (urls.empty()) return;
   auto page =
@@ -360,7 +353,7 @@ std::string_view KindOfAddress(const CardProperty& address) {
 
 // A label is an address for printing: it is the street where there is no other address of its kind.
 void TakeLabels(Draft& draft) {
-  for (CardProperty& label : TakeAll(draft.card, "LABEL")) {
+  for (CardProperty& label : TakeProperties(draft.card, "LABEL")) {
     const std::vector<CardProperty*> addresses = AllOf(draft.card, "ADR");
     const bool is_known = std::ranges::any_of(addresses, [&](const CardProperty* address) {
       return !address->IsEmpty() && KindOfAddress(*address) == KindOfAddress(label);
@@ -395,11 +388,11 @@ void TakeAddresses(Draft& draft) {
     if (!taken.emplace(place).second) return false;
     address.types.clear();
     if (!place.empty()) address.types.emplace_back(place);
-    if (place == "WORK") KeepOffice(draft, address);
+    if (place == "WORK"sv) KeepOffice(draft, address);
     kept.push_back(std::move(address));
     return true;
   };
-  for (CardProperty& address : TakeAll(draft.card, "ADR")) {
+  for (CardProperty& address : TakeProperties(draft.card, "ADR")) {
     const bool is_twin = std::ranges::any_of(
         kept, [&](const CardProperty& one) { return one.components == address.components; });
     if (address.IsEmpty() || is_twin) continue;
@@ -413,7 +406,7 @@ void TakeAddresses(Draft& draft) {
 // ---- The note, and the rest ---------------------------------------------------------------------------------
 
 void JoinNotes(Draft& draft) {
-  const std::vector<CardProperty> notes = TakeAll(draft.card, "NOTE");
+  const std::vector<CardProperty> notes = TakeProperties(draft.card, "NOTE");
   if (notes.empty() && draft.note_lines.empty()) return;
   std::string text;
   for (const CardProperty& note : notes) {

@@ -14,6 +14,8 @@
 namespace dialects {
 namespace {
 
+using namespace std::string_view_literals;
+
 struct Place {
   std::string_view kind;
   std::vector<std::string> types;  // as the store understands them
@@ -145,15 +147,10 @@ class Switchboard {
 };
 
 std::vector<CardProperty> TakeNumbers(Card& card) {
-  auto telephones = std::ranges::stable_partition(
-      card.properties, [](const CardProperty& property) { return property.name != "TEL"; });
-  std::vector<CardProperty> numbers;
-  for (CardProperty& telephone : telephones) {
-    if (!telephone.IsEmpty()) numbers.push_back(std::move(telephone));
-  }
-  card.properties.erase(telephones.begin(), telephones.end());
-  std::ranges::stable_partition(numbers,
-                                [](const CardProperty& number) { return !IsForMachines(number); });
+  std::vector<CardProperty> numbers = TakeProperties(card, "TEL");
+  std::erase_if(numbers, [](const CardProperty& number) { return number.IsEmpty(); });
+  std::stable_partition(numbers.begin(), numbers.end(),
+                        [](const CardProperty& number) { return !IsForMachines(number); });
   return numbers;
 }
 

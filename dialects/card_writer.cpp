@@ -21,11 +21,7 @@
 namespace dialects {
 namespace {
 
-std::string ToLower(std::string_view text) {
-  std::string lower(text);
-  for (char& c : lower) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-  return lower;
-}
+using namespace std::string_view_literals;
 
 std::string Joined(const std::vector<std::string>& texts, std::string_view separator) {
   std::string joined;
@@ -38,7 +34,7 @@ std::string Joined(const std::vector<std::string>& texts, std::string_view separ
 
 // ---- Dates --------------------------------------------------------------------------------------------------
 
-constexpr bool IsDate(std::string_view name) { return name == "BDAY" || name == "ANNIVERSARY"; }
+constexpr bool IsDate(std::string_view name) { return name == "BDAY"sv || name == "ANNIVERSARY"sv; }
 
 // The time of a date with one, if it is another than midnight.
 std::string_view TimeOf(std::string_view date) {
@@ -68,7 +64,7 @@ bool IsPartOfDate(std::string_view text) {
 
 struct DateText {
   std::string text;
-  bool is_text;  // no date as the version has it
+  bool is_text = false;  // no date as the version has it
 };
 
 DateText DateIn(CardVersion version, const CardProperty& property, Report& report) {
@@ -107,14 +103,14 @@ bool IsPlainParameter(std::string_view value) {
 std::string OldValueKind(const CardProperty& property) {
   const CardShape shape = ShapeOf(property.name);
   const std::string_view sent = property.Param("VALUE");
-  if (shape == CardShape::kUri || property.is_binary || sent == "TEXT") return {};
+  if (shape == CardShape::kUri || property.is_binary || sent == "TEXT"sv) return {};
   const bool is_uri = shape == CardShape::kBinary && property.Text().find(':') != std::string::npos;
-  return sent == "URI" || (is_uri && sent.empty()) ? "URL" : std::string(sent);
+  return sent == "URI"sv || (is_uri && sent.empty()) ? "URL" : std::string(sent);
 }
 
 std::string OldHead(const CardProperty& property, Report& report) {
   std::string head = property.group.empty() ? "" : property.group + ".";
-  head += CardNameIn(CardVersion::k21, property.name);
+  AppendCardName(head, CardVersion::k21, property.name);
   for (const std::string& type : property.types) {
     if (!IsPlainParameter(type)) {
       report.Dropped("parameter TYPE");
@@ -126,7 +122,7 @@ std::string OldHead(const CardProperty& property, Report& report) {
   const std::string kind = OldValueKind(property);
   if (!kind.empty()) head += ";VALUE=" + kind;
   for (const auto& [name, value] : property.params) {
-    if (name == "VALUE") continue;
+    if (name == "VALUE"sv) continue;
     if (IsPlainParameter(name) && IsPlainParameter(value)) {
       head += ";" + name + "=" + value;
     } else {
@@ -160,7 +156,7 @@ std::string OldNestedLine(const std::string& head, std::string_view card) {
 std::string OldPropertyLine(const CardProperty& property, Report& report) {
   const std::string head = OldHead(property, report);
   if (property.is_binary) return OldBinaryLine(head, property.Text());
-  if (property.name == "AGENT" && StartsIgnoringCase(property.Text(), "BEGIN:VCARD")) {
+  if (property.name == "AGENT"sv && StartsIgnoringCase(property.Text(), "BEGIN:VCARD")) {
     return OldNestedLine(head, property.Text());
   }
   if (IsDate(property.name)) return OldLine(head, DateIn(CardVersion::k21, property, report).text);
@@ -170,7 +166,7 @@ std::string OldPropertyLine(const CardProperty& property, Report& report) {
       return OldLine(head, Joined(property.components, ","));
     case CardShape::kStructured:
     case CardShape::kOrganised: {
-      const bool is_name = property.name == "N" || property.name == "ADR";
+      const bool is_name = property.name == "N"sv || property.name == "ADR"sv;
       std::vector<std::string> components = property.components;
       for (std::string& component : components) {
         component = WithoutLists(component, is_name ? " " : ",");
@@ -188,7 +184,8 @@ std::string OldPropertyLine(const CardProperty& property, Report& report) {
 bool IsTypeOf40(std::string_view name, std::string_view type) {
   constexpr std::array<std::string_view, 9> kTypes = {"HOME", "WORK",  "TEXT",  "VOICE",    "FAX",
                                                       "CELL", "VIDEO", "PAGER", "TEXTPHONE"};
-  const bool is_limited = name == "TEL" || name == "ADR" || name == "EMAIL" || name == "LABEL";
+  const bool is_limited =
+      name == "TEL"sv || name == "ADR"sv || name == "EMAIL"sv || name == "LABEL"sv;
   if (!is_limited || type.starts_with("X-")) return true;
   return std::ranges::find(kTypes, type) != kTypes.end();
 }
@@ -197,41 +194,48 @@ bool IsTypeOf40(std::string_view name, std::string_view type) {
 std::string_view MediaWord(const CardProperty& property) {
   if (ShapeOf(property.name) != CardShape::kBinary) return {};
   for (const std::string& type : property.types) {
-    if (type != "HOME" && type != "WORK") return type;
+    if (type != "HOME"sv && type != "WORK"sv) return type;
   }
   return {};
 }
 
-std::vector<std::string> TypesIn(CardVersion version, const CardProperty& property) {
-  std::vector<std::string> types;
-  for (const std::string& type : property.types) {
-    if (version == CardVersion::k40 && property.name == "EMAIL" && type == "INTERNET") continue;
-    if (version == CardVersion::k40 && type == MediaWord(property)) continue;
-    const bool is_known = version == CardVersion::k30 || IsTypeOf40(property.name, type);
-    types.push_back((is_known ? "" : "x-") + ToLower(type));
+// A kind as a parameter has it: what would begin something else is left out.
+void AppendType(std::string& list, std::string_view prefix, std::string_view type) {
+  if (!list.empty()) list += ',';
+  list += prefix;
+  for (const char c : type) {
+    const bool is_word = c > ' ' && c != '"' && c != ',' && c != ':' && c != ';';
+    const bool is_capital = c >= 'A' && c <= 'Z';
+    if (is_word || static_cast<unsigned char>(c) >= 0x80) {
+      list += is_capital ? static_cast<char>(c + 32) : c;
+    }
   }
-  // RFC 2426 has an address of no kind be one at work.
-  if (version == CardVersion::k30 && property.name == "ADR" && types.empty()) {
-    types.emplace_back("postal");
-  }
-  if (version == CardVersion::k30 && property.preference > 0) types.emplace_back("pref");
-  return types;
 }
 
-std::string TypeParameter(CardVersion version, const std::vector<std::string>& types) {
-  if (types.empty()) return {};
+std::string TypesOf30(const CardProperty& property) {
   std::string list;
-  for (const std::string& type : types) {
-    // A comma, a quotation mark or a colon would begin something else.
-    std::string word = type;
-    std::erase_if(word, [](char c) {
-      return static_cast<unsigned char>(c) <= ' ' ||
-             std::string_view("\",:;").find(c) != std::string_view::npos;
-    });
-    list += (list.empty() ? "" : ",") + word;
+  for (const std::string& type : property.types) AppendType(list, "", type);
+  // RFC 2426 has an address of no kind be one at work.
+  if (property.name == "ADR"sv && list.empty()) list = "postal";
+  if (property.preference > 0) AppendType(list, "", "pref");
+  return list;
+}
+
+std::string TypesOf40(const CardProperty& property) {
+  const std::string_view media = MediaWord(property);
+  const bool is_email = property.name == "EMAIL"sv;
+  std::string list;
+  for (const std::string& type : property.types) {
+    if (type == media || (is_email && type == "INTERNET"sv)) continue;
+    AppendType(list, IsTypeOf40(property.name, type) ? "" : "x-", type);
   }
-  const bool is_quoted = version == CardVersion::k40 && types.size() > 1;
-  return ";TYPE=" + (is_quoted ? "\"" + list + "\"" : list);
+  const bool is_list = list.find(',') != std::string::npos;
+  return is_list ? '"' + list + '"' : list;
+}
+
+void AppendTypes(std::string& head, CardVersion version, const CardProperty& property) {
+  const std::string list = version == CardVersion::k40 ? TypesOf40(property) : TypesOf30(property);
+  if (!list.empty()) head += ";TYPE=" + list;
 }
 
 // What the value is, where the version would take it for something else.
@@ -243,13 +247,13 @@ std::string_view ValueKind(CardVersion version, const CardProperty& property, bo
   const bool has_scheme = property.Text().find(':') != std::string::npos;
   if (version == CardVersion::k40) {
     if (property.is_binary) return "";
-    if (property.name == "RELATED") return sent == "TEXT" || !has_scheme ? "text" : "";
-    if (property.name == "UID" || property.name == "KEY") return has_scheme ? "" : "text";
+    if (property.name == "RELATED"sv) return sent == "TEXT"sv || !has_scheme ? "text" : "";
+    if (property.name == "UID"sv || property.name == "KEY"sv) return has_scheme ? "" : "text";
     if (shape == CardShape::kBinary || shape == CardShape::kUri) return "";
-    return sent == "URI" ? "uri" : "";
+    return sent == "URI"sv ? "uri" : "";
   }
   if (shape == CardShape::kUri || property.is_binary) return "";
-  return sent == "URI" || (shape == CardShape::kBinary && has_scheme) ? "uri" : "";
+  return sent == "URI"sv || (shape == CardShape::kBinary && has_scheme) ? "uri" : "";
 }
 
 std::string MediaParameters(CardVersion version, const CardProperty& property) {
@@ -262,30 +266,29 @@ std::string MediaParameters(CardVersion version, const CardProperty& property) {
 std::string ModernHead(CardVersion version, const CardProperty& property, bool is_text_date) {
   const bool is_40 = version == CardVersion::k40;
   std::string head = property.group.empty() ? "" : property.group + ".";
-  head += CardNameIn(version, property.name);
+  AppendCardName(head, version, property.name);
   if (ShapeOf(property.name) == CardShape::kBinary) {
     head += MediaParameters(version, property);
   } else if (property.is_binary) {
     head += ";ENCODING=b";
   }
-  head += TypeParameter(version, TypesIn(version, property));
+  AppendTypes(head, version, property);
   if (is_40 && property.preference > 0) head += ";PREF=" + std::to_string(property.preference);
   const std::string_view kind = ValueKind(version, property, is_text_date);
   if (!kind.empty()) head += ";VALUE=" + std::string(kind);
   for (const auto& [name, value] : property.params) {
-    if (name == "VALUE") continue;
+    if (name == "VALUE"sv) continue;
     head += ";" + name + "=" + ParameterValue(value, is_40);
   }
   return head;
 }
 
-std::string EscapedComponent(std::string_view component) {
-  std::string escaped;
+void AppendComponent(std::string& value, std::string_view component) {
   for (;;) {
     const size_t end = component.find(kListSeparator);
-    escaped += EscapedModern(component.substr(0, end));
-    if (end == std::string_view::npos) return escaped;
-    escaped += ',';
+    AppendEscapedModern(value, component.substr(0, end));
+    if (end == std::string_view::npos) return;
+    value += ',';
     component.remove_prefix(end + 1);
   }
 }
@@ -294,7 +297,11 @@ std::string EscapedComponents(const std::vector<std::string>& components, char s
   std::string value;
   for (const std::string& component : components) {
     if (&component != components.data()) value += separator;
-    value += separator == ',' ? EscapedModern(Trim(component)) : EscapedComponent(component);
+    if (separator == ',') {
+      AppendEscapedModern(value, Trim(component));
+    } else {
+      AppendComponent(value, component);
+    }
   }
   return value;
 }
@@ -314,7 +321,7 @@ std::string BinaryText(CardVersion version, const CardProperty& property) {
 std::string ModernValue(CardVersion version, const CardProperty& property) {
   const bool is_40 = version == CardVersion::k40;
   if (property.is_binary) return BinaryText(version, property);
-  if (property.name == "REV" && is_40) return BasicTime(property.Text());
+  if (property.name == "REV"sv && is_40) return BasicTime(property.Text());
   switch (ShapeOf(property.name)) {
     case CardShape::kStructured:
     case CardShape::kOrganised:
@@ -324,8 +331,8 @@ std::string ModernValue(CardVersion version, const CardProperty& property) {
     case CardShape::kUri:
       return UriText(property.Text());
     case CardShape::kBinary:
-      return property.Param("VALUE") == "URI" || is_40 ? UriText(property.Text())
-                                                       : EscapedModern(property.Text());
+      return property.Param("VALUE") == "URI"sv || is_40 ? UriText(property.Text())
+                                                         : EscapedModern(property.Text());
     case CardShape::kPlace:
       if (property.components.size() != 2) return EscapedModern(property.Text());
       return is_40 ? "geo:" + Joined(property.components, ",") : Joined(property.components, ";");
@@ -335,11 +342,12 @@ std::string ModernValue(CardVersion version, const CardProperty& property) {
 }
 
 std::string ModernPropertyLine(CardVersion version, const CardProperty& property, Report& report) {
-  if (!IsDate(property.name)) {
-    return FoldedLine(ModernHead(version, property, false) + ":" + ModernValue(version, property));
-  }
-  const DateText date = DateIn(version, property, report);
-  return FoldedLine(ModernHead(version, property, date.is_text) + ":" + EscapedModern(date.text));
+  const bool is_date = IsDate(property.name);
+  const DateText date = is_date ? DateIn(version, property, report) : DateText{};
+  std::string line = ModernHead(version, property, date.is_text);
+  line += ':';
+  line += is_date ? EscapedModern(date.text) : ModernValue(version, property);
+  return FoldedLine(line);
 }
 
 // ---- Cards --------------------------------------------------------------------------------------------------
@@ -388,7 +396,8 @@ class CardWriter : public ObjectWriter {
     if (settings_.origin == Origin::kLibrary) RemoveLibraryExtras(card);
     BringToVersion(card, version_, written.report);
     AddUid(card);
-    written.text = "BEGIN:VCARD\r\nVERSION:" + std::string(VersionText(version_)) + "\r\n";
+    written.text.reserve(object.text.size() + object.text.size() / 2);
+    written.text += "BEGIN:VCARD\r\nVERSION:" + std::string(VersionText(version_)) + "\r\n";
     Labels labels;
     for (CardProperty& property : card.properties) {
       labels.NameGroup(property);

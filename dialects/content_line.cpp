@@ -17,6 +17,8 @@
 namespace dialects {
 namespace {
 
+using namespace std::string_view_literals;
+
 struct EncodingName {
   std::string_view name;
   Encoding encoding;
@@ -40,11 +42,32 @@ const EncodingName* FindEncoding(std::string_view name) {
   return row == kEncodings.end() ? nullptr : row;
 }
 
+// The first of some characters; the end without one. Names and lines are short, and this is asked of each.
+template <typename... Chars>
+size_t FindAny(std::string_view text, Chars... chars) {
+  size_t i = 0;
+  while (i < text.size() && ((text[i] != chars) && ...)) ++i;
+  return i;
+}
+
+// Where the first line feed or carriage return is; the end without one. Looked for piece by piece, so that a text with
+// one of the two alone is not searched to its end at each of its lines.
+size_t LineLength(std::string_view text) {
+  constexpr size_t kPiece = 256;
+  for (size_t begin = 0; begin < text.size(); begin += kPiece) {
+    const std::string_view piece = text.substr(begin, kPiece);
+    const size_t line_feed = std::min(piece.find('\n'), piece.size());
+    const size_t end = std::min(piece.substr(0, line_feed).find('\r'), line_feed);
+    if (end < piece.size()) return begin + end;
+  }
+  return text.size();
+}
+
 // Where a line's parameters end and its value begins: at the first colon that is in no quotes. Quotes that are not
 // closed before the line ends are none.
 size_t FindColon(std::string_view line) {
   bool is_quoted = false;
-  for (size_t i = 0; i < line.size(); ++i) {
+  for (size_t i = FindAny(line, ':', '"'); i < line.size(); ++i) {
     if (line[i] == '"') is_quoted = !is_quoted;
     if (line[i] == ':' && !is_quoted) return i;
   }
@@ -66,7 +89,7 @@ std::string WithoutCarets(std::string_view text) {
 // The next piece of a text up to a separator that is in no quotes; it is taken off the text.
 std::string_view TakePiece(std::string_view& text, char separator) {
   bool is_quoted = false;
-  size_t end = 0;
+  size_t end = FindAny(text, separator, '"');
   for (; end < text.size(); ++end) {
     if (text[end] == '"') is_quoted = !is_quoted;
     if (text[end] == separator && !is_quoted) break;
@@ -77,32 +100,55 @@ std::string_view TakePiece(std::string_view& text, char separator) {
 }
 
 std::string Unquoted(std::string_view text, const LineRules& rules) {
-  text = Trim(text);
-  std::string plain(text);
-  std::erase(plain, '"');
-  return rules.has_caret_escapes ? WithoutCarets(plain) : plain;
+  std::string plain(Trim(text));
+  if (plain.find('"') != std::string::npos) std::erase(plain, '"');
+  return rules.has_caret_escapes && plain.find('^') != std::string::npos ? WithoutCarets(plain)
+                                                                         : plain;
 }
 
-void AddParameter(std::string_view text, const LineRules& rules, std::vector<Parameter>& params) {
+// Both TYPE=home,work and TYPE="home,work" are written.
+void AddTypes(std::string_view values, const LineRules& rules, ContentLine& line) {
+  const std::string list = Unquoted(values, rules);
+  for (std::string_view rest = list; !rest.empty();) {
+    const size_t end = rest.find(',');
+    const std::string_view word = Trim(rest.substr(0, end));
+    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+    if (!word.empty()) line.params.push_back({"TYPE", std::string(word)});
+    line.has_type_list = line.has_type_list || !rest.empty();
+  }
+}
+
+void AddParameter(std::string_view text, const LineRules& rules, ContentLine& line) {
   if (Trim(text).empty()) return;
   const size_t equals = text.find('=');
   if (equals == std::string_view::npos) {
-    const std::string word = Unquoted(text, rules);
-    params.push_back({FindEncoding(word) != nullptr ? "ENCODING" : "TYPE", word});
+    std::string word = Unquoted(text, rules);
+    line.params.push_back({FindEncoding(word) != nullptr ? "ENCODING" : "TYPE", std::move(word)});
     return;
   }
-  const std::string name = ToUpper(Trim(text.substr(0, equals)));
-  std::string_view values = text.substr(equals + 1);
-  if (name != "TYPE") {
-    params.push_back({name, Unquoted(values, rules)});
-    return;
+  std::string name = ToUpper(Trim(text.substr(0, equals)));
+  const std::string_view values = text.substr(equals + 1);
+  if (name == "TYPE"sv) {
+    AddTypes(values, rules, line);
+  } else {
+    line.params.push_back({std::move(name), Unquoted(values, rules)});
   }
-  // Both TYPE=home,work and TYPE="home,work" are written.
-  std::string list = Unquoted(values, rules);
-  for (std::string_view rest = list; !rest.empty();) {
-    const std::string_view word = Trim(TakePiece(rest, ','));
-    if (!word.empty()) params.push_back({name, std::string(word)});
+}
+
+// What a line's parameters say of its encoding, without taking them apart for good.
+Encoding EncodingOfHead(std::string_view head, const LineRules& rules) {
+  TakePiece(head, ';');
+  while (!head.empty()) {
+    std::string_view piece = TakePiece(head, ';');
+    const size_t equals = piece.find('=');
+    const bool is_named = equals != std::string_view::npos;
+    if (is_named && !EqualsIgnoringCase(Trim(piece.substr(0, equals)), "ENCODING")) continue;
+    if (is_named) piece.remove_prefix(equals + 1);
+    const EncodingName* row = FindEncoding(Unquoted(piece, rules));
+    if (row != nullptr) return row->encoding;
+    if (is_named) return Encoding::kNone;
   }
+  return Encoding::kNone;
 }
 
 ContentLine Parsed(std::string_view text, uint64_t number, const LineRules& rules) {
@@ -117,7 +163,7 @@ ContentLine Parsed(std::string_view text, uint64_t number, const LineRules& rule
     name.remove_prefix(dot + 1);
   }
   line.name = ToUpper(name);
-  while (!rest.empty()) AddParameter(TakePiece(rest, ';'), rules, line.params);
+  while (!rest.empty()) AddParameter(TakePiece(rest, ';'), rules, line);
   return line;
 }
 
@@ -133,7 +179,10 @@ void RemoveSoftBreak(std::string& value) {
 // Makes lines of physical lines.
 class Assembler {
  public:
-  Assembler(const LineRules& rules, Report& report) : rules_(rules), report_(report) {}
+  Assembler(const LineRules& rules, Report& report) : rules_(rules), report_(report) {
+    constexpr size_t kUsualLines = 32;
+    lines_.reserve(kUsualLines);
+  }
 
   void Take(std::string_view physical, uint64_t number) {
     physical = physical.substr(0, physical.find('\0'));
@@ -198,7 +247,7 @@ class Assembler {
   void LookForColon(std::string_view physical) {
     if (physical.find(':') == std::string_view::npos) return;
     has_colon_ = true;
-    encoding_ = EncodingOf(Parsed(current_, 0, rules_));
+    encoding_ = EncodingOfHead(std::string_view(current_).substr(0, FindColon(current_)), rules_);
   }
 
   void Finish() {
@@ -247,7 +296,7 @@ std::string_view ContentLine::Param(std::string_view param) const {
 
 bool ContentLine::HasType(std::string_view type) const {
   return std::ranges::any_of(params, [&](const Parameter& one) {
-    return one.name == "TYPE" && EqualsIgnoringCase(one.value, type);
+    return one.name == "TYPE"sv && EqualsIgnoringCase(one.value, type);
   });
 }
 
@@ -257,25 +306,26 @@ void ContentLine::RemoveParams(std::string_view param) {
 
 void ContentLine::RemoveType(std::string_view type) {
   std::erase_if(params, [&](const Parameter& one) {
-    return one.name == "TYPE" && EqualsIgnoringCase(one.value, type);
+    return one.name == "TYPE"sv && EqualsIgnoringCase(one.value, type);
   });
 }
 
 Encoding EncodingOf(const ContentLine& line) {
-  const EncodingName* row = FindEncoding(line.Param("ENCODING"));
+  const std::string_view name = line.Param("ENCODING");
+  const EncodingName* row = name.empty() ? nullptr : FindEncoding(name);
   return row == nullptr ? Encoding::kNone : row->encoding;
 }
 
 std::string_view Trim(std::string_view text) {
-  const size_t begin = text.find_first_not_of(" \t");
-  if (begin == std::string_view::npos) return {};
-  return text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
+  while (!text.empty() && IsBlankOrTab(text.front())) text.remove_prefix(1);
+  while (!text.empty() && IsBlankOrTab(text.back())) text.remove_suffix(1);
+  return text;
 }
 
 std::string_view TakePhysicalLine(std::string_view& text) {
-  const size_t end = text.find_first_of("\r\n");
+  const size_t end = LineLength(text);
   const std::string_view line = text.substr(0, end);
-  if (end == std::string_view::npos) {
+  if (end == text.size()) {
     text = {};
     return line;
   }
@@ -286,17 +336,17 @@ std::string_view TakePhysicalLine(std::string_view& text) {
 }
 
 std::string_view BareName(std::string_view physical) {
-  const std::string_view name = Trim(physical.substr(0, physical.find_first_of(":;")));
+  const std::string_view name = Trim(physical.substr(0, FindAny(physical, ':', ';')));
   const size_t dot = name.rfind('.');
   if (dot == std::string_view::npos) return name;
-  const bool is_group = name.substr(0, dot).find_first_of(" \t") == std::string_view::npos;
+  const bool is_group = FindAny(name.substr(0, dot), ' ', '\t') == dot;
   return is_group ? Trim(name.substr(dot + 1)) : name;
 }
 
 bool IsFrameLine(std::string_view physical, std::string_view word, std::string& what) {
+  if (!EqualsIgnoringCase(BareName(physical), word)) return false;
   const size_t colon = physical.find(':');
   if (colon == std::string_view::npos) return false;
-  if (!EqualsIgnoringCase(BareName(physical), word)) return false;
   const std::string_view value = Trim(physical.substr(colon + 1));
   // A name of letters: "BEGIN:" inside a text is followed by something else.
   if (value.empty() || value.find_first_of(" \t:;=") != std::string_view::npos) return false;
@@ -310,9 +360,10 @@ std::vector<ContentLine> ReadContentLines(std::string_view text, uint64_t first_
   for (uint64_t number = first_line; !text.empty(); ++number) {
     const std::string_view physical = TakePhysicalLine(text);
     // "VERSION:2.1END:VCARD"
-    const size_t glued = physical.find("END:V");
+    const bool is_version = StartsIgnoringCase(physical, "VERSION");
+    const size_t glued = is_version ? physical.find("END:V") : std::string_view::npos;
     std::string what;
-    if (glued != std::string_view::npos && glued > 0 && StartsIgnoringCase(physical, "VERSION") &&
+    if (glued != std::string_view::npos && glued > 0 &&
         IsFrameLine(physical.substr(glued), "END", what)) {
       assembler.Take(physical.substr(0, glued), number);
       assembler.Take(physical.substr(glued), number);

@@ -26,7 +26,8 @@ struct ContentLine {
   // Still in its transfer encoding, character set and escapes; folds, soft line breaks and the line ends inside of
   // base64 are gone.
   std::string value;
-  uint64_t line = 0;  // the number of its first physical line
+  uint64_t line = 0;           // the number of its first physical line
+  bool has_type_list = false;  // "TYPE=HOME,WORK", which the old formats do not have
 
   // The value of the first parameter of a name (upper case); empty without one.
   std::string_view Param(std::string_view param) const;

@@ -14,6 +14,8 @@
 namespace dialects {
 namespace {
 
+using namespace std::string_view_literals;
+
 struct StrictRow {
   std::string_view name;    // in the model
   std::string_view strict;  // as the strict reader knows it
@@ -49,13 +51,13 @@ std::string Head(std::string_view name, const CardProperty& property) {
 }
 
 constexpr bool HasKinds(std::string_view name) {
-  return name == "TEL" || name == "ADR" || name == "EMAIL";
+  return name == "TEL"sv || name == "ADR"sv || name == "EMAIL"sv;
 }
 
 std::string StrictLine(const StrictRow& row, const CardProperty& property) {
   const std::string head =
       HasKinds(row.name) ? Head(row.strict, property) : std::string(row.strict);
-  if (row.name != "NICKNAME") return OldLine(head, property.components);
+  if (row.name != "NICKNAME"sv) return OldLine(head, property.components);
   std::string names;
   for (const std::string& name : property.components) names += (names.empty() ? "" : ", ") + name;
   return OldLine(head, names);

@@ -146,8 +146,14 @@ std::string ValueDecoder::Decoded(const ContentLine& line) const {
   return InUtf8(line.Param("CHARSET"), WithoutTransferEncoding(line, line.value));
 }
 
+bool ValueDecoder::IsAsSent(const ContentLine& line) const {
+  if (EncodingOf(line) != Encoding::kNone) return false;
+  const bool names_none = line.Param("CHARSET").empty();
+  return names_none && (is_utf8_ || IsAsciiText(line.value));
+}
+
 std::string ValueDecoder::Text(const ContentLine& line) const {
-  return Unescaped(Decoded(line), escapes_);
+  return IsAsSent(line) ? Unescaped(line.value, escapes_) : Unescaped(Decoded(line), escapes_);
 }
 
 std::vector<std::string> ValueDecoder::Components(const ContentLine& line) const {
@@ -160,7 +166,12 @@ std::vector<std::string> ValueDecoder::Components(const ContentLine& line) const
     }
     return components;
   }
+  const bool is_as_sent = IsAsSent(line);
   for (const std::string_view piece : SplitUnescaped(line.value, ';')) {
+    if (is_as_sent) {
+      components.push_back(Unescaped(piece, escapes_));
+      continue;
+    }
     components.push_back(
         Unescaped(InUtf8(charset, WithoutTransferEncoding(line, piece)), escapes_));
   }
@@ -172,6 +183,7 @@ std::string ValueDecoder::Bytes(const ContentLine& line) const {
 }
 
 std::string Unescaped(std::string_view text, Escapes escapes) {
+  if (text.find('\\') == std::string_view::npos) return std::string(text);
   std::string plain;
   plain.reserve(text.size());
   for (size_t i = 0; i < text.size(); ++i) {
@@ -193,6 +205,7 @@ std::string Unescaped(std::string_view text, Escapes escapes) {
 
 std::vector<std::string_view> SplitUnescaped(std::string_view text, char separator) {
   std::vector<std::string_view> pieces;
+  pieces.reserve(static_cast<size_t>(std::ranges::count(text, separator)) + 1);
   size_t begin = 0;
   for (size_t i = 0; i < text.size(); ++i) {
     if (text[i] == '\\') {
@@ -206,8 +219,13 @@ std::vector<std::string_view> SplitUnescaped(std::string_view text, char separat
   return pieces;
 }
 
-std::string EscapedModern(std::string_view text) {
-  std::string escaped;
+void AppendEscapedModern(std::string& escaped, std::string_view text) {
+  const auto is_special = [](char c) {
+    return c == ';' || c == ',' || c == '\\' || c == '\n' || c == '\r';
+  };
+  const auto* first = std::ranges::find_if(text, is_special);
+  escaped += text.substr(0, static_cast<size_t>(first - text.begin()));
+  text.remove_prefix(static_cast<size_t>(first - text.begin()));
   for (size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
     if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
@@ -218,6 +236,11 @@ std::string EscapedModern(std::string_view text) {
       escaped += c;
     }
   }
+}
+
+std::string EscapedModern(std::string_view text) {
+  std::string escaped;
+  AppendEscapedModern(escaped, text);
   return escaped;
 }
 
@@ -244,6 +267,7 @@ std::string OldLine(std::string_view head, const std::string& text) {
 
 std::string FoldedLine(std::string_view line) {
   std::string folded;
+  folded.reserve(line.size() + line.size() / kLongestLine * 3 + 2);
   size_t room = kLongestLine;
   while (line.size() > room) {
     size_t end = room;
@@ -254,7 +278,8 @@ std::string FoldedLine(std::string_view line) {
     room = kLongestLine - 1;  // the blank counts
   }
   folded += line;
-  return folded + "\r\n";
+  folded += "\r\n";
+  return folded;
 }
 
 std::string ParameterValue(std::string_view value, bool has_caret_escapes) {

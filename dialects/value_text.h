@@ -42,6 +42,8 @@ class ValueDecoder {
   Escapes escapes() const { return escapes_; }
 
  private:
+  // True for a value that is UTF-8 without an encoding.
+  bool IsAsSent(const ContentLine& line) const;
   std::string InUtf8(std::string_view charset, std::string_view bytes) const;
 
   Escapes escapes_;
@@ -58,6 +60,7 @@ std::vector<std::string_view> SplitUnescaped(std::string_view text, char separat
 
 // A text with the escapes of vCard 3.0, 4.0 and iCalendar; line breaks of any kind become "\n".
 std::string EscapedModern(std::string_view text);
+void AppendEscapedModern(std::string& escaped, std::string_view text);
 
 // Writes one property line for the strict reader (vCard 2.1, vCalendar 1.0), with its CR LF: `head` is the name with
 // its parameters, such as "TEL;HOME". The components are UTF-8; what is not printable ASCII, or would be taken for
