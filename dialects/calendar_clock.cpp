@@ -49,4 +49,13 @@ CivilTime Clock::ToRuleClock(const CalendarItem& item, const Moment& moment) con
   return CivilAt(UtcToDevice(utc));
 }
 
+std::vector<CivilTime> Clock::Walk(const RecurRule& rule, const CivilTime& start,
+                                   size_t limit) const {
+  constexpr CivilTime kLastTime = {2500, 1, 1, 0, 0, 0};
+  if (fruitless_walks_left_ == 0) return {};
+  std::vector<CivilTime> times = Occurrences(rule, start, limit, kLastTime);
+  if (times.empty()) --fruitless_walks_left_;
+  return times;
+}
+
 }  // namespace dialects

@@ -106,8 +106,13 @@ class Clock {
   // A moment by the clock that an item's rules count on.
   CivilTime ToRuleClock(const CalendarItem& item, const Moment& moment) const;
 
+  // Occurrences of a rule (icalendar.h). A rule that never occurs is looked at for hundreds of years, so a calendar may
+  // have a few of them; after these none of its rules has occurrences.
+  std::vector<CivilTime> Walk(const RecurRule& rule, const CivilTime& start, size_t limit) const;
+
  private:
   ZoneBook& zones_;
+  mutable int fruitless_walks_left_ = 16;
 };
 
 // Reads a component of a calendar; its kind has to be one of the three. What is not understood is reported.

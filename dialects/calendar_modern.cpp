@@ -15,7 +15,6 @@ namespace dialects {
 namespace {
 
 constexpr size_t kMostExceptions = 500;
-constexpr CivilTime kLastTime = {2500, 1, 1, 0, 0, 0};
 
 // Properties whose value is no text, so that nothing in it is escaped.
 constexpr std::string_view kNoTexts[] = {"URL", "ATTACH", "GEO", "SEQUENCE", "ORGANIZER"};
@@ -140,7 +139,7 @@ class ModernWriter {
   }
 
   void AddExceptions(const RecurRule& rule, std::set<CivilTime>& written) {
-    const auto times = Occurrences(rule, item_.rule_start, kMostExceptions, kLastTime);
+    const auto times = clock_.Walk(rule, item_.rule_start, kMostExceptions);
     if ((rule.count == 0 && !rule.until) || times.size() == kMostExceptions) {
       return report_.Dropped("EXRULE");
     }

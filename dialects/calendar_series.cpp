@@ -17,7 +17,6 @@ namespace {
 
 constexpr size_t kMostCounted = 2000;
 constexpr size_t kMostExceptions = 500;
-constexpr CivilTime kLastTime = {2500, 1, 1, 0, 0, 0};
 
 void AddLine(const std::string& line, std::string& text) {
   text += (text.empty() ? "" : "\n") + line;
@@ -66,7 +65,7 @@ class Series {
     for (const TimedRule& timed : item_.exception_rules) {
       const RecurRule rule = WithUntil(timed.rule);
       const bool ends = rule.count != 0 || rule.until;
-      const auto times = Occurrences(rule, item_.rule_start, kMostExceptions, kLastTime);
+      const auto times = clock_.Walk(rule, item_.rule_start, kMostExceptions);
       if (!ends || times.empty() || times.size() == kMostExceptions) {
         report_.Dropped("EXRULE");
         continue;
@@ -119,7 +118,7 @@ class Series {
       return true;
     }
     if (parts.size() > 1 && rule.count != 0) {
-      const auto times = Occurrences(rule, start, kMostCounted, kLastTime);
+      const auto times = clock_.Walk(rule, start, kMostCounted);
       if (times.empty() || times.size() == kMostCounted) return false;
       end.last_day = PlusDays(AtMidnight(times.back()), shift_);
     }
@@ -127,7 +126,7 @@ class Series {
     for (const StorePart& part : parts) {
       // The occurrences of a part are those of the device's days.
       const CivilTime from = PlusDays(start, shift_);
-      const auto first = Occurrences(part.rule, from, 2, kLastTime);
+      const auto first = clock_.Walk(part.rule, from, 2);
       const auto hit = std::ranges::find_if(
           first, [&](const CivilTime& time) { return time >= PlusDays(item_.rule_start, shift_); });
       if (hit == first.end() || (end.last_day && AtMidnight(*hit) > *end.last_day)) continue;
@@ -137,7 +136,7 @@ class Series {
   }
 
   bool HitsStart(const RecurRule& rule, const CivilTime& start) const {
-    const auto times = Occurrences(rule, start, 1, kLastTime);
+    const auto times = clock_.Walk(rule, start, 1);
     return !times.empty() && times.front() == start;
   }
 
@@ -159,8 +158,7 @@ class Series {
 
   void AddNotExpressible(const RecurRule& rule, const CivilTime& start) {
     const bool ends = rule.count != 0 || rule.until;
-    const auto times =
-        ends ? Occurrences(rule, start, kMostSingles + 1, kLastTime) : std::vector<CivilTime>();
+    const auto times = ends ? clock_.Walk(rule, start, kMostSingles + 1) : std::vector<CivilTime>();
     if (times.empty() || times.size() > kMostSingles) {
       AddOnce();
       return TellRule(RecurRuleText(rule), items_.back().item);

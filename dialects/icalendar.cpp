@@ -59,6 +59,15 @@ bool HasSomeDay(const RecurRule& rule) {
   });
 }
 
+// True unless all weekdays are such as the sixth of a month.
+bool HasSomePosition(const RecurRule& rule) {
+  const bool is_of_month = rule.unit == RuleUnit::kMonthly || !rule.months.empty();
+  const int last = is_of_month ? 5 : 53;
+  return rule.days.empty() || std::ranges::any_of(rule.days, [&](const RuleDay& day) {
+           return std::abs(day.position) <= last;
+         });
+}
+
 bool NamesDays(const RecurRule& rule) {
   return !rule.months.empty() || !rule.month_days.empty() || !rule.year_days.empty() ||
          !rule.week_numbers.empty() || !rule.set_positions.empty();
@@ -156,7 +165,7 @@ struct IcalZone {
 };
 
 bool CanIterate(const RecurRule& rule) {
-  if (!HasSomeDay(rule)) return false;
+  if (!HasSomeDay(rule) || !HasSomePosition(rule)) return false;
   if (rule.unit == RuleUnit::kSecondly) return !NamesDays(rule) && !NamesTimes(rule);
   if (rule.unit == RuleUnit::kMinutely) {
     return !NamesDays(rule) && (!NamesTimes(rule) || rule.interval == 1);

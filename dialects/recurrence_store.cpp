@@ -1,12 +1,12 @@
-// A rule is first brought to one of few shapes: what its writer left out is filled in from the start, and what can
-// be said by a simpler unit is (a daily rule with weekdays is a weekly one, a yearly one of each month a monthly
-// one). Then months and days are taken apart, each combination one part.
+// A rule is first brought to one of few shapes (recurrence_prepare.h). Then months and days are taken apart, each
+// combination one part.
 //
 // Whatever is not understood here for certain has no parts; the caller then writes single events.
 #include "dialects/recurrence_store.h"
 
 #include <algorithm>
-#include <numeric>
+
+#include "dialects/recurrence_prepare.h"
 
 namespace dialects {
 namespace {
@@ -17,27 +17,6 @@ constexpr int kShortestMonth = 28;
 constexpr int kMonthsPerYear = 12;
 
 using Parts = std::vector<StorePart>;
-
-bool HasPositions(const RecurRule& rule) {
-  return std::ranges::any_of(rule.days, [](const RuleDay& day) { return day.position != 0; });
-}
-
-// Numbers that say what the start says anyway.
-bool IsOnly(const std::vector<int>& numbers, int number) {
-  return numbers.empty() || (numbers.size() == 1 && numbers.front() == number);
-}
-
-// A yearly rule by the 1st to 59th day of the year has the same date each year.
-void NameYearDay(RecurRule& rule) {
-  constexpr int kLastOfFebruary = 59;
-  if (rule.unit != RuleUnit::kYearly || rule.year_days.size() != 1) return;
-  const int day = rule.year_days.front();
-  if (day < 1 || day > kLastOfFebruary) return;
-  const int january = 31;
-  rule.year_days.clear();
-  rule.months = {day > january ? 2 : 1};
-  rule.month_days = {day > january ? day - january : day};
-}
 
 // "The last of the 28th, 29th and 30th" is how a month's 30th is said that a short month has on its last day.
 std::optional<int> ClampedDay(const RecurRule& rule) {
@@ -52,47 +31,6 @@ std::optional<int> ClampedDay(const RecurRule& rule) {
     if (days[i] != sign * (kShortestMonth + static_cast<int>(i))) return std::nullopt;
   }
   return days.back();
-}
-
-void FillFromStart(const CivilTime& start, RecurRule& rule) {
-  const bool names_no_day = rule.days.empty() && rule.month_days.empty();
-  switch (rule.unit) {
-    case RuleUnit::kWeekly:
-      if (rule.days.empty()) rule.days.push_back({WeekdayOf(start), 0});
-      break;
-    case RuleUnit::kMonthly:
-      if (names_no_day) rule.month_days.push_back(start.day);
-      break;
-    case RuleUnit::kYearly:
-      // A yearly rule that names days of the month and no month means once a year.
-      if (rule.days.empty() && rule.months.empty()) rule.months.push_back(start.month);
-      if (names_no_day) rule.month_days.push_back(start.day);
-      break;
-    default:
-      break;
-  }
-}
-
-// The simplest unit of the same rule. A yearly rule keeps that unit where it names months.
-void Simplify(RecurRule& rule) {
-  if (rule.unit == RuleUnit::kDaily && rule.interval == 1) {
-    if (!rule.month_days.empty() && rule.days.empty()) rule.unit = RuleUnit::kMonthly;
-    if (!rule.days.empty() && rule.month_days.empty() && !HasPositions(rule)) {
-      rule.unit = RuleUnit::kWeekly;
-    }
-  }
-  if (rule.interval == 1 && rule.unit == RuleUnit::kYearly && rule.months.empty()) {
-    if (!HasPositions(rule) && rule.month_days.empty() && rule.set_positions.empty()) {
-      rule.unit = RuleUnit::kWeekly;
-    }
-  }
-  if (rule.interval == 1 && rule.unit == RuleUnit::kMonthly && rule.months.empty() &&
-      !rule.days.empty() && !HasPositions(rule) && rule.month_days.empty() &&
-      rule.set_positions.empty()) {
-    rule.unit = RuleUnit::kWeekly;
-  }
-  const bool is_monthly_of_months = rule.unit == RuleUnit::kMonthly && !rule.months.empty();
-  if (is_monthly_of_months && rule.interval == 1) rule.unit = RuleUnit::kYearly;
 }
 
 // A rule without what the parts do not have: its end.
@@ -278,61 +216,10 @@ Parts YearlyParts(const RecurRule& rule, Report& report) {
   return parts;
 }
 
-RecurRule Prepared(const RecurRule& rule, const CivilTime& start) {
-  RecurRule prepared = Endless(rule);
-  NameYearDay(prepared);
-  FillFromStart(start, prepared);
-  Simplify(prepared);
-  return prepared;
-}
-
-bool IsForDays(const RecurRule& rule, const CivilTime& start) {
-  return rule.unit >= RuleUnit::kDaily && rule.year_days.empty() && rule.week_numbers.empty() &&
-         IsOnly(rule.hours, start.hour) && IsOnly(rule.minutes, start.minute) &&
-         IsOnly(rule.seconds, start.second);
-}
-
-// ---- Another clock --------------------------------------------------------------------------------------
-
-int ShiftedWeekday(int weekday, int days) { return (weekday - 1 + days + 7) % 7 + 1; }
-
-// The day of the month after or before one; 0 where that depends on the month.
-int ShiftedMonthDay(int day, int days) {
-  if (day == 1 && days < 0) return -1;
-  if (day == -1 && days > 0) return 1;
-  const int shifted = day + days;
-  return std::abs(shifted) <= kShortestMonth && std::abs(day) <= kShortestMonth ? shifted : 0;
-}
-
-bool ShiftDate(int& month, int& day, int days) {
-  constexpr int kCommonYear = 2001;
-  const bool touches_leap_day = (month == 2 && std::abs(day) > 27) || (month == 3 && day == 1);
-  if (touches_leap_day || std::abs(day) > DaysInMonth(kCommonYear, month)) return false;
-  const int length = DaysInMonth(kCommonYear, month);
-  if (day < 0 && month == 2) return false;
-  const int from_start = day > 0 ? day : length + 1 + day;
-  const CivilTime shifted = PlusDays({kCommonYear, month, from_start, 0, 0, 0}, days);
-  month = shifted.month;
-  day = shifted.day;
-  return true;
-}
-
-bool ShiftMonthDays(RecurRule& rule, int days) {
-  if (rule.unit == RuleUnit::kYearly) {
-    if (rule.months.size() != 1 || rule.month_days.size() != 1) return false;
-    return ShiftDate(rule.months.front(), rule.month_days.front(), days);
-  }
-  for (int& day : rule.month_days) {
-    day = ShiftedMonthDay(day, days);
-    if (day == 0) return false;
-  }
-  return rule.months.empty();
-}
-
 }  // namespace
 
 std::vector<StorePart> StoreParts(const RecurRule& rule, const CivilTime& start, Report& report) {
-  const RecurRule prepared = Prepared(rule, start);
+  const RecurRule prepared = Endless(Prepared(rule, start));
   if (!IsForDays(prepared, start)) return {};
   Report changes;
   Parts parts;
@@ -346,27 +233,6 @@ std::vector<StorePart> StoreParts(const RecurRule& rule, const CivilTime& start,
   if (std::ranges::any_of(parts, is_too_rare)) return {};
   if (!parts.empty()) report.Add(changes);
   return parts;
-}
-
-std::optional<RecurRule> ShiftedRule(const RecurRule& rule, const CivilTime& start, int days) {
-  RecurRule shifted = rule;
-  NameYearDay(shifted);
-  FillFromStart(start, shifted);
-  Simplify(shifted);
-  if (!IsForDays(shifted, start)) return std::nullopt;
-  shifted.hours.clear();
-  shifted.minutes.clear();
-  shifted.seconds.clear();
-  if (shifted.unit == RuleUnit::kDaily)
-    return DailyParts(shifted).empty() ? std::nullopt : std::optional(shifted);
-  if (!shifted.set_positions.empty()) return std::nullopt;
-  if (shifted.unit == RuleUnit::kWeekly) {
-    for (RuleDay& day : shifted.days) day.weekday = ShiftedWeekday(day.weekday, days);
-    shifted.week_start = ShiftedWeekday(shifted.week_start, days);
-    return shifted;
-  }
-  if (!shifted.days.empty() || !ShiftMonthDays(shifted, days)) return std::nullopt;
-  return shifted;
 }
 
 }  // namespace dialects
