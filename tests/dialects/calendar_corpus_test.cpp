@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "dialects/forms.h"
 #include "tests/dialects/calendar_support.h"
 #include "tests/support/corpus.h"
 
@@ -62,6 +63,14 @@ void CheckStored(const StrictObject& item, const std::string& file) {
   EXPECT_EQ(stored.recurs, recurs) << file << "\n" << item.text;
 }
 
+std::vector<std::string> TextsOf(const ObjectText& calendar) {
+  std::vector<std::string> texts;
+  for (const StrictObject& item : dialects::StrictCalendarItems(calendar, {})) {
+    if (item.kind == dialects::ObjectKind::kCalendar) texts.push_back(item.text + item.refusal);
+  }
+  return texts;
+}
+
 class CalendarCorpus : public testing::TestWithParam<const char*> {};
 
 TEST_P(CalendarCorpus, IsReadByTheStrictReaderWithoutLoss) {
@@ -99,6 +108,33 @@ TEST_P(CalendarCorpus, IsStoredAndFoundAgain) {
     }
   }
   OSIF_Close();
+}
+
+// What is written in the version in which it came is read as what it was.
+TEST_P(CalendarCorpus, IsTheSameAfterItWasWrittenAnew) {
+  if (support::CorpusFolder().empty()) GTEST_SKIP() << support::kNoCorpus;
+  const support::TimeZone zone("Europe/Berlin");
+  const std::filesystem::path folder(support::CorpusFolder());
+  const dialects::WriterSettings settings;
+  const bool is_modern = std::string_view(GetParam()) == "icalendar";
+  size_t compared = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(folder / GetParam())) {
+    for (const ObjectText& calendar : CalendarsOf(BytesOfFile(entry.path()))) {
+      const bool has_version =
+          calendar.text.find(is_modern ? "VERSION:2.0" : "VERSION:1.0") != std::string::npos;
+      if (!has_version || calendar.text.find("\nTZ:") != std::string::npos) continue;
+      const auto writer = dialects::MakeCalendarWriter(
+          is_modern ? dialects::Form::kICal20 : dialects::Form::kVCal10, settings);
+      const std::string begin = writer->Begin();
+      const dialects::WrittenObject written = writer->Write(calendar);
+      if (written.text.empty()) continue;
+      const auto before = TextsOf(calendar);
+      const auto after = TextsOf(CalendarObject(begin + written.text + writer->End()));
+      EXPECT_EQ(after, before) << entry.path();
+      compared += before.size();
+    }
+  }
+  EXPECT_GT(compared, 100U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Folders, CalendarCorpus, testing::Values("vcalendar", "icalendar"));

@@ -225,6 +225,51 @@ TEST_F(ModernCalendar, SingleEventsLeaveOutTheExceptions) {
   EXPECT_THAT(LinesOf(items[1].text, {"DTSTART"}), ElementsAre("DTSTART:20261030T080000Z"));
 }
 
+TEST_F(ModernCalendar, RulesThatNeverOccurCostLittle) {
+  std::string text = "BEGIN:VCALENDAR\r\nVERSION:2.0\r\n";
+  constexpr size_t kEvents = 300;
+  for (size_t i = 0; i < kEvents; ++i) {
+    text +=
+        "BEGIN:VEVENT\r\nSUMMARY:x\r\nDTSTART:20260613T090000Z\r\n"
+        "RRULE:FREQ=DAILY;INTERVAL=7;BYDAY=MO;COUNT=3\r\nEND:VEVENT\r\n";
+  }
+  const auto items = dialects::StrictCalendarItems(CalendarObject(text + "END:VCALENDAR\r\n"), {});
+  ASSERT_THAT(items, SizeIs(kEvents));
+  for (const StrictObject& item : items) EXPECT_EQ(item.report.dropped, (Happenings{{"RRULE", 1}}));
+}
+
+TEST_F(ModernCalendar, StartOnWhichItsRuleDoesNotOccurIsTold) {
+  const StrictObject item = Event(
+      {"SUMMARY:x", "DTSTART;TZID=Europe/Berlin:20260612T090000", "RRULE:FREQ=WEEKLY;BYDAY=MO"});
+  EXPECT_THAT(LinesOf(item.text, {"DTSTART", "RRULE"}),
+              ElementsAre("DTSTART:20260612T090000", "RRULE:W1 MO #0"));
+  EXPECT_EQ(item.report.guessed, (Happenings{{"start on which its rule does not occur", 1}}));
+}
+
+TEST_F(ModernCalendar, LaterOccurrencesThatAreChangedAreOneAndAreReported) {
+  const StrictObject item =
+      Event({"UID:u", "SUMMARY:x", "RECURRENCE-ID;RANGE=THISANDFUTURE:20260613T070000Z",
+             "DTSTART:20260613T130000Z"});
+  EXPECT_EQ(item.uid, "u#20260613");
+  EXPECT_EQ(item.report.dropped, (Happenings{{"RECURRENCE-ID (THISANDFUTURE)", 1}}));
+}
+
+TEST_F(ModernCalendar, CancelledOccurrenceAloneIsRefused) {
+  const StrictObject item = Event(
+      {"UID:u", "STATUS:CANCELLED", "RECURRENCE-ID:20260613T070000Z", "DTSTART:20260613T070000Z"});
+  EXPECT_EQ(item.refusal, "cancelled occurrences alone");
+}
+
+TEST_F(ModernCalendar, TextsAreUtf8WhateverTheSettingSays) {
+  dialects::TextSettings settings;
+  settings.input_code_page = 932;
+  const auto items = dialects::StrictCalendarItems(
+      Modern("VEVENT", {"SUMMARY:B\xC3\xA4r", "DTSTART:20260612T090000Z"}), settings);
+  ASSERT_THAT(items, SizeIs(1));
+  EXPECT_THAT(LinesOf(items.front().text, {"SUMMARY"}),
+              ElementsAre("SUMMARY;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:B=C3=A4r"));
+}
+
 // ---- Alarms ----
 
 TEST_F(ModernCalendar, AlarmIsBeforeTheStart) {

@@ -106,6 +106,27 @@ TEST_F(OldCalendar, WithoutItemsIsRefused) {
   EXPECT_EQ(item.refusal, "neither an event, nor a task, nor a journal entry");
 }
 
+TEST_F(OldCalendar, FramesAreReadWithAColonTooManyAndInEachOther) {
+  const std::string text = calendar_support::JoinedLines(
+      {"BEGIN:VCALENDAR", "VERSION:1.0", "BEGIN:VCALENDAR", "BEGIN:VEVENT:", "SUMMARY:x",
+       "DTSTART:20260612T120000Z", "END:VEVENT", "END:VCALENDAR", "END:VCALENDAR"});
+  EXPECT_THAT(LinesOf(Only(CalendarObject(text)).text, {"SUMMARY"}), ElementsAre("SUMMARY:x"));
+}
+
+TEST_F(OldCalendar, ComponentsThatNobodyEndedEndWithTheObject) {
+  const StrictObject item = Only(CalendarObject(
+      "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nSUMMARY:x\r\nDTSTART:20260612T120000Z\r\n"));
+  EXPECT_THAT(LinesOf(item.text, {"SUMMARY"}), ElementsAre("SUMMARY:x"));
+}
+
+TEST_F(OldCalendar, BottomlessComponentsAreLeftOut) {
+  std::string text = "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nSUMMARY:x\r\nDTSTART:20260612\r\n";
+  for (int i = 0; i < 100000; ++i) text += "BEGIN:DEEP\r\n";
+  const StrictObject item = Only(CalendarObject(text));
+  EXPECT_THAT(LinesOf(item.text, {"SUMMARY"}), ElementsAre("SUMMARY:x"));
+  EXPECT_THAT(item.report.dropped, Contains(Key("DEEP")));
+}
+
 // ---- Whole days ----
 
 TEST_F(OldCalendar, EventOfADateAloneIsForTheWholeDay) {
@@ -255,7 +276,30 @@ TEST_F(OldCalendar, WeekdaysOfAnotherZoneMoveWithTheStart) {
               ElementsAre("DTSTART:20260613T020000", "RRULE:W1 SA #0"));
 }
 
+TEST_F(OldCalendar, RuleCountsOnTheClockOfTheZoneAlsoWhereTheStartIsInUtc) {
+  // Friday evening there.
+  const StrictObject item =
+      Event({"SUMMARY:x", "DTSTART:20260613T000000Z", "RRULE:W1 FR #0"}, "TZ:-05\r\n");
+  EXPECT_THAT(LinesOf(item.text, {"DTSTART", "RRULE"}),
+              ElementsAre("DTSTART:20260613T020000", "RRULE:W1 SA #0"));
+}
+
 // ---- Series ----
+
+TEST_F(OldCalendar, ExceptionsOfASeriesAreMadeInTheStore) {
+  const support::TempFolder device;
+  const TempEnvironment folder_of_device("OSIF_DEVICE", device.path().c_str());
+  ASSERT_EQ(OSIF_Open(), OSIF_OK);
+  // Half past midnight here.
+  const StrictObject item = Event({"SUMMARY:x", "DTSTART:20260611T223000Z", "RRULE:W1 FR #9",
+                                   "EXDATE:20260618T223000Z;20260703"});
+  EXPECT_THAT(LinesOf(item.text, {"EXDATE"}),
+              ElementsAre("EXDATE:20260619T003000", "EXDATE:20260703T003000"));
+  const auto stored = calendar_support::StoreByLibrary(item.text);
+  EXPECT_TRUE(stored.recurs);
+  EXPECT_EQ(stored.exceptions, 2U);
+  OSIF_Close();
+}
 
 TEST_F(OldCalendar, SeriesCountsOnTheDevicesClockWhereNoZoneIsNamed) {
   const StrictObject item = Event({"SUMMARY:x", "DTSTART:20260611T223000Z", "RRULE:W1 FR #0"});
