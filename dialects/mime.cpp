@@ -336,8 +336,9 @@ std::vector<std::string> SplitAddresses(std::string_view list) {
     if (!is_end && list[i] == '"' && has_quotes) is_quoted = !is_quoted;
     const bool is_separator = !is_end && (list[i] == ',' || list[i] == ';') && !is_quoted;
     if (!is_separator && !is_end) continue;
-    std::string address(TrimAll(list.substr(begin, i - begin)));
+    std::string address(list.substr(begin, i - begin));
     if (!has_quotes) std::erase(address, '"');
+    address = std::string(TrimAll(address));
     if (!address.empty()) addresses.push_back(std::move(address));
     begin = i + 1;
   }

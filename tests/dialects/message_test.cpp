@@ -264,6 +264,12 @@ TEST_F(StrictMessage, WritesALineAnewThatWouldEndItsBody) {
             "END=3AVBODY=3Bx\n");
 }
 
+TEST_F(StrictMessage, WritesContentAnewWhoseHeadersTheReaderWouldMistake) {
+  EXPECT_EQ(Body("Subject:s\nContent-Type: text/plain; x=\n\nhi\n"), "Subject:s\n\nhi\n");
+  EXPECT_EQ(Body("Subject:s\nContent-Type: text/html; x=" + std::string(120, 'y') + "\n\nhi\n"),
+            "Subject:s\nContent-Type:text/html\n\nhi\n");
+}
+
 TEST_F(StrictMessage, HasTheTextOfItsParts) {
   const std::string lines =
       "BEGIN:VBODY\nSubject:s\nContent-Type: multipart/mixed; boundary=b\n\n--b\nContent-Type: "
