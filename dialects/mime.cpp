@@ -33,6 +33,9 @@ struct EncodedWord {
 };
 
 std::optional<EncodedWord> EncodedWordAt(std::string_view rest) {
+  // RFC 2047 allows 75 bytes. A bound keeps the cost of words that do not end linear.
+  constexpr size_t kLongest = 1000;
+  rest = rest.substr(0, kLongest);
   if (!rest.starts_with("=?")) return std::nullopt;
   const size_t charset_end = rest.find('?', 2);
   if (charset_end == std::string_view::npos || charset_end + 3 > rest.size()) return std::nullopt;

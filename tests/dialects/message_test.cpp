@@ -330,6 +330,27 @@ TEST_F(StrictMessage, OfATooLargeObjectIsRefused) {
   EXPECT_EQ(StrictMessages(object, TextSettings()).front().refusal, "it is too large");
 }
 
+// Texts that make a reader which looks at bytes again slow: each takes minutes then.
+TEST_F(StrictMessage, HasALinearCost) {
+  const auto repeated = [](std::string_view text) {
+    std::string all;
+    while (all.size() < 200'000) all += text;
+    return all;
+  };
+  for (const char* piece :
+       {"=?a?Q?", "<", "\"", ",", "=?UTF-8?Q?a?= ", ";x=", "\n ", "\n--b", "=\n", "\r"}) {
+    EXPECT_NE(Strict("BEGIN:VBODY\nSubject:" + repeated(piece) + "\nEND:VBODY\n").text, "");
+    EXPECT_NE(Strict("BEGIN:VBODY\nTo:" + repeated(piece) + "\nEND:VBODY\n").text, "");
+    EXPECT_NE(Strict("BEGIN:VBODY\nContent-Type: multipart/mixed; boundary=b\n" + repeated(piece) +
+                     "\nEND:VBODY\n")
+                  .text,
+              "");
+  }
+  EXPECT_NE(Strict(repeated("BEGIN:VCARD\nTEL:1\n")).text, "");
+  EXPECT_NE(Strict(repeated("BEGIN:VBODY\nx\nEND:VBODY\n")).text, "");
+  EXPECT_NE(Strict(repeated("X-A;ENCODING=BASE64:aa\nx\n")).text, "");
+}
+
 // ---- What the library reads ---------------------------------------------------------------------------------
 
 // A record's text, decoded as its headers say.
