@@ -1,6 +1,6 @@
-// Properties of a message stand anywhere: around the body, as its headers, under names of many phones. One table says what
-// each name means; the sender and the recipients may be cards instead. What depends on the whole message, such as
-// whether a card is the sender's, is decided when all lines have been read.
+// Properties of a message stand anywhere: around the body, as its headers, under names of many phones. One
+// table says what each name means; the sender and the recipients may be cards instead. What depends on the
+// whole message, such as whether a card is the sender's, is decided when all lines have been read.
 #include "dialects/message.h"
 
 #include <algorithm>

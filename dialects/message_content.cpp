@@ -1,6 +1,6 @@
-// The strict reader keeps the lines of one part, undecoded, and takes a "=" at the end of any of them for a soft break.
-// So the part that a person would read is chosen, and goes through as it came if nothing in it would be taken for
-// something else; otherwise it is written anew, in quoted-printable and UTF-8.
+// The strict reader keeps the lines of one part, undecoded, and takes a "=" at the end of any of them for a
+// soft break. So the part that a person would read is chosen, and goes through as it came if nothing in it
+// would be taken for something else; otherwise it is written anew, in quoted-printable and UTF-8.
 #include "dialects/message_content.h"
 
 #include <algorithm>

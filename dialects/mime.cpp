@@ -1,3 +1,6 @@
+// Each function reads one form of mail on its own, and none believes what it reads: a word, a boundary or an
+// encoding that is not whole is text, parts within parts are opened to a bound, and each byte is looked at a
+// bounded number of times.
 #include "dialects/mime.h"
 
 #include <algorithm>
