@@ -1,6 +1,6 @@
-// The bytes lie in one buffer of a fixed size; a line is given where it lies. When the buffer holds no whole line
-// any more, what remains is moved to its start and bytes are read after it. Two bytes after a CR have to be there before
-// the line is given, since they may belong to its end.
+// The bytes lie in one buffer of a fixed size; a line is given where it lies. When the buffer holds no whole
+// line any more, what remains is moved to its start and bytes are read after it. Two bytes after a CR have to
+// be there before the line is given, since they may belong to its end.
 #include "dialects/file_lines.h"
 
 #include <algorithm>
@@ -103,8 +103,8 @@ size_t TextSource::ReadBytes(char* into, size_t room) {
   return bytes_(into, room);
 }
 
-// A unit of two bytes becomes at most three. A byte, or a first half of a pair, at the end of what was read waits for
-// what it belongs to, so there may be nothing whole yet.
+// A unit of two bytes becomes at most three. A byte, or a first half of a pair, at the end of what was read
+// waits for what it belongs to, so there may be nothing whole yet.
 size_t TextSource::ReadUtf16(char* into, size_t room) {
   for (;;) {
     std::string bytes = std::exchange(half_, {});

@@ -22,12 +22,12 @@ class TextSource {
  public:
   explicit TextSource(ByteSource bytes);
 
-  // Appends the next bytes to what stands at `into`, of which at least kLeastRoom are free. Returns how many; 0 at
-  // the end.
+  // Appends the next bytes to what stands at `into`, of which at least kLeastRoom are free. Returns how many;
+  // 0 at the end.
   size_t Read(char* into, size_t room);
 
-  // True when the text is known to be UTF-8, by a byte order mark or because it was UTF-16. Known after the first
-  // Read.
+  // True when the text is known to be UTF-8, by a byte order mark or because it was UTF-16. Known after the
+  // first Read.
   bool is_utf8() const { return is_utf8_; }
 
   static constexpr size_t kLeastRoom = 64;
@@ -54,8 +54,8 @@ struct FileLine {
   bool is_whole_start = true;  // false: goes on with a line that was too long to be given at once
 };
 
-// Gives line after line. LF, CR LF, CR CR LF and a lone CR end one. A line of more than kLongestPiece bytes is
-// given in pieces.
+// Gives line after line. LF, CR LF, CR CR LF and a lone CR end one. A line of more than kLongestPiece bytes
+// is given in pieces.
 class FileLines {
  public:
   static constexpr size_t kLongestPiece = size_t{256} * 1024;
@@ -65,8 +65,8 @@ class FileLines {
   // False at the end of the file.
   bool Next(FileLine& line);
 
-  // Has lines that were given read again: `text` goes from the start of the line of that number to the end of the
-  // last line that was given. Costs as much as the text is long.
+  // Has lines that were given read again: `text` goes from the start of the line of that number to the end of
+  // the last line that was given. Costs as much as the text is long.
   void Unread(std::string_view text, uint64_t number);
 
   bool is_utf8() const { return source_.is_utf8(); }
@@ -82,8 +82,8 @@ class FileLines {
   std::string buffer_;
   size_t place_ = 0;  // where the next line begins in the buffer
   size_t end_ = 0;    // of what was read into it
-  // Where the next LF and the next CR lie, or the end: each byte is looked at once, also where a file has only one of
-  // them.
+  // Where the next LF and the next CR lie, or the end: each byte is looked at once, also where a file has
+  // only one of them.
   size_t next_line_feed_ = 0;
   size_t next_return_ = 0;
   bool has_ended_ = false;

@@ -1,6 +1,6 @@
-// Properties of a message stand anywhere: around the body, as its headers, under names of many phones. One table says what
-// each name means; the sender and the recipients may be cards instead. What depends on the whole message, such as
-// whether a card is the sender's, is decided when all lines have been read.
+// Properties of a message stand anywhere: around the body, as its headers, under names of many phones. One
+// table says what each name means; the sender and the recipients may be cards instead. What depends on the
+// whole message, such as whether a card is the sender's, is decided when all lines have been read.
 #include "dialects/message.h"
 
 #include <algorithm>
@@ -153,6 +153,10 @@ std::optional<Box> BoxOf(std::string_view word) {
   return row == kBoxes.end() ? std::nullopt : std::optional(row->box);
 }
 
+std::string HeaderText(std::string_view value) {
+  return std::string(Trim(WithoutEncodedWords(value)));
+}
+
 // ---- Cards --------------------------------------------------------------------------------------------------
 
 std::string NameOfCard(const ContentLine& line, const ValueDecoder& decoder) {
@@ -164,11 +168,12 @@ std::string NameOfCard(const ContentLine& line, const ValueDecoder& decoder) {
 
 std::string Address(std::string name, const std::string& number) {
   std::erase_if(name, [](char c) { return c == '"' || static_cast<unsigned char>(c) < ' '; });
-  if (name.empty() || number.empty()) return name.empty() ? number : name;
-  return '"' + name + "\" <" + number + ">";
+  if (name.empty()) return number;
+  name = '"' + name + '"';
+  return number.empty() ? name : name + " <" + number + ">";
 }
 
-// A card as an address: "Name" <number>; empty for one that says neither.
+// A card as an address: "Name" <number>, or either alone; empty for one that says neither.
 std::string AddressOf(const MessageCard& card, const TextSettings& settings, bool is_utf8,
                       Report& report) {
   Report ignored;
@@ -255,7 +260,7 @@ class MessageReader {
         break;
       case Role::kFrom:
         has_addresses_ = has_addresses_ || is_header;
-        Keep(message_.from, WithoutEncodedWords(value), line.name);
+        Keep(message_.from, HeaderText(value), line.name);
         break;
       case Role::kTo:
         has_addresses_ = has_addresses_ || is_header;
@@ -281,9 +286,9 @@ class MessageReader {
       case Role::kBcc:
         return TakeList(value, message_.bcc);
       case Role::kReplyTo:
-        return Keep(message_.reply_to, WithoutEncodedWords(value), row.name);
+        return Keep(message_.reply_to, HeaderText(value), row.name);
       case Role::kSubject:
-        return Keep(message_.subject, WithoutEncodedWords(value), row.name);
+        return Keep(message_.subject, HeaderText(value), row.name);
       case Role::kUid:
         return Keep(message_.uid, value, row.name);
       case Role::kContentType:
@@ -324,7 +329,7 @@ class MessageReader {
   }
 
   void TakeList(const std::string& value, std::vector<std::string>& list) {
-    for (std::string& address : SplitAddresses(WithoutEncodedWords(value))) {
+    for (std::string& address : SplitAddresses(HeaderText(value))) {
       list.push_back(std::move(address));
     }
   }
@@ -333,7 +338,7 @@ class MessageReader {
 
   void TakeAddresses() {
     if (!number_.empty()) {
-      IsOutgoing() ? AddRecipients({number_}) : SetSender(number_);
+      IsOutgoing() ? AddRecipients(SplitAddresses(number_)) : SetSender(number_);
     }
     std::vector<std::pair<std::string, bool>> cards;
     for (const MessageCard& card : frame_.cards) {

@@ -1,6 +1,6 @@
-// The strict reader keeps the lines of one part, undecoded, and takes a "=" at the end of any of them for a soft break.
-// So the part that a person would read is chosen, and goes through as it came if nothing in it would be taken for
-// something else; otherwise it is written anew, in quoted-printable and UTF-8.
+// The strict reader keeps the lines of one part, undecoded, and takes a "=" at the end of any of them for a
+// soft break. So the part that a person would read is chosen, and goes through as it came if nothing in it
+// would be taken for something else; otherwise it is written anew, in quoted-printable and UTF-8.
 #include "dialects/message_content.h"
 
 #include <algorithm>
@@ -99,11 +99,17 @@ bool HasStrictLines(const MessageContent& content) {
   return true;
 }
 
+// A header that the strict reader takes as it stands.
+bool IsStrictHeader(std::string_view value, size_t room) {
+  const bool is_printable = std::ranges::all_of(value, [](char c) { return c >= ' ' && c <= '~'; });
+  return is_printable && value.size() <= room && !value.ends_with('=');
+}
+
 // True when the strict reader decodes the content to the message's text.
 bool IsStrict(const MessageContent& content, const std::string& text) {
   const MediaType media = MediaTypeOf(content.type);
-  if (content.type.size() > kTypeRoom || content.transfer_encoding.size() > kEncodingRoom)
-    return false;
+  if (!IsStrictHeader(content.type, kTypeRoom)) return false;
+  if (!IsStrictHeader(content.transfer_encoding, kEncodingRoom)) return false;
   if (!media.name.empty() || media.IsMultipart() || !HasStrictLines(content)) return false;
   const bool knows_charset = media.charset.empty() || CharsetToCodePage(media.charset) != 0;
   return knows_charset || IsAsciiText(text);

@@ -1,7 +1,7 @@
-// Outside of the body every line is a property or belongs to a card. In the body, headers and text are told apart by
-// what the lines say, since many phones put no empty line between the two: a line is a header as long as its name is one
-// that is known. Mail has headers of any name, so where one is seen that nothing else has, all lines up to the empty one are
-// headers.
+// Outside of the body every line is a property or belongs to a card. In the body, headers and text are told
+// apart by what the lines say, since many phones put no empty line between the two: a line is a header as
+// long as its name is one that is known. Mail has headers of any name, so where one is seen that nothing else
+// has, all lines up to the empty one are headers.
 #include "dialects/message_frame.h"
 
 #include <algorithm>

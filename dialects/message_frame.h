@@ -1,4 +1,5 @@
-// A message taken apart, before anything is understood: properties, cards, and the body's headers and content.
+// A message taken apart, before anything is understood: properties, cards, and the body's headers and
+// content.
 #pragma once
 
 #include <string>
@@ -34,8 +35,8 @@ enum class NameKind {
 };
 NameKind KindOfMessageName(std::string_view name);
 
-// Takes the object's text apart; its pieces last as long as that text. Of several bodies the first that is not empty
-// counts.
+// Takes the object's text apart; its pieces last as long as that text. Of several bodies the first that is
+// not empty counts.
 MessageFrame ReadMessageFrame(const ObjectText& object, Report& report);
 
 }  // namespace dialects

@@ -1,5 +1,5 @@
-// A date is taken apart into numbers, words and the characters between them; its form shows in their number and in
-// which words there are.
+// A date is taken apart into numbers, words and the characters between them; its form shows in their number
+// and in which words there are.
 #include "dialects/message_time.h"
 
 #include <algorithm>

@@ -17,9 +17,9 @@ struct MessageTime {
   std::optional<int> offset;  // from UTC, in minutes; without one the time is local
 };
 
-// Reads a date: of mail (RFC 5322), ISO 8601, "24.12.2010 18:30:00" with any separators, and seconds or milliseconds
-// since 1970. Where only numbers stand, the first is the year when it is above 31; else the day comes before the month
-// unless the second number is above 12. Nothing for what is no date.
+// Reads a date: of mail (RFC 5322), ISO 8601, "24.12.2010 18:30:00" with any separators, and seconds or
+// milliseconds since 1970. Where only numbers stand, the first is the year when it is above 31; else the day
+// comes before the month unless the second number is above 12. Nothing for what is no date.
 std::optional<MessageTime> ReadMessageTime(std::string_view text);
 
 // True for a date that the strict reader understands as it stands.

@@ -1,5 +1,6 @@
-// Messages as mail (RFC 5322), in mailboxes, and for people. Mail has no word for what only phones know, such as the folder,
-// so it goes into headers of the phones' own names, under which it is found when the mail comes back.
+// Messages as mail (RFC 5322), in mailboxes, and for people. Mail has no word for what only phones know, such
+// as the folder, so it goes into headers of the phones' own names, under which it is found when the mail
+// comes back.
 #include <algorithm>
 #include <array>
 #include <cstdint>

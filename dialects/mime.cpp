@@ -1,3 +1,6 @@
+// Each function reads one form of mail on its own, and none believes what it reads: a word, a boundary or an
+// encoding that is not whole is text, parts within parts are opened to a bound, and each byte is looked at a
+// bounded number of times.
 #include "dialects/mime.h"
 
 #include <algorithm>
@@ -33,6 +36,9 @@ struct EncodedWord {
 };
 
 std::optional<EncodedWord> EncodedWordAt(std::string_view rest) {
+  // RFC 2047 allows 75 bytes. A bound keeps the cost of words that do not end linear.
+  constexpr size_t kLongest = 1000;
+  rest = rest.substr(0, kLongest);
   if (!rest.starts_with("=?")) return std::nullopt;
   const size_t charset_end = rest.find('?', 2);
   if (charset_end == std::string_view::npos || charset_end + 3 > rest.size()) return std::nullopt;
@@ -336,8 +342,9 @@ std::vector<std::string> SplitAddresses(std::string_view list) {
     if (!is_end && list[i] == '"' && has_quotes) is_quoted = !is_quoted;
     const bool is_separator = !is_end && (list[i] == ',' || list[i] == ';') && !is_quoted;
     if (!is_separator && !is_end) continue;
-    std::string address(TrimAll(list.substr(begin, i - begin)));
+    std::string address(list.substr(begin, i - begin));
     if (!has_quotes) std::erase(address, '"');
+    address = std::string(TrimAll(address));
     if (!address.empty()) addresses.push_back(std::move(address));
     begin = i + 1;
   }

@@ -1,5 +1,5 @@
-// Mail's ways to write texts: encoded words in headers (RFC 2047), types and transfer encodings of contents (RFC 2045),
-// several parts in one (RFC 2046).
+// Mail's ways to write texts: encoded words in headers (RFC 2047), types and transfer encodings of contents
+// (RFC 2045), several parts in one (RFC 2046).
 #pragma once
 
 #include <string>
@@ -14,7 +14,8 @@ namespace dialects {
 // A header's value with its encoded words decoded; a word in an unknown character set or encoding stays.
 std::string WithoutEncodedWords(std::string_view value);
 
-// A header's text as it may stand in a header: as it is, or in encoded words of UTF-8, folded with CR LF and a blank.
+// A header's text as it may stand in a header: as it is, or in encoded words of UTF-8, folded with CR LF and
+// a blank.
 std::string EncodedWords(std::string_view text);
 
 // What a Content-Type says.
@@ -43,8 +44,8 @@ struct MimePart {
   std::string_view content;  // of the text that it was found in
 };
 
-// The parts of a content that its type says has several, with the parts of these, in their order; parts within parts are
-// opened to a depth of eight. A content of another type is one part.
+// The parts of a content that its type says has several, with the parts of these, in their order; parts
+// within parts are opened to a depth of eight. A content of another type is one part.
 std::vector<MimePart> PartsOf(const MimePart& whole);
 
 // A text (UTF-8) in quoted-printable for mail: lines end with CR LF and have at most 76 characters.

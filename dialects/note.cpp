@@ -1,5 +1,5 @@
-// A note has few properties, each a text: one table says which text of the model each goes to. The store finds a note by
-// its name alone, so a note always gets one.
+// A note has few properties, each a text: one table says which text of the model each goes to. The store
+// finds a note by its name alone, so a note always gets one.
 #include "dialects/note.h"
 
 #include <algorithm>

@@ -29,7 +29,8 @@ struct Note {
 // Reads a note. What it has no place for is dropped.
 Note ReadNote(const ObjectText& object, const TextSettings& settings, Report& report);
 
-// True for a summary under which the store can keep a note: of some characters nothing would be left in a file's name.
+// True for a summary under which the store can keep a note: of some characters nothing would be left in a
+// file's name.
 bool IsNoteName(std::string_view summary);
 
 // Gives a note that has no usable summary one of its text, or of its date.
@@ -38,8 +39,8 @@ void NameNote(Note& note, Report& report);
 // The note as strict vNote 1.1.
 std::string StrictNoteText(const Note& note, Report& report);
 
-// The names of the notes of one file. The store keeps one note of each name, so the second of a name needs another:
-// "Shopping (2)".
+// The names of the notes of one file. The store keeps one note of each name, so the second of a name needs
+// another: "Shopping (2)".
 class NoteNames {
  public:
   // Changes the summary of a note where another one has it, and remembers it.

@@ -1,9 +1,9 @@
-// Lines are walked once, and of most only the name is looked at: it has to be BEGIN, END, AGENT or VERSION to matter.
-// An object's lines are collected until its END, with a list of what is open in it. Two lines go back to the file: the
-// BEGIN that an object without END ends before, and, of a body without end, all from the first "BEGIN:VMSG" on that
-// stood in it. Whether that one is the body's text or the next message shows later: a body that begins before this one
-// has ended belongs to another message. No line goes back twice that way, since a message that was cut off ends before any
-// further BEGIN of one.
+// Lines are walked once, and of most only the name is looked at: it has to be BEGIN, END, AGENT or VERSION to
+// matter. An object's lines are collected until its END, with a list of what is open in it. Two lines go back
+// to the file: the BEGIN that an object without END ends before, and, of a body without end, all from the
+// first "BEGIN:VMSG" on that stood in it. Whether that one is the body's text or the next message shows
+// later: a body that begins before this one has ended belongs to another message. No line goes back twice
+// that way, since a message that was cut off ends before any further BEGIN of one.
 #include "dialects/object_splitter.h"
 
 #include <algorithm>
@@ -157,8 +157,8 @@ bool EndsSoftly(std::string_view line) {
   return EndsInSoftBreak(line.substr(0, line.find_last_not_of(" \t") + 1));
 }
 
-// True when the line that follows a text belongs to a quoted-printable value. No BEGIN line ends in "=", so from one of
-// them to the next each line is looked at once.
+// True when the line that follows a text belongs to a quoted-printable value. No BEGIN line ends in "=", so
+// from one of them to the next each line is looked at once.
 bool IsValueOpenAfter(std::string_view text) {
   std::string_view first;
   while (!text.empty()) {

@@ -11,7 +11,8 @@
 
 namespace dialects {
 
-// An object of more bytes is refused: it has to fit into memory, and nobody's card or message is of that size.
+// An object of more bytes is refused: it has to fit into memory, and nobody's card or message is of that
+// size.
 inline constexpr size_t kLargestObject = size_t{64} << 20;
 
 // Lines of a file that belong to no object.
@@ -22,18 +23,18 @@ struct StrayLines {
 
 // Reads a file once, from its start to its end, and keeps one object in memory.
 //
-// - A frame line ("BEGIN:VCARD") may have blanks around it and a group before it; "END:V..." may follow a version on
-//   one line.
+// - A frame line ("BEGIN:VCARD") may have blanks around it and a group before it; "END:V..." may follow a
+//   version on one line.
 // - Between objects all but a BEGIN is passed over.
-// - An object without END ends with the file, or before a BEGIN that cannot stand inside of it: in a card, that of
-//   another one that is no AGENT; in a calendar, that of a card, a note, a message or another calendar; in a message,
-//   all but those of cards and of its own parts. Its END is added then, and those of its open parts.
-// - A "BEGIN:" is text in a quoted-printable value (the line before ends in a soft break), and in the body of a message.
-//   Where a body has no end, the next message begins after it all the same.
+// - An object without END ends with the file, or before a BEGIN that cannot stand inside of it: in a card, that
+//   of another one that is no AGENT; in a calendar, that of a card, a note, a message or another calendar; in a
+//   message, all but those of cards and of its own parts. Its END is added then, and those of its open parts.
+// - A "BEGIN:" is text in a quoted-printable value (the line before ends in a soft break), and in the body of a
+//   message. Where a body has no end, the next message begins after it all the same.
 // - A VEVENT, VTODO or VJOURNAL outside of a calendar is an object of the calendar's kind.
 //
-// An object that is too large is given without its text, and reading goes on at the next BEGIN of an object. The cost is
-// linear in the file.
+// An object that is too large is given without its text, and reading goes on at the next BEGIN of an object.
+// The cost is linear in the file.
 class ObjectSplitter {
  public:
   explicit ObjectSplitter(ByteSource bytes, size_t largest_object = kLargestObject);

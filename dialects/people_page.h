@@ -17,7 +17,8 @@ struct PageItem {
   std::string text;
 };
 
-// Plain text: "Caption: value" lines, an empty line, the text; and an empty line to the next item. Lines end with LF.
+// Plain text: "Caption: value" lines, an empty line, the text; and an empty line to the next item. Lines end
+// with LF.
 std::string PlainItem(const PageItem& item);
 
 // A piece of an HTML page that HtmlPageBegin and HtmlPageEnd stand around.

@@ -1,6 +1,6 @@
-// Strict vMessage 1.1 for the library. Cards are left out, since they clear what stands before them; the properties of
-// the message stand directly before its envelope all the same. Headers are in the system's code page and end where the
-// record's field does.
+// Strict vMessage 1.1 for the library. Cards are left out, since they clear what stands before them; the
+// properties of the message stand directly before its envelope all the same. Headers are in the system's code
+// page and end where the record's field does.
 #include <algorithm>
 #include <array>
 #include <string>

@@ -1,5 +1,5 @@
-// Files of objects: however a file comes in pieces, the same objects are found in it; each begins with a BEGIN and ends
-// with an END, and is found again, alone, as it was.
+// Files of objects: however a file comes in pieces, the same objects are found in it; each begins with a
+// BEGIN and ends with an END, and is found again, alone, as it was.
 #include <algorithm>
 #include <vector>
 

@@ -1,5 +1,5 @@
-// Notes of any bytes: each becomes one strict note that the library reads without a warning and that stays as it is when
-// it is made strict again; and it can be written in every form.
+// Notes of any bytes: each becomes one strict note that the library reads without a warning and that stays as
+// it is when it is made strict again; and it can be written in every form.
 #include "btosif/osif_parsers/vnote_reader.h"
 #include "dialects/forms.h"
 #include "dialects/note.h"

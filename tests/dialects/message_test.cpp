@@ -264,6 +264,12 @@ TEST_F(StrictMessage, WritesALineAnewThatWouldEndItsBody) {
             "END=3AVBODY=3Bx\n");
 }
 
+TEST_F(StrictMessage, WritesContentAnewWhoseHeadersTheReaderWouldMistake) {
+  EXPECT_EQ(Body("Subject:s\nContent-Type: text/plain; x=\n\nhi\n"), "Subject:s\n\nhi\n");
+  EXPECT_EQ(Body("Subject:s\nContent-Type: text/html; x=" + std::string(120, 'y') + "\n\nhi\n"),
+            "Subject:s\nContent-Type:text/html\n\nhi\n");
+}
+
 TEST_F(StrictMessage, HasTheTextOfItsParts) {
   const std::string lines =
       "BEGIN:VBODY\nSubject:s\nContent-Type: multipart/mixed; boundary=b\n\n--b\nContent-Type: "
@@ -322,6 +328,27 @@ TEST_F(StrictMessage, OfATooLargeObjectIsRefused) {
   ObjectText object;
   object.refusal = "it is too large";
   EXPECT_EQ(StrictMessages(object, TextSettings()).front().refusal, "it is too large");
+}
+
+// Texts that make a reader which looks at bytes again slow: each takes minutes then.
+TEST_F(StrictMessage, HasALinearCost) {
+  const auto repeated = [](std::string_view text) {
+    std::string all;
+    while (all.size() < 200'000) all += text;
+    return all;
+  };
+  for (const char* piece :
+       {"=?a?Q?", "<", "\"", ",", "=?UTF-8?Q?a?= ", ";x=", "\n ", "\n--b", "=\n", "\r"}) {
+    EXPECT_NE(Strict("BEGIN:VBODY\nSubject:" + repeated(piece) + "\nEND:VBODY\n").text, "");
+    EXPECT_NE(Strict("BEGIN:VBODY\nTo:" + repeated(piece) + "\nEND:VBODY\n").text, "");
+    EXPECT_NE(Strict("BEGIN:VBODY\nContent-Type: multipart/mixed; boundary=b\n" + repeated(piece) +
+                     "\nEND:VBODY\n")
+                  .text,
+              "");
+  }
+  EXPECT_NE(Strict(repeated("BEGIN:VCARD\nTEL:1\n")).text, "");
+  EXPECT_NE(Strict(repeated("BEGIN:VBODY\nx\nEND:VBODY\n")).text, "");
+  EXPECT_NE(Strict(repeated("X-A;ENCODING=BASE64:aa\nx\n")).text, "");
 }
 
 // ---- What the library reads ---------------------------------------------------------------------------------
