@@ -79,11 +79,14 @@ const LineRules& RulesOf(CardVersion version) {
 
 constexpr std::string_view kEncodedLineBreak = "=0D=0A";
 
-void ReplaceAll(std::string& text, std::string_view what, std::string_view with) {
-  for (size_t at = text.find(what); at != std::string::npos;
-       at = text.find(what, at + with.size())) {
-    text.replace(at, what.size(), with);
+std::string Replaced(std::string_view text, std::string_view what, std::string_view with) {
+  std::string replaced;
+  for (size_t at = text.find(what); at != std::string_view::npos; at = text.find(what)) {
+    replaced += text.substr(0, at);
+    replaced += with;
+    text.remove_prefix(at + what.size());
   }
+  return replaced += text;
 }
 
 // A line break is a line feed in the model, and a text has no zero.
@@ -187,6 +190,13 @@ std::vector<std::string> ComponentsOf(const ValueDecoder& decoder, const Content
   }
 }
 
+// True for what can be a name in every version.
+bool IsWord(std::string_view text) {
+  return !text.empty() && std::ranges::all_of(text, [](char c) {
+    return c > ' ' && c <= '~' && std::string_view(":;,=\"\\").find(c) == std::string_view::npos;
+  });
+}
+
 // ---- Parameters ---------------------------------------------------------------------------------------------
 
 // Words that 2.1 has without "VALUE=".
@@ -216,8 +226,13 @@ std::string_view CanonicalType(std::string_view type) {
   return type;
 }
 
+// More kinds than that are nobody's, and would have to be looked through for each of them.
+constexpr size_t kMostTypes = 32;
+
 void TakeType(CardProperty& property, std::string_view sent) {
+  if (property.types.size() == kMostTypes) return;
   const std::string word = ToUpper(sent);
+  if (!IsWord(word)) return;
   if (word == "PREF"sv) {
     if (property.preference == 0) property.preference = 1;
   } else if (IsValueWord(word)) {
@@ -234,7 +249,8 @@ void TakeParameter(CardProperty& property, Parameter& param) {
     property.preference = PreferenceOf(param.value);
   } else if (param.name == "VALUE"sv) {
     AddValueKind(property, ToUpper(param.value));
-  } else if (param.name != "ENCODING"sv && param.name != "CHARSET"sv) {
+  } else if (param.name != "ENCODING"sv && param.name != "CHARSET"sv && IsWord(param.name)) {
+    if (!IsUtf8(param.value)) param.value = ToUtf8From("ISO-8859-1", param.value).value_or("");
     property.params.push_back(std::move(param));
   }
 }
@@ -276,21 +292,29 @@ void TakeRelation(CardProperty& property) {
   }
 }
 
+// What the bytes are is one word; whatever else is no word for a place goes.
+void SetMediaType(CardProperty& property, std::string_view media) {
+  std::erase_if(property.types,
+                [](const std::string& type) { return type != "HOME"sv && type != "WORK"sv; });
+  std::string type = TypeOfMedia(media);
+  if (IsWord(type)) property.types.push_back(std::move(type));
+}
+
 // A picture inside of a URI of 4.0: "data:image/jpeg;base64,...".
 void TakeDataOfUri(CardProperty& property) {
   constexpr std::string_view kScheme = "DATA:";
   constexpr std::string_view kBase64 = ";base64";
   const std::string media(property.Param("MEDIATYPE"));
   property.RemoveParams("MEDIATYPE");
-  if (!media.empty()) property.types.push_back(TypeOfMedia(media));
+  if (!media.empty()) SetMediaType(property, media);
   std::string& uri = property.components.front();
   const size_t comma = uri.find(',');
   if (property.is_binary || comma == std::string::npos || !StartsIgnoringCase(uri, kScheme)) return;
   const std::string_view kind =
       std::string_view(uri).substr(kScheme.size(), comma - kScheme.size());
   if (!kind.ends_with(kBase64)) return;
-  std::string type = TypeOfMedia(kind.substr(0, kind.find(';')));
-  if (!type.empty()) property.types.push_back(std::move(type));
+  const std::string kind_of_media(kind.substr(0, kind.find(';')));
+  SetMediaType(property, kind_of_media);
   property.RemoveParams("VALUE");
   uri.erase(0, comma + 1);
   property.is_binary = true;
@@ -328,7 +352,7 @@ class CardReader {
     if (depth_ > 1) {
       TakeNested(line, is_begin);
     } else if (!is_begin && !is_end && line.name != "VERSION"sv) {
-      TakeProperty(line);
+      TakeLine(line);
     }
     if (is_end && depth_ > 0) --depth_;
   }
@@ -355,6 +379,12 @@ class CardReader {
     }
   }
 
+  void TakeLine(ContentLine& line) {
+    const bool has_group = line.group.empty() || IsWord(line.group);
+    if (IsWord(line.name) && has_group) return TakeProperty(line);
+    report_.Dropped("line without a name");
+  }
+
   void TakeProperty(ContentLine& line) {
     CardProperty& property = card_.properties.emplace_back();
     property.line = line.line;
@@ -374,7 +404,7 @@ class CardReader {
     }
     if (line.name == "X-MICROSOFT-ASST_TEL"sv) property.types = {"X-ASSISTANT"};
     TakeDialect(property);
-    if (!label.empty()) AddLabel(std::move(label));
+    if (!label.empty()) AddLabel(label);
     if (!sort_key.empty()) card_.Add("SORT-STRING", {std::move(sort_key)});
   }
 
@@ -390,7 +420,7 @@ class CardReader {
     }
     if (encoding == Encoding::kNone && card_.version == CardVersion::k21 &&
         line.value.find(kEncodedLineBreak) != std::string::npos) {
-      ReplaceAll(line.value, kEncodedLineBreak, "\r\n");
+      line.value = Replaced(line.value, kEncodedLineBreak, "\r\n");
     }
     property.components = ComponentsOf(decoder_, line, shape);
     for (std::string& component : property.components) Tidy(component);
@@ -412,10 +442,9 @@ class CardReader {
   }
 
   // Of the address that was read last. It stands before it.
-  void AddLabel(std::string text) {
+  void AddLabel(std::string_view sent) {
     // Many senders write the escapes of texts where RFC 6868 has "^n".
-    ReplaceAll(text, "\\n", "\n");
-    ReplaceAll(text, "\\,", ",");
+    std::string text = Replaced(Replaced(sent, "\\n", "\n"), "\\,", ",");
     CardProperty label;
     label.name = "LABEL";
     label.types = card_.properties.back().types;

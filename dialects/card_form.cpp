@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <deque>
 #include <iterator>
+#include <map>
 #include <optional>
+#include <set>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -22,10 +26,6 @@ constexpr std::string_view kOffice = "X-MICROSOFT-OFFICELOC";
 void RemoveAll(Card& card, std::string_view name) {
   std::erase_if(card.properties,
                 [&](const CardProperty& property) { return property.name == name; });
-}
-
-bool AreTwins(const CardProperty& a, const CardProperty& b) {
-  return a.name == b.name && a.components == b.components && a.types == b.types;
 }
 
 // The names come first, as people read a card.
@@ -88,16 +88,18 @@ void MoveOffice(Card& card) {
   RemoveAll(card, kOffice);
 }
 
-// A label is a parameter of the address of its kind.
+// A label is a parameter of the address of its kind, the first label of the first address.
 void MoveLabels(Card& card) {
+  std::map<std::vector<std::string>, std::deque<CardProperty*>> addresses;
+  for (CardProperty& property : card.properties) {
+    if (property.name == "ADR"sv) addresses[property.types].push_back(&property);
+  }
   for (CardProperty& label : card.properties) {
     if (label.name != "LABEL"sv || label.IsEmpty()) continue;
-    const auto address = std::ranges::find_if(card.properties, [&](const CardProperty& property) {
-      return property.name == "ADR"sv && property.types == label.types &&
-             property.Param("LABEL").empty();
-    });
-    if (address == card.properties.end()) continue;
-    address->params.push_back({"LABEL", label.Text()});
+    std::deque<CardProperty*>& of_kind = addresses[label.types];
+    if (of_kind.empty()) continue;
+    of_kind.front()->params.push_back({"LABEL", label.Text()});
+    of_kind.pop_front();
     label.name.clear();
   }
   RemoveAll(card, "");
@@ -177,27 +179,27 @@ void NameInternet(Card& card) {
 
 // One "preferred" is all that the older versions have: of each name the first by the sender's numbers.
 void KeepFirstPreference(Card& card) {
+  std::map<std::string, int> first;
+  for (const CardProperty& property : card.properties) {
+    if (property.preference == 0) continue;
+    const auto [row, is_new] = first.emplace(property.name, property.preference);
+    if (!is_new) row->second = std::min(row->second, property.preference);
+  }
   for (CardProperty& property : card.properties) {
-    if (property.preference < 2) continue;
-    const bool is_first = std::ranges::none_of(card.properties, [&](const CardProperty& other) {
-      return other.name == property.name && other.preference != 0 &&
-             other.preference < property.preference;
-    });
-    if (!is_first) property.preference = 0;
+    if (property.preference > 1 && property.preference > first[property.name]) {
+      property.preference = 0;
+    }
   }
 }
 
 }  // namespace
 
 void RemoveLibraryExtras(Card& card) {
-  std::vector<CardProperty> kept;
-  for (CardProperty& property : card.properties) {
-    const bool is_extra = property.IsEmpty() || property.name == "X-IRMC-LUID"sv;
-    const bool is_twin = std::ranges::any_of(
-        kept, [&](const CardProperty& other) { return AreTwins(other, property); });
-    if (!is_extra && !is_twin) kept.push_back(std::move(property));
-  }
-  card.properties = std::move(kept);
+  std::set<std::tuple<std::string, std::vector<std::string>, std::vector<std::string>>> seen;
+  std::erase_if(card.properties, [&](const CardProperty& property) {
+    if (property.IsEmpty() || property.name == "X-IRMC-LUID"sv) return true;
+    return !seen.emplace(property.name, property.components, property.types).second;
+  });
   const std::string_view office = card.TextOf(kOffice);
   const bool is_twin = std::ranges::any_of(card.properties, [&](const CardProperty& property) {
     return property.name == "ADR"sv && property.HasType("WORK") &&

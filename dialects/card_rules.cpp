@@ -252,27 +252,44 @@ void KeepSingle(Draft& draft) {
 struct JoinedRow {
   std::string_view name;
   std::string_view separator;
+  bool is_list;  // a comma in an entry separates two, once they are one text
 };
 
 constexpr std::array<JoinedRow, 3> kJoined = {{
-    {"X-CHILDREN", ", "},
-    {"CATEGORIES", ","},
-    {"X-ASSISTANT", ", "},
+    {"X-CHILDREN", ", ", true},
+    {"CATEGORIES", ",", true},
+    {"X-ASSISTANT", ", ", false},
 }};
 
-// An entry that begins with a blank had it after a comma.
-void JoinTexts(Draft& draft, const JoinedRow& row) {
-  std::vector<CardProperty> all = TakeProperties(draft.card, row.name);
-  if (all.empty()) return;
-  std::vector<std::string> seen;
-  std::string text;
-  for (const CardProperty& property : all) {
-    for (const std::string& entry : property.components) {
-      if (entry.empty() || std::ranges::find(seen, entry) != seen.end()) continue;
-      if (!text.empty()) text += entry.front() == ' ' ? "," : row.separator;
-      text += entry;
-      seen.push_back(entry);
+// The entries of all properties of a row's name, each once.
+std::vector<std::string> EntriesOf(const std::vector<CardProperty>& properties,
+                                   const JoinedRow& row) {
+  std::vector<std::string> entries;
+  std::set<std::string, std::less<>> seen;
+  const auto add = [&](std::string_view entry) {
+    if (row.separator == ", "sv) entry = Trim(entry);
+    if (!entry.empty() && seen.emplace(entry).second) entries.emplace_back(entry);
+  };
+  for (const CardProperty& property : properties) {
+    for (std::string_view text : property.components) {
+      for (size_t comma = text.find(','); row.is_list && comma != std::string_view::npos;
+           comma = text.find(',')) {
+        add(text.substr(0, comma));
+        text.remove_prefix(comma + 1);
+      }
+      add(text);
     }
+  }
+  return entries;
+}
+
+void JoinTexts(Draft& draft, const JoinedRow& row) {
+  const std::vector<CardProperty> all = TakeProperties(draft.card, row.name);
+  if (all.empty()) return;
+  std::string text;
+  for (const std::string& entry : EntriesOf(all, row)) {
+    if (!text.empty()) text += row.separator;
+    text += entry;
   }
   draft.card.Add(row.name, {text});
 }
@@ -353,12 +370,12 @@ std::string_view KindOfAddress(const CardProperty& address) {
 
 // A label is an address for printing: it is the street where there is no other address of its kind.
 void TakeLabels(Draft& draft) {
+  std::set<std::string_view> kinds;
+  for (const CardProperty* address : AllOf(draft.card, "ADR")) {
+    if (!address->IsEmpty()) kinds.insert(KindOfAddress(*address));
+  }
   for (CardProperty& label : TakeProperties(draft.card, "LABEL")) {
-    const std::vector<CardProperty*> addresses = AllOf(draft.card, "ADR");
-    const bool is_known = std::ranges::any_of(addresses, [&](const CardProperty* address) {
-      return !address->IsEmpty() && KindOfAddress(*address) == KindOfAddress(label);
-    });
-    if (is_known || label.IsEmpty()) {
+    if (label.IsEmpty() || !kinds.insert(KindOfAddress(label)).second) {
       draft.report.Dropped("LABEL");
       continue;
     }

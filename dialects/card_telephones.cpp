@@ -117,6 +117,9 @@ class Switchboard {
     const bool is_fax = number.HasType("FAX");
     const std::span<const PlaceIndex> places =
         is_fax ? std::span<const PlaceIndex>(kForFaxes) : std::span<const PlaceIndex>(kForVoices);
+    const bool is_known =
+        std::ranges::any_of(places, [&](PlaceIndex place) { return Has(number, place); });
+    if (is_known) return true;
     // A second mobile telephone at work is first of all a number at work.
     if (!is_fax && number.HasType("WORK") && !number.HasType("HOME") && Put(number, kWork)) {
       return Changed();
