@@ -98,46 +98,53 @@ void AddYearDays(const OldLevel& level, const CivilTime& start, RecurRule& rule)
   rule.month_days.push_back(date.day);
 }
 
+// The years of some months, and the days that the rule within names. False where there is no word for that.
+bool ConvertYears(const OldLevel& outer, const OldLevel* inner, const CivilTime& start,
+                  OldSense sense, RecurRule& rule) {
+  for (const int month : outer.numbers) {
+    if (month >= 1 && month <= 12) rule.months.push_back(month);
+  }
+  if (rule.months.empty()) rule.months.push_back(start.month);
+  if (inner == nullptr) {
+    AddDays({}, start, sense, rule);
+    return true;
+  }
+  if (inner->interval != 1) return false;
+  if (inner->letters == "MD") AddDays(*inner, start, sense, rule);
+  if (inner->letters == "MP") AddPositions(*inner, start, sense, rule);
+  return inner->letters == "MD" || inner->letters == "MP";
+}
+
+void ConvertWeeks(const OldLevel& level, const CivilTime& start, RecurRule& rule) {
+  for (const int weekday : level.weekdays) rule.days.push_back({weekday, 0});
+  if (rule.days.empty()) rule.days.push_back({WeekdayOf(start), 0});
+}
+
+struct UnitRow {
+  std::string_view letters;
+  RuleUnit unit;
+};
+
+constexpr UnitRow kUnits[] = {
+    {"M", RuleUnit::kMinutely}, {"D", RuleUnit::kDaily},    {"W", RuleUnit::kWeekly},
+    {"MP", RuleUnit::kMonthly}, {"MD", RuleUnit::kMonthly}, {"YD", RuleUnit::kYearly},
+    {"YM", RuleUnit::kYearly},
+};
+
 // False for a rule within a rule that there is no word for.
 bool Convert(const std::vector<OldLevel>& levels, const CivilTime& start, OldSense sense,
              RecurRule& rule) {
   const OldLevel& outer = levels.front();
   const OldLevel* inner = levels.size() > 1 ? &levels[1] : nullptr;
+  rule.unit = std::ranges::find(kUnits, outer.letters, &UnitRow::letters)->unit;
   rule.interval = outer.interval;
   rule.week_start = 1;  // what the old grammar counts weeks from
-  if (outer.letters == "YM") {
-    rule.unit = RuleUnit::kYearly;
-    for (const int month : outer.numbers) {
-      if (month >= 1 && month <= 12) rule.months.push_back(month);
-    }
-    if (rule.months.empty()) rule.months.push_back(start.month);
-    if (inner != nullptr && inner->interval != 1) return false;
-    if (inner == nullptr || inner->letters == "MD") {
-      AddDays(inner == nullptr ? OldLevel() : *inner, start, sense, rule);
-      return true;
-    }
-    if (inner->letters != "MP") return false;
-    AddPositions(*inner, start, sense, rule);
-    return true;
-  }
-  if (inner != nullptr) return false;
-  if (outer.letters == "M") {
-    rule.unit = RuleUnit::kMinutely;
-  } else if (outer.letters == "W") {
-    rule.unit = RuleUnit::kWeekly;
-    for (const int weekday : outer.weekdays) rule.days.push_back({weekday, 0});
-    if (rule.days.empty()) rule.days.push_back({WeekdayOf(start), 0});
-  } else if (outer.letters == "MP") {
-    rule.unit = RuleUnit::kMonthly;
-    AddPositions(outer, start, sense, rule);
-  } else if (outer.letters == "MD") {
-    rule.unit = RuleUnit::kMonthly;
-    AddDays(outer, start, sense, rule);
-  } else if (outer.letters == "YD") {
-    rule.unit = RuleUnit::kYearly;
-    AddYearDays(outer, start, rule);
-  }
-  return true;
+  if (outer.letters == "YM") return ConvertYears(outer, inner, start, sense, rule);
+  if (outer.letters == "W") ConvertWeeks(outer, start, rule);
+  if (outer.letters == "MP") AddPositions(outer, start, sense, rule);
+  if (outer.letters == "MD") AddDays(outer, start, sense, rule);
+  if (outer.letters == "YD") AddYearDays(outer, start, rule);
+  return inner == nullptr;
 }
 
 // The number that stands after the inner rule is meant for the outer one.
