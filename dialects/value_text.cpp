@@ -81,7 +81,7 @@ std::string SoftBroken(std::string_view line) {
   while (line.size() > std::max(kRoom, first)) {
     size_t end = std::max(kRoom, first);
     const size_t escape = line.rfind('=', end - 1);
-    if (escape != std::string_view::npos && escape + 3 > end && escape > first) end = escape;
+    if (escape != std::string_view::npos && escape + 3 > end && escape >= first) end = escape;
     broken += line.substr(0, end);
     broken += "=\r\n";
     line.remove_prefix(end);
@@ -126,7 +126,10 @@ ValueDecoder::ValueDecoder(std::span<const ContentLine> lines, Escapes escapes,
 
 std::string ValueDecoder::InUtf8(std::string_view charset, std::string_view bytes) const {
   if (charset.empty()) {
-    return is_utf8_ ? std::string(bytes) : ToUtf8From(settings_.input_code_page, bytes);
+    if (is_utf8_ && IsUtf8(bytes)) return std::string(bytes);
+    // What was in base64 had no say in it.
+    if (is_utf8_) report_.Guessed("character set");
+    return ToUtf8From(settings_.input_code_page, bytes);
   }
   const std::optional<std::string> text = ToUtf8From(charset, bytes);
   // A declared UTF-8 that is none.
