@@ -335,6 +335,7 @@ void TakeKindOfAddress30(CardProperty& property) {
 std::string RawLine(const ContentLine& line) {
   std::string raw = line.group.empty() ? line.name : line.group + "." + line.name;
   for (const auto& [name, value] : line.params) {
+    if (!IsUtf8(name) || !IsUtf8(value)) continue;
     raw += ';' + (name == "TYPE"sv ? value : name + "=" + value);
   }
   return raw + ":" + line.value;
@@ -359,11 +360,21 @@ class CardReader {
 
  private:
   // AGENT's card comes on the lines after it; lists of cards have theirs one after the other.
-  void TakeNested(const ContentLine& line, bool is_begin) {
+  void TakeNested(ContentLine& line, bool is_begin) {
     if (is_begin && depth_ == 2) BeginNested(line);
-    if (nested_ == Nested::kAgent)
-      card_.properties.back().components.front() += RawLine(line) + "\n";
+    if (nested_ == Nested::kAgent) TakeOfAgent(line);
     if (nested_ == Nested::kCard) card_.inner.back().text += RawLine(line) + "\r\n";
+  }
+
+  // What goes on as one text has one character set.
+  void TakeOfAgent(ContentLine& line) {
+    if (!IsWord(line.name) || !(line.group.empty() || IsWord(line.group))) return;
+    if (EncodingOf(line) == Encoding::kNone && !IsAsciiText(line.value)) {
+      line.value = decoder_.Decoded(line);
+      line.RemoveParams("CHARSET");
+    }
+    std::string& card = card_.properties.back().components.front();
+    card += RawLine(line) + "\n";
   }
 
   void BeginNested(const ContentLine& begin) {

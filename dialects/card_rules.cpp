@@ -198,8 +198,7 @@ void TakeAgent(Draft& draft) {
   const CardProperty* agent = draft.card.Find("AGENT");
   if (agent == nullptr || !draft.card.TextOf("X-ASSISTANT").empty()) return;
   const std::string& text = agent->Text();
-  if (text.empty() || StartsIgnoringCase(text, "BEGIN:") || agent->Param("VALUE") == "URI"sv)
-    return;
+  if (text.empty() || StartsIgnoringCase(text, "BEGIN") || agent->Param("VALUE") == "URI"sv) return;
   draft.card.Add("X-ASSISTANT", {text});
   TakeProperties(draft.card, "AGENT");
   draft.report.Changed("AGENT to X-ASSISTANT");

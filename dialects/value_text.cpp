@@ -81,7 +81,7 @@ std::string SoftBroken(std::string_view line) {
   while (line.size() > std::max(kRoom, first)) {
     size_t end = std::max(kRoom, first);
     const size_t escape = line.rfind('=', end - 1);
-    if (escape != std::string_view::npos && escape + 3 > end && escape > first) end = escape;
+    if (escape != std::string_view::npos && escape + 3 > end && escape >= first) end = escape;
     broken += line.substr(0, end);
     broken += "=\r\n";
     line.remove_prefix(end);

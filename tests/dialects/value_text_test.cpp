@@ -12,6 +12,12 @@ TEST(OldLine, EncodesWhatAReaderTakesForALineBreak) {
   EXPECT_EQ(OldLine("NOTE", "a=0D=0Ab"), "NOTE;ENCODING=QUOTED-PRINTABLE:a=3D0D=3D0Ab\r\n");
 }
 
+TEST(OldLine, IsNotBrokenInsideOfTheFirstEncodedByte) {
+  const std::string head(33, 'X');
+  EXPECT_EQ(OldLine(head, "\xC3\xBC"),
+            head + ";CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:=\r\n=C3=BC\r\n");
+}
+
 TEST(FoldedLine, IsBrokenAt75Bytes) {
   const std::string line = "NOTE:" + std::string(150, 'a');
   EXPECT_EQ(FoldedLine(line), "NOTE:" + std::string(70, 'a') + "\r\n " + std::string(74, 'a') +
