@@ -10,9 +10,9 @@ class CommandUsage : public CommandTest {};
 TEST_F(CommandUsage, HelpNamesEverySubcommand) {
   const Outcome help = Osif({"--help"});
   EXPECT_EQ(help.status, 0);
-  for (const char* name : {"receive", "send", "export", "list", "find", "count", "delete", "parse",
-                           "changes", "anchor", "database-id", "settings", "trace", "convert", "notes",
-                           "show"}) {
+  for (const char* name :
+       {"receive", "send", "export", "list", "find", "count", "delete", "parse", "changes",
+        "anchor", "database-id", "settings", "trace", "convert", "notes", "show"}) {
     EXPECT_THAT(help.out, HasSubstr(std::string("\n  ") + name + " ")) << name;
   }
 }
