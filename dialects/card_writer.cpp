@@ -306,10 +306,22 @@ std::string EscapedComponents(const std::vector<std::string>& components, char s
   return value;
 }
 
+// A backslash is none of a URI's characters, and readers take it for an escape.
 std::string UriText(std::string_view uri) {
-  std::string text(uri);
-  std::erase_if(text, [](char c) { return c == '\n' || c == '\r'; });
+  std::string text;
+  text.reserve(uri.size());
+  for (const char c : uri) {
+    if (c == '\\') {
+      text += "%5C";
+    } else if (c != '\n' && c != '\r') {
+      text += c;
+    }
+  }
   return text;
+}
+
+bool IsUri(const CardProperty& property) {
+  return property.Param("VALUE") == "URI"sv || property.Text().find(':') != std::string::npos;
 }
 
 std::string BinaryText(CardVersion version, const CardProperty& property) {
@@ -331,8 +343,7 @@ std::string ModernValue(CardVersion version, const CardProperty& property) {
     case CardShape::kUri:
       return UriText(property.Text());
     case CardShape::kBinary:
-      return property.Param("VALUE") == "URI"sv || is_40 ? UriText(property.Text())
-                                                         : EscapedModern(property.Text());
+      return IsUri(property) ? UriText(property.Text()) : EscapedModern(property.Text());
     case CardShape::kPlace:
       if (property.components.size() != 2) return EscapedModern(property.Text());
       return is_40 ? "geo:" + Joined(property.components, ",") : Joined(property.components, ";");

@@ -262,6 +262,11 @@ TEST(CardWriter, ReportsAParameterThat21CannotHold) {
   EXPECT_EQ(written.report.dropped, (Happenings{{"parameter X-FOO", 1}}));
 }
 
+TEST(CardWriter, WritesABackslashOfAUriAsTheUriHasIt) {
+  EXPECT_THAT(Inner(Written(Form::kVCard40, Card("2.1", {"FN:x", "URL:file:a\\\\b"})).text),
+              ElementsAre("FN:x", "URL:file:a%5Cb"));
+}
+
 TEST(CardWriter, FoldsLongLinesOfTheLaterVersions) {
   const Lines lines = LinesOf(
       Written(Form::kVCard30, Card("2.1", {"N:x;;;;", "FN:x", "NOTE:" + std::string(100, 'a')}))
