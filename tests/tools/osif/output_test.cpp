@@ -60,17 +60,19 @@ TEST_F(CommandOutput, AHyphenIsStandardInputForEverySubcommandThatReads) {
               StartsWith("-: 0 added, 2 updated, 0 refused, "));
   EXPECT_EQ(Shell("cat " + file + " | \"$@\"", {"find", "--strict", "-"}).out,
             "1  pb 00000001  Ann Lee\n2  pb 00000002  Ole Berg\n");
-  EXPECT_THAT(Shell("cat " + file + " | \"$@\"", {"parse", "--strict", "-"}).OutLines().back(), "-: OK");
-  EXPECT_EQ(
-      Shell("cat " + file + " | \"$@\"", {"receive", "--strict", "-", "--json"}).JsonLines().at(1)["file"],
-      "-");
+  EXPECT_THAT(Shell("cat " + file + " | \"$@\"", {"parse", "--strict", "-"}).OutLines().back(),
+              "-: OK");
+  EXPECT_EQ(Shell("cat " + file + " | \"$@\"", {"receive", "--strict", "-", "--json"})
+                .JsonLines()
+                .at(1)["file"],
+            "-");
 }
 
 TEST_F(CommandOutput, APipeIsReadLikeAFile) {
   const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}) + Card({"N:Berg;Ole", "X-A:1"}));
   ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
-  const Outcome outcome =
-      Shell("cat " + file + " > " + Path("pipe") + " & \"$@\"", {"receive", "--strict", Path("pipe")});
+  const Outcome outcome = Shell("cat " + file + " > " + Path("pipe") + " & \"$@\"",
+                                {"receive", "--strict", Path("pipe")});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.out, StartsWith(Path("pipe") + ": 2 added, 0 updated, 0 refused; 1 with"));
   EXPECT_EQ(Osif({"list", "pb"}).out, "00000001  Ann Lee\n00000002  Ole Berg\n");
@@ -313,7 +315,8 @@ TEST_F(CommandInterrupted, ReceiveSaysWhatItHasStoredAndClosesItsLogs) {
     device_ = Path("device" + std::to_string(signal));
     const std::string stem = Path("receive" + std::to_string(signal));
     StandingCommand standing(stem);
-    const pid_t child = Start(Launched({support::kCommand, "receive", "--strict", "--json", Contacts()}), stem);
+    const pid_t child =
+        Start(Launched({support::kCommand, "receive", "--strict", "--json", Contacts()}), stem);
     standing.AwaitOutput();
     ASSERT_EQ(kill(child, signal), 0);
     Outcome outcome;
@@ -336,7 +339,8 @@ TEST_F(CommandInterrupted, ReceiveGoesOnAtASignalThatItsCallerHasItIgnore) {
   const std::string stem = Path("receive");
   StandingCommand standing(stem);
   void (*const former)(int) = std::signal(SIGHUP, SIG_IGN);
-  const pid_t child = Start(Launched({support::kCommand, "receive", "--strict", "--json", Contacts()}), stem);
+  const pid_t child =
+      Start(Launched({support::kCommand, "receive", "--strict", "--json", Contacts()}), stem);
   std::signal(SIGHUP, former);
   standing.AwaitOutput();
   ASSERT_EQ(kill(child, SIGHUP), 0);
@@ -348,7 +352,8 @@ TEST_F(CommandInterrupted, ReceiveGoesOnAtASignalThatItsCallerHasItIgnore) {
 TEST_F(CommandInterrupted, ReceiveClosesItsLogsAlsoWhenNobodyReadsItsOutputAnyMore) {
   const std::string stem = Path("receive");
   StandingCommand standing(stem);
-  const pid_t child = Start(Launched({support::kCommand, "receive", "--strict", "--json", Contacts()}), stem);
+  const pid_t child =
+      Start(Launched({support::kCommand, "receive", "--strict", "--json", Contacts()}), stem);
   standing.AwaitOutput();
   standing.Close();
   EXPECT_EQ(WaitFor(child), 128 + SIGPIPE);
@@ -439,9 +444,12 @@ class CommandTerminal : public CommandOutput {
 
 TEST_F(CommandTerminal, NothingThatAPeerWroteSteersItInWhatIsSaid) {
   const std::string file = Write("evil.vcf", Evil());
-  const std::vector<Lines> uses = {{"parse", "--strict", file},   {"receive", "--strict", "--trace", file},
-                                   {"receive", "--strict", file}, {"list", "pb"},
-                                   {"changes", "pb"}, {"find", "--strict", file}};
+  const std::vector<Lines> uses = {{"parse", "--strict", file},
+                                   {"receive", "--strict", "--trace", file},
+                                   {"receive", "--strict", file},
+                                   {"list", "pb"},
+                                   {"changes", "pb"},
+                                   {"find", "--strict", file}};
   for (const Lines& arguments : uses) {
     const Outcome outcome = Osif(arguments);
     for (const auto& [what, bytes] : kSteering) {
@@ -506,8 +514,9 @@ TEST_F(CommandTerminal, ProgressStaysWithinItsWidth) {
 TEST_F(CommandOutput, AFileOfFiveGigabytesWithoutAnObjectIsRefusedInLittleMemory) {
   const std::string file = Write("large.vcf", "");
   std::filesystem::resize_file(file, uintmax_t{5} << 30);
-  for (const char* subcommand : {"receive", "--strict", "parse"}) {
-    const pid_t child = Start(Launched({support::kCommand, subcommand, file}), Path(subcommand));
+  for (const char* subcommand : {"receive", "parse"}) {
+    const pid_t child =
+        Start(Launched({support::kCommand, subcommand, "--strict", file}), Path(subcommand));
     int status = 0;
     rusage used{};
     ASSERT_EQ(wait4(child, &status, 0, &used), child);
@@ -524,7 +533,8 @@ TEST_F(CommandOutput, ALineOfMoreThan64MegabytesIsRefusedBeforeAnythingIsStored)
   const std::string file =
       Write("long.vcf", Card({"N:Lee;Ann"}) + "BEGIN:VCARD\r\nVERSION:2.1\r\nNOTE:" +
                             std::string(67'108'864, 'x') + "\r\n");
-  for (const Lines& arguments : {Lines{"receive", "--strict", file}, Lines{"receive", "--strict", "--each", file}}) {
+  for (const Lines& arguments :
+       {Lines{"receive", "--strict", file}, Lines{"receive", "--strict", "--each", file}}) {
     const Outcome outcome = Osif(arguments);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err, HasSubstr(file + ": line 7 is longer than 64 MB"));

@@ -287,8 +287,8 @@ class CommandReceiveBadFile : public CommandTest, public testing::WithParamInter
 
 TEST_P(CommandReceiveBadFile, IsNoValidObject) {
   const std::string file = Write("bad.vcf", GetParam().bytes);
-  for (const char* each : {"receive", "--strict", "find"}) {
-    const Outcome outcome = Osif({each, file});
+  for (const char* subcommand : {"receive", "find"}) {
+    const Outcome outcome = Osif({subcommand, "--strict", file});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err,
               "osif: " + file + ": The stream of data does not contain a valid object (code 8)\n");
@@ -368,7 +368,8 @@ TEST_F(CommandReceive, AHundredThousandOpenBeginsAreOneRefusedObject) {
 using CommandReceiveHostileFile = HostileTest<CommandReceive>;
 
 TEST_P(CommandReceiveHostileFile, IsNamedWithAReasonAndLeavesTheContactsAsTheyWere) {
-  ASSERT_EQ(Osif({"receive", "--strict", Write("before.vcf", Card({"N:Lee;Ann", "TEL:555"}))}).status, 0);
+  ASSERT_EQ(
+      Osif({"receive", "--strict", Write("before.vcf", Card({"N:Lee;Ann", "TEL:555"}))}).status, 0);
   const std::string before = Osif({"send", "pb", "1"}).out;
   ExpectRefused();
   EXPECT_THAT(Names(), ElementsAre("Ann Lee"));
