@@ -77,7 +77,9 @@ class Place {
   std::string file() const { return folder_.File("cards.vcf"); }
   std::string exported() const { return folder_.File("exported.vcf"); }
   std::string device() const { return folder_.File("device"); }
-  Usage Receive() const { return RunCommand({"--device", device(), "receive", "--strict", file()}); }
+  Usage Receive() const {
+    return RunCommand({"--device", device(), "receive", "--strict", file()});
+  }
   Usage Export() const {
     std::filesystem::remove(exported());
     return RunCommand({"--device", device(), "export", "pb", "-o", exported()});

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/device/ink/writer.h"
 #include "platform/device/ink/reader.h"
+#include "platform/device/ink/writer.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   const std::optional<std::u16string> text =

@@ -15,8 +15,8 @@
 #include "btosif/osif_util/object_record.h"
 #include "btosif/osif_util/property_value.h"
 #include "btosif/osif_util/value_text.h"
-#include "tests/support/change_logs.h"
 #include "platform/device/ink/reader.h"
+#include "tests/support/change_logs.h"
 #include "tests/support/temp_device.h"
 
 namespace support {

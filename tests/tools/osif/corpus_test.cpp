@@ -450,7 +450,8 @@ TEST_P(Corpus, AFileReadWholeAccountsForEveryObjectThatItsObjectsReadOneByOneMak
 TEST_P(Corpus, EveryFileIsParsedIntoJsonWithAsManyRecordsAsAreReceived) {
   for (const bool is_each : {false, true}) {
     const std::map<std::string, Summary>& summaries = Usual(is_each);
-    const Lines arguments = is_each ? Lines{"parse", "--strict", "--json", "--each"} : Lines{"parse", "--strict", "--json"};
+    const Lines arguments = is_each ? Lines{"parse", "--strict", "--json", "--each"}
+                                    : Lines{"parse", "--strict", "--json"};
     RunOnFiles(arguments, [&](const Outcome& outcome, const Lines& files) {
       bool has_failed = false;
       size_t at = 0;

@@ -5,8 +5,8 @@
 #include <memory>
 #include <optional>
 
-#include "tests/tools/osif/command_fixture.h"
 #include "client/attempts.h"
+#include "tests/tools/osif/command_fixture.h"
 
 namespace command_test::damage_test {
 namespace {
@@ -187,9 +187,9 @@ TEST_F(CommandBusy, WhatOnlyReadsDoesNotWait) {
 }
 
 TEST_F(CommandBusy, WhatWritesWaitsForTheOthersEnd) {
-  const pid_t receiver =
-      Start(Launched({support::kCommand, "receive", "--strict", Write("b.vcf", Card({"N:Berg;Ole"}))}),
-            Path("receive"));
+  const pid_t receiver = Start(
+      Launched({support::kCommand, "receive", "--strict", Write("b.vcf", Card({"N:Berg;Ole"}))}),
+      Path("receive"));
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   EXPECT_EQ(kill(receiver, 0), 0);
   EXPECT_EQ(BytesOf(Path("receive.out")), "");

@@ -83,8 +83,8 @@ unsigned ModeOf(const std::filesystem::path& path) {
 
 TEST_F(CommandDevice, IsMadeForItsOwnerAloneWhateverTheMaskIs) {
   const std::string samples = support::kSources + "/samples/";
-  ASSERT_EQ(Run(Launched({support::kCommand, "receive", "--strict", samples + "plain.vcf", samples + "note.vnt",
-                          samples + "calendar.vcs"},
+  ASSERT_EQ(Run(Launched({support::kCommand, "receive", "--strict", samples + "plain.vcf",
+                          samples + "note.vnt", samples + "calendar.vcs"},
                          {"/bin/sh", "-c", "umask 0; exec \"$@\"", "sh"}))
                 .status,
             0);
@@ -292,8 +292,9 @@ TEST_F(CommandDevice, TheLibraryObeysTheInputCharsetSetting) {
       Write("a.vcf", Card({"N;ENCODING=QUOTED-PRINTABLE:=8A=CF"}));  // U+89B3 in Shift-JIS
   Osif({"receive", "--strict", file});
   EXPECT_EQ(Osif({"list", "pb"}).out, "00000001  \u89B3\n");
-  EXPECT_EQ(Osif({"parse", "--strict", "--json", file}).JsonLines().at(0)["fields"]["n"][0]["components"],
-            Json::array({"\u89B3"}));
+  EXPECT_EQ(
+      Osif({"parse", "--strict", "--json", file}).JsonLines().at(0)["fields"]["n"][0]["components"],
+      Json::array({"\u89B3"}));
 }
 
 }  // namespace

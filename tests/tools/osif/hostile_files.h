@@ -35,8 +35,10 @@ class HostileTest : public Fixture, public testing::WithParamInterface<HostileFi
   void ExpectRefused() const {
     const HostileFile& hostile = this->GetParam();
     const std::string file = this->Write("hostile", hostile.bytes);
-    for (const Lines& arguments : std::vector<Lines>{
-             {"receive", "--strict", file}, {"receive", "--strict", "--each", file}, {"find", "--strict", file}, {"parse", "--strict", file}}) {
+    for (const Lines& arguments : std::vector<Lines>{{"receive", "--strict", file},
+                                                     {"receive", "--strict", "--each", file},
+                                                     {"find", "--strict", file},
+                                                     {"parse", "--strict", file}}) {
       const Outcome outcome = this->Osif(arguments);
       EXPECT_EQ(outcome.status, 1) << arguments[0];
       EXPECT_THAT(outcome.err, testing::HasSubstr("osif: " + file + ": ")) << arguments[0];

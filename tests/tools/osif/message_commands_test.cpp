@@ -188,7 +188,8 @@ TEST_F(CommandMessage, WhatWasSentIsReceivedAndFoundOnAnotherDevice) {
   const std::string file = Path("one.vmg");
   ASSERT_EQ(Osif({"send", "msg-out", ids.at(0), "-o", file}).status, 0);
   const std::string other = Path("other");
-  EXPECT_THAT(Osif({"--device", other, "receive", "--strict", file}).out, HasSubstr("anchor msg-out 1 "));
+  EXPECT_THAT(Osif({"--device", other, "receive", "--strict", file}).out,
+              HasSubstr("anchor msg-out 1 "));
   EXPECT_THAT(Osif({"--device", other, "find", "--strict", Received()}).out,
               MatchesRegex("1  msg-out [0-9A-F]{32}  Lunch\n"));
 }

@@ -34,7 +34,8 @@ class CommandNote : public CommandTest {
 
   // The id that find tells for the only note of a file; "-" when it is not found.
   std::string Found(const std::string& note) const {
-    const std::vector<Json> lines = Osif({"find", "--strict", "--json", Write("find.vnt", note)}).JsonLines();
+    const std::vector<Json> lines =
+        Osif({"find", "--strict", "--json", Write("find.vnt", note)}).JsonLines();
     EXPECT_THAT(lines, SizeIs(1));
     if (lines.size() != 1) return "";
     return lines[0]["id"].is_null() ? "-" : lines[0]["id"].get<std::string>();

@@ -11,7 +11,8 @@ class CommandParse : public CommandTest {
  protected:
   // The fields of the only object of a file.
   Json FieldsOf(const std::string& bytes) const {
-    const std::vector<Json> lines = Osif({"parse", "--strict", "--json", Write("one.obj", bytes)}).JsonLines();
+    const std::vector<Json> lines =
+        Osif({"parse", "--strict", "--json", Write("one.obj", bytes)}).JsonLines();
     EXPECT_THAT(lines, SizeIs(2));
     return lines.at(0)["fields"];
   }

@@ -41,7 +41,8 @@ TEST_F(Samples, TheAddressBookHoldsFiveContacts) {
 
 TEST_F(Samples, TheChangedCardUpdatesThePlainOne) {
   Osif({"receive", "--strict", Sample("plain.vcf")});
-  EXPECT_THAT(Osif({"receive", "--strict", Sample("changed.vcf")}).out, HasSubstr("0 added, 1 updated"));
+  EXPECT_THAT(Osif({"receive", "--strict", Sample("changed.vcf")}).out,
+              HasSubstr("0 added, 1 updated"));
   EXPECT_THAT(Osif({"send", "pb", "1"}).out, HasSubstr("+1 555 0199"));
 }
 

@@ -340,7 +340,8 @@ TEST_F(CommandStore, ChangesWithNothingChangedIsEmptyAndNoFailure) {
 
 TEST_F(CommandStore, ChangesShowsNotesAndMessagesThatWereReceived) {
   const std::string samples = support::kSources + "/samples";
-  ASSERT_EQ(Osif({"receive", "--strict", samples + "/note.vnt", samples + "/messages.vmg"}).status, 0);
+  ASSERT_EQ(Osif({"receive", "--strict", samples + "/note.vnt", samples + "/messages.vmg"}).status,
+            0);
   for (const char* store : {"note", "msg-in", "msg-sent", "msg-out"}) {
     const std::vector<Json> lines = Osif({"changes", store, "--json"}).JsonLines();
     ASSERT_THAT(lines, SizeIs(1)) << store;

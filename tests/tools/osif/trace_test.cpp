@@ -52,13 +52,17 @@ TEST_F(CommandTrace, TheReasonForARefusalStandsBeforeIt) {
 
 TEST_F(CommandTrace, EverySubcommandThatUsesTheLibraryShowsIt) {
   const std::string file = Write("a.vcf", Card({"N:Lee;Ann"}));
-  const std::vector<Lines> command_lines = {
-      {"receive", "--strict", file},     {"parse", "--strict", file},
-      {"find", "--strict", file},        {"list", "pb"},
-      {"count", "pb"},       {"send", "pb", "1"},
-      {"changes", "pb"},     {"anchor", "pb"},
-      {"database-id", "pb"}, {"export", "pb", "-o", Path("x")},
-      {"delete", "pb", "1"}};
+  const std::vector<Lines> command_lines = {{"receive", "--strict", file},
+                                            {"parse", "--strict", file},
+                                            {"find", "--strict", file},
+                                            {"list", "pb"},
+                                            {"count", "pb"},
+                                            {"send", "pb", "1"},
+                                            {"changes", "pb"},
+                                            {"anchor", "pb"},
+                                            {"database-id", "pb"},
+                                            {"export", "pb", "-o", Path("x")},
+                                            {"delete", "pb", "1"}};
   for (Lines line : command_lines) {
     line.push_back("--trace");
     EXPECT_THAT(Osif(line).ErrLines(), Contains(StartsWith("OSIF:  POL_"))) << line[0];

@@ -7,9 +7,9 @@
 #include <string>
 
 #include "platform/api/richink.h"
+#include "platform/device/ink/reader.h"
 #include "platform/device/ink/text.h"
 #include "platform/device/ink/writer.h"
-#include "platform/device/ink/reader.h"
 
 namespace control_test {
 namespace {

@@ -1,3 +1,5 @@
+#include "platform/device/ink/reader.h"
+
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
@@ -9,7 +11,6 @@
 #include "platform/device/ink/writer.h"
 #include "tests/platform/device/ink/document.h"
 #include "tests/support/corpus.h"
-#include "platform/device/ink/reader.h"
 
 namespace reader_test {
 namespace {
