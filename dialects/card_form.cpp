@@ -20,6 +20,7 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr size_t kNameParts = 5;
+constexpr size_t kAddressParts = 7;
 constexpr size_t kExtended = 1;
 constexpr std::string_view kOffice = "X-MICROSOFT-OFFICELOC";
 
@@ -63,10 +64,13 @@ void RemoveDerivedName(Card& card) {
   });
 }
 
-void FillName(Card& card) {
+// A part that is missing keeps its separator (RFC 6350, section 3.3).
+void FillParts(Card& card) {
   for (CardProperty& property : card.properties) {
-    if (property.name != "N"sv) continue;
-    property.components.resize(std::max(property.components.size(), kNameParts));
+    const size_t parts = property.name == "N"sv     ? kNameParts
+                         : property.name == "ADR"sv ? kAddressParts
+                                                    : 0;
+    property.components.resize(std::max(property.components.size(), parts));
   }
 }
 
@@ -78,11 +82,11 @@ void MoveOffice(Card& card) {
     return property.name == "ADR"sv && property.HasType("WORK");
   });
   if (address == card.properties.end()) {
-    card.Add("ADR", std::vector<std::string>(7)).types = {"WORK"};
+    card.Add("ADR", std::vector<std::string>(kAddressParts)).types = {"WORK"};
     address = std::prev(card.properties.end());
   }
   auto& components = address->components;
-  components.resize(std::max<size_t>(components.size(), 7));
+  components.resize(std::max(components.size(), kAddressParts));
   if (!components[kExtended].empty() && components[kExtended] != office) return;
   components[kExtended] = office;
   RemoveAll(card, kOffice);
@@ -223,7 +227,7 @@ void BringToVersion(Card& card, CardVersion version, Report& report) {
     KeepFirstPreference(card);
   }
   if (version != CardVersion::k21) MoveOffice(card);
-  FillName(card);
+  FillParts(card);
 }
 
 }  // namespace dialects
