@@ -122,8 +122,9 @@ NamedValues ItemForPeople(const CalendarItem& item, const Clock& clock) {
   values.Add("Priority", item.priority == "0" ? "" : item.priority);
   values.Add("Class", item.access);
   values.Add("Categories", item.categories);
-  for (const Attendee& attendee : item.attendees)
+  for (const Attendee& attendee : item.attendees) {
     values.Add("Attendee", AttendeeForPeople(attendee));
+  }
   values.Add("Description", item.description);
   return values.values_;
 }

@@ -46,17 +46,17 @@ _osif() {
             '*:file:_files' ;;
         parse) _arguments $common $strict $each '*:file:_files' ;;
         convert)
-          _arguments $common "--to[the form]:form:$forms" '(-o --output)'{-o,--output}'[the file]:file:_files' \
+          _arguments $common '--to[the form]:form:'$forms '(-o --output)'{-o,--output}'[the file]:file:_files' \
             '(-r --recursive)'{-r,--recursive}'[take the files of folders]' \
             '(-v --verbose)'{-v,--verbose}'[say of each object what was done]' '*:file:_files' ;;
         notes) _arguments $common '*:name:' ;;
         show) _arguments $common $store '2:id:' ;;
         send)
-          _arguments $common '(-o --output)'{-o,--output}'[the file]:file:_files' "--as[the form]:form:$forms" \
+          _arguments $common '(-o --output)'{-o,--output}'[the file]:file:_files' '--as[the form]:form:'$forms \
             $raw $store '2:id:' ;;
         export)
           _arguments $common '(--split -o --output)'{-o,--output}'[the file]:file:_files' \
-            '(-o --output)--split[a folder, a file for each object]:folder:_files -/' "--as[the form]:form:$forms" \
+            '(-o --output)--split[a folder, a file for each object]:folder:_files -/' '--as[the form]:form:'$forms \
             $raw $store ;;
         list | count | anchor | database-id) _arguments $common $store ;;
         find) _arguments $common $strict '1:file:_files' ;;
