@@ -250,7 +250,7 @@ class Series {
     const bool is_here = first_.kind == TimeKind::kLocal || first_.kind == TimeKind::kDate;
     if (is_here || is_zone_reported_) return;
     constexpr int64_t kStep = 7;
-    constexpr int64_t kWatched = 2 * 366;
+    constexpr int64_t kWatched = int64_t{2} * 366;
     const int64_t difference = CivilSeconds(local_) - CivilSeconds(item_.rule_start);
     for (int64_t days = 0; days < kWatched; days += kStep) {
       const CivilTime then = PlusDays(item_.rule_start, days);

@@ -218,8 +218,9 @@ std::vector<StrictObject> StrictCalendarItems(const ObjectText& object,
     report.Add(read.reports[i]);
     AddStrict(std::move(read.items[i]), std::exchange(report, {}), clock, objects);
   }
-  if (objects.empty())
+  if (objects.empty()) {
     objects.push_back(Refused("cancelled occurrences alone", object.line, report));
+  }
   return objects;
 }
 

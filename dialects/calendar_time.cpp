@@ -22,7 +22,7 @@ using std::chrono::year_month_day;
 
 constexpr int kFirstYear = 1601;
 constexpr int kLastYear = 9998;
-constexpr int64_t kLongestDuration = 1000 * 366 * kSecondsPerDay;
+constexpr int64_t kLongestDuration = int64_t{1000} * 366 * kSecondsPerDay;
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
