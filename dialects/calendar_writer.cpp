@@ -72,12 +72,17 @@ class ModernCalendarWriter final : public CalendarWriter {
 
  private:
   void WriteCalendar(const ReadCalendar& calendar, WrittenObject& written) override {
-    WriteFrameLines(calendar, written);
+    WrittenObject components;
     if (calendar.calendar.is_modern) {
-      Copy(calendar, written);
+      Copy(calendar, components);
     } else {
-      Convert(calendar, written);
+      Convert(calendar, components);
     }
+    written.report.Add(components.report);
+    // A calendar without any is none.
+    if (components.text.empty()) return;
+    WriteFrameLines(calendar, written);
+    written.text += components.text;
   }
 
   // Lines of the calendar itself stand before its components, so only the first object's can be kept.

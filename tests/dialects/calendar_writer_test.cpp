@@ -57,6 +57,16 @@ TEST_F(CalendarWriters, AreThereForTheFormsOfCalendarsAlone) {
 
 // ---- The library's items as iCalendar 2.0 ----
 
+TEST_F(CalendarWriters, RefuseACalendarOfWhichNoComponentCanBeWritten) {
+  const ObjectText object{.kind = dialects::ObjectKind::kCalendar,
+                          .text =
+                              "BEGIN:VCALENDAR\r\nMETHOD:REQUEST\r\n"
+                              "BEGIN:DAYLIGHT\r\nEND:VCALENDAR\r\n"};
+  const WrittenObject written = Write(Form::kICal20, object);
+  EXPECT_EQ(written.text, "");
+  EXPECT_EQ(written.refusal, "nothing that this form can hold");
+}
+
 TEST_F(CalendarWriters, SingleEventOfTheLibraryIsInUtc) {
   settings_.origin = Origin::kLibrary;
   settings_.uid = "osif-1";
