@@ -8,7 +8,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
+#include <utility>
 
+#include "btosif/osif_util/ascii.h"
 #include "dialects/card_derive.h"
 #include "dialects/charsets.h"
 #include "dialects/name_table.h"
@@ -104,35 +107,37 @@ constexpr NameTable kTable(kHeads);
 // ---- Values -------------------------------------------------------------------------------------------------
 
 // Classes of bytes.
-constexpr uint8_t kEquals = 1;
-constexpr uint8_t kEightBit = 2;
-constexpr uint8_t kOdd = 4;  // a backslash, or a control character: somebody has to understand it
+constexpr uint8_t kStop = 1;  // a control character: the end of the line, or for others
+constexpr uint8_t kEquals = 2;
+constexpr uint8_t kEightBit = 4;
+constexpr uint8_t kBackslash = 8;
+constexpr uint8_t kSeparator = 16;
+constexpr uint8_t kColon = 32;
 
 constexpr std::array<uint8_t, 256> kClassOf = [] {
   std::array<uint8_t, 256> classes{};
   for (size_t byte = 0; byte < classes.size(); ++byte) {
-    if (byte < ' ' && byte != '\t') classes[byte] = kOdd;
+    if (byte < ' ' && byte != '\t') classes[byte] = kStop;
     if (byte >= 0x80) classes[byte] = kEightBit;
   }
-  classes['\\'] = kOdd;
-  classes['\x7F'] = kOdd;
+  classes['\x7F'] = kStop;
   classes['='] = kEquals;
+  classes['\\'] = kBackslash;
+  classes[';'] = kSeparator;
+  classes[':'] = kColon;
   return classes;
 }();
 
-struct Gathered {
-  uint8_t classes = 0;
-  size_t separators = 0;
-};
+uint8_t ClassOf(char c) { return kClassOf[static_cast<unsigned char>(c)]; }
 
-Gathered Gather(std::string_view value) {
-  Gathered gathered;
-  for (const char c : value) {
-    gathered.classes |= kClassOf[static_cast<unsigned char>(c)];
-    gathered.separators += c == ';' ? 1U : 0U;
-  }
-  return gathered;
-}
+struct Value {
+  std::string_view text;
+  uint8_t classes = 0;  // of all its bytes
+  size_t separators = 0;
+
+  bool Has(uint8_t byte_class) const { return (classes & byte_class) != 0; }
+  bool IsEmpty() const { return separators == text.size(); }
+};
 
 constexpr int HexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
@@ -166,67 +171,111 @@ class Utf8Follower {
 constexpr std::string_view kQuotedPrintable = ";ENCODING=QUOTED-PRINTABLE";
 constexpr std::string_view kUtf8 = ";CHARSET=UTF-8";
 
-// The next line without its line end; it is taken off the text. False for the last when it has no end.
-bool TakeLine(std::string_view& text, std::string_view& line) {
-  const void* found = std::memchr(text.data(), '\n', text.size());
-  if (found == nullptr) return false;
-  const auto length = static_cast<size_t>(static_cast<const char*>(found) - text.data());
-  line = text.substr(0, length);
-  text.remove_prefix(length + 1);
-  if (line.ends_with('\r')) line.remove_suffix(1);
-  return true;
-}
-
 bool TakeSuffix(std::string_view& head, std::string_view suffix) {
   if (!head.ends_with(suffix)) return false;
   head.remove_suffix(suffix.size());
   return true;
 }
 
+// A line of a value that goes on might be what ends the object, for a reader that does not know of the value.
+bool MayBeFrame(std::string_view line) {
+  const size_t colon = line.find(':');
+  if (colon == std::string_view::npos) return false;
+  const std::string upper = ToUpper(line);
+  return upper.find("END:") != std::string::npos || upper.find("BEGIN:") != std::string::npos;
+}
+
 class PlainCard {
  public:
-  explicit PlainCard(std::string_view text) : text_(text) {}
+  explicit PlainCard(std::string_view text)
+      : begin_(text.data()), place_(begin_), end_(begin_ + text.size()) {}
 
-  bool IsPlain() {
-    std::string_view line;
-    if (!TakeLine(text_, line) || line != "BEGIN:VCARD") return false;
-    if (!TakeLine(text_, line) || line != "VERSION:2.1") return false;
-    while (TakeLine(text_, line)) {
-      if (line == "END:VCARD") return text_.empty() && has_name_;
-      if (!IsPlainLine(line)) return false;
+  // Nothing when the text does not begin with a plain card.
+  std::optional<TextLength> Length() {
+    if (!TakeLiteral("BEGIN:VCARD") || !TakeLiteral("VERSION:2.1")) return std::nullopt;
+    while (place_ != end_) {
+      if (*place_ == 'E' && TakeLiteral("END:VCARD")) {
+        if (!has_name_) return std::nullopt;
+        return TextLength{static_cast<size_t>(place_ - begin_), lines_};
+      }
+      if (!TakePlainLine()) return std::nullopt;
     }
-    return text_ == "END:VCARD" && has_name_;
+    return std::nullopt;
   }
 
  private:
-  bool IsPlainLine(std::string_view line) {
-    const size_t colon = line.find(':');
-    if (colon == std::string_view::npos) return false;
-    std::string_view head = line.substr(0, colon);
-    const std::string_view value = line.substr(colon + 1);
+  // A line that has to be so.
+  bool TakeLiteral(std::string_view line) {
+    const auto left = static_cast<size_t>(end_ - place_);
+    if (left < line.size() || std::memcmp(place_, line.data(), line.size()) != 0) return false;
+    const char* const line_begin = std::exchange(place_, place_ + line.size());
+    if (TakeLineEnd() || place_ == end_) return true;
+    place_ = line_begin;
+    return false;
+  }
+
+  // LF, or CR LF.
+  bool TakeLineEnd() {
+    const char* line_feed = place_;
+    if (line_feed != end_ && *line_feed == '\r') ++line_feed;
+    if (line_feed == end_ || *line_feed != '\n') return false;
+    place_ = line_feed + 1;
+    ++lines_;
+    return true;
+  }
+
+  // What stands before the colon, which is taken too.
+  bool TakeHead(std::string_view& head) {
+    const char* const begin = place_;
+    while (place_ != end_ && (ClassOf(*place_) & (kColon | kStop)) == 0) ++place_;
+    if (place_ == end_ || *place_ != ':') return false;
+    head = {begin, static_cast<size_t>(place_ - begin)};
+    ++place_;
+    return true;
+  }
+
+  // The rest of a line, and its line end.
+  bool TakeValue(Value& value) {
+    const char* const begin = place_;
+    uint8_t classes = 0;
+    size_t separators = 0;
+    for (; place_ != end_; ++place_) {
+      const uint8_t byte_class = ClassOf(*place_);
+      if ((byte_class & kStop) != 0) break;
+      classes |= byte_class;
+      separators += (byte_class & kSeparator) != 0 ? 1U : 0U;
+    }
+    value = {{begin, static_cast<size_t>(place_ - begin)}, classes, separators};
+    return TakeLineEnd();
+  }
+
+  bool TakePlainLine() {
+    std::string_view head;
+    Value value;
+    if (!TakeHead(head) || !TakeValue(value)) return false;
     const bool is_encoded = TakeSuffix(head, kQuotedPrintable);
     const bool is_utf8 = TakeSuffix(head, kUtf8);
     const HeadRow* row = kTable.Find(head);
     if (row == nullptr || !TakePlace(*row, value)) return false;
-    return is_encoded ? IsPlainEncoded(*row, value, is_utf8) : IsPlainValue(*row, value, is_utf8);
+    return is_encoded ? TakePlainEncoded(*row, value, is_utf8) : IsPlainValue(*row, value, is_utf8);
   }
 
-  bool TakePlace(const HeadRow& row, std::string_view value) {
-    const bool is_empty = value.find_first_not_of(';') == std::string_view::npos;
+  bool TakePlace(const HeadRow& row, const Value& value) {
+    const bool is_empty = value.IsEmpty();
     if (is_empty && row.is_repeatable) return true;
     if (row.place == kName) has_name_ = !is_empty;
     if (row.place == kPreferredEmail && ++used_[kEmail] > RoomOf(kEmail)) return false;
     return ++used_[row.place] <= RoomOf(row.place);
   }
 
-  static bool IsPlainValue(const HeadRow& row, std::string_view value, bool is_utf8) {
-    const auto [classes, separators] = Gather(value);
-    if ((classes & kOdd) != 0 || separators > row.separators) return false;
-    if ((classes & kEquals) != 0 && (value.ends_with('=') || value.find("=0D") != value.npos)) {
+  static bool IsPlainValue(const HeadRow& row, const Value& value, bool is_utf8) {
+    if (value.Has(kBackslash) || value.separators > row.separators) return false;
+    if (value.Has(kEquals) &&
+        (value.text.ends_with('=') || value.text.find("=0D") != value.text.npos)) {
       return false;
     }
-    if ((classes & kEightBit) != 0 && !(is_utf8 && IsUtf8(value))) return false;
-    if (row.place == kBirthday || row.place == kAnniversary) return IsPlainDate(value);
+    if (value.Has(kEightBit) && !(is_utf8 && IsUtf8(value.text))) return false;
+    if (row.place == kBirthday || row.place == kAnniversary) return IsPlainDate(value.text);
     return row.place != kLuid || !is_utf8;
   }
 
@@ -235,36 +284,34 @@ class PlainCard {
   }
 
   // Goes on over soft line breaks.
-  bool IsPlainEncoded(const HeadRow& row, std::string_view value, bool is_utf8) {
+  bool TakePlainEncoded(const HeadRow& row, Value value, bool is_utf8) {
     if (row.place == kBirthday || row.place == kAnniversary || row.place == kLuid) return false;
     Utf8Follower follower;
     size_t separators = 0;
     for (;;) {
-      const bool goes_on = value.ends_with('=');
-      if (goes_on) value.remove_suffix(1);
-      if (!AreEncodedBytes(value, is_utf8, follower, separators)) return false;
+      if (value.Has(kBackslash | kEightBit)) return false;
+      const bool goes_on = value.text.ends_with('=');
+      if (goes_on) value.text.remove_suffix(1);
+      if (!AreEncodedBytes(value.text, is_utf8, follower, separators)) return false;
       if (!goes_on) return follower.IsBetweenCharacters() && separators <= row.separators;
-      if (!TakeLine(text_, value)) return false;
+      if (!TakeValue(value) || MayBeFrame(value.text)) return false;
     }
   }
 
   static bool AreEncodedBytes(std::string_view value, bool is_utf8, Utf8Follower& follower,
                               size_t& separators) {
     for (size_t i = 0; i < value.size(); ++i) {
-      const auto c = static_cast<unsigned char>(value[i]);
-      unsigned byte = c;
-      if (c == ';') {
+      auto byte = static_cast<unsigned>(value[i]);
+      if (byte == ';') {
         ++separators;
         // A component is decoded by itself.
         if (!follower.IsBetweenCharacters()) return false;
-      } else if (c == '=') {
+      } else if (byte == '=') {
         const int high = i + 2 < value.size() ? HexDigit(value[i + 1]) : -1;
         const int low = i + 2 < value.size() ? HexDigit(value[i + 2]) : -1;
         if (high < 0 || low < 0) return false;
         byte = static_cast<unsigned>(16 * high + low);
         i += 2;
-      } else if (kClassOf[c] != 0) {
-        return false;
       }
       const bool is_known = byte != 0 && byte != '\\' && (byte < 0x80 || is_utf8);
       if (!is_known || !follower.Take(byte)) return false;
@@ -272,13 +319,23 @@ class PlainCard {
     return true;
   }
 
-  std::string_view text_;  // what is still to come
+  const char* const begin_;
+  const char* place_;  // what is still to come
+  const char* const end_;
+  uint64_t lines_ = 0;
   std::array<uint8_t, kPlaceCount> used_{};
   bool has_name_ = false;
 };
 
 }  // namespace
 
-bool IsPlainCard(std::string_view text) { return PlainCard(text).IsPlain(); }
+std::optional<TextLength> PlainCardLength(std::string_view text) {
+  return PlainCard(text).Length();
+}
+
+bool IsPlainCard(std::string_view text) {
+  const std::optional<TextLength> plain = PlainCardLength(text);
+  return plain && plain->bytes == text.size();
+}
 
 }  // namespace dialects

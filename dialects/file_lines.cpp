@@ -99,8 +99,8 @@ void TextSource::Begin() {
 }
 
 size_t TextSource::ReadBytes(char* into, size_t room) {
-  if (!first_.empty()) return TakeFrom(first_, into, room);
-  return bytes_(into, room);
+  const size_t count = TakeFrom(first_, into, room);
+  return count == room ? count : count + bytes_(into + count, room - count);
 }
 
 // A unit of two bytes becomes at most three. A byte, or a first half of a pair, at the end of what was read
@@ -139,6 +139,17 @@ bool FileLines::Next(FileLine& line) {
     was_cut_ = !has_ended_;
     return true;
   }
+}
+
+std::string_view FileLines::Ahead() {
+  if (was_cut_) return {};
+  if (place_ == end_) Fill();
+  return std::string_view(buffer_).substr(place_, end_ - place_);
+}
+
+void FileLines::Skip(size_t bytes, uint64_t lines) {
+  place_ += bytes;
+  number_ += lines;
 }
 
 // Reads on. False when there is no room, or when the file has ended before this call.

@@ -69,6 +69,16 @@ class FileLines {
   // the last line that was given. Costs as much as the text is long.
   void Unread(std::string_view text, uint64_t number);
 
+  // What has been read and not been given yet: the start of a line, and as much after it as happens to be there. Empty
+  // within a line that is given in pieces, and at the end of the file.
+  std::string_view Ahead();
+
+  // Passes over whole lines of what lies ahead.
+  void Skip(size_t bytes, uint64_t lines);
+
+  // The number of the line that comes next.
+  uint64_t next() const { return number_ + 1; }
+
   bool is_utf8() const { return source_.is_utf8(); }
 
  private:

@@ -7,7 +7,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <memory>
 #include <optional>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -30,16 +32,29 @@ class DialectReader {
 
   bool is_open() const { return piece_.is_open(); }
 
-  void Take(ObjectText&& object) {
-    if (!object.refusal.empty()) return TakeRefused(object);
-    if (IsPlain(object)) {
-      StrictObject plain{object.kind, std::move(object.text), {}, {}, object.line, {}};
-      return TakeStrict(std::move(plain));
+  // Plain cards, one directly after the other; `line`: the number of their first.
+  void TakePlain(std::string_view text, const std::vector<TextLength>& sizes, uint64_t line) {
+    MakeRoom(ObjectKind::kCard, text.size());
+    size_t end = text_.size();
+    text_ += text;
+    for (const TextLength& size : sizes) {
+      end += size.bytes;
+      gathered_.push_back({end, line, nullptr});
+      line += size.lines;
     }
-    std::vector<StrictObject> made = object.kind == ObjectKind::kNote
-                                         ? StrictNotes(object, settings_, names_)
-                                         : StrictObjects(object, settings_);
-    for (StrictObject& one : made) TakeStrict(std::move(one));
+  }
+
+  void Take(const ObjectText& object) {
+    if (!object.refusal.empty()) {
+      Refuse(StrictObject{object.kind, {}, object.refusal, {}, object.line, {}});
+    } else if (IsPlain(object)) {
+      Gather(object.kind, object.text, {0, object.line, nullptr});
+    } else {
+      std::vector<StrictObject> made = object.kind == ObjectKind::kNote
+                                           ? StrictNotes(object, settings_, names_)
+                                           : StrictObjects(object, settings_);
+      for (StrictObject& one : made) TakeStrict(std::move(one));
+    }
   }
 
   OsifResult Finish() {
@@ -48,49 +63,56 @@ class DialectReader {
   }
 
  private:
-  void TakeRefused(const ObjectText& object) {
-    StrictObject refused;
-    refused.kind = object.kind;
-    refused.line = object.line;
-    refused.refusal = object.refusal;
-    TakeStrict(std::move(refused));
-  }
+  // A text that waits for the library.
+  struct Gathered {
+    size_t end;  // in text_
+    uint64_t line;
+    std::unique_ptr<const StrictObject> made;  // nothing for one that came plain
+  };
 
   void TakeStrict(StrictObject&& object) {
-    if (object.refusal.empty() && !gathered_.empty() &&
-        (object.kind != gathered_.front().kind || size_ + object.text.size() > kMostGathered)) {
-      Flush();
-    }
-    if (!object.refusal.empty()) {
-      Flush();
-      Refuse(object, object.refusal, OSIF_OK);
-      return;
-    }
-    size_ += object.text.size();
+    if (!object.refusal.empty()) return Refuse(object);
+    const std::string text = std::exchange(object.text, {});
+    const ObjectKind kind = object.kind;
+    const uint64_t line = object.line;
+    Gather(kind, text, {0, line, std::make_unique<const StrictObject>(std::move(object))});
+  }
+
+  void Gather(ObjectKind kind, std::string_view text, Gathered&& object) {
+    MakeRoom(kind, text.size());
+    text_ += text;
+    object.end = text_.size();
     gathered_.push_back(std::move(object));
   }
 
+  void MakeRoom(ObjectKind kind, size_t size) {
+    if (!gathered_.empty() && (kind != kind_ || text_.size() + size > kMostGathered)) Flush();
+    kind_ = kind;
+  }
+
   void Flush() {
-    const std::vector<StrictObject> objects = std::exchange(gathered_, {});
-    size_ = 0;
-    if (objects.empty()) return;
-    const size_t refused = ReadTogether(objects, 0, objects.size());
-    for (size_t i = refused; i < objects.size(); ++i) ReadTogether(objects, i, i + 1);
+    if (gathered_.empty()) return;
+    const size_t refused = ReadTogether(0, gathered_.size());
+    for (size_t i = refused; i < gathered_.size(); ++i) ReadTogether(i, i + 1);
+    gathered_.clear();
+    text_.clear();
   }
 
   // Gives the first object that was not read and not reported.
-  size_t ReadTogether(const std::vector<StrictObject>& objects, size_t begin, size_t end) {
-    std::string text;
-    for (size_t i = begin; i < end; ++i) text += objects[i].text;
-    next_ = &objects[begin];
-    left_ = end - begin;
-    const OsifResult result = piece_.HoldText(text)
-                                  ? OSIF_ReadObjects(name_.c_str(), OnRecord, this)
-                                  : OsifResult{OSIF_ERR_NO_MEMORY};
-    if (left_ == 0) return end;
-    Refuse(*next_, "it could not be read",
-           result == OSIF_OK ? OsifResult{OSIF_PARSE_ERROR} : result);
-    return end - left_ + 1;
+  size_t ReadTogether(size_t begin, size_t end) {
+    const size_t text_begin = begin == 0 ? 0 : gathered_[begin - 1].end;
+    const size_t text_end = gathered_[end - 1].end;
+    next_ = begin;
+    end_ = end;
+    const OsifResult result =
+        piece_.HoldText(std::string_view(text_).substr(text_begin, text_end - text_begin))
+            ? OSIF_ReadObjects(name_.c_str(), OnRecord, this)
+            : OsifResult{OSIF_ERR_NO_MEMORY};
+    if (next_ == end_) return end;
+    const Gathered& refused = gathered_[next_];
+    Refuse(kind_, refused.line, "it could not be read",
+           result == OSIF_OK ? OsifResult{OSIF_PARSE_ERROR} : result, ReportOf(refused));
+    return next_ + 1;
   }
 
   static int32_t OnRecord(int32_t store_id, OsifObject* object, OsifResult result, void* context) {
@@ -99,15 +121,31 @@ class DialectReader {
   }
 
   void Deliver(int32_t store_id, OsifObject* object, OsifResult result) {
-    if (left_ == 0) return;
-    const StrictObject& read = *next_++;
-    --left_;
-    visitor_.OnObject({++number_, read.line, store_id, object, result, read.uid, read.report});
+    if (next_ == end_) return;
+    const Gathered& read = gathered_[next_++];
+    visitor_.OnObject(
+        {++number_, read.line, store_id, object, result, UidOf(read), ReportOf(read)});
   }
 
-  void Refuse(const StrictObject& object, const std::string& reason, OsifResult code) {
+  static const std::string& UidOf(const Gathered& object) {
+    static const std::string kNone;
+    return object.made == nullptr ? kNone : object.made->uid;
+  }
+
+  static const Report& ReportOf(const Gathered& object) {
+    static const Report kNothing;
+    return object.made == nullptr ? kNothing : object.made->report;
+  }
+
+  void Refuse(const StrictObject& object) {
+    Flush();
+    Refuse(object.kind, object.line, object.refusal, OSIF_OK, object.report);
+  }
+
+  void Refuse(ObjectKind kind, uint64_t line, const std::string& reason, OsifResult code,
+              const Report& report) {
     if (result_ == OSIF_OK) result_ = code == OSIF_OK ? OsifResult{OSIF_PARSE_ERROR} : code;
-    visitor_.OnRefused({++number_, object.line, object.kind, reason, code, object.report});
+    visitor_.OnRefused({++number_, line, kind, reason, code, report});
   }
 
   const TextSettings& settings_;
@@ -115,10 +153,11 @@ class DialectReader {
   client::TempFile piece_;
   NoteNames names_;
   const WideText name_;
-  std::vector<StrictObject> gathered_;
-  size_t size_ = 0;
-  const StrictObject* next_ = nullptr;  // whose record comes next
-  size_t left_ = 0;                     // the records that are still to come
+  ObjectKind kind_ = ObjectKind::kUnknown;  // of what is gathered
+  std::string text_;                        // of what is gathered
+  std::vector<Gathered> gathered_;
+  size_t next_ = 0;  // whose record comes next
+  size_t end_ = 0;   // of what is being read
   size_t number_ = 0;
   OsifResult result_ = OSIF_OK;
 };
@@ -143,9 +182,17 @@ OsifResult ReadDialectFile(int handle, const TextSettings& settings, ObjectVisit
   int error = 0;
   ObjectSplitter splitter(
       [&](char* into, size_t room) { return ReadSome(handle, into, room, error); });
-  while (std::optional<ObjectText> object = splitter.Next()) {
+  std::vector<TextLength> sizes;
+  for (;;) {
+    const uint64_t line = splitter.next_line();
+    if (const std::string_view cards = splitter.TakePlainCards(sizes); !cards.empty()) {
+      rest.objects += sizes.size();
+      reader.TakePlain(cards, sizes, line);
+    }
+    const std::optional<ObjectText> object = splitter.Next();
+    if (!object) break;
     ++rest.objects;
-    reader.Take(std::move(*object));
+    reader.Take(*object);
   }
   const OsifResult result = reader.Finish();
   rest.outside_lines = splitter.junk().count;

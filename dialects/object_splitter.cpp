@@ -350,8 +350,45 @@ class Collector {
 ObjectSplitter::ObjectSplitter(ByteSource bytes, size_t largest_object)
     : lines_(std::move(bytes)), largest_object_(largest_object) {}
 
+// A card that does not lie in the buffer as a whole, or ends with the file, is none.
+std::optional<TextLength> ObjectSplitter::PlainCardAt(std::string_view ahead) const {
+  if (lines_.is_utf8() || has_later_mark_) return std::nullopt;
+  const std::optional<TextLength> size = PlainCardLength(ahead);
+  const bool is_whole = size && ahead[size->bytes - 1] == '\n';
+  return is_whole && size->bytes <= largest_object_ ? size : std::nullopt;
+}
+
+// Most files are of plain cards, whose lines need not be walked one by one.
+std::string_view ObjectSplitter::TakePlainCards(std::vector<TextLength>& sizes) {
+  sizes.clear();
+  const std::string_view ahead = lines_.Ahead();
+  TextLength all{0, 0};
+  while (const std::optional<TextLength> size = PlainCardAt(ahead.substr(all.bytes))) {
+    sizes.push_back(*size);
+    all.bytes += size->bytes;
+    all.lines += size->lines;
+  }
+  lines_.Skip(all.bytes, all.lines);
+  if (all.bytes > 0) is_after_too_large_ = false;
+  return ahead.substr(0, all.bytes);
+}
+
+std::optional<ObjectText> ObjectSplitter::NextPlainCard() {
+  const std::string_view ahead = lines_.Ahead();
+  const std::optional<TextLength> size = PlainCardAt(ahead);
+  if (!size) return std::nullopt;
+  ObjectText card{ObjectKind::kCard, std::string(ahead.substr(0, size->bytes)), next_line()};
+  card.is_plain = true;
+  lines_.Skip(size->bytes, size->lines);
+  is_after_too_large_ = false;
+  return card;
+}
+
 std::optional<ObjectText> ObjectSplitter::Next() {
-  for (FileLine line; lines_.Next(line);) {
+  for (;;) {
+    if (std::optional<ObjectText> card = NextPlainCard()) return card;
+    FileLine line;
+    if (!lines_.Next(line)) return std::nullopt;
     const Frame frame = line.is_whole_start ? FrameOf(line.bytes) : Frame{};
     const bool begins = frame.word == Frame::Word::kBegin &&
                         (!is_after_too_large_ || FindObject(frame.what) != nullptr);
@@ -365,7 +402,6 @@ std::optional<ObjectText> ObjectSplitter::Next() {
     is_after_too_large_ = !object.refusal.empty();
     return object;
   }
-  return std::nullopt;
 }
 
 void ObjectSplitter::PassOver(const FileLine& line) {

@@ -5,7 +5,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <optional>
+#include <string_view>
+#include <vector>
 
+#include "dialects/card_plain.h"
 #include "dialects/file_lines.h"
 #include "dialects/object_text.h"
 
@@ -41,6 +44,13 @@ class ObjectSplitter {
   // The file outlives the splitter.
   explicit ObjectSplitter(std::FILE* file) : ObjectSplitter(BytesOf(file)) {}
 
+  // The plain cards that come next, one directly after the other, as far as they lie in the buffer: their text, until the
+  // splitter is asked for more, and their sizes. Empty where something else comes next: ask Next() then.
+  std::string_view TakePlainCards(std::vector<TextLength>& sizes);
+
+  // The number of the line that comes next.
+  uint64_t next_line() const { return lines_.next(); }
+
   // The next object; nothing at the end of the file.
   std::optional<ObjectText> Next();
 
@@ -49,6 +59,8 @@ class ObjectSplitter {
   const StrayLines& blank() const { return blank_; }
 
  private:
+  std::optional<TextLength> PlainCardAt(std::string_view ahead) const;
+  std::optional<ObjectText> NextPlainCard();
   void PassOver(const FileLine& line);
 
   FileLines lines_;

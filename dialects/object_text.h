@@ -22,6 +22,7 @@ struct ObjectText {
   uint64_t line = 1;                 // of its BEGIN in the file, counted from 1
   bool has_byte_order_mark = false;  // of the file: values that name no character set are UTF-8
   bool had_end = true;               // false: the END was added
+  bool is_plain = false;             // true: known to be one that the library takes as it lies
   std::string refusal = {};          // why there is no text, in words: it is too large
 };
 

@@ -7,6 +7,7 @@
 namespace dialects {
 
 bool IsPlain(const ObjectText& object) {
+  if (object.is_plain) return true;
   if (object.has_byte_order_mark || !object.had_end) return false;
   switch (object.kind) {
     case ObjectKind::kCard:

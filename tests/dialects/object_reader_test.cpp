@@ -98,6 +98,16 @@ TEST_F(DialectFile, GivesEveryCardOfManyThatAreGathered) {
   EXPECT_EQ(lines[4999], "5000 line 24996 store 0 4999 Lee");
 }
 
+TEST_F(DialectFile, GivesPlainCardsAndOthersInTurnWithTheirLines) {
+  const std::string modern = "BEGIN:VCARD\r\nVERSION:4.0\r\nUID:u8\r\nFN:Ole\r\nEND:VCARD\r\n";
+  EXPECT_THAT(Read(Card("N:Lee;Ann\r\n") + Card("N:Lee;Bo\r\n") + modern + "\r\n" +
+                   Card("N:Lee;Cy\r\n") + Card("N:Lee;Di\r\n")),
+              ElementsAre("1 line 1 store 0 Ann Lee", "2 line 5 store 0 Bo Lee",
+                          "3 line 9 store 0 Ole uid u8", "4 line 15 store 0 Cy Lee",
+                          "5 line 19 store 0 Di Lee"));
+  EXPECT_EQ(rest_.objects, 5U);
+}
+
 TEST_F(DialectFile, NotesOfOneNameAreTwo) {
   EXPECT_THAT(Read(Note("List") + Note("List")),
               ElementsAre("1 line 1 store 2 List", "2 line 6 store 2 List (2)"));

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <rapidcheck.h>
 
 #include <algorithm>
 #include <chrono>
@@ -329,6 +330,87 @@ TEST(ObjectSplitter, HasALinearCost) {
       1u);
   EXPECT_EQ(Split("BEGIN:VMSG\nBEGIN:VBODY\n" + repeated("BEGIN:VMSG\r", kTimes)).size(),
             kTimes + 1);
+}
+
+constexpr std::string_view kPlainCard = "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Lee\r\nEND:VCARD\r\n";
+
+TEST(PlainCards, AreTakenTogetherUntilSomethingElseComes) {
+  const std::string two = std::string(kPlainCard) + std::string(kPlainCard);
+  const std::string other = "BEGIN:VCARD\nVERSION:3.0\nFN:Bo\nEND:VCARD\n";
+  ObjectSplitter splitter(InPieces(two + other + std::string(kPlainCard), 100'000));
+  std::vector<dialects::TextLength> sizes;
+  EXPECT_EQ(splitter.TakePlainCards(sizes), two);
+  ASSERT_EQ(sizes.size(), 2U);
+  EXPECT_EQ(sizes[0].bytes, kPlainCard.size());
+  EXPECT_EQ(sizes[0].lines, 4U);
+  EXPECT_EQ(splitter.next_line(), 9U);
+
+  EXPECT_EQ(splitter.TakePlainCards(sizes), "");
+  EXPECT_THAT(sizes, IsEmpty());
+  const std::optional<ObjectText> object = splitter.Next();
+  ASSERT_TRUE(object);
+  EXPECT_EQ(object->text, other);
+  EXPECT_EQ(object->line, 9U);
+  EXPECT_FALSE(object->is_plain);
+
+  EXPECT_EQ(splitter.TakePlainCards(sizes), kPlainCard);
+  EXPECT_EQ(splitter.next_line(), 17U);
+}
+
+TEST(PlainCards, AreFoundByNextToo) {
+  const std::vector<ObjectText> objects = Split("\r\nx\r\n" + std::string(kPlainCard));
+  ASSERT_EQ(objects.size(), 1U);
+  EXPECT_TRUE(objects[0].is_plain);
+  EXPECT_EQ(objects[0].line, 3U);
+  EXPECT_EQ(objects[0].text, kPlainCard);
+}
+
+// Its values are UTF-8 without saying so.
+TEST(PlainCards, AreNoneInAFileWithAByteOrderMark) {
+  ObjectSplitter splitter(InPieces("\xEF\xBB\xBF" + std::string(kPlainCard), 100'000));
+  std::vector<dialects::TextLength> sizes;
+  EXPECT_EQ(splitter.TakePlainCards(sizes), "");
+  EXPECT_TRUE(splitter.Next()->has_byte_order_mark);
+}
+
+TEST(PlainCards, AreNotLargerThanAnObjectMayBe) {
+  ObjectSplitter fits(InPieces(std::string(kPlainCard), 100'000), kPlainCard.size());
+  ObjectSplitter is_too_large(InPieces(std::string(kPlainCard), 100'000), kPlainCard.size() - 1);
+  std::vector<dialects::TextLength> sizes;
+  EXPECT_EQ(fits.TakePlainCards(sizes), kPlainCard);
+  EXPECT_EQ(is_too_large.TakePlainCards(sizes), "");
+  EXPECT_FALSE(is_too_large.Next()->refusal.empty());
+}
+
+// The bytes may come in any pieces, so what is plain must not change what an object is.
+TEST(PlainCards, AreSplitAsTheOthersAre) {
+  const std::vector<std::string> pieces = {
+      std::string(kPlainCard),
+      "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Lee\r\nNOTE;ENCODING=QUOTED-PRINTABLE:a=\r\nEND:VCARD\r\n",
+      "BEGIN:VCARD\nVERSION:2.1\nN:Ole\nNOTE;ENCODING=QUOTED-PRINTABLE:a=\nb.end:vcard\nEND:"
+      "VCARD\n",
+      "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Open\r\n",
+      "END:VCARD\r\n",
+      "\r\n",
+      "BEGIN:VNOTE\r\nBODY:x\r\nEND:VNOTE\r\n",
+  };
+  const auto is_same = [&] {
+    std::string bytes;
+    for (const size_t i :
+         *rc::gen::container<std::vector<size_t>>(rc::gen::inRange<size_t>(0, pieces.size()))) {
+      bytes += pieces[i];
+    }
+    // One byte at a time no card lies in the buffer as a whole.
+    const std::vector<ObjectText> one_by_one = Split(bytes, 1);
+    const std::vector<ObjectText> at_once = Split(bytes);
+    RC_ASSERT(one_by_one.size() == at_once.size());
+    for (size_t i = 0; i < at_once.size(); ++i) {
+      RC_ASSERT(one_by_one[i].text == at_once[i].text);
+      RC_ASSERT(one_by_one[i].line == at_once[i].line);
+      RC_ASSERT(one_by_one[i].had_end == at_once[i].had_end);
+    }
+  };
+  EXPECT_TRUE(rc::check(is_same));
 }
 
 }  // namespace
