@@ -79,11 +79,11 @@ struct DurationUnit {
   int64_t seconds;
 };
 
-constexpr std::array<DurationUnit, 5> kUnits = {{{'W', 7 * kSecondsPerDay},
-                                                 {'D', kSecondsPerDay},
-                                                 {'H', kSecondsPerHour},
-                                                 {'M', kSecondsPerMinute},
-                                                 {'S', 1}}};
+constexpr std::array<DurationUnit, 5> kDurationUnits = {{{'W', 7 * kSecondsPerDay},
+                                                         {'D', kSecondsPerDay},
+                                                         {'H', kSecondsPerHour},
+                                                         {'M', kSecondsPerMinute},
+                                                         {'S', 1}}};
 
 // The zone that a link such as /etc/localtime leads to.
 std::string ZoneOfLink(const char* link) {
@@ -193,8 +193,8 @@ std::optional<int64_t> ReadDuration(std::string_view text) {
     while (digits < text.size() && IsDigit(text[digits])) ++digits;
     if (digits == 0 || digits > 9 || digits == text.size()) return std::nullopt;
     const char letter = static_cast<char>(text[digits] & ~0x20);
-    const auto* unit = std::ranges::find(kUnits, letter, &DurationUnit::letter);
-    if (unit == kUnits.end()) return std::nullopt;
+    const auto* unit = std::ranges::find(kDurationUnits, letter, &DurationUnit::letter);
+    if (unit == kDurationUnits.end()) return std::nullopt;
     seconds += Number(text.substr(0, digits)) * unit->seconds;
     if (seconds > kLongestDuration) return std::nullopt;
     has_unit = true;

@@ -19,6 +19,9 @@ enum class CardVersion { k21, k30, k40 };
 // Between the entries of a list inside of one component, such as two given names ("N:Lee;Ann,Mary").
 inline constexpr char kListSeparator = '\x1F';
 
+// The components of N: family name, given name, further names, prefix, suffix.
+inline constexpr size_t kNameParts = 5;
+
 // One property. Its name is the one by which card_names.h knows it; its texts are UTF-8, without escapes and encodings.
 struct CardProperty {
   std::string group;                    // before the name; mostly empty

@@ -13,8 +13,6 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr size_t kNameParts = 5;
-
 bool HasDigit(std::string_view text) {
   return std::ranges::any_of(text, [](char c) { return c >= '0' && c <= '9'; });
 }
@@ -35,14 +33,14 @@ std::vector<std::string> PartsOfFormatted(const Card& card, std::string_view for
 
 constexpr std::array<std::string_view, 5> kSources = {"FN", "ORG", "NICKNAME", "EMAIL", "TEL"};
 
-struct Number {
+struct DateNumber {
   int value;
   size_t digits;
 };
 
 // The runs of digits that begin a date, up to three; what separates them goes into `separator`.
-std::vector<Number> NumbersOf(std::string_view text, char& separator) {
-  std::vector<Number> numbers;
+std::vector<DateNumber> NumbersOf(std::string_view text, char& separator) {
+  std::vector<DateNumber> numbers;
   while (numbers.size() < 3 && !text.empty()) {
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -118,9 +116,9 @@ std::string DeriveFormattedName(const Card& card) {
 std::optional<Day> DayOf(std::string_view text) {
   text = Trim(text);
   char separator = '\0';
-  const std::vector<Number> numbers = NumbersOf(text, separator);
+  const std::vector<DateNumber> numbers = NumbersOf(text, separator);
   if (numbers.empty()) return std::nullopt;
-  const Number& first = numbers[0];
+  const DateNumber& first = numbers[0];
   if (first.digits == 8) {
     return MakeDay(first.value / 10000, first.value / 100 % 100, first.value % 100, false);
   }

@@ -19,7 +19,6 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr size_t kNameParts = 5;
 constexpr size_t kAddressParts = 7;
 constexpr size_t kExtended = 1;
 constexpr std::string_view kOffice = "X-MICROSOFT-OFFICELOC";

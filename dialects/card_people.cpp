@@ -49,7 +49,7 @@ constexpr std::array<CaptionRow, 20> kCaptions = {{
 }};
 
 // What says nothing to people, and is no loss.
-constexpr std::array<std::string_view, 12> kForMachines = {
+constexpr std::array<std::string_view, 12> kUnspoken = {
     "N",       "LABEL",   "REV",  "UID",  "PRODID",      "X-IRMC-LUID",
     "PROFILE", "VERSION", "NAME", "KIND", "SORT-STRING", "CLASS"};
 
@@ -120,8 +120,7 @@ void ReportTheRest(const Card& card, Report& report) {
   for (const CardProperty& property : card.properties) {
     const bool is_shown =
         std::ranges::find(kCaptions, property.name, &CaptionRow::name) != kCaptions.end();
-    const bool is_for_machines =
-        std::ranges::find(kForMachines, property.name) != kForMachines.end();
+    const bool is_for_machines = std::ranges::find(kUnspoken, property.name) != kUnspoken.end();
     if (!is_shown && !is_for_machines && !property.IsEmpty()) report.Dropped(property.name);
   }
 }

@@ -7,7 +7,7 @@
 namespace dialects {
 namespace {
 
-bool IsLetter(char c) {
+bool IsOfWord(char c) {
   const bool is_ascii_letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
   return is_ascii_letter || (c >= '0' && c <= '9') || static_cast<unsigned char>(c) >= 0x80;
 }
@@ -24,7 +24,7 @@ size_t LengthOf(std::string_view text, size_t characters) {
 
 }  // namespace
 
-bool HasLetters(std::string_view text) { return std::ranges::any_of(text, IsLetter); }
+bool HasLetters(std::string_view text) { return std::ranges::any_of(text, IsOfWord); }
 
 std::string Headline(std::string_view text, size_t most) {
   std::string_view line;

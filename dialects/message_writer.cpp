@@ -97,7 +97,7 @@ std::vector<std::string> OneAddress(const std::string& address) {
 // ---- Mail ---------------------------------------------------------------------------------------------------
 
 // A number of the content, the same each time (FNV-1a).
-std::string NumberOf(std::string_view text) {
+std::string HashOf(std::string_view text) {
   uint64_t number = 0xCBF29CE484222325;
   for (const char c : text) {
     number = (number ^ static_cast<unsigned char>(c)) * 0x100000001B3;
@@ -111,8 +111,8 @@ std::string MessageId(const Message& message, const std::string& uid) {
   std::string id = message.uid;
   if (id.empty()) id = uid;
   if (id.empty()) {
-    id = NumberOf(message.from + '\n' + message.date_text + '\n' + message.subject + '\n' +
-                  message.text);
+    id = HashOf(message.from + '\n' + message.date_text + '\n' + message.subject + '\n' +
+                message.text);
   }
   if (id.find('@') == std::string::npos) id += "@osif.invalid";
   return "Message-ID: " + InBrackets(id) + "\r\n";
@@ -183,7 +183,7 @@ std::string MailboxEntry(const Message& message, const std::string& uid) {
 
 // ---- For people ---------------------------------------------------------------------------------------------
 
-std::string Joined(const std::vector<std::string>& addresses) {
+std::string RecipientList(const std::vector<std::string>& addresses) {
   std::string list;
   for (const std::string& address : addresses) list += (list.empty() ? "" : ", ") + address;
   return list;
@@ -191,9 +191,9 @@ std::string Joined(const std::vector<std::string>& addresses) {
 
 PageItem PageOf(const Message& message) {
   return {{{"From", message.from},
-           {"To", Joined(message.to)},
-           {"Cc", Joined(message.cc)},
-           {"Bcc", Joined(message.bcc)},
+           {"To", RecipientList(message.to)},
+           {"Cc", RecipientList(message.cc)},
+           {"Bcc", RecipientList(message.bcc)},
            {"Date", message.date ? DateForPeople(*message.date) : message.date_text},
            {"Subject", message.subject}},
           TextForPeople(message)};

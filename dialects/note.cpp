@@ -47,7 +47,7 @@ const NoteRow* FindRow(std::string_view name) {
   return row == kRows.end() ? nullptr : row;
 }
 
-std::string Joined(const std::vector<std::string>& parts) {
+std::string CategoryList(const std::vector<std::string>& parts) {
   std::string text;
   for (const std::string& part : parts) text += (text.empty() ? "" : ",") + part;
   return text;
@@ -93,7 +93,7 @@ void TakeLine(const ContentLine& line, const ValueDecoder& decoder, Note& note, 
   if (!line.group.empty()) report.Changed("group prefix");
   if (!row->is_kept && row->text != &Note::uid) report.Changed("another name of a property");
   const bool is_list = row->text == &Note::categories;
-  Store(*row, is_list ? Joined(decoder.Components(line)) : decoder.Text(line), note, report);
+  Store(*row, is_list ? CategoryList(decoder.Components(line)) : decoder.Text(line), note, report);
 }
 
 // The reader takes it as it stands, and has room for so many bytes.

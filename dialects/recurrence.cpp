@@ -34,8 +34,6 @@ constexpr std::array<ListRow, 8> kLists = {{
 }};
 
 constexpr size_t kMostEntries = 400;  // no list can have more that differ
-constexpr int kLargestInterval = 9999;
-constexpr int kLargestCount = 1000000;
 
 // All of a text as a number; a "+" may stand before it.
 std::optional<int> Number(std::string_view text) {

@@ -40,6 +40,13 @@ struct RecurRule {
   bool operator==(const RecurRule&) const = default;
 };
 
+// What a rule may say at most; more is no rule.
+inline constexpr int kLargestInterval = 9999;
+inline constexpr int kLargestCount = 1000000;
+
+// The days that every month has.
+inline constexpr int kShortestMonth = 28;
+
 // The codes of the weekdays by their numbers.
 inline constexpr std::string_view kWeekdays[] = {"", "SU", "MO", "TU", "WE", "TH", "FR", "SA"};
 

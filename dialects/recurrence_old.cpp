@@ -11,7 +11,6 @@ namespace dialects {
 namespace {
 
 constexpr int kDefaultCount = 2;
-constexpr int kShortestMonth = 28;
 
 // The weekday of a day in its month: "2nd Friday", the fifth as the last.
 RuleDay PositionOf(const CivilTime& day) {
@@ -125,7 +124,7 @@ struct UnitRow {
   RuleUnit unit;
 };
 
-constexpr UnitRow kUnits[] = {
+constexpr UnitRow kUnitLetters[] = {
     {"M", RuleUnit::kMinutely}, {"D", RuleUnit::kDaily},    {"W", RuleUnit::kWeekly},
     {"MP", RuleUnit::kMonthly}, {"MD", RuleUnit::kMonthly}, {"YD", RuleUnit::kYearly},
     {"YM", RuleUnit::kYearly},
@@ -136,7 +135,7 @@ bool Convert(const std::vector<OldLevel>& levels, const CivilTime& start, OldSen
              RecurRule& rule) {
   const OldLevel& outer = levels.front();
   const OldLevel* inner = levels.size() > 1 ? &levels[1] : nullptr;
-  rule.unit = std::ranges::find(kUnits, outer.letters, &UnitRow::letters)->unit;
+  rule.unit = std::ranges::find(kUnitLetters, outer.letters, &UnitRow::letters)->unit;
   rule.interval = outer.interval;
   rule.week_start = 1;  // what the old grammar counts weeks from
   if (outer.letters == "YM") return ConvertYears(outer, inner, start, sense, rule);

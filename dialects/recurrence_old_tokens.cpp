@@ -16,8 +16,6 @@ namespace {
 
 constexpr size_t kMostTokens = 200;
 constexpr size_t kMostTimes = 8;
-constexpr int kLargestInterval = 9999;
-constexpr int kLargestCount = 1000000;
 constexpr std::array<std::string_view, 7> kLetters = {"M", "D", "W", "MP", "MD", "YM", "YD"};
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }

@@ -8,8 +8,6 @@
 namespace dialects {
 namespace {
 
-constexpr int kShortestMonth = 28;
-
 bool NamesNoDays(const RecurRule& rule) {
   return rule.days.empty() && rule.month_days.empty() && rule.months.empty();
 }

@@ -12,8 +12,7 @@ namespace dialects {
 namespace {
 
 constexpr size_t kMostParts = 4;
-constexpr int kLargestInterval = 999;
-constexpr int kShortestMonth = 28;
+constexpr int kLargestStoredInterval = 999;
 constexpr int kMonthsPerYear = 12;
 
 using Parts = std::vector<StorePart>;
@@ -228,7 +227,7 @@ std::vector<StorePart> StoreParts(const RecurRule& rule, const CivilTime& start,
   if (prepared.unit == RuleUnit::kMonthly) parts = MonthlyParts(prepared, changes);
   if (prepared.unit == RuleUnit::kYearly) parts = YearlyParts(prepared, changes);
   const auto is_too_rare = [](const StorePart& part) {
-    return part.store.interval > kLargestInterval;
+    return part.store.interval > kLargestStoredInterval;
   };
   if (std::ranges::any_of(parts, is_too_rare)) return {};
   if (!parts.empty()) report.Add(changes);

@@ -17,7 +17,7 @@ namespace {
 
 constexpr ULONG kLogonFlags = MAPI_UNICODE | MAPI_NO_MAIL | MAPI_USE_DEFAULT | MAPI_EXTENDED;
 constexpr LONG kMostStores = 50;
-constexpr ULONG kEntryIdColumn = 3;
+constexpr ULONG kStoreIdColumn = 3;
 
 ComPtr<IMAPISession> gpSession;
 ComPtr<IMAPIFolder> gpInBoxFolder;
@@ -103,8 +103,8 @@ void OpenFolders(IMsgStore& store) {
 // The store of the first row, whether it is the default one or not.
 ComPtr<IMsgStore> OpenFirstStore(const SRowSet& rows) {
   const SRow& row = rows.aRow[0];
-  if (row.cValues <= kEntryIdColumn) return {};
-  const SPropValue& id = row.lpProps[kEntryIdColumn];
+  if (row.cValues <= kStoreIdColumn) return {};
+  const SPropValue& id = row.lpProps[kStoreIdColumn];
   const SBinary entry = id.ulPropTag == PR_ENTRYID ? id.Value.bin : SBinary{};
   ComPtr<IMsgStore> store;
   const HRESULT result =

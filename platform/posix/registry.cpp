@@ -27,7 +27,7 @@
 
 namespace {
 
-constexpr size_t kLongestName = 255;  // characters of one part of a path
+constexpr size_t kLongestPart = 255;  // characters of one part of a path
 constexpr size_t kLongestValueName = 16383;
 constexpr DWORD kLargestValue = 1 << 20;  // bytes
 constexpr size_t kLongestKept = 1024;     // bytes of an answer that is remembered
@@ -74,7 +74,7 @@ std::optional<std::u16string> PathOf(HKEY key) {
 bool AppendParts(std::u16string_view subkey, std::u16string& path) {
   while (!subkey.empty()) {
     const size_t end = std::min(subkey.find(u'\\'), subkey.size());
-    if (end > kLongestName) return false;
+    if (end > kLongestPart) return false;
     if (end > 0) path.append(u"\\").append(subkey.substr(0, end));
     subkey.remove_prefix(std::min(end + 1, subkey.size()));
   }
