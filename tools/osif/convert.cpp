@@ -96,6 +96,8 @@ class Converter {
   }
 
   size_t written() const { return written_; }
+  // True when the output could not be written; that was told.
+  bool has_failed() const { return has_failed_; }
 
  private:
   bool Convert(const std::string& name, const dialects::ObjectText& object, size_t number,
@@ -145,6 +147,7 @@ class Converter {
   bool FailOutput() {
     const std::string name = output_.is_standard_output() ? "standard output" : output_.name();
     reporter_.Fail(name + ": " + std::strerror(errno), OSIF_ERR_GENERAL);
+    has_failed_ = true;
     return false;
   }
 
@@ -156,6 +159,7 @@ class Converter {
   dialects::ObjectKind kind_ = dialects::ObjectKind::kUnknown;
   std::unique_ptr<dialects::ObjectWriter> writer_;
   size_t written_ = 0;
+  bool has_failed_ = false;
 };
 
 // The files of a folder and of the folders in it, in the order of their names. Links to folders are not followed.
@@ -217,7 +221,13 @@ void Convert(const ConvertArguments& arguments, const Options&, Reporter& report
       break;
     }
   }
+  if (converter.has_failed()) return;
   if (WasInterrupted()) return reporter.Fail("interrupted", OSIF_OK);
+  // A file that was there is worth more than one without objects.
+  if (converter.written() == 0 && !output.is_standard_output()) {
+    return reporter.Fail(output.name() + ": not written, as there is no object for it",
+                         OSIF_ERR_INVALID_STREAM);
+  }
   if (!converter.Finish() || output.is_standard_output()) return;
   reporter.Result({{"file", output.name()}, {"count", converter.written()}},
                   output.name() + ": " + ObjectCount(converter.written()));

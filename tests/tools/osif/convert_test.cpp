@@ -100,6 +100,31 @@ TEST_F(CommandConvert, AFileThatIsNoneDoesNotCostTheOthers) {
   EXPECT_THAT(BytesOf(Path("out.vcf")), HasSubstr("Lee;Ann"));
 }
 
+TEST_F(CommandConvert, AFileThatWasThereIsKeptWhenThereIsNoObjectForIt) {
+  const std::string kept = Write("kept.vcf", "old");
+  const Outcome outcome = Osif({"convert", Write("empty.vcf", ""), "-o", kept});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(
+      outcome.ErrLines(),
+      ElementsAre(
+          "osif: " + Path("empty.vcf") +
+              ": no object is in it: The stream of data does not contain a valid object (code 8)",
+          "osif: " + kept +
+              ": not written, as there is no object for it: "
+              "The stream of data does not contain a valid object (code 8)"));
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(BytesOf(kept), "old");
+}
+
+TEST_F(CommandConvert, AnOutputWithoutRoomIsSaidOnce) {
+  const Outcome outcome =
+      Run({"/bin/sh", "-c",
+           "'" + std::string(support::kCommand) + "' convert '" + card_ + "' > /dev/full"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err,
+            "osif: standard output: No space left on device: General failure (code 1)\n");
+}
+
 TEST_F(CommandConvert, StandardInputAndOutputAreADash) {
   const Outcome outcome = Run({"/bin/sh", "-c",
                                "cat '" + card_ + "' | '" + std::string(support::kCommand) +
