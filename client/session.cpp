@@ -113,6 +113,14 @@ OsifResult Session::OpenChangeLog(int32_t store_id) {
   return entry->second;
 }
 
+bool Session::WaitUntilFree(int32_t store_id, uint32_t milliseconds) {
+  if (const auto entry = change_logs_.find(store_id); entry != change_logs_.end()) {
+    return !users_.contains(store_id);
+  }
+  const WideText folder = MakeLogFolder(store_id);
+  return LogFolderUse().Begin(folder, milliseconds) != LogFolderUse::Result::kInUse;
+}
+
 std::string Session::ChangeLogText(int32_t store_id) const {
   std::string log = "the change log of " + NameOfStore(store_id);
   const auto user = users_.find(store_id);

@@ -35,6 +35,9 @@ class Session {
   // wait for each other. OSIF_OK when the log is open.
   OsifResult OpenChangeLog(int32_t store_id);
 
+  // Waits up to this many milliseconds for another program that uses the store's change log, before it is opened. False
+  // when it is still in use then.
+  bool WaitUntilFree(int32_t store_id, uint32_t milliseconds);
   // What is to be said of a change log that could not be opened, such as which program uses it.
   std::string ChangeLogText(int32_t store_id) const;
 

@@ -86,6 +86,7 @@ std::string Connection::AnswerTo(Opcode opcode, std::string_view bytes) {
     case Opcode::kSetPath:
       return AnswerSetPath(bytes);
     case Opcode::kDisconnect:
+      if (is_open_) service_.Close();
       is_open_ = is_authentic_ = false;
       connection_id_.reset();
       peer_packet_ = kLeastPacket;

@@ -58,6 +58,9 @@ class Service {
 
   virtual GetAnswer Get(const Request& request) = 0;
 
+  // The peer has disconnected: what is held for it is let go of. It may connect again.
+  virtual void Close() = 0;
+
   // What has come of the running PUT is not wanted any more: it was aborted, or the connection is lost.
   virtual void Drop() = 0;
 };
