@@ -358,7 +358,7 @@ std::string ModernPropertyLine(CardVersion version, const CardProperty& property
   std::string line = ModernHead(version, property, date.is_text);
   line += ':';
   line += is_date ? EscapedModern(date.text) : ModernValue(version, property);
-  return FoldedLine(line);
+  return FoldedLine(std::move(line));
 }
 
 // ---- Cards --------------------------------------------------------------------------------------------------

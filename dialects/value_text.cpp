@@ -12,6 +12,7 @@ namespace dialects {
 namespace {
 
 constexpr size_t kLongestLine = 75;  // in bytes, without the line end
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
 std::string WithoutTransferEncoding(const ContentLine& line, std::string_view value) {
   switch (EncodingOf(line)) {
@@ -34,18 +35,20 @@ constexpr std::string_view kEncodedLineBreak = "=0D=0A";
 // True for what can stand in a line of the old formats as it is.
 bool IsPlainOld(std::string_view text) {
   const bool is_printable =
-      std::ranges::all_of(text, [](char c) { return c == '\t' || (c >= ' ' && c <= '~'); });
+      std::ranges::all_of(text, [](char c) { return (c >= ' ' && c <= '~') || c == '\t'; });
   return is_printable && !text.ends_with('=') && Trim(text) == text &&
          text.find(kEncodedLineBreak) == std::string_view::npos;
 }
 
-std::string EscapedOld(std::string_view text) {
-  std::string escaped;
-  for (const char c : text) {
-    if (c == ';' || c == '\\') escaped += '\\';
-    escaped += c;
+void AppendEscapedOld(std::string& escaped, std::string_view text) {
+  for (;;) {
+    const size_t special = text.find_first_of(";\\");
+    escaped += text.substr(0, special);
+    if (special == std::string_view::npos) return;
+    escaped += '\\';
+    escaped += text[special];
+    text.remove_prefix(special + 1);
   }
-  return escaped;
 }
 
 // CR LF for any line break, as the old formats have it.
@@ -64,6 +67,7 @@ std::string WithOldLineBreaks(std::string_view text) {
 
 // The encoder leaves no ";" as it is; a backslash stays one after decoding, so it is doubled before.
 std::string QuotedPrintableOld(std::string_view text) {
+  if (text.find_first_of("\r\n\\") == std::string_view::npos) return QuotedPrintableEncode(text);
   std::string doubled;
   for (const char c : WithOldLineBreaks(text)) {
     if (c == '\\') doubled += '\\';
@@ -106,9 +110,9 @@ ValueDecoder::ValueDecoder(std::span<const ContentLine> lines, Escapes escapes,
     : escapes_(escapes), settings_(settings), report_(report) {
   std::string undeclared;
   for (const ContentLine& line : lines) {
-    if (!line.Param("CHARSET").empty()) continue;
-    if (EncodingOf(line) == Encoding::kBase64) continue;
-    if (EncodingOf(line) == Encoding::kNone && IsAsciiText(line.value)) continue;
+    const Encoding encoding = EncodingOf(line);
+    if (encoding == Encoding::kNone && IsAsciiText(line.value)) continue;
+    if (encoding == Encoding::kBase64 || !line.Param("CHARSET").empty()) continue;
     undeclared += WithoutTransferEncoding(line, line.value);
     undeclared += '\n';
   }
@@ -124,21 +128,21 @@ ValueDecoder::ValueDecoder(std::span<const ContentLine> lines, Escapes escapes,
   }
 }
 
-std::string ValueDecoder::InUtf8(std::string_view charset, std::string_view bytes) const {
+std::string ValueDecoder::InUtf8(std::string_view charset, std::string bytes) const {
   if (charset.empty()) {
-    if (is_utf8_ && IsUtf8(bytes)) return std::string(bytes);
+    if (is_utf8_ && IsUtf8(bytes)) return bytes;
     // What was in base64 had no say in it.
     if (is_utf8_) report_.Guessed("character set");
     return ToUtf8From(settings_.input_code_page, bytes);
   }
-  const std::optional<std::string> text = ToUtf8From(charset, bytes);
+  std::optional<std::string> text = ToUtf8From(charset, bytes);
   // A declared UTF-8 that is none.
-  if (text && (text->find("\xEF\xBF\xBD") == std::string::npos ||
-               bytes.find("\xEF\xBF\xBD") != std::string_view::npos)) {
-    return *text;
+  if (text && (text->find(kReplacement) == std::string::npos ||
+               bytes.find(kReplacement) != std::string::npos)) {
+    return std::move(*text);
   }
   report_.Guessed("character set");
-  if (IsUtf8(bytes)) return std::string(bytes);
+  if (IsUtf8(bytes)) return bytes;
   return ToUtf8From(settings_.input_code_page, bytes);
 }
 
@@ -156,6 +160,10 @@ std::string ValueDecoder::Text(const ContentLine& line) const {
   return IsAsSent(line) ? Unescaped(line.value, escapes_) : Unescaped(Decoded(line), escapes_);
 }
 
+std::string ValueDecoder::Text(ContentLine&& line) const {
+  return Unescaped(IsAsSent(line) ? std::move(line.value) : Decoded(line), escapes_);
+}
+
 std::vector<std::string> ValueDecoder::Components(const ContentLine& line) const {
   std::vector<std::string> components;
   const std::string_view charset = line.Param("CHARSET");
@@ -167,7 +175,9 @@ std::vector<std::string> ValueDecoder::Components(const ContentLine& line) const
     return components;
   }
   const bool is_as_sent = IsAsSent(line);
-  for (const std::string_view piece : SplitUnescaped(line.value, ';')) {
+  const std::vector<std::string_view> pieces = SplitUnescaped(line.value, ';');
+  components.reserve(pieces.size());
+  for (const std::string_view piece : pieces) {
     if (is_as_sent) {
       components.push_back(Unescaped(piece, escapes_));
       continue;
@@ -180,6 +190,11 @@ std::vector<std::string> ValueDecoder::Components(const ContentLine& line) const
 
 std::string ValueDecoder::Bytes(const ContentLine& line) const {
   return WithoutTransferEncoding(line, line.value);
+}
+
+std::string Unescaped(std::string&& text, Escapes escapes) {
+  if (text.find('\\') == std::string::npos) return std::move(text);
+  return Unescaped(std::string_view(text), escapes);
 }
 
 std::string Unescaped(std::string_view text, Escapes escapes) {
@@ -255,7 +270,11 @@ std::string OldLine(std::string_view head, std::span<const std::string> componen
   char separator = ':';
   for (const std::string& component : components) {
     line += separator;
-    line += is_plain ? EscapedOld(component) : QuotedPrintableOld(component);
+    if (is_plain) {
+      AppendEscapedOld(line, component);
+    } else {
+      line += QuotedPrintableOld(component);
+    }
     separator = ';';
   }
   return (is_plain ? line : SoftBroken(line)) + "\r\n";
@@ -263,6 +282,11 @@ std::string OldLine(std::string_view head, std::span<const std::string> componen
 
 std::string OldLine(std::string_view head, const std::string& text) {
   return OldLine(head, std::span(&text, 1));
+}
+
+std::string FoldedLine(std::string&& line) {
+  if (line.size() <= kLongestLine) return std::move(line += "\r\n");
+  return FoldedLine(std::string_view(line));
 }
 
 std::string FoldedLine(std::string_view line) {
