@@ -66,12 +66,14 @@ size_t LineLength(std::string_view text) {
 // Where a line's parameters end and its value begins: at the first colon that is in no quotes. Quotes that are not
 // closed before the line ends are none.
 size_t FindColon(std::string_view line) {
-  bool is_quoted = false;
-  for (size_t i = FindAny(line, ':', '"'); i < line.size(); ++i) {
+  const size_t first = line.find(':');
+  size_t i = line.substr(0, first).find('"');
+  if (i == std::string_view::npos) return first;
+  for (bool is_quoted = false; i < line.size(); ++i) {
     if (line[i] == '"') is_quoted = !is_quoted;
     if (line[i] == ':' && !is_quoted) return i;
   }
-  return line.find(':');
+  return first;
 }
 
 // RFC 6868: ^n is a line break, ^' a quotation mark, ^^ a caret.

@@ -284,11 +284,6 @@ std::string OldLine(std::string_view head, const std::string& text) {
   return OldLine(head, std::span(&text, 1));
 }
 
-std::string FoldedLine(std::string&& line) {
-  if (line.size() <= kLongestLine) return std::move(line += "\r\n");
-  return FoldedLine(std::string_view(line));
-}
-
 std::string FoldedLine(std::string_view line) {
   std::string folded;
   folded.reserve(line.size() + line.size() / kLongestLine * 3 + 2);
@@ -304,6 +299,14 @@ std::string FoldedLine(std::string_view line) {
   folded += line;
   folded += "\r\n";
   return folded;
+}
+
+void FoldLastLine(std::string& text, size_t begin) {
+  if (text.size() - begin <= kLongestLine) {
+    text += "\r\n";
+  } else {
+    text.replace(begin, std::string::npos, FoldedLine(std::string_view(text).substr(begin)));
+  }
 }
 
 std::string ParameterValue(std::string_view value, bool has_caret_escapes) {

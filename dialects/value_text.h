@@ -73,7 +73,9 @@ std::string OldLine(std::string_view head, const std::string& text);
 // Folds a line of vCard 3.0, 4.0 or iCalendar at 75 bytes, never inside a character or an escape, and ends it with
 // CR LF (RFC 2425 section 5.8.1, RFC 5545 section 3.1).
 std::string FoldedLine(std::string_view line);
-std::string FoldedLine(std::string&& line);
+
+// The same for the line that begins at `begin` in a text and ends with it.
+void FoldLastLine(std::string& text, size_t begin);
 
 // A parameter's value, in quotes where it has to be, with the escapes of RFC 6868 where `has_caret_escapes`; where not,
 // what no parameter can hold is left out.
