@@ -234,6 +234,7 @@ constexpr size_t kMostTypes = 32;
 
 void TakeType(CardProperty& property, std::string_view sent) {
   if (property.types.size() == kMostTypes) return;
+  if (property.types.empty()) property.types.reserve(2);
   const std::string word = ToUpper(sent);
   if (!IsWord(word)) return;
   if (word == "PREF"sv) {

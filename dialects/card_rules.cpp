@@ -115,8 +115,15 @@ void SortByPreference(Draft& draft) {
   const auto rank = [](const CardProperty& property) {
     return property.preference == 0 ? kNone : property.preference;
   };
-  const bool is_sorted = std::ranges::is_sorted(draft.card.properties, {}, rank);
-  if (!is_sorted) std::ranges::stable_sort(draft.card.properties, {}, rank);
+  std::vector<CardProperty>& properties = draft.card.properties;
+  if (std::ranges::is_sorted(properties, {}, rank)) return;
+  std::vector<CardProperty*> order;
+  for (CardProperty& property : properties) order.push_back(&property);
+  std::ranges::stable_sort(order, {}, [&](const CardProperty* one) { return rank(*one); });
+  std::vector<CardProperty> sorted;
+  sorted.reserve(properties.size());
+  for (CardProperty* property : order) sorted.push_back(std::move(*property));
+  properties = std::move(sorted);
 }
 
 // Properties of one name and ALTID say the same in several languages.

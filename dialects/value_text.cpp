@@ -14,8 +14,8 @@ namespace {
 constexpr size_t kLongestLine = 75;  // in bytes, without the line end
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
-std::string WithoutTransferEncoding(const ContentLine& line, std::string_view value) {
-  switch (EncodingOf(line)) {
+std::string WithoutTransferEncoding(Encoding encoding, std::string_view value) {
+  switch (encoding) {
     case Encoding::kQuotedPrintable:
       return QuotedPrintableDecode(value);
     case Encoding::kBase64:
@@ -24,6 +24,15 @@ std::string WithoutTransferEncoding(const ContentLine& line, std::string_view va
       break;
   }
   return std::string(value);
+}
+
+// What comes before the first special character, which is taken off the text; all of it without one.
+template <typename IsSpecial>
+std::string_view TakeUpTo(IsSpecial is_special, std::string_view& text) {
+  const auto* const special = std::ranges::find_if(text, is_special);
+  const std::string_view plain = text.substr(0, static_cast<size_t>(special - text.begin()));
+  text.remove_prefix(plain.size());
+  return plain;
 }
 
 // A byte that continues a character of UTF-8.
@@ -41,39 +50,27 @@ bool IsPlainOld(std::string_view text) {
 }
 
 void AppendEscapedOld(std::string& escaped, std::string_view text) {
+  const auto is_special = [](char c) { return c == ';' || c == '\\'; };
   for (;;) {
-    const size_t special = text.find_first_of(";\\");
-    escaped += text.substr(0, special);
-    if (special == std::string_view::npos) return;
+    escaped += TakeUpTo(is_special, text);
+    if (text.empty()) return;
     escaped += '\\';
-    escaped += text[special];
-    text.remove_prefix(special + 1);
+    escaped += text.front();
+    text.remove_prefix(1);
   }
 }
 
-// CR LF for any line break, as the old formats have it.
-std::string WithOldLineBreaks(std::string_view text) {
-  std::string broken;
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-    if (text[i] == '\n' || text[i] == '\r') {
-      broken += "\r\n";
-    } else {
-      broken += text[i];
-    }
-  }
-  return broken;
-}
-
-// The encoder leaves no ";" as it is; a backslash stays one after decoding, so it is doubled before.
+// The old formats have CR LF for any line break. The encoder leaves no ";" as it is; a backslash stays one after
+// decoding, so it is doubled before.
 std::string QuotedPrintableOld(std::string_view text) {
-  if (text.find_first_of("\r\n\\") == std::string_view::npos) return QuotedPrintableEncode(text);
-  std::string doubled;
-  for (const char c : WithOldLineBreaks(text)) {
-    if (c == '\\') doubled += '\\';
-    doubled += c;
+  const auto is_special = [](char c) { return c == '\n' || c == '\r' || c == '\\'; };
+  std::string meant;
+  for (;;) {
+    meant += TakeUpTo(is_special, text);
+    if (text.empty()) return QuotedPrintableEncode(meant);
+    meant += text.front() == '\\' ? "\\\\" : "\r\n";
+    text.remove_prefix(text.starts_with("\r\n") ? 2 : 1);
   }
-  return QuotedPrintableEncode(doubled);
 }
 
 // RFC 2045, section 6.7: no line of quoted-printable is longer than 76 bytes, and no soft break stands inside of an
@@ -81,6 +78,7 @@ std::string QuotedPrintableOld(std::string_view text) {
 std::string SoftBroken(std::string_view line) {
   constexpr size_t kRoom = 75;  // the "=" of the break is the last
   std::string broken;
+  broken.reserve(line.size() + line.size() / kRoom * 4);
   size_t first = line.find(':') + 1;
   while (line.size() > std::max(kRoom, first)) {
     size_t end = std::max(kRoom, first);
@@ -113,7 +111,7 @@ ValueDecoder::ValueDecoder(std::span<const ContentLine> lines, Escapes escapes,
     const Encoding encoding = EncodingOf(line);
     if (encoding == Encoding::kNone && IsAsciiText(line.value)) continue;
     if (encoding == Encoding::kBase64 || !line.Param("CHARSET").empty()) continue;
-    undeclared += WithoutTransferEncoding(line, line.value);
+    undeclared += WithoutTransferEncoding(encoding, line.value);
     undeclared += '\n';
   }
   if (IsAsciiText(undeclared)) {
@@ -147,7 +145,7 @@ std::string ValueDecoder::InUtf8(std::string_view charset, std::string bytes) co
 }
 
 std::string ValueDecoder::Decoded(const ContentLine& line) const {
-  return InUtf8(line.Param("CHARSET"), WithoutTransferEncoding(line, line.value));
+  return InUtf8(line.Param("CHARSET"), WithoutTransferEncoding(EncodingOf(line), line.value));
 }
 
 bool ValueDecoder::IsAsSent(const ContentLine& line) const {
@@ -167,7 +165,8 @@ std::string ValueDecoder::Text(ContentLine&& line) const {
 std::vector<std::string> ValueDecoder::Components(const ContentLine& line) const {
   std::vector<std::string> components;
   const std::string_view charset = line.Param("CHARSET");
-  if (EncodingOf(line) == Encoding::kBase64) {
+  const Encoding encoding = EncodingOf(line);
+  if (encoding == Encoding::kBase64) {
     const std::string decoded = Decoded(line);
     for (const std::string_view piece : SplitUnescaped(decoded, ';')) {
       components.push_back(Unescaped(piece, escapes_));
@@ -183,13 +182,13 @@ std::vector<std::string> ValueDecoder::Components(const ContentLine& line) const
       continue;
     }
     components.push_back(
-        Unescaped(InUtf8(charset, WithoutTransferEncoding(line, piece)), escapes_));
+        Unescaped(InUtf8(charset, WithoutTransferEncoding(encoding, piece)), escapes_));
   }
   return components;
 }
 
 std::string ValueDecoder::Bytes(const ContentLine& line) const {
-  return WithoutTransferEncoding(line, line.value);
+  return WithoutTransferEncoding(EncodingOf(line), line.value);
 }
 
 std::string Unescaped(std::string&& text, Escapes escapes) {
@@ -238,18 +237,13 @@ void AppendEscapedModern(std::string& escaped, std::string_view text) {
   const auto is_special = [](char c) {
     return c == ';' || c == ',' || c == '\\' || c == '\n' || c == '\r';
   };
-  const auto* first = std::ranges::find_if(text, is_special);
-  escaped += text.substr(0, static_cast<size_t>(first - text.begin()));
-  text.remove_prefix(static_cast<size_t>(first - text.begin()));
-  for (size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-    if (c == '\n' || c == '\r') {
-      escaped += "\\n";
-    } else {
-      if (c == ';' || c == ',' || c == '\\') escaped += '\\';
-      escaped += c;
-    }
+  for (;;) {
+    escaped += TakeUpTo(is_special, text);
+    if (text.empty()) return;
+    const char c = text.front();
+    escaped += '\\';
+    escaped += c == '\n' || c == '\r' ? 'n' : c;
+    text.remove_prefix(text.starts_with("\r\n") ? 2 : 1);
   }
 }
 
@@ -262,10 +256,9 @@ std::string EscapedModern(std::string_view text) {
 std::string OldLine(std::string_view head, std::span<const std::string> components) {
   const bool is_plain = std::ranges::all_of(
       components, [](const std::string& component) { return IsPlainOld(component); });
-  const bool is_ascii = std::ranges::all_of(
-      components, [](const std::string& component) { return IsAsciiText(component); });
+  const bool is_ascii = is_plain || std::ranges::all_of(components, IsAsciiText);
   std::string line(head);
-  if (!is_plain && !is_ascii) line += ";CHARSET=UTF-8";
+  if (!is_ascii) line += ";CHARSET=UTF-8";
   if (!is_plain) line += ";ENCODING=QUOTED-PRINTABLE";
   char separator = ':';
   for (const std::string& component : components) {
@@ -277,7 +270,8 @@ std::string OldLine(std::string_view head, std::span<const std::string> componen
     }
     separator = ';';
   }
-  return (is_plain ? line : SoftBroken(line)) + "\r\n";
+  if (!is_plain) line = SoftBroken(line);
+  return line += "\r\n";
 }
 
 std::string OldLine(std::string_view head, const std::string& text) {
