@@ -626,6 +626,8 @@ std::vector<CardProperty> TakeProperties(Card& card, std::string_view name) {
   std::vector<CardProperty>& properties = card.properties;
   std::vector<CardProperty> taken;
   auto end = std::ranges::find(properties, name, &CardProperty::name);
+  const auto count = std::ranges::count(end, properties.end(), name, &CardProperty::name);
+  taken.reserve(static_cast<size_t>(count));
   for (auto property = end; property != properties.end(); ++property) {
     if (property->name == name) {
       taken.push_back(std::move(*property));
@@ -638,6 +640,7 @@ std::vector<CardProperty> TakeProperties(Card& card, std::string_view name) {
 }
 
 std::string WithoutLists(std::string_view component, std::string_view separator) {
+  if (component.find(kListSeparator) == std::string_view::npos) return std::string(component);
   std::string text;
   for (const char c : component) {
     if (c == kListSeparator) {

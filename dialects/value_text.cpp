@@ -82,8 +82,8 @@ std::string SoftBroken(std::string_view line) {
   size_t first = line.find(':') + 1;
   while (line.size() > std::max(kRoom, first)) {
     size_t end = std::max(kRoom, first);
-    const size_t escape = line.rfind('=', end - 1);
-    if (escape != std::string_view::npos && escape + 3 > end && escape >= first) end = escape;
+    const size_t escape = line.substr(0, end).find('=', std::max(first, end - 2));
+    if (escape != std::string_view::npos) end = escape;
     broken += line.substr(0, end);
     broken += "=\r\n";
     line.remove_prefix(end);
@@ -257,7 +257,9 @@ std::string OldLine(std::string_view head, std::span<const std::string> componen
   const bool is_plain = std::ranges::all_of(
       components, [](const std::string& component) { return IsPlainOld(component); });
   const bool is_ascii = is_plain || std::ranges::all_of(components, IsAsciiText);
-  std::string line(head);
+  std::string line;
+  line.reserve(kLongestLine);
+  line += head;
   if (!is_ascii) line += ";CHARSET=UTF-8";
   if (!is_plain) line += ";ENCODING=QUOTED-PRINTABLE";
   char separator = ':';
