@@ -92,14 +92,13 @@ std::string Replaced(std::string_view text, std::string_view what, std::string_v
 // A line break is a line feed in the model, and a text has no zero.
 void Tidy(std::string& text) {
   if (text.find('\0') != std::string::npos) std::erase(text, '\0');
-  if (text.find('\r') == std::string::npos) return;
-  std::string tidy;
-  tidy.reserve(text.size());
-  for (size_t i = 0; i < text.size(); ++i) {
+  size_t end = text.find('\r');
+  if (end == std::string::npos) return;
+  for (size_t i = end; i < text.size(); ++i) {
     const bool is_pair = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
-    if (!is_pair) tidy += text[i] == '\r' ? '\n' : text[i];
+    if (!is_pair) text[end++] = text[i] == '\r' ? '\n' : text[i];
   }
-  text = std::move(tidy);
+  text.resize(end);
 }
 
 // The components of a decoded value of 3.0 or 4.0. Senders that know of no lists write a comma that is text without

@@ -43,10 +43,11 @@ constexpr std::string_view kEncodedLineBreak = "=0D=0A";
 
 // True for what can stand in a line of the old formats as it is.
 bool IsPlainOld(std::string_view text) {
+  if (text.empty()) return true;
   const bool is_printable =
       std::ranges::all_of(text, [](char c) { return (c >= ' ' && c <= '~') || c == '\t'; });
-  return is_printable && !text.ends_with('=') && Trim(text) == text &&
-         text.find(kEncodedLineBreak) == std::string_view::npos;
+  return is_printable && !text.ends_with('=') && !IsBlankOrTab(text.front()) &&
+         !IsBlankOrTab(text.back()) && text.find(kEncodedLineBreak) == std::string_view::npos;
 }
 
 void AppendEscapedOld(std::string& escaped, std::string_view text) {
