@@ -548,7 +548,8 @@ void ResolveLabels(Card& card) {
 // The later versions are UTF-8, whatever a CHARSET says, unless the bytes contradict.
 void IgnoreCharsets(std::vector<ContentLine>& lines) {
   for (ContentLine& line : lines) {
-    if (IsUtf8(line.value) && EncodingOf(line) == Encoding::kNone) line.RemoveParams("CHARSET");
+    if (line.Param("CHARSET").empty() || EncodingOf(line) != Encoding::kNone) continue;
+    if (IsUtf8(line.value)) line.RemoveParams("CHARSET");
   }
 }
 

@@ -198,24 +198,22 @@ std::string Unescaped(std::string&& text, Escapes escapes) {
 }
 
 std::string Unescaped(std::string_view text, Escapes escapes) {
-  if (text.find('\\') == std::string_view::npos) return std::string(text);
   std::string plain;
   plain.reserve(text.size());
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '\\' || i + 1 == text.size()) {
-      plain += text[i];
-      continue;
-    }
-    const char next = text[i + 1];
-    const bool is_escape = next == ';' || next == '\\';
-    if (escapes == Escapes::kOld && !is_escape) {
+  for (;;) {
+    const size_t backslash = text.find('\\');
+    plain += text.substr(0, backslash);
+    if (backslash == std::string_view::npos) return plain;
+    text.remove_prefix(backslash + 1);
+    const char next = text.empty() ? '\0' : text.front();
+    const bool is_escape = next == ';' || next == '\\' || escapes == Escapes::kModern;
+    if (text.empty() || !is_escape) {
       plain += '\\';
-      continue;
+    } else {
+      plain += next == 'n' || next == 'N' ? '\n' : next;
+      text.remove_prefix(1);
     }
-    plain += next == 'n' || next == 'N' ? '\n' : next;
-    ++i;
   }
-  return plain;
 }
 
 std::vector<std::string_view> SplitUnescaped(std::string_view text, char separator) {
