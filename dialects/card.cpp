@@ -92,14 +92,13 @@ std::string Replaced(std::string_view text, std::string_view what, std::string_v
 // A line break is a line feed in the model, and a text has no zero.
 void Tidy(std::string& text) {
   if (text.find('\0') != std::string::npos) std::erase(text, '\0');
-  if (text.find('\r') == std::string::npos) return;
-  std::string tidy;
-  tidy.reserve(text.size());
-  for (size_t i = 0; i < text.size(); ++i) {
+  size_t end = text.find('\r');
+  if (end == std::string::npos) return;
+  for (size_t i = end; i < text.size(); ++i) {
     const bool is_pair = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
-    if (!is_pair) tidy += text[i] == '\r' ? '\n' : text[i];
+    if (!is_pair) text[end++] = text[i] == '\r' ? '\n' : text[i];
   }
-  text = std::move(tidy);
+  text.resize(end);
 }
 
 // The components of a decoded value of 3.0 or 4.0. Senders that know of no lists write a comma that is text without
@@ -174,7 +173,8 @@ std::vector<std::string> Place(std::string text) {
   return One(std::move(text));
 }
 
-std::vector<std::string> ComponentsOf(const ValueDecoder& decoder, const ContentLine& line,
+// The line's value is used up.
+std::vector<std::string> ComponentsOf(const ValueDecoder& decoder, ContentLine& line,
                                       CardShape shape) {
   switch (shape) {
     case CardShape::kStructured:
@@ -184,17 +184,19 @@ std::vector<std::string> ComponentsOf(const ValueDecoder& decoder, const Content
     case CardShape::kList:
       return ListEntries(decoder, line);
     case CardShape::kPlace:
-      return Place(decoder.Text(line));
+      return Place(decoder.Text(std::move(line)));
     default:
-      return One(decoder.Text(line));
+      return One(decoder.Text(std::move(line)));
   }
 }
 
 // True for what can be a name in every version.
 bool IsWord(std::string_view text) {
-  return !text.empty() && std::ranges::all_of(text, [](char c) {
-    return c > ' ' && c <= '~' && std::string_view(":;,=\"\\").find(c) == std::string_view::npos;
-  });
+  const auto is_special = [](char c) {
+    return c == ':' || c == ';' || c == ',' || c == '=' || c == '"' || c == '\\';
+  };
+  return !text.empty() &&
+         std::ranges::all_of(text, [&](char c) { return c > ' ' && c <= '~' && !is_special(c); });
 }
 
 // ---- Parameters ---------------------------------------------------------------------------------------------
@@ -231,14 +233,15 @@ constexpr size_t kMostTypes = 32;
 
 void TakeType(CardProperty& property, std::string_view sent) {
   if (property.types.size() == kMostTypes) return;
+  if (property.types.empty()) property.types.reserve(2);
   const std::string word = ToUpper(sent);
   if (!IsWord(word)) return;
   if (word == "PREF"sv) {
     if (property.preference == 0) property.preference = 1;
   } else if (IsValueWord(word)) {
     AddValueKind(property, word);
-  } else if (!word.empty() && !property.HasType(CanonicalType(word))) {
-    property.types.emplace_back(CanonicalType(word));
+  } else if (const std::string_view type = CanonicalType(word); !property.HasType(type)) {
+    property.types.emplace_back(type);
   }
 }
 
@@ -400,7 +403,8 @@ class CardReader {
     CardProperty& property = card_.properties.emplace_back();
     property.line = line.line;
     property.name = CanonicalCardName(line.name);
-    TakeValue(line, property);
+    const CardShape shape = ShapeOf(property.name);
+    TakeValue(line, shape, property);
     property.group = std::move(line.group);
     std::string label;
     std::string sort_key;
@@ -414,16 +418,17 @@ class CardReader {
       }
     }
     if (line.name == "X-MICROSOFT-ASST_TEL"sv) property.types = {"X-ASSISTANT"};
-    TakeDialect(property);
+    TakeDialect(shape, property);
     if (!label.empty()) AddLabel(label);
     if (!sort_key.empty()) card_.Add("SORT-STRING", {std::move(sort_key)});
   }
 
-  void TakeValue(ContentLine& line, CardProperty& property) {
+  void TakeValue(ContentLine& line, CardShape shape, CardProperty& property) {
     const Encoding encoding = EncodingOf(line);
-    const CardShape shape = ShapeOf(property.name);
-    const bool is_binary = shape == CardShape::kBinary || !IsKnownCardName(property.name);
-    if (encoding == Encoding::kBase64 && is_binary) {
+    const auto is_binary = [&] {
+      return shape == CardShape::kBinary || !IsKnownCardName(property.name);
+    };
+    if (encoding == Encoding::kBase64 && is_binary()) {
       std::erase_if(line.value, IsBlankOrTab);
       property.components = One(std::move(line.value));
       property.is_binary = true;
@@ -437,7 +442,7 @@ class CardReader {
     for (std::string& component : property.components) Tidy(component);
   }
 
-  void TakeDialect(CardProperty& property) {
+  void TakeDialect(CardShape shape, CardProperty& property) {
     const std::string& name = property.name;
     if (name == "TEL"sv) {
       TakeNumberOfUri(property);
@@ -447,7 +452,7 @@ class CardReader {
       TakeKindOfAddress30(property);
     } else if (name == "RELATED"sv) {
       TakeRelation(property);
-    } else if (ShapeOf(name) == CardShape::kBinary) {
+    } else if (shape == CardShape::kBinary) {
       TakeDataOfUri(property);
     }
   }
@@ -543,7 +548,8 @@ void ResolveLabels(Card& card) {
 // The later versions are UTF-8, whatever a CHARSET says, unless the bytes contradict.
 void IgnoreCharsets(std::vector<ContentLine>& lines) {
   for (ContentLine& line : lines) {
-    if (IsUtf8(line.value) && EncodingOf(line) == Encoding::kNone) line.RemoveParams("CHARSET");
+    if (line.Param("CHARSET").empty() || EncodingOf(line) != Encoding::kNone) continue;
+    if (IsUtf8(line.value)) line.RemoveParams("CHARSET");
   }
 }
 
@@ -618,16 +624,23 @@ Card ReadCard(const ObjectText& object, const TextSettings& settings, Report& re
 
 std::vector<CardProperty> TakeProperties(Card& card, std::string_view name) {
   std::vector<CardProperty>& properties = card.properties;
-  const auto taken =
-      std::stable_partition(properties.begin(), properties.end(),
-                            [&](const CardProperty& property) { return property.name != name; });
-  std::vector<CardProperty> all(std::make_move_iterator(taken),
-                                std::make_move_iterator(properties.end()));
-  properties.erase(taken, properties.end());
-  return all;
+  std::vector<CardProperty> taken;
+  auto end = std::ranges::find(properties, name, &CardProperty::name);
+  const auto count = std::ranges::count(end, properties.end(), name, &CardProperty::name);
+  taken.reserve(static_cast<size_t>(count));
+  for (auto property = end; property != properties.end(); ++property) {
+    if (property->name == name) {
+      taken.push_back(std::move(*property));
+    } else {
+      *end++ = std::move(*property);
+    }
+  }
+  properties.erase(end, properties.end());
+  return taken;
 }
 
 std::string WithoutLists(std::string_view component, std::string_view separator) {
+  if (component.find(kListSeparator) == std::string_view::npos) return std::string(component);
   std::string text;
   for (const char c : component) {
     if (c == kListSeparator) {

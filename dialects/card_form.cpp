@@ -93,6 +93,7 @@ void MoveOffice(Card& card) {
 
 // A label is a parameter of the address of its kind, the first label of the first address.
 void MoveLabels(Card& card) {
+  if (card.Find("LABEL") == nullptr) return;
   std::map<std::vector<std::string>, std::deque<CardProperty*>> addresses;
   for (CardProperty& property : card.properties) {
     if (property.name == "ADR"sv) addresses[property.types].push_back(&property);

@@ -115,8 +115,16 @@ void SortByPreference(Draft& draft) {
   const auto rank = [](const CardProperty& property) {
     return property.preference == 0 ? kNone : property.preference;
   };
-  const bool is_sorted = std::ranges::is_sorted(draft.card.properties, {}, rank);
-  if (!is_sorted) std::ranges::stable_sort(draft.card.properties, {}, rank);
+  std::vector<CardProperty>& properties = draft.card.properties;
+  if (std::ranges::is_sorted(properties, {}, rank)) return;
+  std::vector<CardProperty*> order;
+  order.reserve(properties.size());
+  for (CardProperty& property : properties) order.push_back(&property);
+  std::ranges::stable_sort(order, {}, [&](const CardProperty* one) { return rank(*one); });
+  std::vector<CardProperty> sorted;
+  sorted.reserve(properties.size());
+  for (CardProperty* property : order) sorted.push_back(std::move(*property));
+  properties = std::move(sorted);
 }
 
 // Properties of one name and ALTID say the same in several languages.
@@ -144,7 +152,9 @@ void TakeName(Draft& draft) {
 // ---- Components ---------------------------------------------------------------------------------------------
 
 void FlattenLists(CardProperty& property) {
-  for (std::string& component : property.components) component = WithoutLists(component, " ");
+  for (std::string& component : property.components) {
+    std::ranges::replace(component, kListSeparator, ' ');
+  }
 }
 
 // What comes after the last component that there is goes into `into`.
@@ -232,8 +242,8 @@ constexpr std::array<std::string_view, 10> kSingle = {
 
 // Keeps the first that is not empty. An empty one stays where there is no other: it clears what is stored.
 void KeepFirst(Draft& draft, std::string_view name) {
+  if (std::ranges::count(draft.card.properties, name, &CardProperty::name) < 2) return;
   const std::vector<CardProperty*> all = AllOf(draft.card, name);
-  if (all.size() < 2) return;
   const CardProperty* found = draft.card.Find(name);
   CardProperty kept = *found;
   for (const CardProperty* other : all) {
