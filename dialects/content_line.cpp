@@ -176,6 +176,12 @@ void RemoveSoftBreak(std::string& value) {
   value.pop_back();
 }
 
+// Stands for the blank that a line begins with after a soft break, until it is known what it means. No line has a zero.
+constexpr char kSoftFold = '\0';
+
+// How an encoded line break ends.
+constexpr std::string_view kEncodedLineEnd = "=0A";
+
 // Makes lines of physical lines.
 class Assembler {
  public:
@@ -185,7 +191,13 @@ class Assembler {
   }
 
   void Take(std::string_view physical, uint64_t number) {
-    physical = physical.substr(0, physical.find('\0'));
+    std::string cleaned;
+    if (physical.find('\0') != std::string_view::npos) {
+      cleaned = physical;
+      std::erase(cleaned, '\0');
+      physical = cleaned;
+      report_.Changed("zero bytes");
+    }
     const bool is_blank = Trim(physical).empty();
     std::string ignored;
     const bool ends = IsFrameLine(physical, "END", ignored);
@@ -203,6 +215,7 @@ class Assembler {
 
   std::vector<ContentLine> Result() {
     Finish();
+    if (soft_folds_ > 0) SettleSoftFolds();
     return std::move(lines_);
   }
 
@@ -215,7 +228,29 @@ class Assembler {
 
   void AppendAfterSoftBreak(std::string_view physical) {
     RemoveSoftBreak(current_);
+    if (physical.starts_with(' ')) {
+      ++soft_folds_;
+      current_ += kSoftFold;
+      physical.remove_prefix(1);
+    } else if (!physical.empty()) {
+      has_plain_soft_break_ = true;
+    }
     AppendPiece(physical);
+  }
+
+  // Senders that break a line in both ways at once indent every line after a soft break; else such a blank is one of the
+  // text, which happened to be broken before it.
+  void SettleSoftFolds() {
+    constexpr size_t kTooManyForChance = 3;
+    const bool are_folds = soft_folds_ >= kTooManyForChance && !has_plain_soft_break_;
+    for (ContentLine& line : lines_) {
+      if (are_folds) {
+        std::erase(line.value, kSoftFold);
+      } else {
+        std::ranges::replace(line.value, kSoftFold, ' ');
+      }
+    }
+    if (are_folds) report_.Changed("fold after a soft break", soft_folds_);
   }
 
   void AppendFolded(std::string_view physical) {
@@ -266,8 +301,10 @@ class Assembler {
     if (before == Encoding::kBase64) {
       lines_.back().value += Trim(current_);
     } else if (before == Encoding::kQuotedPrintable) {
-      // The line break that stands between the two was meant.
-      lines_.back().value += "=0D=0A" + current_;
+      // The line break that stands between the two was meant, unless it is encoded before it.
+      std::string& value = lines_.back().value;
+      if (!value.ends_with(kEncodedLineEnd)) value += "=0D=0A";
+      value += current_;
       report_.Changed("line break that was not encoded");
     } else {
       report_.Dropped("line without a colon");
@@ -281,6 +318,8 @@ class Assembler {
   bool is_soft_ = false;    // it ends in a soft break
   bool has_colon_ = false;  // its value has begun
   bool is_closed_ = false;  // a blank line came after the last of lines_
+  size_t soft_folds_ = 0;
+  bool has_plain_soft_break_ = false;
   Encoding encoding_ = Encoding::kNone;
   std::string current_;
   uint64_t number_ = 0;
@@ -354,17 +393,34 @@ bool IsFrameLine(std::string_view physical, std::string_view word, std::string& 
   return true;
 }
 
+namespace {
+
+// Where a frame line begins that stands on the line of another: "VERSION:2.1END:VCARD", "AGENT:BEGIN:VCARD". 0 for none.
+size_t GluedFrame(std::string_view physical) {
+  std::string what;
+  if (StartsIgnoringCase(physical, "VERSION")) {
+    const size_t end = physical.find("END:V");
+    const bool is_end =
+        end != std::string_view::npos && IsFrameLine(physical.substr(end), "END", what);
+    return is_end ? end : 0;
+  }
+  if (!StartsIgnoringCase(physical, "AGENT") || !EqualsIgnoringCase(BareName(physical), "AGENT")) {
+    return 0;
+  }
+  const size_t begin = physical.find(':') + 1;
+  const bool is_begin = IsFrameLine(physical.substr(begin), "BEGIN", what) && what == "VCARD"sv;
+  return is_begin ? begin : 0;
+}
+
+}  // namespace
+
 std::vector<ContentLine> ReadContentLines(std::string_view text, uint64_t first_line,
                                           const LineRules& rules, Report& report) {
   Assembler assembler(rules, report);
   for (uint64_t number = first_line; !text.empty(); ++number) {
     const std::string_view physical = TakePhysicalLine(text);
-    // "VERSION:2.1END:VCARD"
-    const bool is_version = StartsIgnoringCase(physical, "VERSION");
-    const size_t glued = is_version ? physical.find("END:V") : std::string_view::npos;
-    std::string what;
-    if (glued != std::string_view::npos && glued > 0 &&
-        IsFrameLine(physical.substr(glued), "END", what)) {
+    const size_t glued = GluedFrame(physical);
+    if (glued != 0) {
       assembler.Take(physical.substr(0, glued), number);
       assembler.Take(physical.substr(glued), number);
     } else {
