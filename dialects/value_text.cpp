@@ -13,10 +13,26 @@ namespace {
 
 constexpr size_t kLongestLine = 75;  // in bytes, without the line end
 
+bool IsHexDigit(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+}
+
+// A "=" that begins no escape is one: senders forget to encode it, as in an address of the web.
+std::string WithBareEqualsSigns(std::string_view value) {
+  std::string whole;
+  for (size_t i = 0; i < value.size(); ++i) {
+    const bool is_bare = value[i] == '=' && !(i + 2 < value.size() && IsHexDigit(value[i + 1]) &&
+                                              IsHexDigit(value[i + 2]));
+    whole += value[i];
+    if (is_bare) whole += "3D";
+  }
+  return whole;
+}
+
 std::string WithoutTransferEncoding(const ContentLine& line, std::string_view value) {
   switch (EncodingOf(line)) {
     case Encoding::kQuotedPrintable:
-      return QuotedPrintableDecode(value);
+      return QuotedPrintableDecode(WithBareEqualsSigns(value));
     case Encoding::kBase64:
       return Base64Decode(value).value_or(std::string(value));
     case Encoding::kNone:
@@ -76,25 +92,41 @@ std::string QuotedPrintableOld(std::string_view text) {
 // encoded byte. Only the value may be broken.
 std::string SoftBroken(std::string_view line) {
   constexpr size_t kRoom = 75;  // the "=" of the break is the last
+  constexpr std::string_view kEncodedBlank = "=20";
   std::string broken;
   size_t first = line.find(':') + 1;
-  while (line.size() > std::max(kRoom, first)) {
-    size_t end = std::max(kRoom, first);
+  size_t room = kRoom;
+  while (line.size() > std::max(room, first)) {
+    size_t end = std::max(room, first);
     const size_t escape = line.rfind('=', end - 1);
     if (escape != std::string_view::npos && escape + 3 > end && escape >= first) end = escape;
     broken += line.substr(0, end);
     broken += "=\r\n";
     line.remove_prefix(end);
     first = 0;
+    room = kRoom;
+    // A blank that a line begins with looks like that of a fold.
+    if (line.starts_with(' ')) {
+      broken += kEncodedBlank;
+      line.remove_prefix(1);
+      room -= kEncodedBlank.size();
+    }
   }
   broken += line;
   return broken;
 }
 
+// True where an escape has begun: a backslash that is not itself escaped stands before.
+bool IsInsideEscape(std::string_view line, size_t end) {
+  size_t begin = end;
+  while (begin > 0 && line[begin - 1] == '\\') --begin;
+  return (end - begin) % 2 == 1;
+}
+
 // A line must not be broken inside of a character or an escape, nor where the next one would look as if it began or
 // ended an object: readers take such a line for one even after a blank.
 bool MayBreakAt(std::string_view line, size_t end) {
-  if (IsContinuation(line[end]) || line[end - 1] == '\\') return false;
+  if (IsContinuation(line[end]) || IsInsideEscape(line, end)) return false;
   const std::string_view name = BareName(line.substr(end, kLongestLine));
   return !EqualsIgnoringCase(name, "END") && !EqualsIgnoringCase(name, "BEGIN");
 }
@@ -139,6 +171,8 @@ std::string ValueDecoder::InUtf8(std::string_view charset, std::string_view byte
   }
   report_.Guessed("character set");
   if (IsUtf8(bytes)) return std::string(bytes);
+  // Of a text in another set that is cut in a character the rest is known.
+  if (text && !IsNameOfUtf8(charset)) return *text;
   return ToUtf8From(settings_.input_code_page, bytes);
 }
 
@@ -159,21 +193,40 @@ std::string ValueDecoder::Text(const ContentLine& line) const {
 std::vector<std::string> ValueDecoder::Components(const ContentLine& line) const {
   std::vector<std::string> components;
   const std::string_view charset = line.Param("CHARSET");
-  if (EncodingOf(line) == Encoding::kBase64) {
-    const std::string decoded = Decoded(line);
-    for (const std::string_view piece : SplitUnescaped(decoded, ';')) {
+  if (EncodingOf(line) != Encoding::kQuotedPrintable) {
+    const std::string decoded = IsAsSent(line) ? std::string() : Decoded(line);
+    const std::string_view whole = IsAsSent(line) ? std::string_view(line.value) : decoded;
+    for (const std::string_view piece : SplitUnescaped(whole, ';')) {
       components.push_back(Unescaped(piece, escapes_));
     }
     return components;
   }
-  const bool is_as_sent = IsAsSent(line);
+  const bool is_utf8 = charset.empty() ? is_utf8_ : IsNameOfUtf8(charset);
+  if (!is_utf8) return ComponentsOfOtherSet(line);
   for (const std::string_view piece : SplitUnescaped(line.value, ';')) {
-    if (is_as_sent) {
-      components.push_back(Unescaped(piece, escapes_));
-      continue;
-    }
     components.push_back(
         Unescaped(InUtf8(charset, WithoutTransferEncoding(line, piece)), escapes_));
+  }
+  return components;
+}
+
+// The second byte of a character may be that of a backslash and protects no ";" then, so the value is split after it is
+// decoded; a mark tells the separators from encoded ";" until then.
+std::vector<std::string> ValueDecoder::ComponentsOfOtherSet(const ContentLine& line) const {
+  constexpr char kSeparatorMark = '\x1E';
+  std::string marked = line.value;
+  std::ranges::replace(marked, ';', kSeparatorMark);
+  const std::string decoded = InUtf8(line.Param("CHARSET"), WithoutTransferEncoding(line, marked));
+  std::string text;
+  bool is_escaped = false;
+  for (const char c : decoded) {
+    if (c == ';' && !is_escaped) text += '\\';
+    text += c == kSeparatorMark ? ';' : c;
+    is_escaped = c == '\\' && !is_escaped;
+  }
+  std::vector<std::string> components;
+  for (const std::string_view piece : SplitUnescaped(text, ';')) {
+    components.push_back(Unescaped(piece, escapes_));
   }
   return components;
 }
