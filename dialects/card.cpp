@@ -11,6 +11,7 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <set>
 #include <utility>
 
 #include "btosif/osif_util/ascii.h"
@@ -320,15 +321,6 @@ void TakeDataOfUri(CardProperty& property) {
   property.is_binary = true;
 }
 
-// RFC 2426, section 3.2.1: an address of no kind is one at work. "postal" alone says that it is of no kind.
-void TakeKindOfAddress30(CardProperty& property) {
-  if (property.types.empty()) {
-    property.types.emplace_back("WORK");
-  } else if (property.types == std::vector<std::string>{"POSTAL"}) {
-    property.types.clear();
-  }
-}
-
 // ---- Reader -------------------------------------------------------------------------------------------------
 
 // A line as it was sent, for a card inside of a card.
@@ -413,7 +405,8 @@ class CardReader {
         TakeParameter(property, param);
       }
     }
-    if (line.name == "X-MICROSOFT-ASST_TEL"sv) property.types = {"X-ASSISTANT"};
+    // Under all its other names a number is the assistant's.
+    if (property.name == "TEL"sv && line.name != "TEL"sv) property.types = {"X-ASSISTANT"};
     TakeDialect(property);
     if (!label.empty()) AddLabel(label);
     if (!sort_key.empty()) card_.Add("SORT-STRING", {std::move(sort_key)});
@@ -443,8 +436,6 @@ class CardReader {
       TakeNumberOfUri(property);
     } else if (name == "EMAIL"sv) {
       TakeAddressOfUri(property);
-    } else if (name == "ADR"sv && card_.version == CardVersion::k30) {
-      TakeKindOfAddress30(property);
     } else if (name == "RELATED"sv) {
       TakeRelation(property);
     } else if (ShapeOf(name) == CardShape::kBinary) {
@@ -475,7 +466,7 @@ class CardReader {
 
 // ---- What belongs to two properties -------------------------------------------------------------------------
 
-// DEPT is the second component of the organisation, whichever of the two comes first.
+// DEPT is the second component of the organisation, whichever of the two comes first; or one more where that is another.
 void JoinDepartment(Card& card) {
   const auto department =
       std::ranges::find(card.properties, std::string_view("DEPT"), &CardProperty::name);
@@ -486,7 +477,11 @@ void JoinDepartment(Card& card) {
   if (organisation == nullptr) organisation = &card.Add("ORG", {""});
   auto& components = organisation->components;
   components.resize(std::max<size_t>(components.size(), 2));
-  if (components[1].empty()) components[1] = text;
+  if (components[1].empty()) {
+    components[1] = text;
+  } else if (std::ranges::find(components, text) == components.end()) {
+    components.push_back(text);
+  }
 }
 
 struct LabelledRow {
@@ -517,27 +512,40 @@ void TakeMeaningOfLabel(CardProperty& property) {
 
 constexpr std::string_view kLabelName = "X-ABLABEL";
 
-// The labels go into the properties of their group; one of nothing stays.
+// The labels go into the properties of their group, whose name has no case; one of nothing stays.
 void ResolveLabels(Card& card) {
   std::map<std::string, std::string, std::less<>> labels;
   for (const CardProperty& property : card.properties) {
     if (property.name == kLabelName && !property.group.empty()) {
-      labels.emplace(property.group, property.Text());
+      labels.emplace(ToUpper(property.group), property.Text());
     }
   }
   if (labels.empty()) return;
-  std::map<std::string, bool, std::less<>> is_used;
+  std::set<std::string, std::less<>> used;
   for (CardProperty& property : card.properties) {
     if (property.name == kLabelName || property.group.empty()) continue;
-    const auto label = labels.find(property.group);
+    const auto label = labels.find(ToUpper(property.group));
     if (label == labels.end()) continue;
-    is_used[property.group] = true;
+    used.insert(label->first);
     property.label = label->second;
     TakeMeaningOfLabel(property);
   }
   std::erase_if(card.properties, [&](const CardProperty& property) {
-    return property.name == kLabelName && is_used.contains(property.group);
+    return property.name == kLabelName && used.contains(ToUpper(property.group));
   });
+}
+
+// RFC 2426, section 3.2.1: an address of no kind is one at work, and its label too. "postal" alone says that it is of
+// no kind, and so does a label of the sender's own.
+void TakeKindsOfAddresses30(Card& card) {
+  for (CardProperty& property : card.properties) {
+    if (property.name != "ADR"sv && property.name != "LABEL"sv) continue;
+    if (property.types == std::vector<std::string>{"POSTAL"}) {
+      property.types.clear();
+    } else if (property.types.empty() && property.label.empty()) {
+      property.types.emplace_back("WORK");
+    }
+  }
 }
 
 // The later versions are UTF-8, whatever a CHARSET says, unless the bytes contradict.
@@ -561,7 +569,8 @@ auto FindIn(Properties& properties, std::string_view name) -> decltype(propertie
 }  // namespace
 
 bool CardProperty::IsEmpty() const {
-  return std::ranges::all_of(components, [](const std::string& text) { return text.empty(); });
+  return std::ranges::all_of(components,
+                             [](const std::string& text) { return Trim(text).empty(); });
 }
 
 bool CardProperty::HasType(std::string_view type) const {
@@ -613,6 +622,7 @@ Card ReadCard(const ObjectText& object, const TextSettings& settings, Report& re
   for (ContentLine& line : lines) reader.Take(line);
   JoinDepartment(card);
   ResolveLabels(card);
+  if (version == CardVersion::k30) TakeKindsOfAddresses30(card);
   return card;
 }
 
