@@ -350,6 +350,12 @@ class CardReader {
     if (is_end && depth_ > 0) --depth_;
   }
 
+  // The cards of an agent that were not ended are.
+  void Finish() {
+    if (nested_ != Nested::kAgent) return;
+    for (; depth_ > 1; --depth_) card_.properties.back().components.front() += "END:VCARD\n";
+  }
+
  private:
   // AGENT's card comes on the lines after it; lists of cards have theirs one after the other.
   void TakeNested(ContentLine& line, bool is_begin) {
@@ -466,21 +472,22 @@ class CardReader {
 
 // ---- What belongs to two properties -------------------------------------------------------------------------
 
-// DEPT is the second component of the organisation, whichever of the two comes first; or one more where that is another.
-void JoinDepartment(Card& card) {
-  const auto department =
-      std::ranges::find(card.properties, std::string_view("DEPT"), &CardProperty::name);
-  if (department == card.properties.end()) return;
-  const std::string text = department->Text();
-  card.properties.erase(department);
+// DEPT is the second component of the organisation, whichever of the two comes first; where that is another, one more.
+void JoinDepartments(Card& card) {
+  if (card.Find("DEPT") == nullptr) return;
+  const std::vector<CardProperty> departments = TakeProperties(card, "DEPT");
   CardProperty* organisation = card.Find("ORG");
   if (organisation == nullptr) organisation = &card.Add("ORG", {""});
   auto& components = organisation->components;
   components.resize(std::max<size_t>(components.size(), 2));
-  if (components[1].empty()) {
-    components[1] = text;
-  } else if (std::ranges::find(components, text) == components.end()) {
-    components.push_back(text);
+  std::set<std::string, std::less<>> known(components.begin() + 1, components.end());
+  for (const CardProperty& department : departments) {
+    if (department.IsEmpty() || !known.insert(department.Text()).second) continue;
+    if (components[1].empty()) {
+      components[1] = department.Text();
+    } else {
+      components.push_back(department.Text());
+    }
   }
 }
 
@@ -512,11 +519,15 @@ void TakeMeaningOfLabel(CardProperty& property) {
 
 constexpr std::string_view kLabelName = "X-ABLABEL";
 
+// More is no label, and would be copied into every property of its group.
+constexpr size_t kLongestLabel = 255;
+
 // The labels go into the properties of their group, whose name has no case; one of nothing stays.
 void ResolveLabels(Card& card) {
   std::map<std::string, std::string, std::less<>> labels;
   for (const CardProperty& property : card.properties) {
-    if (property.name == kLabelName && !property.group.empty()) {
+    const bool is_short = property.Text().size() <= kLongestLabel;
+    if (property.name == kLabelName && !property.group.empty() && is_short) {
       labels.emplace(ToUpper(property.group), property.Text());
     }
   }
@@ -620,7 +631,8 @@ Card ReadCard(const ObjectText& object, const TextSettings& settings, Report& re
   card.properties.reserve(lines.size());
   CardReader reader(card, decoder, report);
   for (ContentLine& line : lines) reader.Take(line);
-  JoinDepartment(card);
+  reader.Finish();
+  JoinDepartments(card);
   ResolveLabels(card);
   if (version == CardVersion::k30) TakeKindsOfAddresses30(card);
   return card;
