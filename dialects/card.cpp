@@ -11,6 +11,7 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <set>
 #include <utility>
 
 #include "btosif/osif_util/ascii.h"
@@ -323,15 +324,6 @@ void TakeDataOfUri(CardProperty& property) {
   property.is_binary = true;
 }
 
-// RFC 2426, section 3.2.1: an address of no kind is one at work. "postal" alone says that it is of no kind.
-void TakeKindOfAddress30(CardProperty& property) {
-  if (property.types.empty()) {
-    property.types.emplace_back("WORK");
-  } else if (property.types == std::vector<std::string>{"POSTAL"}) {
-    property.types.clear();
-  }
-}
-
 // ---- Reader -------------------------------------------------------------------------------------------------
 
 // A line as it was sent, for a card inside of a card.
@@ -359,6 +351,12 @@ class CardReader {
       TakeLine(line);
     }
     if (is_end && depth_ > 0) --depth_;
+  }
+
+  // The cards of an agent that were not ended are.
+  void Finish() {
+    if (nested_ != Nested::kAgent) return;
+    for (; depth_ > 1; --depth_) card_.properties.back().components.front() += "END:VCARD\n";
   }
 
  private:
@@ -417,7 +415,8 @@ class CardReader {
         TakeParameter(property, param);
       }
     }
-    if (line.name == "X-MICROSOFT-ASST_TEL"sv) property.types = {"X-ASSISTANT"};
+    // Under all its other names a number is the assistant's.
+    if (property.name == "TEL"sv && line.name != "TEL"sv) property.types = {"X-ASSISTANT"};
     TakeDialect(shape, property);
     if (!label.empty()) AddLabel(label);
     if (!sort_key.empty()) card_.Add("SORT-STRING", {std::move(sort_key)});
@@ -448,8 +447,6 @@ class CardReader {
       TakeNumberOfUri(property);
     } else if (name == "EMAIL"sv) {
       TakeAddressOfUri(property);
-    } else if (name == "ADR"sv && card_.version == CardVersion::k30) {
-      TakeKindOfAddress30(property);
     } else if (name == "RELATED"sv) {
       TakeRelation(property);
     } else if (shape == CardShape::kBinary) {
@@ -480,18 +477,23 @@ class CardReader {
 
 // ---- What belongs to two properties -------------------------------------------------------------------------
 
-// DEPT is the second component of the organisation, whichever of the two comes first.
-void JoinDepartment(Card& card) {
-  const auto department =
-      std::ranges::find(card.properties, std::string_view("DEPT"), &CardProperty::name);
-  if (department == card.properties.end()) return;
-  const std::string text = department->Text();
-  card.properties.erase(department);
+// DEPT is the second component of the organisation, whichever of the two comes first; where that is another, one more.
+void JoinDepartments(Card& card) {
+  if (card.Find("DEPT") == nullptr) return;
+  const std::vector<CardProperty> departments = TakeProperties(card, "DEPT");
   CardProperty* organisation = card.Find("ORG");
   if (organisation == nullptr) organisation = &card.Add("ORG", {""});
   auto& components = organisation->components;
   components.resize(std::max<size_t>(components.size(), 2));
-  if (components[1].empty()) components[1] = text;
+  std::set<std::string, std::less<>> known(components.begin() + 1, components.end());
+  for (const CardProperty& department : departments) {
+    if (department.IsEmpty() || !known.insert(department.Text()).second) continue;
+    if (components[1].empty()) {
+      components[1] = department.Text();
+    } else {
+      components.push_back(department.Text());
+    }
+  }
 }
 
 struct LabelledRow {
@@ -522,27 +524,44 @@ void TakeMeaningOfLabel(CardProperty& property) {
 
 constexpr std::string_view kLabelName = "X-ABLABEL";
 
-// The labels go into the properties of their group; one of nothing stays.
+// More is no label, and would be copied into every property of its group.
+constexpr size_t kLongestLabel = 255;
+
+// The labels go into the properties of their group, whose name has no case; one of nothing stays.
 void ResolveLabels(Card& card) {
   std::map<std::string, std::string, std::less<>> labels;
   for (const CardProperty& property : card.properties) {
-    if (property.name == kLabelName && !property.group.empty()) {
-      labels.emplace(property.group, property.Text());
+    const bool is_short = property.Text().size() <= kLongestLabel;
+    if (property.name == kLabelName && !property.group.empty() && is_short) {
+      labels.emplace(ToUpper(property.group), property.Text());
     }
   }
   if (labels.empty()) return;
-  std::map<std::string, bool, std::less<>> is_used;
+  std::set<std::string, std::less<>> used;
   for (CardProperty& property : card.properties) {
     if (property.name == kLabelName || property.group.empty()) continue;
-    const auto label = labels.find(property.group);
+    const auto label = labels.find(ToUpper(property.group));
     if (label == labels.end()) continue;
-    is_used[property.group] = true;
+    used.insert(label->first);
     property.label = label->second;
     TakeMeaningOfLabel(property);
   }
   std::erase_if(card.properties, [&](const CardProperty& property) {
-    return property.name == kLabelName && is_used.contains(property.group);
+    return property.name == kLabelName && used.contains(ToUpper(property.group));
   });
+}
+
+// RFC 2426, section 3.2.1: an address of no kind is one at work, and its label too. "postal" alone says that it is of
+// no kind, and so does a label of the sender's own.
+void TakeKindsOfAddresses30(Card& card) {
+  for (CardProperty& property : card.properties) {
+    if (property.name != "ADR"sv && property.name != "LABEL"sv) continue;
+    if (property.types == std::vector<std::string>{"POSTAL"}) {
+      property.types.clear();
+    } else if (property.types.empty() && property.label.empty()) {
+      property.types.emplace_back("WORK");
+    }
+  }
 }
 
 // The later versions are UTF-8, whatever a CHARSET says, unless the bytes contradict.
@@ -567,7 +586,8 @@ auto FindIn(Properties& properties, std::string_view name) -> decltype(propertie
 }  // namespace
 
 bool CardProperty::IsEmpty() const {
-  return std::ranges::all_of(components, [](const std::string& text) { return text.empty(); });
+  return std::ranges::all_of(components,
+                             [](const std::string& text) { return Trim(text).empty(); });
 }
 
 bool CardProperty::HasType(std::string_view type) const {
@@ -617,8 +637,10 @@ Card ReadCard(const ObjectText& object, const TextSettings& settings, Report& re
   card.properties.reserve(lines.size());
   CardReader reader(card, decoder, report);
   for (ContentLine& line : lines) reader.Take(line);
-  JoinDepartment(card);
+  reader.Finish();
+  JoinDepartments(card);
   ResolveLabels(card);
+  if (version == CardVersion::k30) TakeKindsOfAddresses30(card);
   return card;
 }
 

@@ -141,6 +141,7 @@ std::optional<Day> DayOf(std::string_view text) {
 std::optional<Day> DayOf(const CardProperty& date) {
   const std::string_view omitted = date.Param("X-APPLE-OMIT-YEAR");
   if (!omitted.empty() && date.Text().starts_with(omitted)) return std::nullopt;
+  if (date.Param("VALUE") == "TEXT"sv) return std::nullopt;
   return DayOf(date.Text());
 }
 

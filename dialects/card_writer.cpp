@@ -420,6 +420,7 @@ class CardWriter : public ObjectWriter {
   WrittenObject Write(const ObjectText& object) override {
     WrittenObject written;
     Card card = ReadCard(object, settings_.text, written.report);
+    written.report.Dropped("object inside of the card", card.inner.size());
     if (settings_.origin == Origin::kLibrary) RemoveLibraryExtras(card);
     BringToVersion(card, version_, written.report);
     AddUid(card);

@@ -158,6 +158,8 @@ std::optional<std::string> ToUtf8From(std::string_view charset, std::string_view
   return ThroughIcu(charset, bytes);
 }
 
+bool IsNameOfUtf8(std::string_view charset) { return KnownCodePage(charset) == kUtf8CodePage; }
+
 std::string ToUtf8From(uint32_t code_page, std::string_view bytes) {
   // There are sets of seven bits that are not ASCII.
   if (code_page == kLatin1CodePage && IsAsciiText(bytes)) return std::string(bytes);

@@ -160,18 +160,22 @@ std::string_view WithoutSoftBreak(std::string_view value) {
   return value.substr(0, value.find_last_not_of(" \t"));
 }
 
+// Stands for the blank that a line begins with after a soft break, until it is known what it means. No line has a zero.
+constexpr char kSoftFold = '\0';
+
+// How an encoded line break ends.
+constexpr std::string_view kEncodedLineEnd = "=0A";
+
 // Makes lines of physical lines. A line of one physical line is never copied as a whole.
 class Assembler {
  public:
   // The text of the lines outlives the assembler.
-  Assembler(bool has_zeros, const LineRules& rules, Report& report)
-      : has_zeros_(has_zeros), rules_(rules), report_(report) {
+  Assembler(const LineRules& rules, Report& report) : rules_(rules), report_(report) {
     constexpr size_t kUsualLines = 32;
     lines_.reserve(kUsualLines);
   }
 
   void Take(std::string_view physical, uint64_t number) {
-    if (has_zeros_) physical = physical.substr(0, physical.find('\0'));
     const bool is_blank = Trim(physical).empty();
     std::string ignored;
     const bool ends = IsFrameLine(physical, "END", ignored);
@@ -189,6 +193,7 @@ class Assembler {
 
   std::vector<ContentLine> Result() {
     Finish();
+    if (soft_folds_ > 0) SettleSoftFolds();
     return std::move(lines_);
   }
 
@@ -201,7 +206,29 @@ class Assembler {
 
   void AppendAfterSoftBreak(std::string_view physical) {
     current_ = WithoutSoftBreak(current_);
-    Append(physical);
+    if (!physical.starts_with(' ')) {
+      has_plain_soft_break_ = has_plain_soft_break_ || !physical.empty();
+      return Append(physical);
+    }
+    ++soft_folds_;
+    std::string marked(physical);
+    marked.front() = kSoftFold;
+    Append(marked);
+  }
+
+  // Senders that break a line in both ways at once indent every line after a soft break; else such a blank is one of the
+  // text, which happened to be broken before it.
+  void SettleSoftFolds() {
+    constexpr size_t kTooManyForChance = 3;
+    const bool are_folds = soft_folds_ >= kTooManyForChance && !has_plain_soft_break_;
+    for (ContentLine& line : lines_) {
+      if (are_folds) {
+        std::erase(line.value, kSoftFold);
+      } else {
+        std::ranges::replace(line.value, kSoftFold, ' ');
+      }
+    }
+    if (are_folds) report_.Changed("fold after a soft break", soft_folds_);
   }
 
   void AppendFolded(std::string_view physical) {
@@ -281,15 +308,16 @@ class Assembler {
     if (before == Encoding::kBase64) {
       lines_.back().value += Trim(current_);
     } else if (before == Encoding::kQuotedPrintable) {
-      // The line break that stands between the two was meant.
-      lines_.back().value.append("=0D=0A").append(current_);
+      // The line break that stands between the two was meant, unless it is encoded before it.
+      std::string& value = lines_.back().value;
+      if (!value.ends_with(kEncodedLineEnd)) value += "=0D=0A";
+      value += current_;
       report_.Changed("line break that was not encoded");
     } else {
       report_.Dropped("line without a colon");
     }
   }
 
-  const bool has_zeros_;
   const LineRules rules_;
   Report& report_;
   std::vector<ContentLine> lines_;  // the last has no value yet while it is open
@@ -298,6 +326,8 @@ class Assembler {
   bool is_joined_ = false;          // it is of several physical lines
   bool has_colon_ = false;          // its value has begun
   bool is_closed_ = false;          // a blank line came after the last of lines_
+  size_t soft_folds_ = 0;
+  bool has_plain_soft_break_ = false;
   Encoding encoding_ = Encoding::kNone;
   std::string_view current_;  // the line: a piece of the text, or of joined_
   std::string joined_;
@@ -373,18 +403,41 @@ bool IsFrameLine(std::string_view physical, std::string_view word, std::string& 
   return true;
 }
 
+namespace {
+
+// Where a frame line begins that stands on the line of another: "VERSION:2.1END:VCARD", "AGENT:BEGIN:VCARD". 0 for none.
+size_t GluedFrame(std::string_view physical) {
+  std::string what;
+  if (StartsIgnoringCase(physical, "VERSION")) {
+    const size_t end = physical.find("END:V");
+    const bool is_end =
+        end != std::string_view::npos && IsFrameLine(physical.substr(end), "END", what);
+    return is_end ? end : 0;
+  }
+  if (!StartsIgnoringCase(physical, "AGENT") || !EqualsIgnoringCase(BareName(physical), "AGENT")) {
+    return 0;
+  }
+  const size_t begin = physical.find(':') + 1;
+  const bool is_begin = IsFrameLine(physical.substr(begin), "BEGIN", what) && what == "VCARD"sv;
+  return is_begin ? begin : 0;
+}
+
+}  // namespace
+
 std::vector<ContentLine> ReadContentLines(std::string_view text, uint64_t first_line,
                                           const LineRules& rules, Report& report) {
-  const bool has_zeros = text.find('\0') != std::string_view::npos;
-  Assembler assembler(has_zeros, rules, report);
+  std::string cleaned;
+  if (text.find('\0') != std::string_view::npos) {
+    cleaned = text;
+    std::erase(cleaned, '\0');
+    text = cleaned;
+    report.Changed("zero bytes");
+  }
+  Assembler assembler(rules, report);
   for (uint64_t number = first_line; !text.empty(); ++number) {
     const std::string_view physical = TakePhysicalLine(text);
-    // "VERSION:2.1END:VCARD"
-    const bool is_version = StartsIgnoringCase(physical, "VERSION");
-    const size_t glued = is_version ? physical.find("END:V") : std::string_view::npos;
-    std::string what;
-    if (glued != std::string_view::npos && glued > 0 &&
-        IsFrameLine(physical.substr(glued), "END", what)) {
+    const size_t glued = GluedFrame(physical);
+    if (glued != 0) {
       assembler.Take(physical.substr(0, glued), number);
       assembler.Take(physical.substr(glued), number);
     } else {

@@ -14,10 +14,30 @@ namespace {
 constexpr size_t kLongestLine = 75;  // in bytes, without the line end
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
+bool IsHexDigit(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+}
+
+// A "=" that begins no escape is one: senders forget to encode it, as in an address of the web.
+bool IsBareEqualsSign(std::string_view value, size_t place) {
+  return !(place + 2 < value.size() && IsHexDigit(value[place + 1]) &&
+           IsHexDigit(value[place + 2]));
+}
+
+std::string WithBareEqualsSigns(std::string_view value) {
+  std::string whole;
+  whole.reserve(value.size());
+  for (size_t i = 0; i < value.size(); ++i) {
+    whole += value[i];
+    if (value[i] == '=' && IsBareEqualsSign(value, i)) whole += "3D";
+  }
+  return whole;
+}
+
 std::string WithoutTransferEncoding(Encoding encoding, std::string_view value) {
   switch (encoding) {
     case Encoding::kQuotedPrintable:
-      return QuotedPrintableDecode(value);
+      return QuotedPrintableDecode(WithBareEqualsSigns(value));
     case Encoding::kBase64:
       return Base64Decode(value).value_or(std::string(value));
     case Encoding::kNone:
@@ -78,26 +98,42 @@ std::string QuotedPrintableOld(std::string_view text) {
 // encoded byte. Only the value may be broken.
 std::string SoftBroken(std::string_view line) {
   constexpr size_t kRoom = 75;  // the "=" of the break is the last
+  constexpr std::string_view kEncodedBlank = "=20";
   std::string broken;
   broken.reserve(line.size() + line.size() / kRoom * 4);
   size_t first = line.find(':') + 1;
-  while (line.size() > std::max(kRoom, first)) {
-    size_t end = std::max(kRoom, first);
+  size_t room = kRoom;
+  while (line.size() > std::max(room, first)) {
+    size_t end = std::max(room, first);
     const size_t escape = line.substr(0, end).find('=', std::max(first, end - 2));
     if (escape != std::string_view::npos) end = escape;
     broken += line.substr(0, end);
     broken += "=\r\n";
     line.remove_prefix(end);
     first = 0;
+    room = kRoom;
+    // A blank that a line begins with looks like that of a fold.
+    if (line.starts_with(' ')) {
+      broken += kEncodedBlank;
+      line.remove_prefix(1);
+      room -= kEncodedBlank.size();
+    }
   }
   broken += line;
   return broken;
 }
 
+// True where an escape has begun: a backslash that is not itself escaped stands before.
+bool IsInsideEscape(std::string_view line, size_t end) {
+  size_t begin = end;
+  while (begin > 0 && line[begin - 1] == '\\') --begin;
+  return (end - begin) % 2 == 1;
+}
+
 // A line must not be broken inside of a character or an escape, nor where the next one would look as if it began or
 // ended an object: readers take such a line for one even after a blank.
 bool MayBreakAt(std::string_view line, size_t end) {
-  if (IsContinuation(line[end]) || line[end - 1] == '\\') return false;
+  if (IsContinuation(line[end]) || IsInsideEscape(line, end)) return false;
   const std::string_view name = BareName(line.substr(end, kLongestLine));
   return !EqualsIgnoringCase(name, "END") && !EqualsIgnoringCase(name, "BEGIN");
 }
@@ -142,6 +178,8 @@ std::string ValueDecoder::InUtf8(std::string_view charset, std::string bytes) co
   }
   report_.Guessed("character set");
   if (IsUtf8(bytes)) return bytes;
+  // Of a text in another set that is cut in a character the rest is known.
+  if (text && !IsNameOfUtf8(charset)) return std::move(*text);
   return ToUtf8From(settings_.input_code_page, bytes);
 }
 
@@ -167,23 +205,43 @@ std::vector<std::string> ValueDecoder::Components(const ContentLine& line) const
   std::vector<std::string> components;
   const std::string_view charset = line.Param("CHARSET");
   const Encoding encoding = EncodingOf(line);
-  if (encoding == Encoding::kBase64) {
-    const std::string decoded = Decoded(line);
-    for (const std::string_view piece : SplitUnescaped(decoded, ';')) {
+  if (encoding != Encoding::kQuotedPrintable) {
+    const std::string decoded = IsAsSent(line) ? std::string() : Decoded(line);
+    const std::string_view whole = IsAsSent(line) ? std::string_view(line.value) : decoded;
+    const std::vector<std::string_view> pieces = SplitUnescaped(whole, ';');
+    components.reserve(pieces.size());
+    for (const std::string_view piece : pieces) {
       components.push_back(Unescaped(piece, escapes_));
     }
     return components;
   }
-  const bool is_as_sent = IsAsSent(line);
-  const std::vector<std::string_view> pieces = SplitUnescaped(line.value, ';');
-  components.reserve(pieces.size());
-  for (const std::string_view piece : pieces) {
-    if (is_as_sent) {
-      components.push_back(Unescaped(piece, escapes_));
-      continue;
-    }
+  const bool is_utf8 = charset.empty() ? is_utf8_ : IsNameOfUtf8(charset);
+  if (!is_utf8) return ComponentsOfOtherSet(line);
+  for (const std::string_view piece : SplitUnescaped(line.value, ';')) {
     components.push_back(
         Unescaped(InUtf8(charset, WithoutTransferEncoding(encoding, piece)), escapes_));
+  }
+  return components;
+}
+
+// The second byte of a character may be that of a backslash and protects no ";" then, so the value is split after it is
+// decoded; a mark tells the separators from encoded ";" until then.
+std::vector<std::string> ValueDecoder::ComponentsOfOtherSet(const ContentLine& line) const {
+  constexpr char kSeparatorMark = '\x1E';
+  std::string marked = line.value;
+  std::ranges::replace(marked, ';', kSeparatorMark);
+  const std::string decoded =
+      InUtf8(line.Param("CHARSET"), WithoutTransferEncoding(EncodingOf(line), marked));
+  std::string text;
+  bool is_escaped = false;
+  for (const char c : decoded) {
+    if (c == ';' && !is_escaped) text += '\\';
+    text += c == kSeparatorMark ? ';' : c;
+    is_escaped = c == '\\' && !is_escaped;
+  }
+  std::vector<std::string> components;
+  for (const std::string_view piece : SplitUnescaped(text, ';')) {
+    components.push_back(Unescaped(piece, escapes_));
   }
   return components;
 }

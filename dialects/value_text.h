@@ -46,6 +46,8 @@ class ValueDecoder {
   // True for a value that is UTF-8 without an encoding.
   bool IsAsSent(const ContentLine& line) const;
   std::string InUtf8(std::string_view charset, std::string bytes) const;
+  // Of a value in quoted-printable that is not UTF-8.
+  std::vector<std::string> ComponentsOfOtherSet(const ContentLine& line) const;
 
   Escapes escapes_;
   TextSettings settings_;
