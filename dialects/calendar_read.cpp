@@ -40,7 +40,9 @@ void TakeWord(ItemContext& context, const ContentLine& line) {
 }
 
 void TakePriority(ItemContext& context, const ContentLine& line) {
-  context.item.priority = Digits(context.Text(line));
+  const std::string text = context.Text(line);
+  context.item.priority = Digits(text);
+  if (context.item.priority.empty() && !Trim(text).empty()) context.report.Dropped("PRIORITY");
 }
 
 void TakeProgress(ItemContext& context, const ContentLine& line) {
