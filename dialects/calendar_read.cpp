@@ -59,6 +59,7 @@ void TakeTransparency(ItemContext& context, const ContentLine& line) {
 }
 
 void TakeCategories(ItemContext& context, const ContentLine& line) {
+  context.item.has_categories = true;
   const std::string decoded = context.calendar.decoder.Decoded(line);
   for (const std::string_view list : SplitUnescaped(decoded, ';')) {
     for (const std::string_view piece : SplitUnescaped(list, ',')) {

@@ -23,6 +23,20 @@ namespace {
 
 constexpr size_t kMostGathered = size_t{256} * 1024;  // bytes
 
+// Takes the categories out of a record while it is lent.
+class WithoutCategories {
+ public:
+  explicit WithoutCategories(OsifObject& object)
+      : place_(object.calendar.categories), categories_(std::exchange(place_, nullptr)) {}
+  ~WithoutCategories() { place_ = categories_; }
+  WithoutCategories(const WithoutCategories&) = delete;
+  WithoutCategories& operator=(const WithoutCategories&) = delete;
+
+ private:
+  PropertyValue*& place_;
+  PropertyValue* const categories_;
+};
+
 class DialectReader {
  public:
   DialectReader(const TextSettings& settings, ObjectVisitor& visitor)
@@ -102,6 +116,8 @@ class DialectReader {
     if (left_ == 0) return;
     const StrictObject& read = *next_++;
     --left_;
+    std::optional<WithoutCategories> without;
+    if (read.has_made_categories) without.emplace(*object);
     visitor_.OnObject({++number_, read.line, store_id, object, result, read.uid, read.report});
   }
 
