@@ -203,7 +203,7 @@ void FindTaskAlarm(CalendarItem& item, RuleContext& context) {
 void FindAlarm(CalendarItem& item, RuleContext& context) {
   if (item.alarms.empty()) return;
   if (item.alarms.size() > 1) context.report.Dropped("alarm", item.alarms.size() - 1);
-  if (IsEvent(item)) FindEventAlarm(item, context);
+  if (IsEvent(item) && item.start) FindEventAlarm(item, context);
   if (IsTask(item)) FindTaskAlarm(item, context);
 }
 

@@ -140,7 +140,7 @@ void AddParameter(std::string_view text, const LineRules& rules, ContentLine& li
 
 // Takes apart what stands before a line's colon.
 void ParseHead(std::string_view head, const LineRules& rules, ContentLine& line) {
-  constexpr size_t kUsualParams = 4;
+  constexpr size_t kUsualParams = 2;
   std::string_view name = Trim(TakePiece(head, ';'));
   if (const size_t dot = name.rfind('.'); dot != std::string_view::npos) {
     line.group = name.substr(0, dot);

@@ -179,6 +179,12 @@ TEST_F(OldCalendar, EventOfNothingIsRefused) {
   EXPECT_EQ(Task({"UID:4"}).refusal, "neither a summary nor a day");
 }
 
+TEST_F(OldCalendar, EventOfAnAlarmBeforeAnUnknownStartIsRefused) {
+  const StrictObject item = Event({"UID:4", "DALARM:-PT5M"});
+  EXPECT_EQ(item.refusal, "no start, no end and no text");
+  EXPECT_TRUE(item.report.IsEmpty());
+}
+
 TEST_F(OldCalendar, EndBeforeTheStartIsNone) {
   const StrictObject item =
       Event({"SUMMARY:x", "DTSTART:20260612T120000Z", "DTEND:20260612T110000Z"});
