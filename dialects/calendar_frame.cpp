@@ -14,6 +14,7 @@ namespace {
 
 constexpr size_t kDeepest = 6;
 constexpr size_t kMostDaylights = 100;
+constexpr std::string_view kItems[] = {"VEVENT", "VTODO", "VJOURNAL", "VTIMEZONE", "VFREEBUSY"};
 
 class TreeBuilder {
  public:
@@ -48,9 +49,11 @@ class TreeBuilder {
     return std::ranges::find(open_, name, &Component::name) != open_.end();
   }
 
-  // A calendar that stands in a calendar adds to it.
+  // A calendar that stands in a calendar adds to it. An item stands in nothing but a calendar, so whatever else is open
+  // has lost its end.
   void Open(const std::string& name, uint64_t line) {
     if (name == "VCALENDAR" && IsOpen(name)) return;
+    if (std::ranges::find(kItems, name) != std::end(kItems)) CloseToCalendar();
     if (open_.size() > kDeepest || too_deep_ > 0) {
       if (too_deep_++ == 0) report_.Dropped(name);
       return;
@@ -68,6 +71,14 @@ class TreeBuilder {
     if (name.empty() || !IsOpen(name)) return;
     while (open_.back().name != name) CloseLast();
     CloseLast();
+  }
+
+  void CloseToCalendar() {
+    if (too_deep_ > 0 || (open_.size() > 1 && open_.back().name != "VCALENDAR")) {
+      report_.Guessed("END of a component");
+    }
+    too_deep_ = 0;
+    while (open_.size() > 1 && open_.back().name != "VCALENDAR") CloseLast();
   }
 
   void CloseLast() {

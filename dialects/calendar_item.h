@@ -54,12 +54,13 @@ struct CalendarItem {
   std::string summary;
   std::string description;
   std::string location;
-  std::string categories;  // names by ","
-  std::string attachment;  // ATTACH that is text
-  std::string access;      // CLASS
-  std::string status;      // in upper case, as it was sent
-  std::string priority;    // digits
-  bool is_free = false;    // takes no time of whoever has it (TRANSP)
+  std::string categories;       // names by ","
+  bool has_categories = false;  // something is said of them, if only that there are none
+  std::string attachment;       // ATTACH that is text
+  std::string access;           // CLASS
+  std::string status;           // in upper case, as it was sent
+  std::string priority;         // digits
+  bool is_free = false;         // takes no time of whoever has it (TRANSP)
   bool is_complete = false;
   std::optional<Moment> completed;
   std::optional<Moment> created;

@@ -9,12 +9,11 @@
 #include <set>
 
 #include "dialects/calendar_rules.h"
+#include "dialects/calendar_series.h"
 #include "dialects/recurrence_store.h"
 
 namespace dialects {
 namespace {
-
-constexpr size_t kMostExceptions = 500;
 
 // Properties whose value is no text, so that nothing in it is escaped.
 constexpr std::string_view kNoTexts[] = {"URL", "ATTACH", "GEO", "SEQUENCE", "ORGANIZER"};
@@ -126,7 +125,7 @@ class ModernWriter {
     }
     std::set<CivilTime> written;
     for (const Moment& moment : item_.exceptions) AddException(moment, written);
-    for (const TimedRule& rule : item_.exception_rules) AddExceptions(rule.rule, written);
+    for (const TimedRule& rule : item_.exception_rules) AddExceptions(rule, written);
     for (const ExtraDate& date : item_.extra_dates) {
       AddTime("RDATE", AtTimeOfStart(date.start), form_);
     }
@@ -138,11 +137,9 @@ class ModernWriter {
     if (written.insert(clock_.ToLocal(exception)).second) AddTime("EXDATE", exception, form_);
   }
 
-  void AddExceptions(const RecurRule& rule, std::set<CivilTime>& written) {
-    const auto times = clock_.Walk(rule, item_.rule_start, kMostExceptions);
-    if ((rule.count == 0 && !rule.until) || times.size() == kMostExceptions) {
-      return report_.Dropped("EXRULE");
-    }
+  void AddExceptions(const TimedRule& rule, std::set<CivilTime>& written) {
+    const std::vector<CivilTime> times = ExceptionTimes(item_, rule, clock_);
+    if (times.empty()) return report_.Dropped("EXRULE");
     report_.Changed("EXRULE as single exceptions");
     for (const CivilTime& time : times) AddException(clock_.OfRuleClock(item_, time), written);
   }
@@ -294,6 +291,7 @@ ModernZone DeviceModernZone() {
 ModernText ModernComponent(CalendarItem item, const Clock& clock, const ModernZone& zone,
                            const WriterSettings& settings, Report& report) {
   SettleDates(item, clock, report);
+  if (!item.is_modern && !item.rules.empty()) item = AtFirstOccurrence(item, clock, report);
   return ModernWriter(item, clock, zone, settings, report).Write();
 }
 

@@ -40,7 +40,9 @@ void TakeWord(ItemContext& context, const ContentLine& line) {
 }
 
 void TakePriority(ItemContext& context, const ContentLine& line) {
-  context.item.priority = Digits(context.Text(line));
+  const std::string text = context.Text(line);
+  context.item.priority = Digits(text);
+  if (context.item.priority.empty() && !Trim(text).empty()) context.report.Dropped("PRIORITY");
 }
 
 void TakeProgress(ItemContext& context, const ContentLine& line) {
@@ -57,6 +59,7 @@ void TakeTransparency(ItemContext& context, const ContentLine& line) {
 }
 
 void TakeCategories(ItemContext& context, const ContentLine& line) {
+  context.item.has_categories = true;
   const std::string decoded = context.calendar.decoder.Decoded(line);
   for (const std::string_view list : SplitUnescaped(decoded, ';')) {
     for (const std::string_view piece : SplitUnescaped(list, ',')) {

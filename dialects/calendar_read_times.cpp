@@ -61,16 +61,22 @@ void ForEachDate(const ContentLine& line, ItemContext& context, Take take) {
   }
 }
 
+// The first that is a date counts.
+void TakeFirst(std::optional<Moment>& place, ItemContext& context, const ContentLine& line) {
+  if (place && !line.value.empty()) return context.report.Dropped(line.name + " (second one)");
+  if (!place) place = MomentOf(line, context);
+}
+
 }  // namespace
 
 void TakeStart(ItemContext& context, const ContentLine& line) {
-  if (!context.item.start) context.item.start = MomentOf(line, context);
+  TakeFirst(context.item.start, context, line);
 }
 void TakeEnd(ItemContext& context, const ContentLine& line) {
-  if (!context.item.end) context.item.end = MomentOf(line, context);
+  TakeFirst(context.item.end, context, line);
 }
 void TakeDue(ItemContext& context, const ContentLine& line) {
-  if (!context.item.due) context.item.due = MomentOf(line, context);
+  TakeFirst(context.item.due, context, line);
 }
 void TakeCompleted(ItemContext& context, const ContentLine& line) {
   context.item.completed = MomentOf(line, context);
@@ -82,7 +88,11 @@ void TakeModified(ItemContext& context, const ContentLine& line) {
   context.item.modified = MomentOf(line, context);
 }
 void TakeDuration(ItemContext& context, const ContentLine& line) {
-  context.item.duration = ReadDuration(context.Word(line));
+  const std::string word = context.Word(line);
+  context.item.duration = ReadDuration(word);
+  if (!context.item.duration && !word.empty()) {
+    context.report.Dropped("DURATION (no duration)");
+  }
 }
 void TakeReplaced(ItemContext& context, const ContentLine& line) {
   context.item.replaces = MomentOf(line, context);
@@ -145,7 +155,7 @@ void TakeAlarmComponent(const Component& component, ItemContext& context) {
   alarm.trigger = ReadDuration(trigger->value);
   alarm.is_from_end = EqualsIgnoringCase(trigger->Param("RELATED"), "END");
   if (!alarm.trigger) alarm.time = MomentOf(*trigger, context);
-  if (!alarm.trigger && !alarm.time) return;
+  if (!alarm.trigger && !alarm.time) return context.report.Dropped("VALARM");
   if (!component.Value("REPEAT").empty()) context.report.Dropped("VALARM (repetition)");
   context.item.alarms.push_back(alarm);
 }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace dialects {
 namespace {
@@ -108,18 +109,24 @@ Moment DayOf(const Moment& moment, RuleContext& context) {
   return {AtMidnight(context.clock.ToLocal(moment)), TimeKind::kDate, {}};
 }
 
+void ReportTimeOfDay(std::string_view what, const Moment& moment, RuleContext& context) {
+  const bool is_day = moment.kind == TimeKind::kDate || IsMidnight(context.clock.ToLocal(moment));
+  if (!is_day) context.report.Dropped(what);
+}
+
 void TakeTaskDays(CalendarItem& item, RuleContext& context) {
   if (!IsTask(item)) return;
   if (!item.due && item.start && item.duration) item.due = Plus(*item.start, *item.duration);
   // Some programs write the end of a task as that of an event.
-  if (!item.due && item.end) item.due = item.end;
+  if (!item.due && item.end) item.due = std::exchange(item.end, std::nullopt);
   if (item.due) {
-    if (item.due->kind != TimeKind::kDate && !IsMidnight(context.clock.ToLocal(*item.due))) {
-      context.report.Dropped("DUE (time of day)");
-    }
+    ReportTimeOfDay("DUE (time of day)", *item.due, context);
     item.due = DayOf(*item.due, context);
   }
-  if (item.start) item.start = DayOf(*item.start, context);
+  if (item.start) {
+    ReportTimeOfDay("DTSTART (time of day)", *item.start, context);
+    item.start = DayOf(*item.start, context);
+  }
   const std::optional<Moment>& first = item.start ? item.start : item.due;
   if (first) item.rule_start = first->time;
   item.rule_offset.reset();
@@ -136,20 +143,23 @@ std::optional<int64_t> AlarmTime(const Alarm& alarm, const CalendarItem& item, c
 }
 
 struct AlarmChoice {
-  std::optional<int64_t> time;  // the first that is not late
-  std::optional<int64_t> late;  // else the first
+  std::optional<int64_t> time;   // the first that is neither late nor too early
+  std::optional<int64_t> late;   // else the first
+  std::optional<int64_t> early;  // that is
 };
 
-AlarmChoice ChooseAlarm(const CalendarItem& item, int64_t latest, const Clock& clock) {
+AlarmChoice ChooseAlarm(const CalendarItem& item, int64_t earliest, int64_t latest,
+                        const Clock& clock) {
   AlarmChoice choice;
   for (const Alarm& alarm : item.alarms) {
     const std::optional<int64_t> time = AlarmTime(alarm, item, clock);
     if (!time) continue;
-    if (*time <= latest) {
+    if (*time >= earliest && *time <= latest) {
       choice.time = time;
       return choice;
     }
-    if (!choice.late) choice.late = time;
+    std::optional<int64_t>& other = *time > latest ? choice.late : choice.early;
+    if (!other) other = time;
   }
   return choice;
 }
@@ -165,10 +175,11 @@ std::optional<int64_t> LateEventAlarm(const CalendarItem& item, int64_t late,
 
 void FindEventAlarm(CalendarItem& item, RuleContext& context) {
   const int64_t start = context.clock.ToUtc(*item.start);
-  AlarmChoice choice = ChooseAlarm(item, start, context.clock);
+  AlarmChoice choice = ChooseAlarm(item, start - kLongestAlarm, start, context.clock);
   if (!choice.time && choice.late) choice.time = LateEventAlarm(item, *choice.late, context);
-  if (!choice.time) return context.report.Dropped("alarm after the event");
-  if (start - *choice.time > kLongestAlarm) return context.report.Dropped("alarm too early");
+  if (!choice.time) {
+    return context.report.Dropped(choice.early ? "alarm too early" : "alarm after the event");
+  }
   if (item.is_all_day) {
     item.alarm = Moment{CivilAt(UtcToDevice(*choice.time)), TimeKind::kLocal, {}};
   } else {
@@ -181,7 +192,8 @@ void FindTaskAlarm(CalendarItem& item, RuleContext& context) {
   const std::optional<Moment>& last = item.due ? item.due : item.start;
   const int64_t latest =
       last ? context.clock.ToUtc(*last) + kSecondsPerDay - 1 : std::numeric_limits<int64_t>::max();
-  const AlarmChoice choice = ChooseAlarm(item, latest, context.clock);
+  const AlarmChoice choice =
+      ChooseAlarm(item, std::numeric_limits<int64_t>::min(), latest, context.clock);
   if (!choice.time) return context.report.Dropped("alarm after the task");
   const CivilTime local = CivilAt(UtcToDevice(*choice.time));
   if (!IsMidnight(local)) context.report.Changed("alarm of a task, on its day");
@@ -191,7 +203,7 @@ void FindTaskAlarm(CalendarItem& item, RuleContext& context) {
 void FindAlarm(CalendarItem& item, RuleContext& context) {
   if (item.alarms.empty()) return;
   if (item.alarms.size() > 1) context.report.Dropped("alarm", item.alarms.size() - 1);
-  if (IsEvent(item)) FindEventAlarm(item, context);
+  if (IsEvent(item) && item.start) FindEventAlarm(item, context);
   if (IsTask(item)) FindTaskAlarm(item, context);
 }
 
@@ -203,6 +215,7 @@ void UseStatusOfStore(CalendarItem& item, RuleContext& context) {
     item.status.clear();
   }
   if (IsTask(item)) {
+    if (item.status == "IN-PROCESS") context.report.Dropped("STATUS (IN-PROCESS)");
     const bool is_complete =
         item.is_complete || item.status == "COMPLETED" || (item.completed && item.status.empty());
     item.status = is_complete ? "COMPLETED" : "NEEDS ACTION";
@@ -225,9 +238,14 @@ void UsePriorityOfStore(CalendarItem& item, RuleContext& context) {
   }
 }
 
-void UseClassOfStore(CalendarItem& item, RuleContext& /*context*/) {
-  if (item.access == "CONFIDENTIAL") item.access = "PRIVATE";
-  if (item.access != "PRIVATE" && item.access != "PUBLIC") item.access.clear();
+void UseClassOfStore(CalendarItem& item, RuleContext& context) {
+  if (item.access == "CONFIDENTIAL") {
+    item.access = "PRIVATE";
+    context.report.Changed("CONFIDENTIAL as PRIVATE");
+  }
+  if (item.access.empty() || item.access == "PRIVATE" || item.access == "PUBLIC") return;
+  context.report.Dropped("CLASS");
+  item.access.clear();
 }
 
 std::string FirstLine(std::string_view text) {
@@ -256,14 +274,41 @@ void FindTexts(CalendarItem& item, RuleContext& context) {
   if (!item.summary.empty()) context.report.Guessed("summary from the description");
 }
 
+void DropWhen(bool is_there, std::string_view name, RuleContext& context) {
+  if (is_there) context.report.Dropped(name);
+}
+
+// Events and tasks have no dates of their own making.
+void LeaveOutDates(const CalendarItem& item, RuleContext& context) {
+  const bool is_old = !item.is_modern;
+  DropWhen(item.created.has_value(), is_old ? "DCREATED" : "CREATED", context);
+  DropWhen(item.modified.has_value(), "LAST-MODIFIED", context);
+}
+
+void LeaveOutOfJournal(const CalendarItem& item, RuleContext& context) {
+  context.report.Dropped("RRULE", item.rules.size() + item.unknown_rules.size());
+  context.report.Dropped("RDATE", item.extra_dates.size());
+  DropWhen(!item.status.empty(), "STATUS", context);
+  DropWhen(!item.priority.empty(), "PRIORITY", context);
+}
+
 void LeaveOut(CalendarItem& item, RuleContext& context) {
   for (const OtherLine& other : item.others) context.report.Dropped(other.name);
-  if (!IsEvent(item)) {
-    context.report.Dropped("ATTENDEE", item.attendees.size());
-    item.attendees.clear();
-    if (!item.location.empty()) context.report.Dropped("LOCATION");
-    item.location.clear();
+  if (item.kind == ItemKind::kJournal) {
+    LeaveOutOfJournal(item, context);
+  } else {
+    LeaveOutDates(item, context);
   }
+  if (IsEvent(item)) {
+    DropWhen(item.due.has_value(), "DUE", context);
+    DropWhen(item.completed.has_value(), "COMPLETED", context);
+    return;
+  }
+  DropWhen(item.end.has_value(), "DTEND", context);
+  context.report.Dropped("ATTENDEE", item.attendees.size());
+  item.attendees.clear();
+  DropWhen(!item.location.empty(), "LOCATION", context);
+  item.location.clear();
 }
 
 struct NamedRule {

@@ -2,8 +2,11 @@
 // device's. So a rule is moved by a day where the start falls on another day here, and the start becomes a local
 // time; that keeps each occurrence where it is as long as both zones change their clocks together.
 //
+// The store takes a second item of the same start and summary for the first one. So whatever begins here begins at a
+// time of its own: a series whose first occurrence is that of another one begins with its next.
+//
 // What the store's rules cannot say becomes single items, when the rule ends and has few occurrences; else
-// the item is kept once, and its description says in words that it recurs.
+// the item is kept, and its description says in words that it recurs.
 #include "dialects/calendar_series.h"
 
 #include <algorithm>
@@ -22,6 +25,56 @@ void AddLine(const std::string& line, std::string& text) {
   text += (text.empty() ? "" : "\n") + line;
 }
 
+int64_t TimeOfDay(const CivilTime& time) {
+  return CivilSeconds(time) - CivilSeconds(AtMidnight(time));
+}
+
+CivilTime AtTimeOfDay(const CivilTime& day, int64_t time_of_day) {
+  return CivilAt(CivilSeconds(AtMidnight(day)) + time_of_day);
+}
+
+bool Ends(const RecurRule& rule) { return rule.count != 0 || rule.until; }
+
+// True for a rule that may occur several times a day.
+bool IsWithinDays(const RecurRule& rule) {
+  return rule.unit < RuleUnit::kDaily || !rule.hours.empty() || !rule.minutes.empty() ||
+         !rule.seconds.empty();
+}
+
+// The rule with its end by the clock that it counts on.
+RecurRule OnRuleClock(const RecurRule& rule, const CalendarItem& item, const Clock& clock) {
+  RecurRule result = rule;
+  if (!result.until || result.until->kind == TimeKind::kDate) return result;
+  result.until = Moment{clock.ToRuleClock(item, *result.until), TimeKind::kLocal, {}};
+  return result;
+}
+
+// The time at which a rule begins.
+CivilTime StartOf(const TimedRule& timed, const CalendarItem& item) {
+  return timed.time_of_day ? AtTimeOfDay(item.rule_start, *timed.time_of_day) : item.rule_start;
+}
+
+// The last occurrence of an item's rules, by the clock that they count on; nothing where one has no end, or too many
+// occurrences to be counted.
+std::optional<CivilTime> LastOccurrence(const CalendarItem& item, const Clock& clock) {
+  std::optional<CivilTime> last;
+  if (!item.unknown_rules.empty()) return std::nullopt;
+  for (const TimedRule& timed : item.rules) {
+    const RecurRule rule = OnRuleClock(timed.rule, item, clock);
+    if (!Ends(rule)) return std::nullopt;
+    const auto times = clock.Walk(rule, StartOf(timed, item), kMostCounted);
+    if (times.size() == kMostCounted) return std::nullopt;
+    if (!times.empty() && (!last || times.back() > *last)) last = times.back();
+  }
+  return last;
+}
+
+// The exceptions of one of the device's days.
+struct ExceptionDay {
+  bool is_whole = false;
+  std::set<CivilTime> times;
+};
+
 class Series {
  public:
   Series(const CalendarItem& item, const Clock& clock, Report& report)
@@ -35,12 +88,35 @@ class Series {
       AddOnce();
       return items_;
     }
+    FindOddStart();
     for (const TimedRule& rule : item_.rules) AddRule(rule);
-    if (items_.empty()) AddOnce();
-    for (const std::string& text : item_.unknown_rules) TellRule(text, items_.front().item);
+    told_.insert(told_.end(), item_.unknown_rules.begin(), item_.unknown_rules.end());
+    if (items_.empty() && (item_.extra_dates.empty() || !IsException(local_))) AddOnce();
     AddExtraDates();
+    if (items_.empty()) AddOnce();
+    for (const std::string& text : told_) TellRule(text, items_.front().item);
     NumberUids();
     return items_;
+  }
+
+  // The item as one that begins when one of its rules occurs for the first time.
+  CalendarItem AtFirstOccurrence() const {
+    std::optional<CivilTime> first;
+    for (const TimedRule& timed : item_.rules) {
+      // A time of day before that of the start is one of the next day.
+      for (const CivilTime& time :
+           clock_.Walk(OnRuleClock(timed.rule, item_, clock_), StartOf(timed, item_), 2)) {
+        if (time >= item_.rule_start && (!first || time < *first)) first = time;
+      }
+    }
+    if (!HasStart() || !first || *first == item_.rule_start) return item_;
+    CalendarItem moved = Moved(*first);
+    moved.rule_start = *first;
+    const int64_t seconds = CivilSeconds(*first) - CivilSeconds(item_.rule_start);
+    for (Alarm& alarm : moved.alarms) {
+      if (alarm.time) alarm.time->time = CivilAt(CivilSeconds(alarm.time->time) + seconds);
+    }
+    return moved;
   }
 
  private:
@@ -53,47 +129,85 @@ class Series {
     shift_ = static_cast<int>(CivilDay(local_) - CivilDay(item_.rule_start));
   }
 
-  void AddException(const CivilTime& day) {
-    if (exceptions_.size() < kMostExceptions) exceptions_.insert(AtMidnight(day));
+  // ---- Exceptions ----
+
+  // An exception at one of the item's own times means the occurrence at that time; at any other time, the day.
+  bool IsOwnTime(const CivilTime& local) const {
+    const bool is_midnight = local == AtMidnight(local);
+    return std::ranges::any_of(item_.rules,
+                               [&](const TimedRule& timed) {
+                                 if (IsWithinDays(timed.rule)) return !is_midnight;
+                                 return TimeOfDay(ToLocal(StartOf(timed, item_))) ==
+                                        TimeOfDay(local);
+                               }) ||
+           std::ranges::any_of(item_.extra_dates, [&](const ExtraDate& date) {
+             return date.start.kind != TimeKind::kDate && clock_.ToLocal(date.start) == local;
+           });
+  }
+
+  bool AddException(const CivilTime& local, bool is_whole) {
+    const bool is_known = exceptions_.contains(AtMidnight(local));
+    if (!is_known && exceptions_.size() >= kMostExceptions) return false;
+    ExceptionDay& day = exceptions_[AtMidnight(local)];
+    day.is_whole = day.is_whole || is_whole || !IsOwnTime(local);
+    day.times.insert(local);
+    return true;
   }
 
   void FindExceptions() {
     for (const Moment& moment : item_.exceptions) {
-      const bool is_of_rule_clock = moment.kind == TimeKind::kDate;
-      AddException(PlusDays(clock_.ToLocal(moment), is_of_rule_clock ? shift_ : 0));
+      const bool is_day = moment.kind == TimeKind::kDate;
+      const CivilTime local = PlusDays(clock_.ToLocal(moment), is_day ? shift_ : 0);
+      if (!AddException(local, is_day)) report_.Dropped("EXDATE");
     }
     for (const TimedRule& timed : item_.exception_rules) {
-      const RecurRule rule = WithUntil(timed.rule);
-      const bool ends = rule.count != 0 || rule.until;
-      const auto times = clock_.Walk(rule, item_.rule_start, kMostExceptions);
-      if (!ends || times.empty() || times.size() == kMostExceptions) {
-        report_.Dropped("EXRULE");
-        continue;
+      const std::vector<CivilTime> times = ExceptionTimes(item_, timed, clock_);
+      report_.Changed("EXRULE as single exceptions", times.empty() ? 0 : 1);
+      if (times.empty()) report_.Dropped("EXRULE");
+      for (const CivilTime& time : times) {
+        if (!AddException(ToLocal(time), false)) report_.Dropped("EXRULE (one exception)");
       }
-      report_.Changed("EXRULE as single exceptions");
-      for (const CivilTime& time : times) AddException(PlusDays(time, shift_));
     }
   }
 
-  // The rule with its end by the clock that it counts on.
-  RecurRule WithUntil(const RecurRule& rule) const {
-    RecurRule result = rule;
-    if (!result.until || result.until->kind == TimeKind::kDate) return result;
-    result.until = Moment{clock_.ToRuleClock(item_, *result.until), TimeKind::kLocal, {}};
-    return result;
+  bool IsException(const CivilTime& local) const {
+    const auto day = exceptions_.find(AtMidnight(local));
+    return day != exceptions_.end() && (day->second.is_whole || day->second.times.contains(local));
   }
+
+  // A time of the clock that rules count on, by the device's.
+  CivilTime ToLocal(const CivilTime& time) const {
+    if (item_.kind == ItemKind::kTask || item_.is_all_day) return PlusDays(time, shift_);
+    return clock_.ToLocal(clock_.OfRuleClock(item_, time));
+  }
+
+  // ---- Rules ----
 
   // The last day on which a rule can occur, by the clock that it counts on.
   static CivilTime LastDay(const Moment& until, const CivilTime& start) {
-    const int64_t time_of_day = CivilSeconds(start) - CivilSeconds(AtMidnight(start));
     if (until.kind == TimeKind::kDate) return AtMidnight(until.time);
-    return AtMidnight(CivilAt(CivilSeconds(until.time) - time_of_day));
+    return AtMidnight(CivilAt(CivilSeconds(until.time) - TimeOfDay(start)));
+  }
+
+  // In iCalendar 2.0 the start takes place, and counts, where no rule occurs on it.
+  void FindOddStart() {
+    if (item_.rules.empty() || !item_.unknown_rules.empty()) return;
+    for (const TimedRule& timed : item_.rules) {
+      const auto times =
+          clock_.Walk(OnRuleClock(timed.rule, item_, clock_), StartOf(timed, item_), 1);
+      if (times.empty() || times.front() == item_.rule_start) return;
+    }
+    if (!item_.is_modern) return report_.Guessed("start on which its rule does not occur");
+    report_.Changed("start on which its rule does not occur, as a single item");
+    has_odd_start_ = true;
+    if (!IsException(local_)) AddOnce();
   }
 
   void AddRule(const TimedRule& timed) {
-    CivilTime start = item_.rule_start;
-    if (timed.time_of_day) start = CivilAt(CivilSeconds(AtMidnight(start)) + *timed.time_of_day);
-    const RecurRule rule = WithUntil(timed.rule);
+    const CivilTime start = StartOf(timed, item_);
+    RecurRule rule = OnRuleClock(timed.rule, item_, clock_);
+    if (has_odd_start_ && rule.count == 1) return;
+    if (has_odd_start_ && rule.count > 1) --rule.count;
     if (item_.is_all_day && rule.unit < RuleUnit::kDaily) return AddNotExpressible(rule, start);
     const std::optional<RecurRule> here = shift_ == 0 ? rule : ShiftedRule(rule, start, shift_);
     Report changes;
@@ -111,43 +225,43 @@ class Series {
     RuleEnd end;
     end.count = rule.count;
     if (rule.until && rule.count == 0) end.last_day = PlusDays(LastDay(*rule.until, start), shift_);
-    const bool is_alone = parts.size() == 1 && start == item_.rule_start && item_.rules.size() == 1;
-    if (is_alone) {
-      if (!HitsStart(rule, start)) report_.Guessed("start on which its rule does not occur");
-      AddSeries(parts.front(), item_.rule_start, end);
-      return true;
-    }
     if (parts.size() > 1 && rule.count != 0) {
       const auto times = clock_.Walk(rule, start, kMostCounted);
       if (times.empty() || times.size() == kMostCounted) return false;
       end.last_day = PlusDays(AtMidnight(times.back()), shift_);
     }
-    report_.Changed("rule as several series");
-    for (const StorePart& part : parts) {
-      // The occurrences of a part are those of the device's days.
-      const CivilTime from = PlusDays(start, shift_);
-      const auto first = clock_.Walk(part.rule, from, 2);
-      const auto hit = std::ranges::find_if(
-          first, [&](const CivilTime& time) { return time >= PlusDays(item_.rule_start, shift_); });
-      if (hit == first.end() || (end.last_day && AtMidnight(*hit) > *end.last_day)) continue;
-      AddSeries(part, PlusDays(*hit, -shift_), end);
-    }
+    const bool is_alone = parts.size() == 1 && start == item_.rule_start && item_.rules.size() == 1;
+    if (!is_alone) report_.Changed("rule as several series");
+    for (const StorePart& part : parts) AddPart(part, start, end, is_alone);
     return true;
   }
 
-  bool HitsStart(const RecurRule& rule, const CivilTime& start) const {
-    const auto times = clock_.Walk(rule, start, 1);
-    return !times.empty() && times.front() == start;
+  // A series from its first occurrence on at which nothing else begins.
+  void AddPart(const StorePart& part, const CivilTime& start, RuleEnd end, bool is_alone) {
+    // The occurrences of a part are those of the device's days.
+    for (const CivilTime& here :
+         clock_.Walk(part.rule, PlusDays(start, shift_), begun_.size() + 2)) {
+      const CivilTime time = PlusDays(here, -shift_);
+      if (time < item_.rule_start) continue;
+      if (end.last_day && AtMidnight(here) > *end.last_day) return;
+      if (!begun_.contains(time)) return AddSeries(part, time, end);
+      if (end.count == 1) return;
+      if (end.count > 1) --end.count;
+    }
+    if (is_alone) AddSeries(part, item_.rule_start, end);
   }
 
   // A series that begins at a time of the rule's clock.
   void AddSeries(const StorePart& part, const CivilTime& start, const RuleEnd& end) {
+    begun_.insert(start);
     StoreItem series = {Moved(start), OldRuleText(part.store, end), {}};
     MakeLocal(series.item);
-    for (const CivilTime& day : exceptions_) {
+    const CivilTime first = series.item.start ? series.item.start->time : start;
+    for (const auto& [day, exception] : exceptions_) {
       const bool is_past = end.last_day && day > *end.last_day;
-      const CivilTime first = series.item.start ? series.item.start->time : start;
-      if (day >= AtMidnight(first) && !is_past) series.exceptions.push_back(day);
+      const bool is_of_series =
+          exception.is_whole || exception.times.contains(AtTimeOfDay(day, TimeOfDay(first)));
+      if (day >= AtMidnight(first) && !is_past && is_of_series) series.exceptions.push_back(day);
     }
     if (item_.kind == ItemKind::kTask && !series.exceptions.empty()) {
       report_.Dropped("EXDATE", series.exceptions.size());
@@ -157,21 +271,25 @@ class Series {
   }
 
   void AddNotExpressible(const RecurRule& rule, const CivilTime& start) {
-    const bool ends = rule.count != 0 || rule.until;
-    const auto times = ends ? clock_.Walk(rule, start, kMostSingles + 1) : std::vector<CivilTime>();
+    const auto times =
+        Ends(rule) ? clock_.Walk(rule, start, kMostSingles + 1) : std::vector<CivilTime>();
     if (times.empty() || times.size() > kMostSingles) {
-      AddOnce();
-      return TellRule(RecurRuleText(rule), items_.back().item);
+      told_.push_back(RecurRuleText(rule));
+      return;
     }
     report_.Changed("rule as single items");
-    for (const CivilTime& time : times) {
-      if (!exceptions_.contains(AtMidnight(PlusDays(time, shift_)))) {
-        items_.push_back({Moved(time), {}, {}});
-      }
-    }
+    for (const CivilTime& time : times) AddSingle(time);
   }
 
-  void AddOnce() { items_.push_back({item_, {}, {}}); }
+  void AddSingle(const CivilTime& time) {
+    if (IsException(ToLocal(time)) || !begun_.insert(time).second) return;
+    items_.push_back({Moved(time), {}, {}});
+  }
+
+  void AddOnce() {
+    begun_.insert(item_.rule_start);
+    items_.push_back({item_, {}, {}});
+  }
 
   void TellRule(const std::string& text, CalendarItem& item) {
     AddLine("Repeats: " + text, item.description);
@@ -189,11 +307,10 @@ class Series {
       Moment start = date.start;
       // A day alone has the time of the start.
       if (start.kind == TimeKind::kDate && !item_.is_all_day && item_.start) {
-        const int64_t time_of_day =
-            CivilSeconds(item_.rule_start) - CivilSeconds(AtMidnight(item_.rule_start));
-        start = clock_.OfRuleClock(item_, CivilAt(CivilSeconds(start.time) + time_of_day));
+        start = clock_.OfRuleClock(item_, AtTimeOfDay(start.time, TimeOfDay(item_.rule_start)));
       }
-      if (exceptions_.contains(AtMidnight(clock_.ToLocal(start)))) continue;
+      if (IsException(clock_.ToLocal(start))) continue;
+      if (!begun_.insert(clock_.ToRuleClock(item_, start)).second) continue;
       StoreItem single = {MovedTo(start), {}, {}};
       if (date.duration && single.item.start && *date.duration >= 0) {
         single.item.end = *single.item.start;
@@ -273,10 +390,13 @@ class Series {
   const CalendarItem& item_;
   const Clock& clock_;
   Report& report_;
-  Moment first_;                    // the start, or the due day of a task without one
-  CivilTime local_;                 // the same on the device's clock
-  int shift_ = 0;                   // days from the rule's clock to the device's
-  std::set<CivilTime> exceptions_;  // days of the device's clock
+  Moment first_;                                  // the start, or the due day of a task without one
+  CivilTime local_;                               // the same on the device's clock
+  int shift_ = 0;                                 // days from the rule's clock to the device's
+  bool has_odd_start_ = false;                    // the start is an occurrence that no rule has
+  std::map<CivilTime, ExceptionDay> exceptions_;  // by days of the device's clock
+  std::set<CivilTime> begun_;                     // where items begin, by the rule's clock
+  std::vector<std::string> told_;                 // rules that are kept in words
   bool is_zone_reported_ = false;
   std::vector<StoreItem> items_;
 };
@@ -285,6 +405,29 @@ class Series {
 
 std::vector<StoreItem> StoreItems(const CalendarItem& item, const Clock& clock, Report& report) {
   return Series(item, clock, report).Result();
+}
+
+CalendarItem AtFirstOccurrence(const CalendarItem& item, const Clock& clock, Report& report) {
+  Report ignored;
+  const Series series(item, clock, ignored);
+  CalendarItem moved = series.AtFirstOccurrence();
+  if (moved.rule_start != item.rule_start) {
+    report.Guessed("start on which its rule does not occur");
+  }
+  return moved;
+}
+
+std::vector<CivilTime> ExceptionTimes(const CalendarItem& item, const TimedRule& timed,
+                                      const Clock& clock) {
+  RecurRule rule = OnRuleClock(timed.rule, item, clock);
+  if (!Ends(rule)) {
+    const std::optional<CivilTime> last = LastOccurrence(item, clock);
+    if (!last) return {};
+    rule.until = Moment{*last, TimeKind::kLocal, {}};
+  }
+  std::vector<CivilTime> times = clock.Walk(rule, StartOf(timed, item), kMostExceptions);
+  if (times.size() == kMostExceptions) times.clear();
+  return times;
 }
 
 void TakeApartOverrides(std::vector<CalendarItem>& items, std::vector<Report>& reports,

@@ -22,6 +22,15 @@ struct StoreItem {
 // The items that a brought one (BringToStore) is in the store.
 std::vector<StoreItem> StoreItems(const CalendarItem& item, const Clock& clock, Report& report);
 
+// The item as one that begins when one of its rules occurs for the first time: in iCalendar 2.0 the start is an
+// occurrence, in vCalendar 1.0 it may be the time from which on rules count.
+CalendarItem AtFirstOccurrence(const CalendarItem& item, const Clock& clock, Report& report);
+
+// The occurrences of one of an item's exception rules, by the clock that its rules count on. A rule without an end has
+// those up to the last occurrence of the item. None where there are too many of them, or no end at all.
+std::vector<CivilTime> ExceptionTimes(const CalendarItem& item, const TimedRule& timed,
+                                      const Clock& clock);
+
 // Overrides of a series take their place: the series gets an exception for each, and they become single items
 // with UIDs of their own. Cancelled ones go. `reports`: one for each item.
 void TakeApartOverrides(std::vector<CalendarItem>& items, std::vector<Report>& reports,

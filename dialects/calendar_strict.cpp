@@ -2,8 +2,8 @@
 // occurrences are taken out of their series, each item is brought to what the store knows and becomes one or more
 // items of it, and these are written in the order of properties that the library itself writes.
 //
-// Where the reader asks for a property, an empty one is written: it changes nothing in the store, and an object
-// without it is taken for a damaged one.
+// Where the reader asks for a property, an empty one is written, as an object without it is taken for a damaged one. It
+// changes nothing in the store, but for the categories of a task: whoever reads the text takes these out again.
 #include "dialects/calendar_strict.h"
 
 #include <algorithm>
@@ -164,6 +164,7 @@ void AddStrict(CalendarItem item, Report report, const Clock& clock,
     object.text = StrictText(store_item, clock);
     object.uid = store_item.item.uid;
     object.line = item.line;
+    object.has_made_categories = item.kind == ItemKind::kTask && !item.has_categories;
     object.report = std::exchange(report, {});
     objects.push_back(std::move(object));
   }

@@ -225,8 +225,10 @@ std::optional<int64_t> ReadOffset(std::string_view text) {
   const std::string_view number = digits;
   const int hours = Number(number.substr(0, hour_digits));
   const int minutes = Number(number.substr(hour_digits, 2));
-  if (hours > 15 || minutes > 59) return std::nullopt;
-  const int64_t seconds = hours * kSecondsPerHour + minutes * kSecondsPerMinute;
+  const size_t before_seconds = hour_digits + 2;
+  const int rest = digits.size() > before_seconds ? Number(number.substr(before_seconds)) : 0;
+  if (hours > 15 || minutes > 59 || rest > 59) return std::nullopt;
+  const int64_t seconds = hours * kSecondsPerHour + minutes * kSecondsPerMinute + rest;
   return text.front() == '-' ? -seconds : seconds;
 }
 

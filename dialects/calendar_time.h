@@ -65,7 +65,7 @@ std::optional<int64_t> ReadDuration(std::string_view text);
 // "PT15M", "-P2D"; whole minutes and days where it can be.
 std::string DurationText(int64_t seconds);
 
-// Reads an offset from UTC such as "+01", "-0530" or "+05:30", in seconds.
+// Reads an offset from UTC such as "+01", "-0530", "+05:30" or "+005328", in seconds.
 std::optional<int64_t> ReadOffset(std::string_view text);
 
 // Seconds of a civil time in the device's zone, the C library's, as seconds of UTC since 1970, and back.

@@ -4,6 +4,8 @@
 // An object that is of the version that is written is copied line by line; one of the other goes by way of the items
 // that the store would hold (to vCalendar 1.0) or of the items as they were read (to iCalendar 2.0).
 #include <algorithm>
+#include <map>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -13,6 +15,7 @@
 #include "dialects/calendar_rules.h"
 #include "dialects/calendar_strict.h"
 #include "dialects/forms.h"
+#include "dialects/zone_history.h"
 
 namespace dialects {
 namespace {
@@ -61,6 +64,44 @@ void ForEachItem(const ReadCalendar& calendar, OldSense sense, ZoneBook& zones,
   }
 }
 
+// Where a file has a zone for its later objects already. A name that begins with "/" is nobody else's, and
+// readers know the zone by its end.
+constexpr std::string_view kOlderZones = "/osif/";
+
+// A day before all that may be in a zone, whichever that is.
+void TakeEarlier(const CivilTime& time, CivilTime& first) {
+  first = std::min(first, PlusDays(AtMidnight(time), -1));
+}
+
+constexpr CivilTime kEarly = {1, 1, 1, 0, 0, 0};
+constexpr CivilTime kLate = {9000, 1, 1, 0, 0, 0};
+
+CivilTime FirstTime(const std::vector<CalendarItem>& items, const Clock& clock) {
+  CivilTime first = kLate;
+  for (const CalendarItem& item : items) {
+    for (const std::optional<Moment>* moment :
+         {&item.start, &item.end, &item.due, &item.replaces}) {
+      if (*moment) TakeEarlier(clock.ToLocal(**moment), first);
+    }
+    for (const ExtraDate& date : item.extra_dates) TakeEarlier(clock.ToLocal(date.start), first);
+  }
+  return first;
+}
+
+CivilTime FirstTime(const Component& calendar) {
+  CivilTime first = kLate;
+  for (const Component& part : calendar.parts) {
+    for (const ContentLine& line : part.lines) {
+      if (line.Param("TZID").empty()) continue;
+      for (const std::string_view piece : SplitUnescaped(line.value, ',')) {
+        const auto moment = ReadMoment(piece.substr(0, piece.find('/')));
+        if (moment) TakeEarlier(moment->time, first);
+      }
+    }
+  }
+  return first;
+}
+
 class ModernCalendarWriter final : public CalendarWriter {
  public:
   using CalendarWriter::CalendarWriter;
@@ -106,35 +147,68 @@ class ModernCalendarWriter final : public CalendarWriter {
     const Component& root = calendar.calendar.root;
     for (const Component& part : root.parts) {
       if (part.name != "VTIMEZONE") continue;
-      if (!zones_.insert(std::string(part.Value("TZID"))).second) continue;
+      const std::string tzid(part.Value("TZID"));
+      if (!zones_.emplace(tzid, kEarly).second) continue;
       written.text += CopiedModern(part, calendar.decoder, settings_);
     }
+    const CivilTime first = FirstTime(root);
     for (const Component& part : root.parts) {
       if (part.name == "VTIMEZONE") continue;
-      for (const ContentLine& line : part.lines) AddZone(std::string(line.Param("TZID")), written);
+      for (const ContentLine& line : part.lines) {
+        const std::string tzid(line.Param("TZID"));
+        if (!tzid.empty() && !zones_.contains(tzid)) AddZone(tzid, tzid, first, written);
+      }
       written.text += CopiedModern(part, calendar.decoder, settings_);
     }
   }
 
-  void AddZone(const std::string& tzid, WrittenObject& written) {
-    if (tzid.empty() || !zones_.insert(tzid).second) return;
-    written.text += ZoneComponent(tzid);
+  // `tzid`: its name in the file.
+  void AddZone(const std::string& name, const std::string& tzid, const CivilTime& first,
+               WrittenObject& written) {
+    const std::string component = ZoneComponent(name);
+    const ZoneHistory history =
+        component.empty() ? ZoneHistory{{}, first} : ZoneSince(component, tzid, first);
+    zones_.emplace(tzid, history.from);
+    written.text += history.text;
+  }
+
+  // The name under which the device's zone tells of a time. It is written once for the first object that needs it; one
+  // that begins before that needs another one.
+  std::string NameSince(const std::string& name, const CivilTime& first) const {
+    if (name.empty()) return name;
+    const auto known = zones_.find(name);
+    if (known == zones_.end() || known->second <= first) return name;
+    const std::string end = "/" + name;
+    for (const auto& [tzid, from] : zones_) {
+      if (tzid.starts_with(kOlderZones) && tzid.ends_with(end) && from <= first) return tzid;
+    }
+    return std::string(kOlderZones) + std::to_string(first.year) + end;
   }
 
   void Convert(const ReadCalendar& calendar, WrittenObject& written) {
+    if (!device_zone_) device_zone_ = DeviceModernZone();
     ZoneBook zones;
     const Clock clock(zones);
-    const ModernZone zone = DeviceModernZone();
-    ForEachItem(calendar, SenseOf(settings_), zones, written, [&](const CalendarItem& item) {
-      const ModernText text = ModernComponent(item, clock, zone, settings_, written.report);
-      if (text.uses_zone) AddZone(zone.name, written);
+    const CalendarItems read = ReadItems(calendar, SenseOf(settings_), zones);
+    written.report.Add(read.report);
+    ModernZone zone = *device_zone_;
+    const CivilTime first = FirstTime(read.items, clock);
+    zone.name = NameSince(zone.name, first);
+    for (size_t i = 0; i < read.items.size(); ++i) {
+      written.report.Add(read.reports[i]);
+      const ModernText text =
+          ModernComponent(read.items[i], clock, zone, settings_, written.report);
+      if (text.uses_zone && !zones_.contains(zone.name)) {
+        AddZone(device_zone_->name, zone.name, first, written);
+      }
       written.text += text.text;
-    });
+    }
   }
 
   bool has_components_ = false;
   std::set<std::string> frame_lines_;
-  std::set<std::string> zones_;  // those that were written
+  std::map<std::string, CivilTime> zones_;  // those that were written, and since when they tell
+  std::optional<ModernZone> device_zone_;
 };
 
 class OldCalendarWriter final : public CalendarWriter {
@@ -174,26 +248,30 @@ class OldCalendarWriter final : public CalendarWriter {
   }
 
   void ConvertItem(CalendarItem item, const Clock& clock, WrittenObject& written) {
-    const std::vector<OtherLine> others = std::exchange(item.others, {});
-    const std::string priority = item.priority;
+    const std::string more = TakeMoreLines(item);
     BringToStore(item, clock, written.report);
     if (item.kind == ItemKind::kJournal || !HasPlace(item)) {
       return written.report.Dropped(item.kind == ItemKind::kJournal ? "VJOURNAL" : "VEVENT");
     }
     if (item.uid.empty()) item.uid = settings_.uid;
     for (const StoreItem& store_item : StoreItems(item, clock, written.report)) {
-      const std::string more = MoreLines(store_item.item, others);
-      written.text += StrictComponent(store_item, clock, more);
+      const std::string& uid = store_item.item.uid;
+      const std::string uid_line = uid.empty() ? "" : OldLine("UID", uid);
+      written.text += StrictComponent(store_item, clock, uid_line + more);
     }
   }
 
-  // What this version has a place for, and the store has not.
-  static std::string MoreLines(const CalendarItem& item, const std::vector<OtherLine>& others) {
+  // What this version has a place for, and the store has not, is taken out of the item.
+  static std::string TakeMoreLines(CalendarItem& item) {
     std::string text;
-    if (!item.uid.empty()) text += OldLine("UID", item.uid);
     if (item.modified) text += OldLine("LAST-MODIFIED", TextOf(*item.modified));
     if (item.created) text += OldLine("DCREATED", TextOf(*item.created));
-    for (const OtherLine& other : others) {
+    item.modified.reset();
+    item.created.reset();
+    if (item.kind == ItemKind::kEvent && !item.priority.empty()) {
+      text += OldLine("PRIORITY", std::exchange(item.priority, {}));
+    }
+    for (const OtherLine& other : std::exchange(item.others, {})) {
       if (!IsPropertyName(other.name)) continue;
       text += other.is_base64 ? other.name + ";ENCODING=BASE64:" + other.text + "\r\n\r\n"
                               : OldLine(other.name, other.text);

@@ -11,6 +11,7 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <set>
 #include <utility>
 
 #include "btosif/osif_util/ascii.h"
@@ -92,14 +93,13 @@ std::string Replaced(std::string_view text, std::string_view what, std::string_v
 // A line break is a line feed in the model, and a text has no zero.
 void Tidy(std::string& text) {
   if (text.find('\0') != std::string::npos) std::erase(text, '\0');
-  if (text.find('\r') == std::string::npos) return;
-  std::string tidy;
-  tidy.reserve(text.size());
-  for (size_t i = 0; i < text.size(); ++i) {
+  size_t end = text.find('\r');
+  if (end == std::string::npos) return;
+  for (size_t i = end; i < text.size(); ++i) {
     const bool is_pair = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
-    if (!is_pair) tidy += text[i] == '\r' ? '\n' : text[i];
+    if (!is_pair) text[end++] = text[i] == '\r' ? '\n' : text[i];
   }
-  text = std::move(tidy);
+  text.resize(end);
 }
 
 // The components of a decoded value of 3.0 or 4.0. Senders that know of no lists write a comma that is text without
@@ -174,7 +174,8 @@ std::vector<std::string> Place(std::string text) {
   return One(std::move(text));
 }
 
-std::vector<std::string> ComponentsOf(const ValueDecoder& decoder, const ContentLine& line,
+// The line's value is used up.
+std::vector<std::string> ComponentsOf(const ValueDecoder& decoder, ContentLine& line,
                                       CardShape shape) {
   switch (shape) {
     case CardShape::kStructured:
@@ -184,17 +185,19 @@ std::vector<std::string> ComponentsOf(const ValueDecoder& decoder, const Content
     case CardShape::kList:
       return ListEntries(decoder, line);
     case CardShape::kPlace:
-      return Place(decoder.Text(line));
+      return Place(decoder.Text(std::move(line)));
     default:
-      return One(decoder.Text(line));
+      return One(decoder.Text(std::move(line)));
   }
 }
 
 // True for what can be a name in every version.
 bool IsWord(std::string_view text) {
-  return !text.empty() && std::ranges::all_of(text, [](char c) {
-    return c > ' ' && c <= '~' && std::string_view(":;,=\"\\").find(c) == std::string_view::npos;
-  });
+  const auto is_special = [](char c) {
+    return c == ':' || c == ';' || c == ',' || c == '=' || c == '"' || c == '\\';
+  };
+  return !text.empty() &&
+         std::ranges::all_of(text, [&](char c) { return c > ' ' && c <= '~' && !is_special(c); });
 }
 
 // ---- Parameters ---------------------------------------------------------------------------------------------
@@ -231,14 +234,15 @@ constexpr size_t kMostTypes = 32;
 
 void TakeType(CardProperty& property, std::string_view sent) {
   if (property.types.size() == kMostTypes) return;
+  if (property.types.empty()) property.types.reserve(2);
   const std::string word = ToUpper(sent);
   if (!IsWord(word)) return;
   if (word == "PREF"sv) {
     if (property.preference == 0) property.preference = 1;
   } else if (IsValueWord(word)) {
     AddValueKind(property, word);
-  } else if (!word.empty() && !property.HasType(CanonicalType(word))) {
-    property.types.emplace_back(CanonicalType(word));
+  } else if (const std::string_view type = CanonicalType(word); !property.HasType(type)) {
+    property.types.emplace_back(type);
   }
 }
 
@@ -320,15 +324,6 @@ void TakeDataOfUri(CardProperty& property) {
   property.is_binary = true;
 }
 
-// RFC 2426, section 3.2.1: an address of no kind is one at work. "postal" alone says that it is of no kind.
-void TakeKindOfAddress30(CardProperty& property) {
-  if (property.types.empty()) {
-    property.types.emplace_back("WORK");
-  } else if (property.types == std::vector<std::string>{"POSTAL"}) {
-    property.types.clear();
-  }
-}
-
 // ---- Reader -------------------------------------------------------------------------------------------------
 
 // A line as it was sent, for a card inside of a card.
@@ -356,6 +351,12 @@ class CardReader {
       TakeLine(line);
     }
     if (is_end && depth_ > 0) --depth_;
+  }
+
+  // The cards of an agent that were not ended are.
+  void Finish() {
+    if (nested_ != Nested::kAgent) return;
+    for (; depth_ > 1; --depth_) card_.properties.back().components.front() += "END:VCARD\n";
   }
 
  private:
@@ -400,7 +401,8 @@ class CardReader {
     CardProperty& property = card_.properties.emplace_back();
     property.line = line.line;
     property.name = CanonicalCardName(line.name);
-    TakeValue(line, property);
+    const CardShape shape = ShapeOf(property.name);
+    TakeValue(line, shape, property);
     property.group = std::move(line.group);
     std::string label;
     std::string sort_key;
@@ -413,17 +415,19 @@ class CardReader {
         TakeParameter(property, param);
       }
     }
-    if (line.name == "X-MICROSOFT-ASST_TEL"sv) property.types = {"X-ASSISTANT"};
-    TakeDialect(property);
+    // Under all its other names a number is the assistant's.
+    if (property.name == "TEL"sv && line.name != "TEL"sv) property.types = {"X-ASSISTANT"};
+    TakeDialect(shape, property);
     if (!label.empty()) AddLabel(label);
     if (!sort_key.empty()) card_.Add("SORT-STRING", {std::move(sort_key)});
   }
 
-  void TakeValue(ContentLine& line, CardProperty& property) {
+  void TakeValue(ContentLine& line, CardShape shape, CardProperty& property) {
     const Encoding encoding = EncodingOf(line);
-    const CardShape shape = ShapeOf(property.name);
-    const bool is_binary = shape == CardShape::kBinary || !IsKnownCardName(property.name);
-    if (encoding == Encoding::kBase64 && is_binary) {
+    const auto is_binary = [&] {
+      return shape == CardShape::kBinary || !IsKnownCardName(property.name);
+    };
+    if (encoding == Encoding::kBase64 && is_binary()) {
       std::erase_if(line.value, IsBlankOrTab);
       property.components = One(std::move(line.value));
       property.is_binary = true;
@@ -437,17 +441,15 @@ class CardReader {
     for (std::string& component : property.components) Tidy(component);
   }
 
-  void TakeDialect(CardProperty& property) {
+  void TakeDialect(CardShape shape, CardProperty& property) {
     const std::string& name = property.name;
     if (name == "TEL"sv) {
       TakeNumberOfUri(property);
     } else if (name == "EMAIL"sv) {
       TakeAddressOfUri(property);
-    } else if (name == "ADR"sv && card_.version == CardVersion::k30) {
-      TakeKindOfAddress30(property);
     } else if (name == "RELATED"sv) {
       TakeRelation(property);
-    } else if (ShapeOf(name) == CardShape::kBinary) {
+    } else if (shape == CardShape::kBinary) {
       TakeDataOfUri(property);
     }
   }
@@ -475,18 +477,23 @@ class CardReader {
 
 // ---- What belongs to two properties -------------------------------------------------------------------------
 
-// DEPT is the second component of the organisation, whichever of the two comes first.
-void JoinDepartment(Card& card) {
-  const auto department =
-      std::ranges::find(card.properties, std::string_view("DEPT"), &CardProperty::name);
-  if (department == card.properties.end()) return;
-  const std::string text = department->Text();
-  card.properties.erase(department);
+// DEPT is the second component of the organisation, whichever of the two comes first; where that is another, one more.
+void JoinDepartments(Card& card) {
+  if (card.Find("DEPT") == nullptr) return;
+  const std::vector<CardProperty> departments = TakeProperties(card, "DEPT");
   CardProperty* organisation = card.Find("ORG");
   if (organisation == nullptr) organisation = &card.Add("ORG", {""});
   auto& components = organisation->components;
   components.resize(std::max<size_t>(components.size(), 2));
-  if (components[1].empty()) components[1] = text;
+  std::set<std::string, std::less<>> known(components.begin() + 1, components.end());
+  for (const CardProperty& department : departments) {
+    if (department.IsEmpty() || !known.insert(department.Text()).second) continue;
+    if (components[1].empty()) {
+      components[1] = department.Text();
+    } else {
+      components.push_back(department.Text());
+    }
+  }
 }
 
 struct LabelledRow {
@@ -517,33 +524,51 @@ void TakeMeaningOfLabel(CardProperty& property) {
 
 constexpr std::string_view kLabelName = "X-ABLABEL";
 
-// The labels go into the properties of their group; one of nothing stays.
+// More is no label, and would be copied into every property of its group.
+constexpr size_t kLongestLabel = 255;
+
+// The labels go into the properties of their group, whose name has no case; one of nothing stays.
 void ResolveLabels(Card& card) {
   std::map<std::string, std::string, std::less<>> labels;
   for (const CardProperty& property : card.properties) {
-    if (property.name == kLabelName && !property.group.empty()) {
-      labels.emplace(property.group, property.Text());
+    const bool is_short = property.Text().size() <= kLongestLabel;
+    if (property.name == kLabelName && !property.group.empty() && is_short) {
+      labels.emplace(ToUpper(property.group), property.Text());
     }
   }
   if (labels.empty()) return;
-  std::map<std::string, bool, std::less<>> is_used;
+  std::set<std::string, std::less<>> used;
   for (CardProperty& property : card.properties) {
     if (property.name == kLabelName || property.group.empty()) continue;
-    const auto label = labels.find(property.group);
+    const auto label = labels.find(ToUpper(property.group));
     if (label == labels.end()) continue;
-    is_used[property.group] = true;
+    used.insert(label->first);
     property.label = label->second;
     TakeMeaningOfLabel(property);
   }
   std::erase_if(card.properties, [&](const CardProperty& property) {
-    return property.name == kLabelName && is_used.contains(property.group);
+    return property.name == kLabelName && used.contains(ToUpper(property.group));
   });
+}
+
+// RFC 2426, section 3.2.1: an address of no kind is one at work, and its label too. "postal" alone says that it is of
+// no kind, and so does a label of the sender's own.
+void TakeKindsOfAddresses30(Card& card) {
+  for (CardProperty& property : card.properties) {
+    if (property.name != "ADR"sv && property.name != "LABEL"sv) continue;
+    if (property.types == std::vector<std::string>{"POSTAL"}) {
+      property.types.clear();
+    } else if (property.types.empty() && property.label.empty()) {
+      property.types.emplace_back("WORK");
+    }
+  }
 }
 
 // The later versions are UTF-8, whatever a CHARSET says, unless the bytes contradict.
 void IgnoreCharsets(std::vector<ContentLine>& lines) {
   for (ContentLine& line : lines) {
-    if (IsUtf8(line.value) && EncodingOf(line) == Encoding::kNone) line.RemoveParams("CHARSET");
+    if (line.Param("CHARSET").empty() || EncodingOf(line) != Encoding::kNone) continue;
+    if (IsUtf8(line.value)) line.RemoveParams("CHARSET");
   }
 }
 
@@ -561,7 +586,8 @@ auto FindIn(Properties& properties, std::string_view name) -> decltype(propertie
 }  // namespace
 
 bool CardProperty::IsEmpty() const {
-  return std::ranges::all_of(components, [](const std::string& text) { return text.empty(); });
+  return std::ranges::all_of(components,
+                             [](const std::string& text) { return Trim(text).empty(); });
 }
 
 bool CardProperty::HasType(std::string_view type) const {
@@ -611,23 +637,32 @@ Card ReadCard(const ObjectText& object, const TextSettings& settings, Report& re
   card.properties.reserve(lines.size());
   CardReader reader(card, decoder, report);
   for (ContentLine& line : lines) reader.Take(line);
-  JoinDepartment(card);
+  reader.Finish();
+  JoinDepartments(card);
   ResolveLabels(card);
+  if (version == CardVersion::k30) TakeKindsOfAddresses30(card);
   return card;
 }
 
 std::vector<CardProperty> TakeProperties(Card& card, std::string_view name) {
   std::vector<CardProperty>& properties = card.properties;
-  const auto taken =
-      std::stable_partition(properties.begin(), properties.end(),
-                            [&](const CardProperty& property) { return property.name != name; });
-  std::vector<CardProperty> all(std::make_move_iterator(taken),
-                                std::make_move_iterator(properties.end()));
-  properties.erase(taken, properties.end());
-  return all;
+  std::vector<CardProperty> taken;
+  auto end = std::ranges::find(properties, name, &CardProperty::name);
+  const auto count = std::ranges::count(end, properties.end(), name, &CardProperty::name);
+  taken.reserve(static_cast<size_t>(count));
+  for (auto property = end; property != properties.end(); ++property) {
+    if (property->name == name) {
+      taken.push_back(std::move(*property));
+    } else {
+      *end++ = std::move(*property);
+    }
+  }
+  properties.erase(end, properties.end());
+  return taken;
 }
 
 std::string WithoutLists(std::string_view component, std::string_view separator) {
+  if (component.find(kListSeparator) == std::string_view::npos) return std::string(component);
   std::string text;
   for (const char c : component) {
     if (c == kListSeparator) {

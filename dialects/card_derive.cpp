@@ -41,6 +41,7 @@ struct DateNumber {
 // The runs of digits that begin a date, up to three; what separates them goes into `separator`.
 std::vector<DateNumber> NumbersOf(std::string_view text, char& separator) {
   std::vector<DateNumber> numbers;
+  numbers.reserve(3);
   while (numbers.size() < 3 && !text.empty()) {
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -64,14 +65,17 @@ bool IsPossible(int year, int month, int day) {
   return day <= kDays[static_cast<size_t>(month - 1)];
 }
 
-std::string Padded(int number, size_t digits) {
-  std::string text = std::to_string(number);
-  return std::string(digits - std::min(digits, text.size()), '0') + text;
+std::string EightDigits(int number) {
+  std::string text(8, '0');
+  for (auto digit = text.rbegin(); digit != text.rend(); ++digit, number /= 10) {
+    *digit = static_cast<char>('0' + number % 10);
+  }
+  return text;
 }
 
 std::optional<Day> MakeDay(int year, int month, int day, bool is_guessed) {
   if (!IsPossible(year, month, day)) return std::nullopt;
-  return Day{Padded(year, 4) + Padded(month, 2) + Padded(day, 2), is_guessed};
+  return Day{EightDigits(10000 * year + 100 * month + day), is_guessed};
 }
 
 }  // namespace
@@ -90,7 +94,7 @@ std::optional<DerivedName> DeriveName(const Card& card) {
 
 bool IsDerivedName(const Card& card, const CardProperty& name) {
   const std::string_view formatted = Trim(card.TextOf("FN"));
-  if (formatted.empty()) return false;
+  if (formatted.empty() || !formatted.starts_with(name.Text())) return false;
   std::vector<std::string> parts = name.components;
   parts.resize(std::max(parts.size(), kNameParts));
   return parts == PartsOfFormatted(card, formatted);
@@ -137,6 +141,7 @@ std::optional<Day> DayOf(std::string_view text) {
 std::optional<Day> DayOf(const CardProperty& date) {
   const std::string_view omitted = date.Param("X-APPLE-OMIT-YEAR");
   if (!omitted.empty() && date.Text().starts_with(omitted)) return std::nullopt;
+  if (date.Param("VALUE") == "TEXT"sv) return std::nullopt;
   return DayOf(date.Text());
 }
 

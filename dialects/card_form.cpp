@@ -93,6 +93,7 @@ void MoveOffice(Card& card) {
 
 // A label is a parameter of the address of its kind, the first label of the first address.
 void MoveLabels(Card& card) {
+  if (card.Find("LABEL") == nullptr) return;
   std::map<std::vector<std::string>, std::deque<CardProperty*>> addresses;
   for (CardProperty& property : card.properties) {
     if (property.name == "ADR"sv) addresses[property.types].push_back(&property);
@@ -127,7 +128,14 @@ constexpr std::array<RelationRow, 3> kRelations = {{
     {"X-ASSISTANT", "AGENT"},
 }};
 
-// One RELATED for each name.
+CardProperty MakeRelation(std::string_view type, std::string entry) {
+  CardProperty related = MakeProperty("RELATED", {std::move(entry)});
+  related.types.emplace_back(type);
+  related.params.push_back({"VALUE", "TEXT"});
+  return related;
+}
+
+// One RELATED for each name. The first keeps what the sender said of them all: on each it would grow with their number.
 void MoveRelations(Card& card) {
   const bool has_any = std::ranges::any_of(
       kRelations, [&](const RelationRow& row) { return card.Find(row.name) != nullptr; });
@@ -140,14 +148,18 @@ void MoveRelations(Card& card) {
       moved.push_back(std::move(property));
       continue;
     }
-    for (const std::string& entry : property.components) {
-      CardProperty related = property;
-      related.name = "RELATED";
-      related.components = {ShapeOf(property.name) == CardShape::kList ? std::string(Trim(entry))
-                                                                       : entry};
-      related.types.insert(related.types.begin(), std::string(row->type));
-      related.RemoveParams("VALUE");
-      related.params.push_back({"VALUE", "TEXT"});
+    const bool is_list = ShapeOf(property.name) == CardShape::kList;
+    const std::vector<std::string> entries = std::exchange(property.components, {});
+    for (const std::string& entry : entries) {
+      CardProperty related = MakeRelation(row->type, is_list ? std::string(Trim(entry)) : entry);
+      if (&entry == entries.data()) {
+        property.RemoveParams("VALUE");
+        std::ranges::move(property.types, std::back_inserter(related.types));
+        std::ranges::move(property.params, std::back_inserter(related.params));
+        related.group = std::move(property.group);
+        related.label = std::move(property.label);
+        related.preference = property.preference;
+      }
       moved.push_back(std::move(related));
     }
   }

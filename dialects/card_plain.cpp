@@ -257,13 +257,16 @@ class PlainCard {
     const bool is_utf8 = TakeSuffix(head, kUtf8);
     const HeadRow* row = kTable.Find(head);
     if (row == nullptr || !TakePlace(*row, value)) return false;
+    // A number of no kind is one at home, unless it has any parameter.
+    if (head == "TEL" && (is_encoded || is_utf8)) return false;
     return is_encoded ? TakePlainEncoded(*row, value, is_utf8) : IsPlainValue(*row, value, is_utf8);
   }
 
   bool TakePlace(const HeadRow& row, const Value& value) {
     const bool is_empty = value.IsEmpty();
     if (is_empty && row.is_repeatable) return true;
-    if (row.place == kName) has_name_ = !is_empty;
+    if (row.place == kName)
+      has_name_ = value.text.find_first_not_of("; \t") != std::string_view::npos;
     if (row.place == kPreferredEmail && ++used_[kEmail] > RoomOf(kEmail)) return false;
     return ++used_[row.place] <= RoomOf(row.place);
   }
@@ -280,7 +283,8 @@ class PlainCard {
   }
 
   static bool IsPlainDate(std::string_view value) {
-    return value.empty() || (value.size() == 8 && DayOf(value).has_value());
+    const bool is_digits = value.find_first_not_of("0123456789") == std::string_view::npos;
+    return value.empty() || (value.size() == 8 && is_digits && DayOf(value).has_value());
   }
 
   // Goes on over soft line breaks.
@@ -294,7 +298,8 @@ class PlainCard {
       if (goes_on) value.text.remove_suffix(1);
       if (!AreEncodedBytes(value.text, is_utf8, follower, separators)) return false;
       if (!goes_on) return follower.IsBetweenCharacters() && separators <= row.separators;
-      if (!TakeValue(value) || MayBeFrame(value.text)) return false;
+      // A blank there may be that of a fold.
+      if (!TakeValue(value) || value.text.starts_with(' ') || MayBeFrame(value.text)) return false;
     }
   }
 

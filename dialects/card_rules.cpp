@@ -115,8 +115,16 @@ void SortByPreference(Draft& draft) {
   const auto rank = [](const CardProperty& property) {
     return property.preference == 0 ? kNone : property.preference;
   };
-  const bool is_sorted = std::ranges::is_sorted(draft.card.properties, {}, rank);
-  if (!is_sorted) std::ranges::stable_sort(draft.card.properties, {}, rank);
+  std::vector<CardProperty>& properties = draft.card.properties;
+  if (std::ranges::is_sorted(properties, {}, rank)) return;
+  std::vector<CardProperty*> order;
+  order.reserve(properties.size());
+  for (CardProperty& property : properties) order.push_back(&property);
+  std::ranges::stable_sort(order, {}, [&](const CardProperty* one) { return rank(*one); });
+  std::vector<CardProperty> sorted;
+  sorted.reserve(properties.size());
+  for (CardProperty* property : order) sorted.push_back(std::move(*property));
+  properties = std::move(sorted);
 }
 
 // Properties of one name and ALTID say the same in several languages.
@@ -144,7 +152,9 @@ void TakeName(Draft& draft) {
 // ---- Components ---------------------------------------------------------------------------------------------
 
 void FlattenLists(CardProperty& property) {
-  for (std::string& component : property.components) component = WithoutLists(component, " ");
+  for (std::string& component : property.components) {
+    std::ranges::replace(component, kListSeparator, ' ');
+  }
 }
 
 // What comes after the last component that there is goes into `into`.
@@ -186,22 +196,24 @@ void LimitComponents(Draft& draft) {
 // ---- Properties of which the store has one ------------------------------------------------------------------
 
 void TakeRole(Draft& draft) {
-  if (draft.card.TextOf("ROLE").empty() || !draft.card.TextOf("TITLE").empty()) return;
-  CardProperty role = std::move(TakeProperties(draft.card, "ROLE").front());
-  role.name = "TITLE";
-  draft.card.properties.push_back(std::move(role));
+  CardProperty* role = draft.card.Find("ROLE");
+  const CardProperty* title = draft.card.Find("TITLE");
+  const bool has_title = title != nullptr && !title->IsEmpty();
+  if (role == nullptr || role->IsEmpty() || has_title) return;
+  role->name = "TITLE";
   draft.report.Changed("ROLE to TITLE");
 }
 
-// The agent's name, not a card or an address of one.
+// The agents' names, not a card or an address of one.
 void TakeAgent(Draft& draft) {
-  const CardProperty* agent = draft.card.Find("AGENT");
-  if (agent == nullptr || !draft.card.TextOf("X-ASSISTANT").empty()) return;
-  const std::string& text = agent->Text();
-  if (text.empty() || StartsIgnoringCase(text, "BEGIN") || agent->Param("VALUE") == "URI"sv) return;
-  draft.card.Add("X-ASSISTANT", {text});
-  TakeProperties(draft.card, "AGENT");
-  draft.report.Changed("AGENT to X-ASSISTANT");
+  if (!draft.card.TextOf("X-ASSISTANT").empty()) return;
+  for (CardProperty* agent : AllOf(draft.card, "AGENT")) {
+    const bool is_name = !agent->IsEmpty() && !StartsIgnoringCase(agent->Text(), "BEGIN") &&
+                         agent->Param("VALUE") != "URI"sv;
+    if (!is_name) continue;
+    agent->name = "X-ASSISTANT";
+    draft.report.Changed("AGENT to X-ASSISTANT");
+  }
 }
 
 void JoinDates(Draft& draft, std::string_view name) {
@@ -232,8 +244,8 @@ constexpr std::array<std::string_view, 10> kSingle = {
 
 // Keeps the first that is not empty. An empty one stays where there is no other: it clears what is stored.
 void KeepFirst(Draft& draft, std::string_view name) {
+  if (std::ranges::count(draft.card.properties, name, &CardProperty::name) < 2) return;
   const std::vector<CardProperty*> all = AllOf(draft.card, name);
-  if (all.size() < 2) return;
   const CardProperty* found = draft.card.Find(name);
   CardProperty kept = *found;
   for (const CardProperty* other : all) {
@@ -374,7 +386,8 @@ void TakeLabels(Draft& draft) {
     if (!address->IsEmpty()) kinds.insert(KindOfAddress(*address));
   }
   for (CardProperty& label : TakeProperties(draft.card, "LABEL")) {
-    if (label.IsEmpty() || !kinds.insert(KindOfAddress(label)).second) {
+    if (label.IsEmpty()) continue;
+    if (!kinds.insert(KindOfAddress(label)).second) {
       draft.report.Dropped("LABEL");
       continue;
     }
@@ -441,11 +454,12 @@ void JoinNotes(Draft& draft) {
 }
 
 // NICKNAME and ROLE are read, and find no place.
-constexpr std::array<std::string_view, 15> kStored = {
-    "N",     "FN",   "BDAY",     "ADR",         "ORG",        "TITLE",       "TEL",       "URL",
-    "EMAIL", "NOTE", "X-SPOUSE", "ANNIVERSARY", "X-CHILDREN", "X-ASSISTANT", "CATEGORIES"};
-constexpr std::array<std::string_view, 3> kNotContent = {"X-MICROSOFT-OFFICELOC", "X-IRMC-LUID",
-                                                         "UID"};
+constexpr std::array<std::string_view, 16> kStored = {
+    "N",          "FN",          "BDAY",       "ADR",
+    "ORG",        "TITLE",       "TEL",        "URL",
+    "EMAIL",      "NOTE",        "X-SPOUSE",   "ANNIVERSARY",
+    "X-CHILDREN", "X-ASSISTANT", "CATEGORIES", "X-MICROSOFT-OFFICELOC"};
+constexpr std::array<std::string_view, 2> kNotContent = {"X-IRMC-LUID", "UID"};
 
 void ReportTheRest(Draft& draft) {
   for (const CardProperty& property : draft.card.properties) {

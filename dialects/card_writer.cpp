@@ -222,6 +222,7 @@ std::string TypesOf30(const CardProperty& property) {
 }
 
 std::string TypesOf40(const CardProperty& property) {
+  if (property.types.empty()) return {};
   const std::string_view media = MediaWord(property);
   const bool is_email = property.name == "EMAIL"sv;
   std::string list;
@@ -263,9 +264,10 @@ std::string MediaParameters(CardVersion version, const CardProperty& property) {
   return ";MEDIATYPE=" + ParameterValue(MediaTypeOf(property.name, type), true);
 }
 
-std::string ModernHead(CardVersion version, const CardProperty& property, bool is_text_date) {
+void AppendModernHead(std::string& head, CardVersion version, const CardProperty& property,
+                      bool is_text_date) {
   const bool is_40 = version == CardVersion::k40;
-  std::string head = property.group.empty() ? "" : property.group + ".";
+  if (!property.group.empty()) head.append(property.group) += '.';
   AppendCardName(head, version, property.name);
   if (ShapeOf(property.name) == CardShape::kBinary) {
     head += MediaParameters(version, property);
@@ -275,12 +277,11 @@ std::string ModernHead(CardVersion version, const CardProperty& property, bool i
   AppendTypes(head, version, property);
   if (is_40 && property.preference > 0) head += ";PREF=" + std::to_string(property.preference);
   const std::string_view kind = ValueKind(version, property, is_text_date);
-  if (!kind.empty()) head += ";VALUE=" + std::string(kind);
+  if (!kind.empty()) head.append(";VALUE=").append(kind);
   for (const auto& [name, value] : property.params) {
     if (name == "VALUE"sv) continue;
     head += ";" + name + "=" + ParameterValue(value, is_40);
   }
-  return head;
 }
 
 void AppendComponent(std::string& value, std::string_view component) {
@@ -293,8 +294,8 @@ void AppendComponent(std::string& value, std::string_view component) {
   }
 }
 
-std::string EscapedComponents(const std::vector<std::string>& components, char separator) {
-  std::string value;
+void AppendComponents(std::string& value, const std::vector<std::string>& components,
+                      char separator) {
   for (const std::string& component : components) {
     if (&component != components.data()) value += separator;
     if (separator == ',') {
@@ -303,13 +304,10 @@ std::string EscapedComponents(const std::vector<std::string>& components, char s
       AppendComponent(value, component);
     }
   }
-  return value;
 }
 
 // A backslash is none of a URI's characters, and readers take it for an escape.
-std::string UriText(std::string_view uri) {
-  std::string text;
-  text.reserve(uri.size());
+void AppendUri(std::string& text, std::string_view uri) {
   for (const char c : uri) {
     if (c == '\\') {
       text += "%5C";
@@ -317,48 +315,61 @@ std::string UriText(std::string_view uri) {
       text += c;
     }
   }
-  return text;
 }
 
 bool IsUri(const CardProperty& property) {
   return property.Param("VALUE") == "URI"sv || property.Text().find(':') != std::string::npos;
 }
 
-std::string BinaryText(CardVersion version, const CardProperty& property) {
+void AppendBinary(std::string& value, CardVersion version, const CardProperty& property) {
   const bool is_data = version == CardVersion::k40 && ShapeOf(property.name) == CardShape::kBinary;
-  if (!is_data) return property.Text();
-  return "data:" + MediaTypeOf(property.name, MediaWord(property)) + ";base64," + property.Text();
+  if (is_data) value += "data:" + MediaTypeOf(property.name, MediaWord(property)) + ";base64,";
+  value += property.Text();
 }
 
-std::string ModernValue(CardVersion version, const CardProperty& property) {
+void AppendPlace(std::string& value, CardVersion version, const CardProperty& property) {
+  if (property.components.size() != 2) return AppendEscapedModern(value, property.Text());
   const bool is_40 = version == CardVersion::k40;
-  if (property.is_binary) return BinaryText(version, property);
-  if (property.name == "REV"sv && is_40) return BasicTime(property.Text());
+  value += is_40 ? "geo:" + Joined(property.components, ",") : Joined(property.components, ";");
+}
+
+void AppendModernValue(std::string& value, CardVersion version, const CardProperty& property) {
+  if (property.is_binary) return AppendBinary(value, version, property);
+  if (property.name == "REV"sv && version == CardVersion::k40) {
+    value += BasicTime(property.Text());
+    return;
+  }
   switch (ShapeOf(property.name)) {
     case CardShape::kStructured:
     case CardShape::kOrganised:
-      return EscapedComponents(property.components, ';');
+      return AppendComponents(value, property.components, ';');
     case CardShape::kList:
-      return EscapedComponents(property.components, ',');
+      return AppendComponents(value, property.components, ',');
     case CardShape::kUri:
-      return UriText(property.Text());
+      return AppendUri(value, property.Text());
     case CardShape::kBinary:
-      return IsUri(property) ? UriText(property.Text()) : EscapedModern(property.Text());
+      return IsUri(property) ? AppendUri(value, property.Text())
+                             : AppendEscapedModern(value, property.Text());
     case CardShape::kPlace:
-      if (property.components.size() != 2) return EscapedModern(property.Text());
-      return is_40 ? "geo:" + Joined(property.components, ",") : Joined(property.components, ";");
+      return AppendPlace(value, version, property);
     default:
-      return EscapedModern(property.Text());
+      return AppendEscapedModern(value, property.Text());
   }
 }
 
-std::string ModernPropertyLine(CardVersion version, const CardProperty& property, Report& report) {
+void AppendModernLine(std::string& text, CardVersion version, const CardProperty& property,
+                      Report& report) {
+  const size_t begin = text.size();
   const bool is_date = IsDate(property.name);
   const DateText date = is_date ? DateIn(version, property, report) : DateText{};
-  std::string line = ModernHead(version, property, date.is_text);
-  line += ':';
-  line += is_date ? EscapedModern(date.text) : ModernValue(version, property);
-  return FoldedLine(line);
+  AppendModernHead(text, version, property, date.is_text);
+  text += ':';
+  if (is_date) {
+    AppendEscapedModern(text, date.text);
+  } else {
+    AppendModernValue(text, version, property);
+  }
+  FoldLastLine(text, begin);
 }
 
 // ---- Cards --------------------------------------------------------------------------------------------------
@@ -368,9 +379,13 @@ constexpr std::string_view VersionText(CardVersion version) {
   return version == CardVersion::k30 ? "3.0" : "4.0";
 }
 
-std::string PropertyLine(CardVersion version, const CardProperty& property, Report& report) {
-  return version == CardVersion::k21 ? OldPropertyLine(property, report)
-                                     : ModernPropertyLine(version, property, report);
+void AppendLine(std::string& text, CardVersion version, const CardProperty& property,
+                Report& report) {
+  if (version == CardVersion::k21) {
+    text += OldPropertyLine(property, report);
+  } else {
+    AppendModernLine(text, version, property, report);
+  }
 }
 
 // Gives the properties with a label a group, and writes each group's label behind its first property.
@@ -382,13 +397,14 @@ class Labels {
     }
   }
 
-  std::string Line(CardVersion version, const CardProperty& property, Report& report) {
-    if (property.label.empty() || !written_.insert(property.group).second) return {};
+  void AppendLabel(std::string& text, CardVersion version, const CardProperty& property,
+                   Report& report) {
+    if (property.label.empty() || !written_.insert(property.group).second) return;
     CardProperty label;
     label.group = property.group;
     label.name = kLabelName;
     label.components = {property.label};
-    return PropertyLine(version, label, report);
+    AppendLine(text, version, label, report);
   }
 
  private:
@@ -404,6 +420,7 @@ class CardWriter : public ObjectWriter {
   WrittenObject Write(const ObjectText& object) override {
     WrittenObject written;
     Card card = ReadCard(object, settings_.text, written.report);
+    written.report.Dropped("object inside of the card", card.inner.size());
     if (settings_.origin == Origin::kLibrary) RemoveLibraryExtras(card);
     BringToVersion(card, version_, written.report);
     AddUid(card);
@@ -412,8 +429,8 @@ class CardWriter : public ObjectWriter {
     Labels labels;
     for (CardProperty& property : card.properties) {
       labels.NameGroup(property);
-      written.text += PropertyLine(version_, property, written.report);
-      written.text += labels.Line(version_, property, written.report);
+      AppendLine(written.text, version_, property, written.report);
+      labels.AppendLabel(written.text, version_, property, written.report);
     }
     written.text += "END:VCARD\r\n";
     return written;

@@ -130,6 +130,7 @@ size_t Utf8CharacterLength(std::string_view bytes) {
 }  // namespace
 
 bool IsUtf8(std::string_view bytes) {
+  if (IsAsciiText(bytes)) return true;
   while (!bytes.empty()) {
     const size_t length = Utf8CharacterLength(bytes);
     if (length == 0) return false;
@@ -157,10 +158,12 @@ std::optional<std::string> ToUtf8From(std::string_view charset, std::string_view
   return ThroughIcu(charset, bytes);
 }
 
+bool IsNameOfUtf8(std::string_view charset) { return KnownCodePage(charset) == kUtf8CodePage; }
+
 std::string ToUtf8From(uint32_t code_page, std::string_view bytes) {
   // There are sets of seven bits that are not ASCII.
-  const bool holds_ascii = code_page == kUtf8CodePage || code_page == kLatin1CodePage;
-  if (holds_ascii && IsAsciiText(bytes)) return std::string(bytes);
+  if (code_page == kLatin1CodePage && IsAsciiText(bytes)) return std::string(bytes);
+  if (code_page == kUtf8CodePage && IsUtf8(bytes)) return std::string(bytes);
   return ToUtf8(MultiByteToText(code_page, bytes));
 }
 

@@ -26,6 +26,9 @@ bool LooksLikeUtf8(std::string_view bytes, const TextSettings& settings);
 // ICU knows, compared without regard to case, "-", "_" and blanks. Nothing for an unknown name.
 std::optional<std::string> ToUtf8From(std::string_view charset, std::string_view bytes);
 
+// True for a name of UTF-8.
+bool IsNameOfUtf8(std::string_view charset);
+
 // Bytes of a code page in UTF-8.
 std::string ToUtf8From(uint32_t code_page, std::string_view bytes);
 

@@ -66,12 +66,14 @@ size_t LineLength(std::string_view text) {
 // Where a line's parameters end and its value begins: at the first colon that is in no quotes. Quotes that are not
 // closed before the line ends are none.
 size_t FindColon(std::string_view line) {
-  bool is_quoted = false;
-  for (size_t i = FindAny(line, ':', '"'); i < line.size(); ++i) {
+  const size_t first = line.find(':');
+  size_t i = line.substr(0, first).find('"');
+  if (i == std::string_view::npos) return first;
+  for (bool is_quoted = false; i < line.size(); ++i) {
     if (line[i] == '"') is_quoted = !is_quoted;
     if (line[i] == ':' && !is_quoted) return i;
   }
-  return line.find(':');
+  return first;
 }
 
 // RFC 6868: ^n is a line break, ^' a quotation mark, ^^ a caret.
@@ -123,7 +125,8 @@ void AddParameter(std::string_view text, const LineRules& rules, ContentLine& li
   const size_t equals = text.find('=');
   if (equals == std::string_view::npos) {
     std::string word = Unquoted(text, rules);
-    line.params.push_back({FindEncoding(word) != nullptr ? "ENCODING" : "TYPE", std::move(word)});
+    const std::string_view name = FindEncoding(word) != nullptr ? "ENCODING"sv : "TYPE"sv;
+    line.params.push_back({std::string(name), std::move(word)});
     return;
   }
   std::string name = ToUpper(Trim(text.substr(0, equals)));
@@ -135,57 +138,44 @@ void AddParameter(std::string_view text, const LineRules& rules, ContentLine& li
   }
 }
 
-// What a line's parameters say of its encoding, without taking them apart for good.
-Encoding EncodingOfHead(std::string_view head, const LineRules& rules) {
-  TakePiece(head, ';');
-  while (!head.empty()) {
-    std::string_view piece = TakePiece(head, ';');
-    const size_t equals = piece.find('=');
-    const bool is_named = equals != std::string_view::npos;
-    if (is_named && !EqualsIgnoringCase(Trim(piece.substr(0, equals)), "ENCODING")) continue;
-    if (is_named) piece.remove_prefix(equals + 1);
-    const EncodingName* row = FindEncoding(Unquoted(piece, rules));
-    if (row != nullptr) return row->encoding;
-    if (is_named) return Encoding::kNone;
-  }
-  return Encoding::kNone;
-}
-
-ContentLine Parsed(std::string_view text, uint64_t number, const LineRules& rules) {
-  ContentLine line;
-  line.line = number;
-  const size_t colon = FindColon(text);
-  line.value = text.substr(colon + 1);
-  std::string_view rest = text.substr(0, colon);
-  std::string_view name = Trim(TakePiece(rest, ';'));
+// Takes apart what stands before a line's colon.
+void ParseHead(std::string_view head, const LineRules& rules, ContentLine& line) {
+  constexpr size_t kUsualParams = 2;
+  std::string_view name = Trim(TakePiece(head, ';'));
   if (const size_t dot = name.rfind('.'); dot != std::string_view::npos) {
     line.group = name.substr(0, dot);
     name.remove_prefix(dot + 1);
   }
   line.name = ToUpper(name);
-  while (!rest.empty()) AddParameter(TakePiece(rest, ';'), rules, line);
-  return line;
+  if (!head.empty()) line.params.reserve(kUsualParams);
+  while (!head.empty()) AddParameter(TakePiece(head, ';'), rules, line);
 }
 
 bool IsSoftBroken(std::string_view value) {
   return EndsInSoftBreak(value.substr(0, value.find_last_not_of(" \t") + 1));
 }
 
-void RemoveSoftBreak(std::string& value) {
-  value.erase(value.find_last_not_of(" \t") + 1);
-  value.pop_back();
+// `value` ends in one.
+std::string_view WithoutSoftBreak(std::string_view value) {
+  return value.substr(0, value.find_last_not_of(" \t"));
 }
 
-// Makes lines of physical lines.
+// Stands for the blank that a line begins with after a soft break, until it is known what it means. No line has a zero.
+constexpr char kSoftFold = '\0';
+
+// How an encoded line break ends.
+constexpr std::string_view kEncodedLineEnd = "=0A";
+
+// Makes lines of physical lines. A line of one physical line is never copied as a whole.
 class Assembler {
  public:
+  // The text of the lines outlives the assembler.
   Assembler(const LineRules& rules, Report& report) : rules_(rules), report_(report) {
     constexpr size_t kUsualLines = 32;
     lines_.reserve(kUsualLines);
   }
 
   void Take(std::string_view physical, uint64_t number) {
-    physical = physical.substr(0, physical.find('\0'));
     const bool is_blank = Trim(physical).empty();
     std::string ignored;
     const bool ends = IsFrameLine(physical, "END", ignored);
@@ -203,6 +193,7 @@ class Assembler {
 
   std::vector<ContentLine> Result() {
     Finish();
+    if (soft_folds_ > 0) SettleSoftFolds();
     return std::move(lines_);
   }
 
@@ -214,8 +205,30 @@ class Assembler {
   }
 
   void AppendAfterSoftBreak(std::string_view physical) {
-    RemoveSoftBreak(current_);
-    AppendPiece(physical);
+    current_ = WithoutSoftBreak(current_);
+    if (!physical.starts_with(' ')) {
+      has_plain_soft_break_ = has_plain_soft_break_ || !physical.empty();
+      return Append(physical);
+    }
+    ++soft_folds_;
+    std::string marked(physical);
+    marked.front() = kSoftFold;
+    Append(marked);
+  }
+
+  // Senders that break a line in both ways at once indent every line after a soft break; else such a blank is one of the
+  // text, which happened to be broken before it.
+  void SettleSoftFolds() {
+    constexpr size_t kTooManyForChance = 3;
+    const bool are_folds = soft_folds_ >= kTooManyForChance && !has_plain_soft_break_;
+    for (ContentLine& line : lines_) {
+      if (are_folds) {
+        std::erase(line.value, kSoftFold);
+      } else {
+        std::ranges::replace(line.value, kSoftFold, ' ');
+      }
+    }
+    if (are_folds) report_.Changed("fold after a soft break", soft_folds_);
   }
 
   void AppendFolded(std::string_view physical) {
@@ -224,39 +237,68 @@ class Assembler {
     } else if (!rules_.keeps_fold_blank) {
       physical.remove_prefix(1);
     }
-    AppendPiece(physical);
+    Append(physical);
   }
 
-  // Whether a soft break ends the line is seen in its last physical line alone.
-  void AppendPiece(std::string_view physical) {
-    current_ += physical;
-    if (!has_colon_) LookForColon(physical);
-    is_soft_ = encoding_ == Encoding::kQuotedPrintable && IsSoftBroken(physical);
+  void Append(std::string_view physical) {
+    if (is_joined_) {
+      joined_.resize(current_.size());
+    } else {
+      joined_ = current_;
+    }
+    is_joined_ = true;
+    joined_ += physical;
+    current_ = joined_;
+    LookAt(physical);
   }
 
   void Start(std::string_view physical, uint64_t number) {
     is_open_ = true;
+    is_joined_ = false;
     has_colon_ = false;
     encoding_ = Encoding::kNone;
     number_ = number;
-    current_.clear();
-    AppendPiece(physical);
+    current_ = physical;
+    LookAt(physical);
+  }
+
+  // Whether a soft break ends the line is seen in its last physical line alone.
+  void LookAt(std::string_view physical) {
+    if (!has_colon_) LookForColon(physical);
+    is_soft_ = encoding_ == Encoding::kQuotedPrintable && IsSoftBroken(physical);
   }
 
   // The encoding has to be known while the line is still put together. A fold may stand before the colon.
   void LookForColon(std::string_view physical) {
     if (physical.find(':') == std::string_view::npos) return;
     has_colon_ = true;
-    encoding_ = EncodingOfHead(std::string_view(current_).substr(0, FindColon(current_)), rules_);
+    lines_.emplace_back();
+    TakeHead(FindColon(current_));
+    encoding_ = EncodingOf(lines_.back());
+  }
+
+  void TakeHead(size_t colon) {
+    colon_ = colon;
+    lines_.back().line = number_;
+    ParseHead(current_.substr(0, colon), rules_, lines_.back());
   }
 
   void Finish() {
     if (!is_open_) return;
     is_open_ = false;
-    if (is_soft_) RemoveSoftBreak(current_);
+    if (is_soft_) current_ = WithoutSoftBreak(current_);
     if (!has_colon_) return TakeJunk();
-    lines_.push_back(Parsed(current_, number_, rules_));
+    if (is_joined_) MendHead();
+    lines_.back().value = current_.substr(colon_ + 1);
     is_closed_ = false;
+  }
+
+  // Quotes that were open at a fold may have been closed after it.
+  void MendHead() {
+    const size_t colon = FindColon(current_);
+    if (colon == colon_) return;
+    lines_.back() = {};
+    TakeHead(colon);
   }
 
   // What is no line by itself is the tail of an encoded value, up to a blank line.
@@ -266,8 +308,10 @@ class Assembler {
     if (before == Encoding::kBase64) {
       lines_.back().value += Trim(current_);
     } else if (before == Encoding::kQuotedPrintable) {
-      // The line break that stands between the two was meant.
-      lines_.back().value += "=0D=0A" + current_;
+      // The line break that stands between the two was meant, unless it is encoded before it.
+      std::string& value = lines_.back().value;
+      if (!value.ends_with(kEncodedLineEnd)) value += "=0D=0A";
+      value += current_;
       report_.Changed("line break that was not encoded");
     } else {
       report_.Dropped("line without a colon");
@@ -276,13 +320,18 @@ class Assembler {
 
   const LineRules rules_;
   Report& report_;
-  std::vector<ContentLine> lines_;
-  bool is_open_ = false;    // a line is being put together
-  bool is_soft_ = false;    // it ends in a soft break
-  bool has_colon_ = false;  // its value has begun
-  bool is_closed_ = false;  // a blank line came after the last of lines_
+  std::vector<ContentLine> lines_;  // the last has no value yet while it is open
+  bool is_open_ = false;            // a line is being put together
+  bool is_soft_ = false;            // it ends in a soft break
+  bool is_joined_ = false;          // it is of several physical lines
+  bool has_colon_ = false;          // its value has begun
+  bool is_closed_ = false;          // a blank line came after the last of lines_
+  size_t soft_folds_ = 0;
+  bool has_plain_soft_break_ = false;
   Encoding encoding_ = Encoding::kNone;
-  std::string current_;
+  std::string_view current_;  // the line: a piece of the text, or of joined_
+  std::string joined_;
+  size_t colon_ = 0;
   uint64_t number_ = 0;
 };
 
@@ -344,9 +393,9 @@ std::string_view BareName(std::string_view physical) {
 }
 
 bool IsFrameLine(std::string_view physical, std::string_view word, std::string& what) {
-  if (!EqualsIgnoringCase(BareName(physical), word)) return false;
   const size_t colon = physical.find(':');
   if (colon == std::string_view::npos) return false;
+  if (!EqualsIgnoringCase(BareName(physical.substr(0, colon)), word)) return false;
   const std::string_view value = Trim(physical.substr(colon + 1));
   // A name of letters: "BEGIN:" inside a text is followed by something else.
   if (value.empty() || value.find_first_of(" \t:;=") != std::string_view::npos) return false;
@@ -354,17 +403,41 @@ bool IsFrameLine(std::string_view physical, std::string_view word, std::string& 
   return true;
 }
 
+namespace {
+
+// Where a frame line begins that stands on the line of another: "VERSION:2.1END:VCARD", "AGENT:BEGIN:VCARD". 0 for none.
+size_t GluedFrame(std::string_view physical) {
+  std::string what;
+  if (StartsIgnoringCase(physical, "VERSION")) {
+    const size_t end = physical.find("END:V");
+    const bool is_end =
+        end != std::string_view::npos && IsFrameLine(physical.substr(end), "END", what);
+    return is_end ? end : 0;
+  }
+  if (!StartsIgnoringCase(physical, "AGENT") || !EqualsIgnoringCase(BareName(physical), "AGENT")) {
+    return 0;
+  }
+  const size_t begin = physical.find(':') + 1;
+  const bool is_begin = IsFrameLine(physical.substr(begin), "BEGIN", what) && what == "VCARD"sv;
+  return is_begin ? begin : 0;
+}
+
+}  // namespace
+
 std::vector<ContentLine> ReadContentLines(std::string_view text, uint64_t first_line,
                                           const LineRules& rules, Report& report) {
+  std::string cleaned;
+  if (text.find('\0') != std::string_view::npos) {
+    cleaned = text;
+    std::erase(cleaned, '\0');
+    text = cleaned;
+    report.Changed("zero bytes");
+  }
   Assembler assembler(rules, report);
   for (uint64_t number = first_line; !text.empty(); ++number) {
     const std::string_view physical = TakePhysicalLine(text);
-    // "VERSION:2.1END:VCARD"
-    const bool is_version = StartsIgnoringCase(physical, "VERSION");
-    const size_t glued = is_version ? physical.find("END:V") : std::string_view::npos;
-    std::string what;
-    if (glued != std::string_view::npos && glued > 0 &&
-        IsFrameLine(physical.substr(glued), "END", what)) {
+    const size_t glued = GluedFrame(physical);
+    if (glued != 0) {
       assembler.Take(physical.substr(0, glued), number);
       assembler.Take(physical.substr(glued), number);
     } else {
@@ -380,8 +453,10 @@ std::string VersionOf(std::string_view text) {
     const size_t colon = physical.find(':');
     if (colon == std::string_view::npos) continue;
     if (!EqualsIgnoringCase(BareName(physical), "VERSION")) continue;
-    const ContentLine line = Parsed(physical, 0, kOldLines);
-    std::string value = line.value;
+    ContentLine line;
+    const size_t end_of_head = FindColon(physical);
+    ParseHead(physical.substr(0, end_of_head), kOldLines, line);
+    std::string value(physical.substr(end_of_head + 1));
     if (EncodingOf(line) == Encoding::kBase64) value = Base64Decode(value).value_or("");
     if (EncodingOf(line) == Encoding::kQuotedPrintable) value = QuotedPrintableDecode(value);
     return std::string(Trim(std::string_view(value).substr(0, value.find("END:V"))));

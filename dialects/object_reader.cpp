@@ -25,6 +25,20 @@ namespace {
 
 constexpr size_t kMostGathered = size_t{256} * 1024;  // bytes
 
+// Takes the categories out of a record while it is lent.
+class WithoutCategories {
+ public:
+  explicit WithoutCategories(OsifObject& object)
+      : place_(object.calendar.categories), categories_(std::exchange(place_, nullptr)) {}
+  ~WithoutCategories() { place_ = categories_; }
+  WithoutCategories(const WithoutCategories&) = delete;
+  WithoutCategories& operator=(const WithoutCategories&) = delete;
+
+ private:
+  PropertyValue*& place_;
+  PropertyValue* const categories_;
+};
+
 class DialectReader {
  public:
   DialectReader(const TextSettings& settings, ObjectVisitor& visitor)
@@ -46,7 +60,8 @@ class DialectReader {
 
   void Take(const ObjectText& object) {
     if (!object.refusal.empty()) {
-      Refuse(StrictObject{object.kind, {}, object.refusal, {}, object.line, {}});
+      Flush();
+      Refuse(object.kind, object.line, object.refusal, OSIF_OK, {});
     } else if (IsPlain(object)) {
       Gather(object.kind, object.text, {0, object.line, nullptr});
     } else {
@@ -123,6 +138,8 @@ class DialectReader {
   void Deliver(int32_t store_id, OsifObject* object, OsifResult result) {
     if (next_ == end_) return;
     const Gathered& read = gathered_[next_++];
+    std::optional<WithoutCategories> without;
+    if (read.made != nullptr && read.made->has_made_categories) without.emplace(*object);
     visitor_.OnObject(
         {++number_, read.line, store_id, object, result, UidOf(read), ReportOf(read)});
   }

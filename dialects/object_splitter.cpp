@@ -351,11 +351,13 @@ ObjectSplitter::ObjectSplitter(ByteSource bytes, size_t largest_object)
     : lines_(std::move(bytes)), largest_object_(largest_object) {}
 
 // A card that does not lie in the buffer as a whole, or ends with the file, is none.
-std::optional<TextLength> ObjectSplitter::PlainCardAt(std::string_view ahead) const {
-  if (lines_.is_utf8() || has_later_mark_) return std::nullopt;
+std::optional<TextLength> ObjectSplitter::PlainCardAt(std::string_view ahead, uint64_t line) {
+  if (lines_.is_utf8() || has_later_mark_ || line == not_plain_) return std::nullopt;
   const std::optional<TextLength> size = PlainCardLength(ahead);
   const bool is_whole = size && ahead[size->bytes - 1] == '\n';
-  return is_whole && size->bytes <= largest_object_ ? size : std::nullopt;
+  if (is_whole && size->bytes <= largest_object_) return size;
+  not_plain_ = line;
+  return std::nullopt;
 }
 
 // Most files are of plain cards, whose lines need not be walked one by one.
@@ -363,7 +365,8 @@ std::string_view ObjectSplitter::TakePlainCards(std::vector<TextLength>& sizes) 
   sizes.clear();
   const std::string_view ahead = lines_.Ahead();
   TextLength all{0, 0};
-  while (const std::optional<TextLength> size = PlainCardAt(ahead.substr(all.bytes))) {
+  while (const std::optional<TextLength> size =
+             PlainCardAt(ahead.substr(all.bytes), next_line() + all.lines)) {
     sizes.push_back(*size);
     all.bytes += size->bytes;
     all.lines += size->lines;
@@ -375,7 +378,7 @@ std::string_view ObjectSplitter::TakePlainCards(std::vector<TextLength>& sizes) 
 
 std::optional<ObjectText> ObjectSplitter::NextPlainCard() {
   const std::string_view ahead = lines_.Ahead();
-  const std::optional<TextLength> size = PlainCardAt(ahead);
+  const std::optional<TextLength> size = PlainCardAt(ahead, next_line());
   if (!size) return std::nullopt;
   ObjectText card{ObjectKind::kCard, std::string(ahead.substr(0, size->bytes)), next_line()};
   card.is_plain = true;

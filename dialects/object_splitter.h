@@ -59,12 +59,13 @@ class ObjectSplitter {
   const StrayLines& blank() const { return blank_; }
 
  private:
-  std::optional<TextLength> PlainCardAt(std::string_view ahead) const;
+  std::optional<TextLength> PlainCardAt(std::string_view ahead, uint64_t line);
   std::optional<ObjectText> NextPlainCard();
   void PassOver(const FileLine& line);
 
   FileLines lines_;
   const size_t largest_object_;
+  uint64_t not_plain_ = 0;  // the number of a line where no plain card begins
   StrayLines junk_;
   StrayLines blank_;
   bool has_later_mark_ = false;  // files were put together, and a later one had a byte order mark

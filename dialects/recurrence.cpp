@@ -61,24 +61,33 @@ void AddOnce(const Entry& entry, std::vector<Entry>& list) {
   }
 }
 
-void ReadList(std::string_view value, const ListRow& row, RecurRule& rule) {
+// An entry that is left out would make another rule of it. An empty one says nothing.
+bool ReadList(std::string_view value, const ListRow& row, RecurRule& rule) {
+  bool is_understood = true;
   ForEachPiece(value, ',', [&](std::string_view piece) {
+    if (piece.empty()) return;
     const std::optional<int> number = Number(piece);
-    if (!number || *number < row.lowest || *number > row.highest) return;
-    if (*number == 0 && row.lowest < 0) return;
-    AddOnce(*number, rule.*row.list);
+    const bool is_in_range = number && *number >= row.lowest && *number <= row.highest &&
+                             (*number != 0 || row.lowest == 0);
+    if (is_in_range) AddOnce(*number, rule.*row.list);
+    is_understood = is_understood && is_in_range;
   });
+  return is_understood;
 }
 
-void ReadDays(std::string_view value, RecurRule& rule) {
+bool ReadDays(std::string_view value, RecurRule& rule) {
+  constexpr size_t kCode = 2;
+  bool is_understood = true;
   ForEachPiece(value, ',', [&](std::string_view piece) {
-    if (piece.size() < 2) return;
-    const int weekday = WeekdayNumber(piece.substr(piece.size() - 2));
-    const std::string_view before = piece.substr(0, piece.size() - 2);
-    const std::optional<int> position = before.empty() ? 0 : Number(before);
-    if (weekday == 0 || !position || *position < -53 || *position > 53) return;
-    AddOnce(RuleDay{weekday, *position}, rule.days);
+    if (piece.empty()) return;
+    const size_t before = piece.size() - std::min(piece.size(), kCode);
+    const int weekday = WeekdayNumber(piece.substr(before));
+    const std::optional<int> position = before == 0 ? 0 : Number(piece.substr(0, before));
+    const bool is_day = weekday != 0 && position && *position >= -53 && *position <= 53;
+    if (is_day) AddOnce(RuleDay{weekday, *position}, rule.days);
+    is_understood = is_understood && is_day;
   });
+  return is_understood;
 }
 
 // False for a part that makes the whole rule mean something that nobody here knows.
@@ -92,7 +101,8 @@ bool TakePart(std::string_view name, std::string_view value, RecurRule& rule, bo
   if (name == "RSCALE") return value == "GREGORIAN";
   if (name == "SKIP") return value == "OMIT";
   if (name == "INTERVAL") {
-    rule.interval = std::clamp(Number(value).value_or(1), 1, kLargestInterval);
+    rule.interval = std::max(Number(value).value_or(1), 1);
+    return rule.interval <= kLargestInterval;
   } else if (name == "COUNT") {
     rule.count = std::clamp(Number(value).value_or(0), 0, kLargestCount);
   } else if (name == "UNTIL") {
@@ -101,10 +111,12 @@ bool TakePart(std::string_view name, std::string_view value, RecurRule& rule, bo
   } else if (name == "WKST") {
     if (const int weekday = WeekdayNumber(value); weekday != 0) rule.week_start = weekday;
   } else if (name == "BYDAY") {
-    ReadDays(value, rule);
+    return ReadDays(value, rule);
   } else if (const auto* row = std::ranges::find(kLists, name, &ListRow::name);
              row != kLists.end()) {
-    ReadList(value, *row, rule);
+    return ReadList(value, *row, rule);
+  } else {
+    return !name.starts_with("BY");
   }
   return true;
 }

@@ -48,8 +48,8 @@ bool ReadFrequency(std::string_view token, OldLevel& level) {
   level.letters = *letters;
   const std::string_view interval = token.substr(digits);
   const std::optional<int> number = interval.empty() ? 1 : WholeNumber(interval);
-  if (!number) return false;
-  level.interval = std::clamp(*number, 1, kLargestInterval);
+  if (!number || *number > kLargestInterval) return false;
+  level.interval = std::max(*number, 1);
   return true;
 }
 

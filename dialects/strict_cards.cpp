@@ -45,8 +45,10 @@ constexpr std::array<StrictRow, 18> kStrict = {{
 // A kind that is no word of 2.1 needs its "TYPE=".
 std::string Head(std::string_view name, const CardProperty& property) {
   std::string head(name);
-  for (const std::string& type : property.types)
-    head += (type.starts_with("X-") ? ";TYPE=" : ";") + type;
+  for (const std::string& type : property.types) {
+    head += type.starts_with("X-") ? ";TYPE=" : ";";
+    head += type;
+  }
   return head;
 }
 
@@ -64,7 +66,10 @@ std::string StrictLine(const StrictRow& row, const CardProperty& property) {
 }
 
 std::string StrictText(const Card& card) {
-  std::string text = "BEGIN:VCARD\r\nVERSION:2.1\r\n";
+  constexpr size_t kUsualSize = 1024;
+  std::string text;
+  text.reserve(kUsualSize);
+  text += "BEGIN:VCARD\r\nVERSION:2.1\r\n";
   for (const StrictRow& row : kStrict) {
     for (const CardProperty& property : card.properties) {
       if (property.name == row.name) text += StrictLine(row, property);

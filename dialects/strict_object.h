@@ -21,6 +21,8 @@ struct StrictObject {
   std::string uid;    // the sender's UID; empty without one
   uint64_t line = 0;  // where it begins in the file
   Report report;      // what was done to it
+  // A task whose sender said nothing of categories: the reader asks for the line, so an empty one stands for them.
+  bool has_made_categories = false;
 };
 
 // Each gives the strict objects of one object of its kind, in their order: none or several of a calendar, several of a

@@ -12,17 +12,47 @@ namespace dialects {
 namespace {
 
 constexpr size_t kLongestLine = 75;  // in bytes, without the line end
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
-std::string WithoutTransferEncoding(const ContentLine& line, std::string_view value) {
-  switch (EncodingOf(line)) {
+bool IsHexDigit(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+}
+
+// A "=" that begins no escape is one: senders forget to encode it, as in an address of the web.
+bool IsBareEqualsSign(std::string_view value, size_t place) {
+  return !(place + 2 < value.size() && IsHexDigit(value[place + 1]) &&
+           IsHexDigit(value[place + 2]));
+}
+
+std::string WithBareEqualsSigns(std::string_view value) {
+  std::string whole;
+  whole.reserve(value.size());
+  for (size_t i = 0; i < value.size(); ++i) {
+    whole += value[i];
+    if (value[i] == '=' && IsBareEqualsSign(value, i)) whole += "3D";
+  }
+  return whole;
+}
+
+std::string WithoutTransferEncoding(Encoding encoding, std::string_view value) {
+  switch (encoding) {
     case Encoding::kQuotedPrintable:
-      return QuotedPrintableDecode(value);
+      return QuotedPrintableDecode(WithBareEqualsSigns(value));
     case Encoding::kBase64:
       return Base64Decode(value).value_or(std::string(value));
     case Encoding::kNone:
       break;
   }
   return std::string(value);
+}
+
+// What comes before the first special character, which is taken off the text; all of it without one.
+template <typename IsSpecial>
+std::string_view TakeUpTo(IsSpecial is_special, std::string_view& text) {
+  const auto* const special = std::ranges::find_if(text, is_special);
+  const std::string_view plain = text.substr(0, static_cast<size_t>(special - text.begin()));
+  text.remove_prefix(plain.size());
+  return plain;
 }
 
 // A byte that continues a character of UTF-8.
@@ -33,68 +63,77 @@ constexpr std::string_view kEncodedLineBreak = "=0D=0A";
 
 // True for what can stand in a line of the old formats as it is.
 bool IsPlainOld(std::string_view text) {
+  if (text.empty()) return true;
   const bool is_printable =
-      std::ranges::all_of(text, [](char c) { return c == '\t' || (c >= ' ' && c <= '~'); });
-  return is_printable && !text.ends_with('=') && Trim(text) == text &&
-         text.find(kEncodedLineBreak) == std::string_view::npos;
+      std::ranges::all_of(text, [](char c) { return (c >= ' ' && c <= '~') || c == '\t'; });
+  return is_printable && !text.ends_with('=') && !IsBlankOrTab(text.front()) &&
+         !IsBlankOrTab(text.back()) && text.find(kEncodedLineBreak) == std::string_view::npos;
 }
 
-std::string EscapedOld(std::string_view text) {
-  std::string escaped;
-  for (const char c : text) {
-    if (c == ';' || c == '\\') escaped += '\\';
-    escaped += c;
+void AppendEscapedOld(std::string& escaped, std::string_view text) {
+  const auto is_special = [](char c) { return c == ';' || c == '\\'; };
+  for (;;) {
+    escaped += TakeUpTo(is_special, text);
+    if (text.empty()) return;
+    escaped += '\\';
+    escaped += text.front();
+    text.remove_prefix(1);
   }
-  return escaped;
 }
 
-// CR LF for any line break, as the old formats have it.
-std::string WithOldLineBreaks(std::string_view text) {
-  std::string broken;
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-    if (text[i] == '\n' || text[i] == '\r') {
-      broken += "\r\n";
-    } else {
-      broken += text[i];
-    }
-  }
-  return broken;
-}
-
-// The encoder leaves no ";" as it is; a backslash stays one after decoding, so it is doubled before.
+// The old formats have CR LF for any line break. The encoder leaves no ";" as it is; a backslash stays one after
+// decoding, so it is doubled before.
 std::string QuotedPrintableOld(std::string_view text) {
-  std::string doubled;
-  for (const char c : WithOldLineBreaks(text)) {
-    if (c == '\\') doubled += '\\';
-    doubled += c;
+  const auto is_special = [](char c) { return c == '\n' || c == '\r' || c == '\\'; };
+  std::string meant;
+  for (;;) {
+    meant += TakeUpTo(is_special, text);
+    if (text.empty()) return QuotedPrintableEncode(meant);
+    meant += text.front() == '\\' ? "\\\\" : "\r\n";
+    text.remove_prefix(text.starts_with("\r\n") ? 2 : 1);
   }
-  return QuotedPrintableEncode(doubled);
 }
 
 // RFC 2045, section 6.7: no line of quoted-printable is longer than 76 bytes, and no soft break stands inside of an
 // encoded byte. Only the value may be broken.
 std::string SoftBroken(std::string_view line) {
   constexpr size_t kRoom = 75;  // the "=" of the break is the last
+  constexpr std::string_view kEncodedBlank = "=20";
   std::string broken;
+  broken.reserve(line.size() + line.size() / kRoom * 4);
   size_t first = line.find(':') + 1;
-  while (line.size() > std::max(kRoom, first)) {
-    size_t end = std::max(kRoom, first);
-    const size_t escape = line.rfind('=', end - 1);
-    if (escape != std::string_view::npos && escape + 3 > end && escape >= first) end = escape;
+  size_t room = kRoom;
+  while (line.size() > std::max(room, first)) {
+    size_t end = std::max(room, first);
+    const size_t escape = line.substr(0, end).find('=', std::max(first, end - 2));
+    if (escape != std::string_view::npos) end = escape;
     broken += line.substr(0, end);
     broken += "=\r\n";
     line.remove_prefix(end);
     first = 0;
+    room = kRoom;
+    // A blank that a line begins with looks like that of a fold.
+    if (line.starts_with(' ')) {
+      broken += kEncodedBlank;
+      line.remove_prefix(1);
+      room -= kEncodedBlank.size();
+    }
   }
   broken += line;
   return broken;
 }
 
+// True where an escape has begun: a backslash that is not itself escaped stands before.
+bool IsInsideEscape(std::string_view line, size_t end) {
+  size_t begin = end;
+  while (begin > 0 && line[begin - 1] == '\\') --begin;
+  return (end - begin) % 2 == 1;
+}
+
 // A line must not be broken inside of a character or an escape, nor where the next one would look as if it began or
 // ended an object: readers take such a line for one even after a blank.
 bool MayBreakAt(std::string_view line, size_t end) {
-  if (IsContinuation(line[end]) || line[end - 1] == '\\') return false;
+  if (IsContinuation(line[end]) || IsInsideEscape(line, end)) return false;
   const std::string_view name = BareName(line.substr(end, kLongestLine));
   return !EqualsIgnoringCase(name, "END") && !EqualsIgnoringCase(name, "BEGIN");
 }
@@ -106,10 +145,10 @@ ValueDecoder::ValueDecoder(std::span<const ContentLine> lines, Escapes escapes,
     : escapes_(escapes), settings_(settings), report_(report) {
   std::string undeclared;
   for (const ContentLine& line : lines) {
-    if (!line.Param("CHARSET").empty()) continue;
-    if (EncodingOf(line) == Encoding::kBase64) continue;
-    if (EncodingOf(line) == Encoding::kNone && IsAsciiText(line.value)) continue;
-    undeclared += WithoutTransferEncoding(line, line.value);
+    const Encoding encoding = EncodingOf(line);
+    if (encoding == Encoding::kNone && IsAsciiText(line.value)) continue;
+    if (encoding == Encoding::kBase64 || !line.Param("CHARSET").empty()) continue;
+    undeclared += WithoutTransferEncoding(encoding, line.value);
     undeclared += '\n';
   }
   if (IsAsciiText(undeclared)) {
@@ -124,26 +163,28 @@ ValueDecoder::ValueDecoder(std::span<const ContentLine> lines, Escapes escapes,
   }
 }
 
-std::string ValueDecoder::InUtf8(std::string_view charset, std::string_view bytes) const {
+std::string ValueDecoder::InUtf8(std::string_view charset, std::string bytes) const {
   if (charset.empty()) {
-    if (is_utf8_ && IsUtf8(bytes)) return std::string(bytes);
+    if (is_utf8_ && IsUtf8(bytes)) return bytes;
     // What was in base64 had no say in it.
     if (is_utf8_) report_.Guessed("character set");
     return ToUtf8From(settings_.input_code_page, bytes);
   }
-  const std::optional<std::string> text = ToUtf8From(charset, bytes);
+  std::optional<std::string> text = ToUtf8From(charset, bytes);
   // A declared UTF-8 that is none.
-  if (text && (text->find("\xEF\xBF\xBD") == std::string::npos ||
-               bytes.find("\xEF\xBF\xBD") != std::string_view::npos)) {
-    return *text;
+  if (text && (text->find(kReplacement) == std::string::npos ||
+               bytes.find(kReplacement) != std::string::npos)) {
+    return std::move(*text);
   }
   report_.Guessed("character set");
-  if (IsUtf8(bytes)) return std::string(bytes);
+  if (IsUtf8(bytes)) return bytes;
+  // Of a text in another set that is cut in a character the rest is known.
+  if (text && !IsNameOfUtf8(charset)) return std::move(*text);
   return ToUtf8From(settings_.input_code_page, bytes);
 }
 
 std::string ValueDecoder::Decoded(const ContentLine& line) const {
-  return InUtf8(line.Param("CHARSET"), WithoutTransferEncoding(line, line.value));
+  return InUtf8(line.Param("CHARSET"), WithoutTransferEncoding(EncodingOf(line), line.value));
 }
 
 bool ValueDecoder::IsAsSent(const ContentLine& line) const {
@@ -156,51 +197,81 @@ std::string ValueDecoder::Text(const ContentLine& line) const {
   return IsAsSent(line) ? Unescaped(line.value, escapes_) : Unescaped(Decoded(line), escapes_);
 }
 
+std::string ValueDecoder::Text(ContentLine&& line) const {
+  return Unescaped(IsAsSent(line) ? std::move(line.value) : Decoded(line), escapes_);
+}
+
 std::vector<std::string> ValueDecoder::Components(const ContentLine& line) const {
   std::vector<std::string> components;
   const std::string_view charset = line.Param("CHARSET");
-  if (EncodingOf(line) == Encoding::kBase64) {
-    const std::string decoded = Decoded(line);
-    for (const std::string_view piece : SplitUnescaped(decoded, ';')) {
+  const Encoding encoding = EncodingOf(line);
+  if (encoding != Encoding::kQuotedPrintable) {
+    const std::string decoded = IsAsSent(line) ? std::string() : Decoded(line);
+    const std::string_view whole = IsAsSent(line) ? std::string_view(line.value) : decoded;
+    const std::vector<std::string_view> pieces = SplitUnescaped(whole, ';');
+    components.reserve(pieces.size());
+    for (const std::string_view piece : pieces) {
       components.push_back(Unescaped(piece, escapes_));
     }
     return components;
   }
-  const bool is_as_sent = IsAsSent(line);
+  const bool is_utf8 = charset.empty() ? is_utf8_ : IsNameOfUtf8(charset);
+  if (!is_utf8) return ComponentsOfOtherSet(line);
   for (const std::string_view piece : SplitUnescaped(line.value, ';')) {
-    if (is_as_sent) {
-      components.push_back(Unescaped(piece, escapes_));
-      continue;
-    }
     components.push_back(
-        Unescaped(InUtf8(charset, WithoutTransferEncoding(line, piece)), escapes_));
+        Unescaped(InUtf8(charset, WithoutTransferEncoding(encoding, piece)), escapes_));
+  }
+  return components;
+}
+
+// The second byte of a character may be that of a backslash and protects no ";" then, so the value is split after it is
+// decoded; a mark tells the separators from encoded ";" until then.
+std::vector<std::string> ValueDecoder::ComponentsOfOtherSet(const ContentLine& line) const {
+  constexpr char kSeparatorMark = '\x1E';
+  std::string marked = line.value;
+  std::ranges::replace(marked, ';', kSeparatorMark);
+  const std::string decoded =
+      InUtf8(line.Param("CHARSET"), WithoutTransferEncoding(EncodingOf(line), marked));
+  std::string text;
+  bool is_escaped = false;
+  for (const char c : decoded) {
+    if (c == ';' && !is_escaped) text += '\\';
+    text += c == kSeparatorMark ? ';' : c;
+    is_escaped = c == '\\' && !is_escaped;
+  }
+  std::vector<std::string> components;
+  for (const std::string_view piece : SplitUnescaped(text, ';')) {
+    components.push_back(Unescaped(piece, escapes_));
   }
   return components;
 }
 
 std::string ValueDecoder::Bytes(const ContentLine& line) const {
-  return WithoutTransferEncoding(line, line.value);
+  return WithoutTransferEncoding(EncodingOf(line), line.value);
+}
+
+std::string Unescaped(std::string&& text, Escapes escapes) {
+  if (text.find('\\') == std::string::npos) return std::move(text);
+  return Unescaped(std::string_view(text), escapes);
 }
 
 std::string Unescaped(std::string_view text, Escapes escapes) {
-  if (text.find('\\') == std::string_view::npos) return std::string(text);
   std::string plain;
   plain.reserve(text.size());
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '\\' || i + 1 == text.size()) {
-      plain += text[i];
-      continue;
-    }
-    const char next = text[i + 1];
-    const bool is_escape = next == ';' || next == '\\';
-    if (escapes == Escapes::kOld && !is_escape) {
+  for (;;) {
+    const size_t backslash = text.find('\\');
+    plain += text.substr(0, backslash);
+    if (backslash == std::string_view::npos) return plain;
+    text.remove_prefix(backslash + 1);
+    const char next = text.empty() ? '\0' : text.front();
+    const bool is_escape = next == ';' || next == '\\' || escapes == Escapes::kModern;
+    if (text.empty() || !is_escape) {
       plain += '\\';
-      continue;
+    } else {
+      plain += next == 'n' || next == 'N' ? '\n' : next;
+      text.remove_prefix(1);
     }
-    plain += next == 'n' || next == 'N' ? '\n' : next;
-    ++i;
   }
-  return plain;
 }
 
 std::vector<std::string_view> SplitUnescaped(std::string_view text, char separator) {
@@ -223,18 +294,13 @@ void AppendEscapedModern(std::string& escaped, std::string_view text) {
   const auto is_special = [](char c) {
     return c == ';' || c == ',' || c == '\\' || c == '\n' || c == '\r';
   };
-  const auto* first = std::ranges::find_if(text, is_special);
-  escaped += text.substr(0, static_cast<size_t>(first - text.begin()));
-  text.remove_prefix(static_cast<size_t>(first - text.begin()));
-  for (size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-    if (c == '\n' || c == '\r') {
-      escaped += "\\n";
-    } else {
-      if (c == ';' || c == ',' || c == '\\') escaped += '\\';
-      escaped += c;
-    }
+  for (;;) {
+    escaped += TakeUpTo(is_special, text);
+    if (text.empty()) return;
+    const char c = text.front();
+    escaped += '\\';
+    escaped += c == '\n' || c == '\r' ? 'n' : c;
+    text.remove_prefix(text.starts_with("\r\n") ? 2 : 1);
   }
 }
 
@@ -247,18 +313,24 @@ std::string EscapedModern(std::string_view text) {
 std::string OldLine(std::string_view head, std::span<const std::string> components) {
   const bool is_plain = std::ranges::all_of(
       components, [](const std::string& component) { return IsPlainOld(component); });
-  const bool is_ascii = std::ranges::all_of(
-      components, [](const std::string& component) { return IsAsciiText(component); });
-  std::string line(head);
-  if (!is_plain && !is_ascii) line += ";CHARSET=UTF-8";
+  const bool is_ascii = is_plain || std::ranges::all_of(components, IsAsciiText);
+  std::string line;
+  line.reserve(kLongestLine);
+  line += head;
+  if (!is_ascii) line += ";CHARSET=UTF-8";
   if (!is_plain) line += ";ENCODING=QUOTED-PRINTABLE";
   char separator = ':';
   for (const std::string& component : components) {
     line += separator;
-    line += is_plain ? EscapedOld(component) : QuotedPrintableOld(component);
+    if (is_plain) {
+      AppendEscapedOld(line, component);
+    } else {
+      line += QuotedPrintableOld(component);
+    }
     separator = ';';
   }
-  return (is_plain ? line : SoftBroken(line)) + "\r\n";
+  if (!is_plain) line = SoftBroken(line);
+  return line += "\r\n";
 }
 
 std::string OldLine(std::string_view head, const std::string& text) {
@@ -280,6 +352,14 @@ std::string FoldedLine(std::string_view line) {
   folded += line;
   folded += "\r\n";
   return folded;
+}
+
+void FoldLastLine(std::string& text, size_t begin) {
+  if (text.size() - begin <= kLongestLine) {
+    text += "\r\n";
+  } else {
+    text.replace(begin, std::string::npos, FoldedLine(std::string_view(text).substr(begin)));
+  }
 }
 
 std::string ParameterValue(std::string_view value, bool has_caret_escapes) {

@@ -31,6 +31,7 @@ class ValueDecoder {
 
   // The value as one text: a ";" in it is a ";".
   std::string Text(const ContentLine& line) const;
+  std::string Text(ContentLine&& line) const;
 
   // The value's components: what stands between ";" that are not escaped. At least one.
   std::vector<std::string> Components(const ContentLine& line) const;
@@ -44,7 +45,9 @@ class ValueDecoder {
  private:
   // True for a value that is UTF-8 without an encoding.
   bool IsAsSent(const ContentLine& line) const;
-  std::string InUtf8(std::string_view charset, std::string_view bytes) const;
+  std::string InUtf8(std::string_view charset, std::string bytes) const;
+  // Of a value in quoted-printable that is not UTF-8.
+  std::vector<std::string> ComponentsOfOtherSet(const ContentLine& line) const;
 
   Escapes escapes_;
   TextSettings settings_;
@@ -52,8 +55,9 @@ class ValueDecoder {
   Report& report_;
 };
 
-// A text without its escapes.
+// A text without its escapes. Of a text that is given up, one without any is not copied.
 std::string Unescaped(std::string_view text, Escapes escapes);
+std::string Unescaped(std::string&& text, Escapes escapes);
 
 // The pieces of a text between separators that are not escaped; the pieces keep their escapes. At least one.
 std::vector<std::string_view> SplitUnescaped(std::string_view text, char separator);
@@ -71,6 +75,9 @@ std::string OldLine(std::string_view head, const std::string& text);
 // Folds a line of vCard 3.0, 4.0 or iCalendar at 75 bytes, never inside a character or an escape, and ends it with
 // CR LF (RFC 2425 section 5.8.1, RFC 5545 section 3.1).
 std::string FoldedLine(std::string_view line);
+
+// The same for the line that begins at `begin` in a text and ends with it.
+void FoldLastLine(std::string& text, size_t begin);
 
 // A parameter's value, in quotes where it has to be, with the escapes of RFC 6868 where `has_caret_escapes`; where not,
 // what no parameter can hold is left out.

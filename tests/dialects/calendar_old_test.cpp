@@ -9,9 +9,7 @@ namespace {
 using calendar_support::CalendarObject;
 using calendar_support::LinesOf;
 using calendar_support::Old;
-using calendar_support::ReadByLibrary;
 using dialects::Happenings;
-using dialects::ObjectText;
 using dialects::StrictObject;
 using testing::Contains;
 using testing::ElementsAre;
@@ -21,27 +19,8 @@ using testing::SizeIs;
 
 using Lines = std::vector<std::string>;
 
-// On a device in Berlin.
-class OldCalendar : public testing::Test {
+class OldCalendar : public calendar_support::StrictCalendar {
  protected:
-  static std::vector<StrictObject> Strict(const ObjectText& object) {
-    std::vector<StrictObject> items = dialects::StrictCalendarItems(object, {});
-    for (const StrictObject& item : items) {
-      if (item.text.empty()) continue;
-      const auto reading = ReadByLibrary(item.text);
-      EXPECT_EQ(reading.result, OSIF_PARSE_OK) << item.text;
-      EXPECT_EQ(reading.objects, 1U) << item.text;
-    }
-    return items;
-  }
-
-  // The only item of an object; an empty one when there are others.
-  static StrictObject Only(const ObjectText& object) {
-    std::vector<StrictObject> items = Strict(object);
-    EXPECT_THAT(items, SizeIs(1));
-    return items.size() == 1 ? items.front() : StrictObject();
-  }
-
   static StrictObject Event(std::initializer_list<std::string_view> lines,
                             std::string_view frame = "") {
     return Only(Old("VEVENT", lines, frame));
@@ -49,13 +28,6 @@ class OldCalendar : public testing::Test {
   static StrictObject Task(std::initializer_list<std::string_view> lines) {
     return Only(Old("VTODO", lines));
   }
-
-  static Lines Times(const StrictObject& item) {
-    return LinesOf(item.text, {"DTSTART", "DTEND", "X-BLUETOOTH-ALLDAYEVENT"});
-  }
-
- private:
-  support::TimeZone zone_{"Europe/Berlin"};
 };
 
 TEST_F(OldCalendar, EventIsWrittenInAFrameOfItsOwn) {
@@ -207,6 +179,12 @@ TEST_F(OldCalendar, EventOfNothingIsRefused) {
   EXPECT_EQ(Task({"UID:4"}).refusal, "neither a summary nor a day");
 }
 
+TEST_F(OldCalendar, EventOfAnAlarmBeforeAnUnknownStartIsRefused) {
+  const StrictObject item = Event({"UID:4", "DALARM:-PT5M"});
+  EXPECT_EQ(item.refusal, "no start, no end and no text");
+  EXPECT_TRUE(item.report.IsEmpty());
+}
+
 TEST_F(OldCalendar, EndBeforeTheStartIsNone) {
   const StrictObject item =
       Event({"SUMMARY:x", "DTSTART:20260612T120000Z", "DTEND:20260612T110000Z"});
@@ -322,9 +300,9 @@ TEST_F(OldCalendar, ExceptionRuleBecomesExceptions) {
   EXPECT_THAT(
       LinesOf(item.text, {"EXDATE"}),
       ElementsAre("EXDATE:20260612T090000", "EXDATE:20260614T090000", "EXDATE:20260616T090000"));
-  EXPECT_THAT(Event({"SUMMARY:x", "DTSTART:20260612T090000", "RRULE:D1 #10", "EXRULE:D2 #0"})
-                  .report.dropped,
-              Contains(Key("EXRULE")));
+  EXPECT_THAT(
+      Event({"SUMMARY:x", "DTSTART:20260612T090000", "RRULE:D1 #0", "EXRULE:D2 #0"}).report.dropped,
+      Contains(Key("EXRULE")));
 }
 
 TEST_F(OldCalendar, FurtherDatesBecomeSingleEvents) {

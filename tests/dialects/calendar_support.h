@@ -2,6 +2,7 @@
 // of these.
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -86,6 +87,35 @@ inline LibraryReading ReadByLibrary(const std::string& text) {
   if (result != OSIF_OK) reading.result = result;
   return reading;
 }
+
+// A device in Berlin. Whatever is strict there, the library reads it without loss.
+class StrictCalendar : public testing::Test {
+ protected:
+  static std::vector<dialects::StrictObject> Strict(const dialects::ObjectText& object) {
+    std::vector<dialects::StrictObject> items = dialects::StrictCalendarItems(object, {});
+    for (const dialects::StrictObject& item : items) {
+      if (item.text.empty()) continue;
+      const auto reading = ReadByLibrary(item.text);
+      EXPECT_EQ(reading.result, OSIF_PARSE_OK) << item.text;
+      EXPECT_EQ(reading.objects, 1U) << item.text;
+    }
+    return items;
+  }
+
+  // The only item of an object; an empty one when there are others.
+  static dialects::StrictObject Only(const dialects::ObjectText& object) {
+    std::vector<dialects::StrictObject> items = Strict(object);
+    EXPECT_THAT(items, testing::SizeIs(1));
+    return items.size() == 1 ? items.front() : dialects::StrictObject();
+  }
+
+  static std::vector<std::string> Times(const dialects::StrictObject& item) {
+    return LinesOf(item.text, {"DTSTART", "DTEND", "X-BLUETOOTH-ALLDAYEVENT"});
+  }
+
+ private:
+  support::TimeZone zone_{"Europe/Berlin"};
+};
 
 // What the device's store makes of a text: whether it is added and then found again, and what it gives back.
 struct Stored {

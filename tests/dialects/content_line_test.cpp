@@ -56,6 +56,20 @@ TEST(ContentLines, TakeAQuotationMarkThatIsNotClosedAsNone) {
   EXPECT_THAT(Old("NOTE;X=\"a:b"), ElementsAre("NOTE;X=a:b"));
 }
 
+TEST(ContentLines, MayBeFoldedInsideOfQuotesAfterAColon) {
+  EXPECT_THAT(Modern("ADR;GEO=\"geo:12.5,\r\n 7\";TYPE=home:x\r\n"),
+              ElementsAre("ADR;GEO=geo:12.5,7;TYPE=home:x"));
+}
+
+TEST(ContentLines, EndAtAZeroByte) {
+  EXPECT_THAT(Old(std::string_view("A:1\0 2\r\nB:\0\r\nC\0:3\r\n", 20)), ElementsAre("A:1", "B:"));
+}
+
+TEST(ContentLines, AreTakenFromSeveralSoftBreaksWithBlanks) {
+  EXPECT_THAT(Old("NOTE;ENCODING=QUOTED-PRINTABLE:a= \r\nb=\t\r\nc==3D=\r\nd=\r\nEND:VCARD\r\n"),
+              ElementsAre("NOTE;ENCODING=QUOTED-PRINTABLE:abc==3Dd", "END:VCARD"));
+}
+
 TEST(ContentLines, UndoTheCaretsOfModernParameters) {
   EXPECT_THAT(Modern("N;SORT-AS=a^nb^^c^'d:x"), ElementsAre("N;SORT-AS=a\nb^c\"d:x"));
   EXPECT_THAT(Old("N;SORT-AS=a^nb:x"), ElementsAre("N;SORT-AS=a^nb:x"));

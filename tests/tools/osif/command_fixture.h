@@ -181,12 +181,13 @@ class CommandTest : public testing::Test {
  protected:
   const std::string folder_ = place_.path();
   std::string device_ = Path("device");
+  std::string zone_ = "UTC";  // of the device
 
  private:
   static constexpr int kSeconds = 120;
 
   std::vector<std::string> Environment() const {
-    std::vector<std::string> variables = {"OSIF_DEVICE=" + device_, "LC_ALL=C.UTF-8", "TZ=UTC",
+    std::vector<std::string> variables = {"OSIF_DEVICE=" + device_, "LC_ALL=C.UTF-8", "TZ=" + zone_,
                                           "HOME=" + folder_, "PATH=/usr/bin:/bin"};
     for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
       if (const char* value = std::getenv(name)) {

@@ -2,6 +2,8 @@
 // skipped where it is not installed.
 #include <libical/ical.h>
 
+#include <algorithm>
+
 #include "tests/tools/osif/command_fixture.h"
 
 namespace command_test::independent_readers_test {
@@ -26,6 +28,27 @@ class IndependentReader : public CommandTest {
     const Outcome outcome = Run({kPython, Write("read.py", program), file});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     return outcome.out;
+  }
+
+  // What another calendar program lists of the exported ones in a year, in UTC: the lines with a summary.
+  Lines ListedByKhal(const std::string& summary) const {
+    EXPECT_EQ(Osif({"export", "cal", "--split", Path("cal"), "--as", "ical20"}).status, 0);
+    const std::string settings = Write(
+        "khal.conf",
+        "[calendars]\n[[all]]\npath = " + Path("cal") +
+            "\n[locale]\nlocal_timezone = UTC\ndefault_timezone = UTC\ntimeformat = %H:%M\n"
+            "dateformat = %Y-%m-%d\nlongdateformat = %Y-%m-%d\ndatetimeformat = %Y-%m-%d %H:%M\n"
+            "longdatetimeformat = %Y-%m-%d %H:%M\n[sqlite]\npath = " +
+            Path("khal.db") + "\n");
+    const Outcome listed =
+        Run({"/usr/bin/khal", "-c", settings, "list", "--format",
+             "{start-date} {start-time}-{end-time} {title}", "2027-01-01", "2027-12-31"});
+    EXPECT_EQ(listed.status, 0) << listed.err;
+    Lines events;
+    for (const std::string& line : listed.OutLines()) {
+      if (line.find(summary) != std::string::npos) events.push_back(line);
+    }
+    return events;
   }
 
   const std::string card_ =
@@ -90,28 +113,53 @@ TEST_F(IndependentReader, OfAddressBooksShowsContactsOfBothVersions) {
 TEST_F(IndependentReader, OfCalendarsFindsTheOccurrencesOfASeries) {
   if (!Has("/usr/bin/khal")) GTEST_SKIP() << "khal is not installed";
   ASSERT_EQ(Osif({"receive", Write("in.vcs", series_)}).status, 0);
-  ASSERT_EQ(Osif({"export", "cal", "--split", Path("cal"), "--as", "ical20"}).status, 0);
-  const std::string settings = Write(
-      "khal.conf",
-      "[calendars]\n[[all]]\npath = " + Path("cal") +
-          "\n[locale]\nlocal_timezone = UTC\ndefault_timezone = UTC\ntimeformat = %H:%M\n"
-          "dateformat = %Y-%m-%d\nlongdateformat = %Y-%m-%d\ndatetimeformat = %Y-%m-%d %H:%M\n"
-          "longdatetimeformat = %Y-%m-%d %H:%M\n[sqlite]\npath = " +
-          Path("khal.db") + "\n");
-  const Outcome listed =
-      Run({"/usr/bin/khal", "-c", settings, "list", "--format",
-           "{start-date} {start-time}-{end-time} {title}", "2027-01-01", "2027-12-31"});
-  EXPECT_EQ(listed.status, 0) << listed.err;
-  Lines events;
-  for (const std::string& line : listed.OutLines()) {
-    if (line.find("Planung") != std::string::npos) events.push_back(line);
-  }
-  EXPECT_THAT(events,
+  EXPECT_THAT(ListedByKhal("Planung"),
               testing::ElementsAre("2027-01-13 13:00-14:30 Planung, zweite Runde für alle",
                                    "2027-02-10 13:00-14:30 Planung, zweite Runde für alle",
                                    "2027-04-14 13:00-14:30 Planung, zweite Runde für alle",
                                    "2027-05-12 13:00-14:30 Planung, zweite Runde für alle",
                                    "2027-06-09 13:00-14:30 Planung, zweite Runde für alle"));
+}
+
+// A series at nine by the clock in Berlin, over both changes of the clocks there.
+constexpr const char* kOverTheYear =
+    "BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VEVENT\r\nDTSTART:20270115T090000\r\n"
+    "DTEND:20270115T100000\r\nSUMMARY:Tour\r\nRRULE:MD2 15 #6\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n";
+
+TEST_F(IndependentReader, OfCalendarsKeepsTheClockOfASeriesOverTheYear) {
+  if (!Has("/usr/bin/khal")) GTEST_SKIP() << "khal is not installed";
+  zone_ = "Europe/Berlin";
+  ASSERT_EQ(Osif({"receive", Write("in.vcs", kOverTheYear)}).status, 0);
+  EXPECT_THAT(ListedByKhal("Tour"),
+              testing::ElementsAre("2027-01-15 08:00-09:00 Tour", "2027-03-15 08:00-09:00 Tour",
+                                   "2027-05-15 07:00-08:00 Tour", "2027-07-15 07:00-08:00 Tour",
+                                   "2027-09-15 07:00-08:00 Tour", "2027-11-15 08:00-09:00 Tour"));
+}
+
+TEST_F(IndependentReader, StrictOfCalendarsKeepsTheClockOfASeriesOverTheYear) {
+  zone_ = "Europe/Berlin";
+  ASSERT_EQ(
+      Osif({"convert", "--to", "ical20", Write("in.vcs", kOverTheYear), "-o", Path("out.ics")})
+          .status,
+      0);
+  const std::string text = BytesOf(Path("out.ics"));
+  EXPECT_LT(std::ranges::count(text, '\n'), 35) << text;
+  icalcomponent* calendar = icalparser_parse_string(text.c_str());
+  ASSERT_NE(calendar, nullptr);
+  icalcomponent* event = icalcomponent_get_first_component(calendar, ICAL_VEVENT_COMPONENT);
+  ASSERT_NE(event, nullptr);
+  Lines times;
+  const auto add = [](icalcomponent*, icaltime_span* span, void* given) {
+    const icaltimetype time =
+        icaltime_from_timet_with_zone(span->start, 0, icaltimezone_get_utc_timezone());
+    static_cast<Lines*>(given)->emplace_back(icaltime_as_ical_string(time));
+  };
+  icalcomponent_foreach_recurrence(event, icaltime_from_string("20270101T000000Z"),
+                                   icaltime_from_string("20280101T000000Z"), add, &times);
+  EXPECT_THAT(times,
+              testing::ElementsAre("20270115T080000Z", "20270315T080000Z", "20270515T070000Z",
+                                   "20270715T070000Z", "20270915T070000Z", "20271115T080000Z"));
+  icalcomponent_free(calendar);
 }
 
 TEST_F(IndependentReader, StrictOfCalendarsFindsNothingToComplainOf) {
