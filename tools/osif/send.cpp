@@ -1,9 +1,7 @@
 // osif send and osif export: objects of a store as text.
 //
-// The library writes each object to a file that it opens by name, and tells of a failed write in its trace
-// alone. So it writes into a file in memory, where the object is looked at: what does not end with the last line
-// of an object is not whole. From there the command writes it on by itself, and so knows what became of each
-// byte and why. A file is written beside its place and takes it when everything is in it (object_output): an
+// The command writes what the library gave it (object_texts) by itself, and so knows what became of each byte and
+// why. A file is written beside its place and takes it when everything is in it (object_output): an
 // export that fails or is interrupted leaves the file that was there, and says nothing of success. On standard
 // output every object is whole; an export that fails ends there between two objects.
 //
@@ -27,9 +25,7 @@
 #include "client/private_files.h"
 #include "client/records.h"
 #include "client/store.h"
-#include "client/temp_file.h"
 #include "client/texts.h"
-#include "client/uid_table.h"
 #include "dialects/form_names.h"
 #include "platform/device/device.h"
 #include "tools/osif/commands.h"
@@ -37,105 +33,13 @@
 #include "tools/osif/form_argument.h"
 #include "tools/osif/object_id.h"
 #include "tools/osif/object_output.h"
+#include "tools/osif/object_texts.h"
 #include "tools/osif/read_dialects.h"
 
 namespace command {
 namespace {
 
 std::string Reason(int error) { return std::string(": ") + std::strerror(error); }
-
-// True when a text ends with the last line of an object, so that nothing of it is missing.
-bool EndsWithObject(std::string_view text) {
-  constexpr size_t kLongestEnd = 15;  // "END:VCALENDAR" and its line end
-  const std::string_view end = text.substr(text.size() - std::min(text.size(), kLongestEnd));
-  return end.ends_with("\r\n") && end.find("END:V") != std::string_view::npos;
-}
-
-// Makes texts of the objects of one store, in the library's own form or in another.
-class ObjectTexts {
- public:
-  // No form is the library's own.
-  ObjectTexts(int32_t store_id, std::optional<dialects::Form> form, Session& session,
-              Reporter& reporter)
-      : store_id_(store_id), form_(form), session_(session), reporter_(reporter) {
-    if (!form) return;
-    settings_.text.input_code_page = InputCodePage();
-    settings_.origin = dialects::Origin::kLibrary;
-    writer_ = dialects::MakeWriter(KindOf(store_id), *form, settings_);
-    if (writer_) uids_.emplace(device::Folder());
-  }
-
-  // False, with a message, when the store's objects cannot be had in that form.
-  bool Open() {
-    if (!piece_.is_open()) {
-      reporter_.Fail(std::strerror(errno), OSIF_ERR_GENERAL);
-      return false;
-    }
-    if (!form_ || writer_) return true;
-    reporter_.Fail("an object of " + NameOfStore(store_id_) + " cannot be written as " +
-                       std::string(NameOfForm(*form_)),
-                   OSIF_ERR_TYPE_NOT_SUPPORTED);
-    return false;
-  }
-
-  std::string Begin() { return writer_ ? writer_->Begin() : std::string(); }
-  std::string End() { return writer_ ? writer_->End() : std::string(); }
-
-  // Nothing, and a message, when the object cannot be had whole.
-  std::optional<std::string> TextOf(const char* id) {
-    std::optional<std::string> text = LibraryText(id);
-    if (!text || !writer_) return text;
-    settings_.uid = UidOf(id);
-    dialects::WrittenObject written = writer_->Write({KindOf(store_id_), std::move(*text)});
-    if (!written.refusal.empty()) {
-      reporter_.Fail(IdInStore(store_id_, id) + ": " + written.refusal, OSIF_OK);
-      return std::nullopt;
-    }
-    if (const std::string report = ReportText(written.report); !report.empty()) {
-      reporter_.Note(IdInStore(store_id_, id) + ": " + report);
-    }
-    return std::move(written.text);
-  }
-
- private:
-  std::optional<std::string> LibraryText(const char* id) {
-    FetchedObject fetched(store_id_, id);
-    if (fetched.result() != OSIF_OK) {
-      reporter_.Fail(IdInStore(store_id_, id), fetched.result());
-      return std::nullopt;
-    }
-    const OsifResult result =
-        OSIF_WriteObject(store_id_, &fetched.object(), ToWide(piece_.name()).c_str(), 1);
-    std::string text;
-    if (result == OSIF_OK && piece_.Read(text) && EndsWithObject(text)) return text;
-    const int why = piece_.WhyFull();
-    reporter_.Fail(IdInStore(store_id_, id) + " could not be written whole" +
-                       (why == 0 ? std::string() : Reason(why)),
-                   result == OSIF_OK ? OsifResult{OSIF_ERR_GENERAL} : result);
-    return std::nullopt;
-  }
-
-  // The one that the object came with, else one that is the same each time.
-  std::string UidOf(const char* id) {
-    if (const std::string known = uids_->Find(store_id_, id); !known.empty()) return known;
-    if (database_id_.empty() && session_.OpenChangeLog(store_id_) == OSIF_OK) {
-      std::array<char, OSIF_DATABASE_ID_SIZE> database_id{};
-      OSIF_CL_GetDatabaseId(store_id_, database_id.data());
-      database_id_ = database_id.data();
-    }
-    return "osif-" + NameOfStore(store_id_) + "-" + database_id_ + "-" + IdToOutput(id);
-  }
-
-  const int32_t store_id_;
-  const std::optional<dialects::Form> form_;
-  Session& session_;
-  Reporter& reporter_;
-  TempFile piece_;
-  dialects::WriterSettings settings_;
-  std::unique_ptr<dialects::ObjectWriter> writer_;
-  std::optional<UidTable> uids_;
-  std::string database_id_;
-};
 
 // Writes objects of one store to one place.
 class Sender {
