@@ -57,21 +57,29 @@ void Connection::Feed(std::string_view bytes) {
 std::optional<std::string> Connection::Answer() {
   if (!HasPacket()) return std::nullopt;
   const size_t length = LengthOf(Waiting());
+  const auto opcode = static_cast<Opcode>(Waiting()[0]);
   if (length < kPacketHead || length > limits_.packet) {
     is_finished_ = true;
-    return Refuse(Code::kBadRequest);
+    DropRunning();
+    return RefuseBroken(opcode);
   }
   const std::string_view packet = Waiting().substr(0, length);
   answered_ += length;
-  return AnswerTo(static_cast<Opcode>(packet[0]), packet.substr(kPacketHead));
+  return AnswerTo(opcode, packet.substr(kPacketHead));
+}
+
+// What stands where no such packet may.
+std::string Connection::RefuseBroken(Opcode opcode) {
+  return opcode == Opcode::kConnect ? Connected(Code::kBadRequest, {})
+                                    : Response(Code::kBadRequest, {});
 }
 
 std::string Connection::AnswerTo(Opcode opcode, std::string_view bytes) {
   const bool is_put = opcode == Opcode::kPut || opcode == Opcode::kPutFinal;
   const bool is_get = opcode == Opcode::kGet || opcode == Opcode::kGetFinal;
-  if (running_ == Running::kPut && !is_put && opcode != Opcode::kAbort &&
-      opcode != Opcode::kConnect && opcode != Opcode::kDisconnect) {
-    return Refuse(Code::kBadRequest);
+  if (running_ == Running::kPut && !is_put && opcode != Opcode::kAbort) {
+    RefusePut(Code::kBadRequest, false);
+    return RefuseBroken(opcode);
   }
   if (!is_put && !is_get) DropRunning();
   switch (opcode) {
@@ -226,24 +234,25 @@ std::string Connection::AnswerPut(std::string_view bytes, bool is_final) {
   if (is_first) Begin(Running::kPut);
   Packet packet;
   Code code = ReadHeaders(bytes, packet);
-  if (was_refused && !packet.has_other && packet.has_body) return RefusePut(refusal_);
+  if (was_refused && !packet.has_other && packet.has_body) code = refusal_;
   if (code == Code::kContinue && is_first) code = MayServe(packet);
-  if (code != Code::kContinue) return RefusePut(code);
+  if (code == Code::kContinue) code = TakePiece(packet);
+  if (code != Code::kContinue) return RefusePut(code, is_final);
+  return is_final ? FinishPut() : Response(Code::kContinue, {});
+}
 
+Code Connection::TakePiece(const Packet& packet) {
   has_body_ = has_body_ || packet.has_body;
+  const bool is_too_long = packet.body.size() > limits_.body - body_bytes_;
+  if (is_too_long || request_.length.value_or(0) > limits_.body) return Code::kTooLarge;
+  if (packet.body.empty()) return Code::kContinue;
   body_bytes_ += packet.body.size();
-  if (body_bytes_ > limits_.body || request_.length.value_or(0) > limits_.body) {
-    return RefusePut(Code::kTooLarge);
-  }
-  if (!packet.body.empty()) {
-    code = service_.TakeBody(request_, packet.body);
-    if (code != Code::kContinue) {
-      body_bytes_ = 0;  // the service has let go of it
-      return RefusePut(code);
-    }
-  }
-  if (!is_final) return Response(Code::kContinue, {});
+  const Code code = service_.TakeBody(request_, packet.body);
+  if (code != Code::kContinue) body_bytes_ = 0;  // the service has let go of it
+  return code;
+}
 
+std::string Connection::FinishPut() {
   running_ = Running::kNothing;
   const BodyForm form = !has_body_         ? BodyForm::kNone
                         : body_bytes_ == 0 ? BodyForm::kEmpty
@@ -254,10 +263,12 @@ std::string Connection::AnswerPut(std::string_view bytes, bool is_final) {
   return Response(answer.code, headers);
 }
 
-std::string Connection::RefusePut(Code code) {
+std::string Connection::RefusePut(Code code, bool is_final) {
   DropRunning();
-  running_ = Running::kRefusedPut;
-  refusal_ = code;
+  if (!is_final) {
+    running_ = Running::kRefusedPut;
+    refusal_ = code;
+  }
   return Response(code, {});
 }
 

@@ -72,8 +72,11 @@ class Connection {
   std::string AnswerGet(std::string_view bytes, bool is_final);
   std::string AnswerSetPath(std::string_view bytes);
   std::string Refuse(Code code);
+  std::string RefuseBroken(Opcode opcode);
   std::string Connected(Code code, const std::string& headers);
-  std::string RefusePut(Code code);
+  Code TakePiece(const Packet& packet);
+  std::string FinishPut();
+  std::string RefusePut(Code code, bool is_final);
   std::string NextOfBody();
 
   Code ReadHeaders(std::string_view bytes, Packet& packet);
