@@ -176,7 +176,7 @@ Code Connection::TakeHeader(const Header& header, Packet& packet) {
     return Code::kContinue;
   }
   packet.has_other = true;
-  header_bytes_ += kPacketHead + header.bytes.size();
+  header_bytes_ += header.size;
   if (header_bytes_ > limits_.headers) return Code::kTooLarge;
   switch (static_cast<HeaderId>(header.id)) {
     case HeaderId::kName:
