@@ -1,6 +1,7 @@
 // A packet is collected until it is whole, then answered; one request runs at a time. A PUT that was refused before its
 // end leaves its code behind: a peer that goes on sending all the same has to be told so again, and what it sends must
-// not be taken for a new object. A new request has a header beside its body.
+// not be taken for a new object. A new request has a header beside its body. Whatever ends a request early drops it
+// first, so that the service is never asked two things at a time.
 #include "obex/packets/connection.h"
 
 #include <algorithm>
@@ -94,11 +95,7 @@ std::string Connection::AnswerTo(Opcode opcode, std::string_view bytes) {
     case Opcode::kSetPath:
       return AnswerSetPath(bytes);
     case Opcode::kDisconnect:
-      if (is_open_) service_.Close();
-      is_open_ = is_authentic_ = false;
-      connection_id_.reset();
-      peer_packet_ = kLeastPacket;
-      return Response(Code::kSuccess, {});
+      return AnswerDisconnect(bytes);
     case Opcode::kAbort:
       return Response(Code::kSuccess, {});
   }
@@ -116,16 +113,14 @@ std::string Connection::Connected(Code code, const std::string& headers) {
 }
 
 std::string Connection::AnswerConnect(std::string_view bytes) {
-  is_open_ = false;
-  connection_id_.reset();
+  CloseService();
   if (bytes.size() < kConnectFields || ShortAt(bytes, 2) < kLeastPacket) {
     is_finished_ = true;
     return Connected(Code::kBadRequest, {});
   }
   peer_packet_ = ShortAt(bytes, 2);
   Packet packet;
-  request_ = {};
-  header_bytes_ = 0;
+  Begin(Running::kNothing);
   const Code read = ReadHeaders(bytes.substr(kConnectFields), packet);
   if (read != Code::kContinue) return Connected(read, {});
 
@@ -157,6 +152,24 @@ bool Connection::IsAuthentic(const Packet& packet) {
   return is_authentic_;
 }
 
+std::string Connection::AnswerDisconnect(std::string_view bytes) {
+  Packet packet;
+  Begin(Running::kNothing);
+  Code code = ReadHeaders(bytes, packet);
+  if (code == Code::kContinue) code = MayGoOn(packet);
+  if (code != Code::kContinue) return Refuse(code);
+  CloseService();
+  is_authentic_ = false;
+  peer_packet_ = kLeastPacket;
+  return Response(Code::kSuccess, {});
+}
+
+void Connection::CloseService() {
+  if (is_open_) service_.Close();
+  is_open_ = false;
+  connection_id_.reset();
+}
+
 // ---- Headers ------------------------------------------------------------------------------------------------
 
 // kContinue where all is well.
@@ -173,6 +186,10 @@ Code Connection::TakeHeader(const Header& header, Packet& packet) {
   if (header.Is(HeaderId::kBody) || header.Is(HeaderId::kEndOfBody)) {
     packet.body += header.bytes;
     packet.has_body = true;
+    return Code::kContinue;
+  }
+  if (header.Is(HeaderId::kConnectionId)) {
+    packet.connection_id = header.number;
     return Code::kContinue;
   }
   packet.has_other = true;
@@ -199,9 +216,6 @@ Code Connection::TakeHeader(const Header& header, Packet& packet) {
     case HeaderId::kChallengeResponse:
       packet.challenge_response = header.bytes;
       break;
-    case HeaderId::kConnectionId:
-      packet.connection_id = header.number;
-      break;
     default:
       break;
   }
@@ -215,11 +229,20 @@ Code Connection::TakeName(std::string_view bytes) {
   return is_too_long ? Code::kBadRequest : Code::kContinue;
 }
 
+bool Connection::IsForOther(const Packet& packet) const {
+  return packet.connection_id && packet.connection_id != connection_id_;
+}
+
+// Whether a packet goes on with the request that runs. The id belongs to the packet: some peers give it in each.
+Code Connection::MayGoOn(const Packet& packet) const {
+  return IsForOther(packet) ? Code::kUnavailable : Code::kContinue;
+}
+
 // Whether something may be asked. A peer that has not connected speaks to the default service, unless it has to say a
 // password.
 Code Connection::MayServe(const Packet& packet) {
   if (authenticator_ != nullptr && !is_authentic_) return Code::kUnauthorized;
-  if (packet.connection_id && packet.connection_id != connection_id_) return Code::kUnavailable;
+  if (IsForOther(packet)) return Code::kUnavailable;
   if (is_open_) return Code::kContinue;
   const Code opened = service_.Open({});
   is_open_ = opened == Code::kSuccess;
@@ -235,7 +258,7 @@ std::string Connection::AnswerPut(std::string_view bytes, bool is_final) {
   Packet packet;
   Code code = ReadHeaders(bytes, packet);
   if (was_refused && !packet.has_other && packet.has_body) code = refusal_;
-  if (code == Code::kContinue && is_first) code = MayServe(packet);
+  if (code == Code::kContinue) code = is_first ? MayServe(packet) : MayGoOn(packet);
   if (code == Code::kContinue) code = TakePiece(packet);
   if (code != Code::kContinue) return RefusePut(code, is_final);
   return is_final ? FinishPut() : Response(Code::kContinue, {});
@@ -275,13 +298,14 @@ std::string Connection::RefusePut(Code code, bool is_final) {
 // ---- GET ----------------------------------------------------------------------------------------------------
 
 std::string Connection::AnswerGet(std::string_view bytes, bool is_final) {
-  if (running_ == Running::kGetAnswer) return NextOfBody();
-  const bool is_first = running_ != Running::kGetRequest;
+  const bool is_answering = running_ == Running::kGetAnswer;
+  const bool is_first = !is_answering && running_ != Running::kGetRequest;
   if (is_first) Begin(Running::kGetRequest);
   Packet packet;
   Code code = ReadHeaders(bytes, packet);
-  if (code == Code::kContinue && is_first) code = MayServe(packet);
+  if (code == Code::kContinue) code = is_first ? MayServe(packet) : MayGoOn(packet);
   if (code != Code::kContinue) return Refuse(code);
+  if (is_answering) return NextOfBody();
   if (!is_final) return Response(Code::kContinue, {});
 
   answer_ = service_.Get(request_);

@@ -62,12 +62,13 @@ class Connection {
     std::optional<uint32_t> connection_id;
     std::string body;
     bool has_body = false;
-    bool has_other = false;  // any header but a body
+    bool has_other = false;  // any header of the request but a body
   };
 
   std::string_view Waiting() const { return std::string_view(waiting_).substr(answered_); }
   std::string AnswerTo(Opcode opcode, std::string_view bytes);
   std::string AnswerConnect(std::string_view bytes);
+  std::string AnswerDisconnect(std::string_view bytes);
   std::string AnswerPut(std::string_view bytes, bool is_final);
   std::string AnswerGet(std::string_view bytes, bool is_final);
   std::string AnswerSetPath(std::string_view bytes);
@@ -83,9 +84,12 @@ class Connection {
   Code TakeHeader(const Header& header, Packet& packet);
   Code TakeName(std::string_view bytes);
   Code MayServe(const Packet& packet);
+  Code MayGoOn(const Packet& packet) const;
+  bool IsForOther(const Packet& packet) const;
   bool IsAuthentic(const Packet& packet);
   void Begin(Running running);
   void DropRunning();
+  void CloseService();
 
   Service& service_;
   const PacketLimits limits_;
