@@ -16,6 +16,7 @@ constexpr size_t kPacketHead = 3;     // the code, and the packet's length
 constexpr size_t kConnectFields = 4;  // version, flags, the longest packet
 constexpr size_t kSetPathFields = 2;  // flags, constants
 constexpr size_t kBodyHead = 3;       // of a body header
+constexpr size_t kLongestTarget = 128;  // bytes that an answer to the most modest peer can repeat
 constexpr char kVersion = 0x10;       // 1.0
 constexpr uint32_t kFirstId = 1;      // the only one: a connection serves one target at a time
 constexpr uint8_t kUpFlag = 1;        // of SETPATH
@@ -129,6 +130,7 @@ std::string Connection::AnswerConnect(std::string_view bytes) {
     AppendBytes(headers, HeaderId::kChallenge, authenticator_->NewChallenge());
     return Connected(Code::kUnauthorized, headers);
   }
+  if (packet.target.size() > kLongestTarget) return Connected(Code::kForbidden, {});
   const Code opened = service_.Open(packet.target);
   if (opened != Code::kSuccess) return Connected(opened, {});
   is_open_ = true;
