@@ -12,14 +12,15 @@
 namespace obex {
 namespace {
 
-constexpr size_t kPacketHead = 3;     // the code, and the packet's length
-constexpr size_t kConnectFields = 4;  // version, flags, the longest packet
-constexpr size_t kSetPathFields = 2;  // flags, constants
-constexpr size_t kBodyHead = 3;       // of a body header
+constexpr size_t kPacketHead = 3;       // the code, and the packet's length
+constexpr size_t kConnectFields = 4;    // version, flags, the longest packet
+constexpr size_t kSetPathFields = 2;    // flags, constants
+constexpr size_t kBodyHead = 3;         // of a body header
 constexpr size_t kLongestTarget = 128;  // bytes that an answer to the most modest peer can repeat
-constexpr char kVersion = 0x10;       // 1.0
-constexpr uint32_t kFirstId = 1;      // the only one: a connection serves one target at a time
-constexpr uint8_t kUpFlag = 1;        // of SETPATH
+constexpr int kMostWrongResponses = 3;  // then guessing costs a connection
+constexpr char kVersion = 0x10;         // 1.0
+constexpr uint32_t kFirstId = 1;        // the only one: a connection serves one target at a time
+constexpr uint8_t kUpFlag = 1;          // of SETPATH
 
 size_t LengthOf(std::string_view packet) { return ShortAt(packet, 1); }
 
@@ -125,34 +126,55 @@ std::string Connection::AnswerConnect(std::string_view bytes) {
   const Code read = ReadHeaders(bytes.substr(kConnectFields), packet);
   if (read != Code::kContinue) return Connected(read, {});
 
-  std::string headers;
-  if (!IsAuthentic(packet)) {
-    AppendBytes(headers, HeaderId::kChallenge, authenticator_->NewChallenge());
-    return Connected(Code::kUnauthorized, headers);
-  }
+  if (!IsAuthentic(packet))
+    return Connected(Code::kUnauthorized, ChallengeFor(Code::kUnauthorized));
   if (packet.target.size() > kLongestTarget) return Connected(Code::kForbidden, {});
   const Code opened = service_.Open(packet.target);
   if (opened != Code::kSuccess) return Connected(opened, {});
   is_open_ = true;
+  std::string headers;
   if (!packet.target.empty()) {
     connection_id_ = kFirstId;
     AppendNumber(headers, HeaderId::kConnectionId, kFirstId);
     AppendBytes(headers, HeaderId::kWho, packet.target);
   }
-  if (packet.challenge && authenticator_) {
-    const std::string answer = authenticator_->Answer(*packet.challenge);
-    if (!answer.empty()) AppendBytes(headers, HeaderId::kChallengeResponse, answer);
-  }
-  return Connected(Code::kSuccess, headers);
+  return Connected(Code::kSuccess, headers + TakeProof());
 }
 
+// ---- Passwords ----------------------------------------------------------------------------------------------
+
+// A peer's own challenge is answered once that peer has said the password, and not before: whoever does not know it could
+// have this side answer the challenge that it was given itself.
 bool Connection::IsAuthentic(const Packet& packet) {
   if (authenticator_ == nullptr) return true;
+  if (packet.challenge) peer_challenge_ = packet.challenge;
   if (packet.challenge_response) {
     is_authentic_ = authenticator_->Accepts(*packet.challenge_response);
+    if (!is_authentic_ && ++wrong_responses_ == kMostWrongResponses) is_finished_ = true;
+  }
+  if (is_authentic_ && peer_challenge_) {
+    proof_ = authenticator_->Answer(*std::exchange(peer_challenge_, std::nullopt));
   }
   return is_authentic_;
 }
+
+// The header that answers the peer's challenge, in one answer.
+std::string Connection::TakeProof() {
+  std::string header;
+  if (!proof_.empty()) AppendBytes(header, HeaderId::kChallengeResponse, std::exchange(proof_, {}));
+  return header;
+}
+
+// The header for a refusal, where it is one to a peer that has to say the password.
+std::string Connection::ChallengeFor(Code refusal) {
+  std::string header;
+  if (refusal == Code::kUnauthorized && authenticator_ != nullptr && !is_authentic_) {
+    AppendBytes(header, HeaderId::kChallenge, authenticator_->NewChallenge());
+  }
+  return header;
+}
+
+// ---- DISCONNECT ---------------------------------------------------------------------------------------------
 
 std::string Connection::AnswerDisconnect(std::string_view bytes) {
   Packet packet;
@@ -162,6 +184,7 @@ std::string Connection::AnswerDisconnect(std::string_view bytes) {
   if (code != Code::kContinue) return Refuse(code);
   CloseService();
   is_authentic_ = false;
+  peer_challenge_.reset();
   peer_packet_ = kLeastPacket;
   return Response(Code::kSuccess, {});
 }
@@ -243,7 +266,7 @@ Code Connection::MayGoOn(const Packet& packet) const {
 // Whether something may be asked. A peer that has not connected speaks to the default service, unless it has to say a
 // password.
 Code Connection::MayServe(const Packet& packet) {
-  if (authenticator_ != nullptr && !is_authentic_) return Code::kUnauthorized;
+  if (!IsAuthentic(packet)) return Code::kUnauthorized;
   if (IsForOther(packet)) return Code::kUnavailable;
   if (is_open_) return Code::kContinue;
   const Code opened = service_.Open({});
@@ -263,7 +286,7 @@ std::string Connection::AnswerPut(std::string_view bytes, bool is_final) {
   if (code == Code::kContinue) code = is_first ? MayServe(packet) : MayGoOn(packet);
   if (code == Code::kContinue) code = TakePiece(packet);
   if (code != Code::kContinue) return RefusePut(code, is_final);
-  return is_final ? FinishPut() : Response(Code::kContinue, {});
+  return is_final ? FinishPut() : Response(Code::kContinue, TakeProof());
 }
 
 Code Connection::TakePiece(const Packet& packet) {
@@ -283,7 +306,7 @@ std::string Connection::FinishPut() {
                         : body_bytes_ == 0 ? BodyForm::kEmpty
                                            : BodyForm::kSome;
   const PutAnswer answer = service_.FinishPut(request_, form);
-  std::string headers;
+  std::string headers = TakeProof();
   if (!answer.parameters.empty()) AppendBytes(headers, HeaderId::kParameters, answer.parameters);
   return Response(answer.code, headers);
 }
@@ -294,7 +317,7 @@ std::string Connection::RefusePut(Code code, bool is_final) {
     running_ = Running::kRefusedPut;
     refusal_ = code;
   }
-  return Response(code, {});
+  return Response(code, ChallengeFor(code));
 }
 
 // ---- GET ----------------------------------------------------------------------------------------------------
@@ -308,7 +331,7 @@ std::string Connection::AnswerGet(std::string_view bytes, bool is_final) {
   if (code == Code::kContinue) code = is_first ? MayServe(packet) : MayGoOn(packet);
   if (code != Code::kContinue) return Refuse(code);
   if (is_answering) return NextOfBody();
-  if (!is_final) return Response(Code::kContinue, {});
+  if (!is_final) return Response(Code::kContinue, TakeProof());
 
   answer_ = service_.Get(request_);
   if (answer_.code != Code::kSuccess || answer_.body == nullptr) return Refuse(answer_.code);
@@ -318,7 +341,7 @@ std::string Connection::AnswerGet(std::string_view bytes, bool is_final) {
 
 // A piece that fills its packet may be the last one; then an empty one follows.
 std::string Connection::NextOfBody() {
-  std::string headers;
+  std::string headers = TakeProof();
   if (const auto length = std::exchange(answer_.length, std::nullopt)) {
     AppendNumber(headers, HeaderId::kLength, *length);
   }
@@ -344,17 +367,18 @@ std::string Connection::AnswerSetPath(std::string_view bytes) {
   if (code == Code::kContinue) code = MayServe(packet);
   if (code != Code::kContinue) return Refuse(code);
   const bool is_root = request_.name ? request_.name->empty() : goes_up;
-  return Response(is_root ? Code::kSuccess : Code::kNotFound, {});
+  return Response(is_root ? Code::kSuccess : Code::kNotFound, TakeProof());
 }
 
 std::string Connection::Refuse(Code code) {
   DropRunning();
-  return Response(code, {});
+  return Response(code, ChallengeFor(code));
 }
 
 void Connection::Begin(Running running) {
   DropRunning();
   running_ = running;
+  proof_.clear();
   request_ = {};
   header_bytes_ = 0;
 }

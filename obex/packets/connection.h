@@ -28,7 +28,9 @@ inline constexpr uint16_t kLeastPacket = 255;
 
 class Connection {
  public:
-  // The service outlives it. With an authenticator nothing is done for a peer that does not know the password.
+  // The service outlives it. With an authenticator nothing is done for a peer that does not know the password: it is
+  // challenged until it has answered in a request of any kind, and finished with after three wrong answers. Its own
+  // challenges are answered then.
   Connection(Service& service, const PacketLimits& limits,
              std::unique_ptr<Authenticator> authenticator = nullptr);
   // What runs is dropped.
@@ -87,6 +89,8 @@ class Connection {
   Code MayGoOn(const Packet& packet) const;
   bool IsForOther(const Packet& packet) const;
   bool IsAuthentic(const Packet& packet);
+  std::string TakeProof();
+  std::string ChallengeFor(Code refusal);
   void Begin(Running running);
   void DropRunning();
   void CloseService();
@@ -100,6 +104,9 @@ class Connection {
 
   bool is_open_ = false;  // the service, for this peer
   bool is_authentic_ = false;
+  int wrong_responses_ = 0;
+  std::optional<std::string> peer_challenge_;  // that is not answered yet
+  std::string proof_;                          // the answer to it
   std::optional<uint32_t> connection_id_;
   uint16_t peer_packet_ = kLeastPacket;
 
