@@ -28,7 +28,9 @@ inline constexpr uint16_t kLeastPacket = 255;
 
 class Connection {
  public:
-  // The service outlives it. With an authenticator nothing is done for a peer that does not know the password.
+  // The service outlives it. With an authenticator nothing is done for a peer that does not know the password: it is
+  // challenged until it has answered in a request of any kind, and finished with after three wrong answers. Its own
+  // challenges are answered then.
   Connection(Service& service, const PacketLimits& limits,
              std::unique_ptr<Authenticator> authenticator = nullptr);
   // What runs is dropped.
@@ -62,27 +64,36 @@ class Connection {
     std::optional<uint32_t> connection_id;
     std::string body;
     bool has_body = false;
-    bool has_other = false;  // any header but a body
+    bool has_other = false;  // any header of the request but a body
   };
 
   std::string_view Waiting() const { return std::string_view(waiting_).substr(answered_); }
   std::string AnswerTo(Opcode opcode, std::string_view bytes);
   std::string AnswerConnect(std::string_view bytes);
+  std::string AnswerDisconnect(std::string_view bytes);
   std::string AnswerPut(std::string_view bytes, bool is_final);
   std::string AnswerGet(std::string_view bytes, bool is_final);
   std::string AnswerSetPath(std::string_view bytes);
   std::string Refuse(Code code);
+  std::string RefuseBroken(Opcode opcode);
   std::string Connected(Code code, const std::string& headers);
-  std::string RefusePut(Code code);
+  Code TakePiece(const Packet& packet);
+  std::string FinishPut();
+  std::string RefusePut(Code code, bool is_final);
   std::string NextOfBody();
 
   Code ReadHeaders(std::string_view bytes, Packet& packet);
   Code TakeHeader(const Header& header, Packet& packet);
   Code TakeName(std::string_view bytes);
   Code MayServe(const Packet& packet);
+  Code MayGoOn(const Packet& packet) const;
+  bool IsForOther(const Packet& packet) const;
   bool IsAuthentic(const Packet& packet);
+  std::string TakeProof();
+  std::string ChallengeFor(Code refusal);
   void Begin(Running running);
   void DropRunning();
+  void CloseService();
 
   Service& service_;
   const PacketLimits limits_;
@@ -93,6 +104,9 @@ class Connection {
 
   bool is_open_ = false;  // the service, for this peer
   bool is_authentic_ = false;
+  int wrong_responses_ = 0;
+  std::optional<std::string> peer_challenge_;  // that is not answered yet
+  std::string proof_;                          // the answer to it
   std::optional<uint32_t> connection_id_;
   uint16_t peer_packet_ = kLeastPacket;
 

@@ -52,6 +52,7 @@ std::optional<Header> HeaderReader::Next() {
       header.bytes = rest_.substr(kPrefix, length - kPrefix);
       break;
   }
+  header.size = length;
   rest_.remove_prefix(length);
   return header;
 }

@@ -1,6 +1,7 @@
 // The headers of a packet, and the tag-length-value lists that some of them hold.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -16,6 +17,7 @@ struct Header {
   uint8_t id = 0;
   std::string_view bytes;  // of texts (UTF-16, big endian, with its end) and bytes
   uint32_t number = 0;     // of one byte and of four
+  size_t size = 0;         // of all of it in the packet
 
   bool Is(HeaderId wanted) const { return id == static_cast<uint8_t>(wanted); }
 };

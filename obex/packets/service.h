@@ -25,7 +25,7 @@ enum class BodyForm { kNone, kEmpty, kSome };
 
 struct PutAnswer {
   Code code = Code::kInternalError;
-  std::string parameters = {};  // application parameters; 245 bytes at most
+  std::string parameters = {};  // application parameters; 200 bytes at most
 };
 
 // What a GET gives, piece by piece.

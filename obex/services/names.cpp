@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <limits>
 #include <optional>
 
 #include "osif.h"
@@ -40,11 +41,12 @@ bool TakeSuffix(std::string_view& text, std::string_view suffix) {
   return true;
 }
 
+// A number that is too large stands for the largest: nothing is there, but it is asked for as it should be.
 std::optional<uint32_t> NumberOf(std::string_view digits) {
   uint32_t number = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  const bool is_all = error == std::errc() && end == digits.data() + digits.size();
-  return is_all ? std::optional(number) : std::nullopt;
+  if (digits.empty() || end != digits.data() + digits.size()) return std::nullopt;
+  return error == std::errc::result_out_of_range ? std::numeric_limits<uint32_t>::max() : number;
 }
 
 bool IsLuid(std::string_view text) {
