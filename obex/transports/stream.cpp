@@ -27,11 +27,12 @@ constexpr std::array<const char*, 7> kEndings = {"closed by the peer",
 class Server {
  public:
   Server(int handle, Connection& connection, const TimeLimits& limits,
-         const volatile std::sig_atomic_t& stop)
+         const volatile std::sig_atomic_t& stop, const OnAnswer& on_answer)
       : handle_(handle),
         connection_(connection),
         limits_(limits),
         stop_(stop),
+        on_answer_(on_answer),
         end_(Clock::now() + limits.session) {
     fcntl(handle_, F_SETFL, fcntl(handle_, F_GETFL) | O_NONBLOCK);
   }
@@ -39,7 +40,9 @@ class Server {
   Ending Run() {
     while (!is_ended_) {
       if (const auto answer = connection_.Answer()) {
+        on_answer_(static_cast<Code>(answer->front()));
         Write(*answer);
+        was_in_packet_ = false;  // what waits now is of another packet, with a time of its own
         if (connection_.is_finished()) End(Ending::kRefused);
       } else {
         Read();
@@ -109,6 +112,7 @@ class Server {
   Connection& connection_;
   const TimeLimits limits_;
   const volatile std::sig_atomic_t& stop_;
+  const OnAnswer& on_answer_;
   const Clock::time_point end_;
   Clock::time_point read_end_;
   bool was_in_packet_ = false;
@@ -122,8 +126,8 @@ class Server {
 const char* EndingText(Ending ending) { return kEndings[static_cast<size_t>(ending)]; }
 
 Ending Serve(int handle, Connection& connection, const TimeLimits& limits,
-             const volatile std::sig_atomic_t& stop) {
-  return Server(handle, connection, limits, stop).Run();
+             const volatile std::sig_atomic_t& stop, const OnAnswer& on_answer) {
+  return Server(handle, connection, limits, stop, on_answer).Run();
 }
 
 }  // namespace obex
