@@ -42,7 +42,7 @@ class Server {
       if (const auto answer = connection_.Answer()) {
         on_answer_(static_cast<Code>(answer->front()));
         Write(*answer);
-        was_in_packet_ = false;  // what waits now is of another packet, with a time of its own
+        is_answered_ = true;
         if (connection_.is_finished()) End(Ending::kRefused);
       } else {
         Read();
@@ -53,13 +53,14 @@ class Server {
 
  private:
   void Read() {
-    // The rest of a packet has its own time, however many pieces it comes in.
+    // The rest of a packet has its own time, however many pieces it comes in and however often this looks for them.
     const bool is_in_packet = connection_.IsInPacket();
-    if (!is_in_packet || !was_in_packet_) {
+    if (is_answered_ || is_in_packet != was_in_packet_) {
       const Clock::time_point now = Clock::now();
       read_end_ = now + (is_in_packet ? limits_.packet : limits_.idle);
     }
     was_in_packet_ = is_in_packet;
+    is_answered_ = false;
     if (!Wait(POLLIN, read_end_, is_in_packet ? Ending::kTooSlow : Ending::kIdle)) return;
     const ssize_t count = read(handle_, buffer_.data(), buffer_.size());
     if (count > 0) {
@@ -115,6 +116,7 @@ class Server {
   const OnAnswer& on_answer_;
   const Clock::time_point end_;
   Clock::time_point read_end_;
+  bool is_answered_ = true;  // since the time was set
   bool was_in_packet_ = false;
   bool is_ended_ = false;
   Ending ending_ = Ending::kClosed;
