@@ -88,6 +88,8 @@ std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
   CLI::App app(kDescription, "osifd");
   app.footer(kFooter);
   app.set_version_flag("--version", "osifd " OSIF_VERSION);
+  // A misspelt limit would be none.
+  app.allow_config_extras(CLI::config_extras_mode::error);
   app.set_config("--config", "", "Read options from a file")->type_name("FILE");
   AddSources(app, options);
   AddInbox(app, options);

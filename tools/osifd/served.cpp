@@ -122,14 +122,16 @@ class SessionJournal : public obex::Journal {
   void TraceLine(const std::string&) override {}
   void SetBeforeLine(std::function<void()>) override {}
 
-  // A refusal of which nothing was told is one of the packets themselves. A peer that goes on sending what was refused
-  // is told so again and again.
+  // A refusal of which nothing was told is one of the packets themselves. A peer that goes on sending what a service refused
+  // gets its code again and again.
   void OnAnswer(obex::Code code) {
-    const bool is_known = std::exchange(has_told_, false) || code == last_code_;
-    last_code_ = code;
+    const bool is_told = std::exchange(has_told_, false);
+    const bool is_told_again = !is_told && code == told_code_;
+    told_code_ = is_told || is_told_again ? code : obex::Code::kSuccess;
     // That a password is asked for is no refusal; that it never came is.
     if (code == obex::Code::kUnauthorized) wants_password_ = true;
-    if (is_known || code < obex::Code::kBadRequest || code == obex::Code::kUnauthorized) return;
+    const bool is_refusal = code >= obex::Code::kBadRequest && code != obex::Code::kUnauthorized;
+    if (!is_refusal || is_told || is_told_again) return;
     Tell(obex::Deed::kRefused, -1, {}, ReasonOf(code));
     has_told_ = false;
   }
@@ -177,7 +179,7 @@ class SessionJournal : public obex::Journal {
   client::SessionEntry entry_;
   bool has_told_ = false;  // of a refusal, since the last answer
   bool wants_password_ = false;
-  obex::Code last_code_ = obex::Code::kSuccess;
+  obex::Code told_code_ = obex::Code::kSuccess;  // of the refusal that was told last
 };
 
 obex::Digest RandomDigest() {
