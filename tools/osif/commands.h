@@ -22,5 +22,6 @@ void AddTrace(const CommandLine& line);
 void AddConvert(const CommandLine& line);
 void AddNotes(const CommandLine& line);
 void AddShow(const CommandLine& line);
+void AddSessions(const CommandLine& line);
 
 }  // namespace command

@@ -77,8 +77,7 @@ std::optional<uint32_t> FromDigits(std::string_view text) {
 }
 
 bool IsText(const Setting& setting) {
-  return setting.type == Type::kText || setting.type == Type::kCharset ||
-         setting.type == Type::kId;
+  return setting.type == Type::kText || setting.type == Type::kCharset || setting.type == Type::kId;
 }
 
 // The value as text; nothing when it is not set.
@@ -135,8 +134,7 @@ std::string CharsetNames() {
 // An id as the contacts have it.
 bool IsContactId(const std::string& text) {
   constexpr size_t kDigits = 8;
-  return text.size() == kDigits &&
-         text.find_first_not_of("0123456789abcdef") == std::string::npos;
+  return text.size() == kDigits && text.find_first_not_of("0123456789abcdef") == std::string::npos;
 }
 
 // Why a value does not suit its setting; empty when it does.
