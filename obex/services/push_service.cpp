@@ -27,6 +27,7 @@ namespace obex {
 namespace {
 
 constexpr const WCHAR* kBusinessCard = u"BusinessCard";
+constexpr std::string_view kCardType = "text/x-vcard";
 constexpr std::string_view kSyncTree = "telecom/";
 constexpr size_t kLongestFileName = 100;  // bytes of a peer's name that are kept
 
@@ -45,21 +46,26 @@ bool IsTakenType(std::string_view type) {
          });
 }
 
+bool IsOfSyncTree(std::string_view name) {
+  return StartsIgnoringCase(name.substr(name.starts_with('/') ? 1 : 0), kSyncTree);
+}
+
 // Names of paths, of whichever system, down to what stands last.
 std::string LastPart(std::string_view name) {
   const size_t separator = name.find_last_of("/\\");
   return std::string(separator == std::string_view::npos ? name : name.substr(separator + 1));
 }
 
-// A file name of letters, digits, and what is harmless between them.
+// A file name of letters, digits, and what is harmless between them; no letter of several bytes is cut.
 std::string FileNameOf(const std::string& name) {
   std::string safe;
-  for (const char c : LastPart(name)) {
+  for (const char c : client::OneLine(LastPart(name))) {
+    const bool is_inside_letter = (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+    if (safe.size() >= kLongestFileName && !is_inside_letter) break;
     const bool is_kept = (c >= '0' && c <= '9') || (AsciiUpper(c) >= 'A' && AsciiUpper(c) <= 'Z') ||
                          c == '-' || c == '_' || static_cast<unsigned char>(c) >= 0x80 ||
                          (c == '.' && !safe.empty());
     safe += is_kept ? c : '_';
-    if (safe.size() == kLongestFileName) break;
   }
   return safe.empty() ? "object" : safe;
 }
@@ -76,9 +82,7 @@ class Receiver : public dialects::ObjectVisitor {
 
   void OnObject(const dialects::ReadObject& object) override {
     const std::string name = client::ObjectName(object.store_id, *object.object);
-    if (object.number > settings_.most_objects) {
-      return Refuse(object.store_id, "too many objects at once", Code::kTooLarge);
-    }
+    if (object.number > settings_.most_objects) return RefuseRest();
     if (!session_.WaitUntilFree(object.store_id, settings_.patience)) {
       return Refuse(object.store_id, name + ": the store is in use", Code::kUnavailable);
     }
@@ -93,6 +97,7 @@ class Receiver : public dialects::ObjectVisitor {
   }
 
   void OnRefused(const dialects::RefusedObject& refused) override {
+    if (refused.number > settings_.most_objects) return RefuseRest();
     const bool is_foreign = refused.kind == dialects::ObjectKind::kUnknown;
     Refuse(-1, refused.reason, is_foreign ? Code::kUnsupportedType : Code::kBadRequest);
   }
@@ -101,6 +106,12 @@ class Receiver : public dialects::ObjectVisitor {
   Code code() const { return code_; }
 
  private:
+  // Told once, however many there are.
+  void RefuseRest() {
+    if (!std::exchange(has_too_many_, true))
+      Refuse(-1, "too many objects at once", Code::kTooLarge);
+  }
+
   void Refuse(int32_t store_id, const std::string& reason, Code code) {
     if (code_ == Code::kSuccess) code_ = code;
     journal_.Tell(Deed::kRefused, store_id, {}, reason);
@@ -112,38 +123,54 @@ class Receiver : public dialects::ObjectVisitor {
   client::Storer storer_;
   client::UidTable uids_;
   Code code_ = Code::kSuccess;
+  bool has_too_many_ = false;
 };
 
 }  // namespace
 
 Code PushService::Open(std::string_view target) {
-  if (!target.empty()) return Code::kForbidden;
+  if (!target.empty()) return Refuse(Code::kForbidden, "a service that is not offered");
   journal_.Begin("push");
   return Code::kSuccess;
 }
 
 Code PushService::TakeBody(const Request& request, std::string_view bytes) {
-  if (request.name && StartsIgnoringCase(*request.name, kSyncTree)) {
+  const Code taken = MayTake(request);
+  if (taken != Code::kSuccess) {
     Drop();
-    return Code::kForbidden;
-  }
-  if (!IsTakenType(request.type)) {
-    Drop();
-    journal_.Tell(Deed::kRefused, -1, {},
-                  "objects of type " + client::OneLine(request.type) + " are not taken");
-    return Code::kUnsupportedType;
+    return taken;
   }
   if (!body_) body_ = std::make_unique<ReceivedBody>();
   if (body_->Add(bytes)) return Code::kContinue;
   Drop();
-  return Code::kDatabaseFull;
+  return Refuse(Code::kDatabaseFull, "no room for it");
 }
 
+Code PushService::MayTake(const Request& request) {
+  const std::string name = request.name.value_or("");
+  if (IsOfSyncTree(name)) {
+    return Refuse(Code::kForbidden, name + " is for those who synchronise");
+  }
+  if (!IsTakenType(request.type)) {
+    return Refuse(Code::kUnsupportedType, "objects of type " + request.type + " are not taken");
+  }
+  return Code::kSuccess;
+}
+
+Code PushService::Refuse(Code code, const std::string& reason) {
+  journal_.Tell(Deed::kRefused, -1, {}, reason);
+  return code;
+}
+
+// The name and the type may have come after the body.
 PutAnswer PushService::FinishPut(const Request& request, BodyForm form) {
   const std::unique_ptr<ReceivedBody> body = std::move(body_);
-  // To delete is not for those who push; and of an empty object there is nothing to store.
-  if (form == BodyForm::kNone) return {Code::kForbidden};
-  if (body == nullptr) return {Code::kUnsupportedType};
+  if (form == BodyForm::kNone) {
+    return {Refuse(Code::kForbidden, "to delete is for those who synchronise")};
+  }
+  if (body == nullptr) return {Refuse(Code::kUnsupportedType, "nothing is in it")};
+  const Code taken = MayTake(request);
+  if (taken != Code::kSuccess) return {taken};
   if (!settings_.inbox.empty()) {
     const Code kept = Keep(request, *body);
     if (kept != Code::kSuccess || settings_.is_inbox_only) return {kept};
@@ -166,10 +193,10 @@ Code PushService::Keep(const Request& request, const ReceivedBody& body) {
     if (handle >= 0) close(handle);
     if (is_kept) return Code::kSuccess;
     if (handle >= 0) unlink(place.c_str());
-    journal_.Tell(Deed::kRefused, -1, {}, place + ": " + std::strerror(error));
-    return error == ENOSPC ? Code::kDatabaseFull : Code::kInternalError;
+    return Refuse(error == ENOSPC ? Code::kDatabaseFull : Code::kInternalError,
+                  place + ": " + std::strerror(error));
   }
-  return Code::kDatabaseFull;
+  return Refuse(Code::kDatabaseFull, "too many objects of one name in " + settings_.inbox);
 }
 
 Code PushService::Store(const ReceivedBody& body) {
@@ -180,8 +207,7 @@ Code PushService::Store(const ReceivedBody& body) {
   const OsifResult result =
       dialects::ReadDialectFile(body.Rewound(), {InputCodePage()}, receiver, rest);
   if (rest.objects > 0) return receiver.code();
-  journal_.Tell(Deed::kRefused, -1, {}, "no object is in it");
-  return result == OSIF_ERR_INVALID_STREAM ? Code::kUnsupportedType : CodeOf(result);
+  return Refuse(CodeOf(result), "no object is in it");
 }
 
 std::string BusinessCardId() {
@@ -191,14 +217,18 @@ std::string BusinessCardId() {
 
 GetAnswer PushService::Get(const Request& request) {
   const bool is_default = !request.name || request.name->empty();
-  if (!is_default || !StartsIgnoringCase(request.type, "text/x-vcard")) return {Code::kForbidden};
+  if (!is_default || !EqualsIgnoringCase(request.type, kCardType)) {
+    return {Refuse(Code::kForbidden, "nothing but the owner's card is given")};
+  }
   const std::string id = BusinessCardId();
-  if (id.empty()) return {Code::kNotFound};
+  if (id.empty()) return {Refuse(Code::kNotFound, "the owner has named no card")};
   client::Session session(false, journal_);
   if (!session.is_open()) return {Code::kInternalError};
   OsifResult result = OSIF_OK;
   std::string card = StoreAccess(OSIF_STORE_PB, session).TextWithoutId(id, result);
-  if (card.empty()) return {CodeOf(result)};
+  if (card.empty()) {
+    return {Refuse(CodeOf(result), "the owner's card, " + id + ": " + client::CodeText(result))};
+  }
   journal_.Tell(Deed::kSent, OSIF_STORE_PB, id, "the owner's card");
   return AnswerWith(std::move(card));
 }

@@ -18,7 +18,7 @@ struct PushSettings {
   std::string inbox = {};  // a folder that gets the bytes as they came; empty for none
   bool is_inbox_only = false;
   size_t most_objects = 10'000;  // of one body
-  uint32_t patience = 20'000;  // milliseconds to wait for a store that another session holds
+  uint32_t patience = 20'000;    // milliseconds to wait for a store that another session holds
 };
 
 class PushService : public Service {
@@ -36,6 +36,10 @@ class PushService : public Service {
   void Close() override { Drop(); }
 
  private:
+  // kSuccess for a name and a type that are taken.
+  Code MayTake(const Request& request);
+  // Tells the reason, and gives the code.
+  Code Refuse(Code code, const std::string& reason);
   Code Keep(const Request& request, const ReceivedBody& body);
   Code Store(const ReceivedBody& body);
 

@@ -28,8 +28,9 @@ constexpr std::array<FormRow, 2> kForms = {{
 
 const FormRow& FormOf(int32_t store_id) { return kForms[store_id == OSIF_STORE_PB ? 0 : 1]; }
 
-// Of an object; its id stands before it.
+// Of an object; its id stands before it. Of some stores the library writes it there by itself.
 constexpr std::string_view kLastLine = "END:V";
+constexpr std::string_view kIdLine = "\r\nX-IRMC-LUID:";
 
 constexpr uint32_t kLargestCounter = 0x7FFFFFFF;
 
@@ -94,6 +95,7 @@ std::string StoreAccess::TextWithoutId(const std::string& id, OsifResult& result
 
 std::string StoreAccess::TextOf(const std::string& id, OsifResult& result) {
   std::string text = TextWithoutId(id, result);
+  if (text.find(kIdLine) != std::string::npos) return text;
   const size_t end = text.rfind(kLastLine);
   return end == std::string::npos ? text : text.insert(end, "X-IRMC-LUID:" + id + "\r\n");
 }

@@ -31,6 +31,9 @@ constexpr uint8_t kLuidTag = 0x01;
 constexpr uint8_t kCounterTag = 0x02;
 constexpr uint8_t kMostCounterTag = 0x11;
 
+// The library takes "1" for "00000001" as well; to a peer an object has one name.
+constexpr size_t kLuidSize = 8;
+
 // The counter that the peer expects a change to have at most; nothing where it does not say.
 std::optional<uint32_t> MostCounter(const Request& request) {
   const auto value = FindTag(request.parameters, kMostCounterTag);
@@ -40,11 +43,15 @@ std::optional<uint32_t> MostCounter(const Request& request) {
   return number;
 }
 
-// All objects of a store, one after the other.
+// All objects of a store, one after the other. An empty store has no frame either.
 class WholeStore final : public PieceSource {
  public:
   WholeStore(StoreAccess& store, std::string first, Journal& journal)
-      : store_(store), journal_(journal), ids_(store.Ids()), first_(store.Begin() + first) {}
+      : store_(store),
+        journal_(journal),
+        ids_(store.Ids()),
+        is_empty_(ids_.empty() && first.empty()),
+        first_(is_empty_ ? "" : store.Begin() + first) {}
 
  private:
   // An object that was deleted meanwhile is passed over, as are those that cannot be read.
@@ -60,26 +67,28 @@ class WholeStore final : public PieceSource {
     if (std::exchange(is_ended_, true)) return std::nullopt;
     journal_.Tell(Deed::kSent, store_.store_id(), {}, client::ObjectCount(ids_.size()));
     std::string end = store_.End();
-    if (end.empty()) return std::nullopt;
+    if (end.empty() || is_empty_) return std::nullopt;
     return end;
   }
 
   StoreAccess& store_;
   Journal& journal_;
   const std::vector<std::string> ids_;
+  const bool is_empty_;
   size_t next_ = 0;
   std::string first_;
   bool is_ended_ = false;
 };
 
-using Values = std::set<std::pair<std::string, std::string>>;
+// A value may stand there twice, as a number that is both at home and at work.
+using Values = std::multiset<std::pair<std::string, std::string>>;
 
 // What an object says, by property. What the store adds by itself is left out.
 Values ValuesOf(const std::string& text) {
-  static const Values kOfTheStore = {{"CLASS", "PUBLIC"},
-                                     {"PRIORITY", "0"},
-                                     {"STATUS", "NEEDS ACTION"},
-                                     {"X-BLUETOOTH-ALLDAYEVENT", "FALSE"}};
+  static const std::set<Values::value_type> kOfTheStore = {{"CLASS", "PUBLIC"},
+                                                           {"PRIORITY", "0"},
+                                                           {"STATUS", "NEEDS ACTION"},
+                                                           {"X-BLUETOOTH-ALLDAYEVENT", "FALSE"}};
   static constexpr std::array<std::string_view, 8> kNoContent = {
       "BEGIN", "END", "VERSION", "FN", "UID", "X-IRMC-LUID", "DTEND", "REV"};
   dialects::Report ignored;
@@ -158,16 +167,20 @@ bool SyncService::OpenLibrary() {
 StoreAccess* SyncService::Access(int32_t store_id, Code& code) {
   code = Code::kNotFound;
   if (store_id != OSIF_STORE_PB && store_id != OSIF_STORE_CAL) return nullptr;
+  code = Code::kSuccess;
   if (const auto known = stores_.find(store_id); known != stores_.end()) return &known->second;
   code = Code::kInternalError;
   if (!OpenLibrary()) return nullptr;
-  code = Code::kUnavailable;
   if (!session_->WaitUntilFree(store_id, 0)) {
+    code = Code::kUnavailable;
     journal_.Tell(Deed::kRefused, store_id, {}, "the store is in use");
     return nullptr;
   }
   const auto made = stores_.try_emplace(store_id, store_id, *session_).first;
-  if (made->second.Open() == OSIF_OK) return &made->second;
+  const OsifResult opened = made->second.Open();
+  code = opened == OSIF_OK ? Code::kSuccess : Code::kUnavailable;
+  if (opened == OSIF_OK) return &made->second;
+  journal_.Fail(session_->ChangeLogText(store_id), opened);
   stores_.erase(made);
   return nullptr;
 }
@@ -176,10 +189,13 @@ StoreAccess* SyncService::Access(int32_t store_id, Code& code) {
 
 GetAnswer SyncService::Get(const Request& request) {
   const Node node = NodeOf(request.name.value_or(""));
+  if (node.kind == NodeKind::kObject && node.luid.size() != kLuidSize) {
+    return {RefuseName(Code::kNotFound, request)};
+  }
   switch (node.kind) {
     case NodeKind::kUnknown:
     case NodeKind::kNewObject:
-      return {Code::kNotFound};
+      return {RefuseName(Code::kNotFound, request)};
     case NodeKind::kDeviceInfo:
       return AnswerWith(DeviceInfo(SerialNumber()));
     case NodeKind::kClock:
@@ -189,6 +205,7 @@ GetAnswer SyncService::Get(const Request& request) {
   }
   Code code = Code::kNotFound;
   StoreAccess* store = Access(node.store_id, code);
+  if (code == Code::kNotFound) return {RefuseName(code, request)};
   return store == nullptr ? GetAnswer{code} : GetFromStore(node, *store);
 }
 
@@ -226,7 +243,7 @@ GetAnswer SyncService::GetWhole(StoreAccess& store) {
 GetAnswer SyncService::GetObject(StoreAccess& store, const std::string& id) {
   OsifResult result = OSIF_OK;
   std::string text = store.WholeTextOf(id, result);
-  if (text.empty()) return {CodeOf(result)};
+  if (text.empty()) return {Refuse(store, id, result, {}).code};
   journal_.Tell(Deed::kSent, store.store_id(), id, {});
   return AnswerWith(std::move(text));
 }
@@ -234,11 +251,14 @@ GetAnswer SyncService::GetObject(StoreAccess& store, const std::string& id) {
 GetAnswer SyncService::GetIndexed(StoreAccess& store, uint32_t index) {
   if (index == 0) {
     const std::string owner = BusinessCardId();
-    if (store.store_id() != OSIF_STORE_PB || owner.empty()) return {Code::kNotFound};
+    if (store.store_id() != OSIF_STORE_PB || owner.empty()) {
+      return {Refuse(store, {}, OSIF_ERR_NOT_FOUND, "the owner has named no card").code};
+    }
     return GetObject(store, owner);
   }
   const std::vector<std::string> ids = store.Ids();
-  return index <= ids.size() ? GetObject(store, ids[index - 1]) : GetAnswer{Code::kNotFound};
+  if (index <= ids.size()) return GetObject(store, ids[index - 1]);
+  return {Refuse(store, {}, OSIF_ERR_NOT_FOUND, "no object " + std::to_string(index)).code};
 }
 
 // ---- PUT ----------------------------------------------------------------------------------------------------
@@ -247,12 +267,16 @@ Code SyncService::TakeBody(const Request&, std::string_view bytes) {
   if (!body_) body_ = std::make_unique<ReceivedBody>();
   if (body_->Add(bytes)) return Code::kContinue;
   Drop();
+  journal_.Tell(Deed::kRefused, -1, {}, "no room for it");
   return Code::kDatabaseFull;
 }
 
 PutAnswer SyncService::FinishPut(const Request& request, BodyForm form) {
   const std::unique_ptr<ReceivedBody> body = std::move(body_);
   const Node node = NodeOf(request.name.value_or(""));
+  if (node.kind == NodeKind::kObject && node.luid.size() != kLuidSize) {
+    return {RefuseName(Code::kNotFound, request)};
+  }
   switch (node.kind) {
     case NodeKind::kNewObject:
     case NodeKind::kObject:
@@ -260,10 +284,16 @@ PutAnswer SyncService::FinishPut(const Request& request, BodyForm form) {
     case NodeKind::kClock:  // the machine's clock is its owner's
     case NodeKind::kWhole:
     case NodeKind::kIndexed:
-      return {Code::kForbidden};
+      return {RefuseName(Code::kForbidden, request)};
     default:
-      return {Code::kNotFound};
+      return {RefuseName(Code::kNotFound, request)};
   }
+}
+
+Code SyncService::RefuseName(Code code, const Request& request) {
+  const char* const why = code == Code::kNotFound ? " is not there" : " cannot be written";
+  journal_.Tell(Deed::kRefused, -1, {}, request.name.value_or("what has no name") + why);
+  return code;
 }
 
 // Whoever sends no bytes for an object deletes it, in whichever of several ways.
@@ -271,6 +301,7 @@ PutAnswer SyncService::Put(const Node& node, const Request& request, BodyForm fo
                            const ReceivedBody* body) {
   Code code = Code::kNotFound;
   StoreAccess* store = Access(node.store_id, code);
+  if (code == Code::kNotFound) return {RefuseName(code, request)};
   if (store == nullptr) return {code};
   const std::optional<uint32_t> most = MostCounter(request);
   if (most && store->Counter() + 1 > *most) {
@@ -279,7 +310,9 @@ PutAnswer SyncService::Put(const Node& node, const Request& request, BodyForm fo
   }
   Change change;
   if (node.kind == NodeKind::kNewObject) {
-    if (form != BodyForm::kSome) return {Code::kBadRequest};
+    if (form != BodyForm::kSome) {
+      return {Refuse(*store, {}, OSIF_ERR_MISSING_FIELD, "nothing is in it").code};
+    }
     change = Add(*store, *body);
   } else if (form == BodyForm::kSome) {
     change = Replace(*store, node.luid, *body);

@@ -54,6 +54,8 @@ class SyncService : public Service {
   Change Add(StoreAccess& store, const ReceivedBody& body);
   Change Replace(StoreAccess& store, const std::string& id, const ReceivedBody& body);
   Change Remove(StoreAccess& store, const std::string& id);
+  // Tells which name it is, and gives the code.
+  Code RefuseName(Code code, const Request& request);
   Change Refuse(StoreAccess& store, const std::string& id, OsifResult result,
                 const std::string& why);
 

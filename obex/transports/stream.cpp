@@ -27,11 +27,12 @@ constexpr std::array<const char*, 7> kEndings = {"closed by the peer",
 class Server {
  public:
   Server(int handle, Connection& connection, const TimeLimits& limits,
-         const volatile std::sig_atomic_t& stop)
+         const volatile std::sig_atomic_t& stop, const OnAnswer& on_answer)
       : handle_(handle),
         connection_(connection),
         limits_(limits),
         stop_(stop),
+        on_answer_(on_answer),
         end_(Clock::now() + limits.session) {
     fcntl(handle_, F_SETFL, fcntl(handle_, F_GETFL) | O_NONBLOCK);
   }
@@ -39,7 +40,9 @@ class Server {
   Ending Run() {
     while (!is_ended_) {
       if (const auto answer = connection_.Answer()) {
+        on_answer_(static_cast<Code>(answer->front()));
         Write(*answer);
+        is_answered_ = true;
         if (connection_.is_finished()) End(Ending::kRefused);
       } else {
         Read();
@@ -50,13 +53,14 @@ class Server {
 
  private:
   void Read() {
-    // The rest of a packet has its own time, however many pieces it comes in.
+    // The rest of a packet has its own time, however many pieces it comes in and however often this looks for them.
     const bool is_in_packet = connection_.IsInPacket();
-    if (!is_in_packet || !was_in_packet_) {
+    if (is_answered_ || is_in_packet != was_in_packet_) {
       const Clock::time_point now = Clock::now();
       read_end_ = now + (is_in_packet ? limits_.packet : limits_.idle);
     }
     was_in_packet_ = is_in_packet;
+    is_answered_ = false;
     if (!Wait(POLLIN, read_end_, is_in_packet ? Ending::kTooSlow : Ending::kIdle)) return;
     const ssize_t count = read(handle_, buffer_.data(), buffer_.size());
     if (count > 0) {
@@ -109,8 +113,10 @@ class Server {
   Connection& connection_;
   const TimeLimits limits_;
   const volatile std::sig_atomic_t& stop_;
+  const OnAnswer& on_answer_;
   const Clock::time_point end_;
   Clock::time_point read_end_;
+  bool is_answered_ = true;  // since the time was set
   bool was_in_packet_ = false;
   bool is_ended_ = false;
   Ending ending_ = Ending::kClosed;
@@ -122,8 +128,8 @@ class Server {
 const char* EndingText(Ending ending) { return kEndings[static_cast<size_t>(ending)]; }
 
 Ending Serve(int handle, Connection& connection, const TimeLimits& limits,
-             const volatile std::sig_atomic_t& stop) {
-  return Server(handle, connection, limits, stop).Run();
+             const volatile std::sig_atomic_t& stop, const OnAnswer& on_answer) {
+  return Server(handle, connection, limits, stop, on_answer).Run();
 }
 
 }  // namespace obex

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <functional>
 
 #include "obex/packets/connection.h"
 
@@ -22,9 +23,12 @@ enum class Ending { kClosed, kRefused, kIdle, kTooSlow, kTooLong, kStopped, kFai
 // "closed by the peer", "idle for too long", ...
 const char* EndingText(Ending ending);
 
+// Told what each packet was answered with, before the answer goes.
+using OnAnswer = std::function<void(Code code)>;
+
 // Serves a connection until its end; the descriptor stays its owner's. `stop`: ends it before its next packet once it
 // is set by a signal handler, which has to interrupt poll().
 Ending Serve(int handle, Connection& connection, const TimeLimits& limits,
-             const volatile std::sig_atomic_t& stop);
+             const volatile std::sig_atomic_t& stop, const OnAnswer& on_answer);
 
 }  // namespace obex

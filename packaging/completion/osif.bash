@@ -36,6 +36,7 @@ __osif_options() {
     convert) echo --to -o --output -r --recursive -v --verbose ;;
     changes) echo --since --since-time ;;
     trace) echo --port --count ;;
+    sessions) echo --count ;;
   esac
 }
 
@@ -45,7 +46,7 @@ __osif_settings() {
   echo MinorClass DeviceName UsePocketPCName SecurityType MaxSimultConnections CountryCode \
     DontShowAdvanced ForceDevClassMajor ForceDevClassMinor UnnamedDeviceName NoSleepingWhileConnected \
     DefaultStatusDll DefaultPropertiesDll DefaultInputCharset DefaultOutputCharset \
-    DoNotSendMsftProperties LogIPAddr
+    DoNotSendMsftProperties BusinessCard LogIPAddr
 }
 
 _osif() {
@@ -65,7 +66,7 @@ _osif() {
   case "${#arguments[@]}:${arguments[0]-}" in
     0:)
       __osif_offer_words receive send export list find count delete parse changes anchor database-id \
-        settings trace convert notes show
+        settings trace convert notes show sessions
       ;;
     1:send | 1:export | 1:show | 1:list | 1:count | 1:delete | 1:changes | 1:anchor | 1:database-id)
       __osif_offer_words pb cal note msg-in msg-sent msg-out

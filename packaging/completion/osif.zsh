@@ -33,6 +33,7 @@ _osif() {
     'convert:write the objects of files in another form'
     'notes:list or print the notes in the folder of the device'
     'show:show one object of a store, every field by its name'
+    'sessions:show the last sessions of peers with osifd'
   )
 
   _arguments -C $common '1:subcommand:->subcommand' '*::argument:->argument'
@@ -69,7 +70,8 @@ _osif() {
           _arguments $common '1:setting:(MinorClass DeviceName UsePocketPCName SecurityType
             MaxSimultConnections CountryCode DontShowAdvanced ForceDevClassMajor ForceDevClassMinor
             UnnamedDeviceName NoSleepingWhileConnected DefaultStatusDll DefaultPropertiesDll
-            DefaultInputCharset DefaultOutputCharset DoNotSendMsftProperties LogIPAddr)' '2:value:' ;;
+            DefaultInputCharset DefaultOutputCharset DoNotSendMsftProperties BusinessCard LogIPAddr)' '2:value:' ;;
+        sessions) _arguments $common '--count[show so many]:count:' ;;
         trace)
           _arguments $common '--port[the port to listen on]:port:' '--count[end after so many lines]:count:' ;;
       esac

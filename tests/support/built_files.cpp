@@ -6,6 +6,9 @@
 #ifndef OSIF_COMMAND
 #define OSIF_COMMAND ""
 #endif
+#ifndef OSIF_DAEMON
+#define OSIF_DAEMON ""
+#endif
 #ifndef OSIF_ADD_FILE
 #define OSIF_ADD_FILE ""
 #endif
@@ -23,6 +26,7 @@ namespace support {
 
 const std::string kLibrary = OSIF_LIBRARY;
 const std::string kCommand = OSIF_COMMAND;
+const std::string kDaemon = OSIF_DAEMON;
 const std::string kAddFile = OSIF_ADD_FILE;
 const std::string kBuildObjects = OSIF_BUILD_OBJECTS;
 const std::string kSources = OSIF_SOURCES;

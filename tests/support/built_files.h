@@ -7,9 +7,10 @@
 
 namespace support {
 
-// The paths of the library, the command and the C samples; empty in programs that have no use for them.
+// The paths of the library, the command, the service and the C samples; empty in programs that have no use for them.
 extern const std::string kLibrary;
 extern const std::string kCommand;
+extern const std::string kDaemon;
 extern const std::string kAddFile;
 extern const std::string kBuildObjects;
 

@@ -21,7 +21,7 @@
 namespace command {
 namespace {
 
-enum class Type { kNumber, kFlag, kText, kCharset, kAddress };
+enum class Type { kNumber, kFlag, kText, kCharset, kAddress, kId };
 
 struct Setting {
   const WCHAR* name;
@@ -31,7 +31,7 @@ struct Setting {
   size_t room;  // of a text, in UTF-16 units with its terminator: longer ones are not read
 };
 
-constexpr std::array<Setting, 17> kSettings = {{
+constexpr std::array<Setting, 18> kSettings = {{
     {u"MinorClass", kGeneralKey, Type::kNumber, "4", 0},
     {u"DeviceName", kGeneralKey, Type::kText, "", 248},
     {u"UsePocketPCName", kGeneralKey, Type::kNumber, "1", 0},
@@ -48,6 +48,7 @@ constexpr std::array<Setting, 17> kSettings = {{
     {u"DefaultInputCharset", kGeneralKey, Type::kCharset, "", 260},
     {u"DefaultOutputCharset", kGeneralKey, Type::kCharset, "", 260},
     {u"DoNotSendMsftProperties", kGeneralKey, Type::kFlag, "0", 0},
+    {u"BusinessCard", kGeneralKey, Type::kId, "", OSIF_ID_SIZE},
     {kLogAddressName, kDebugKey, Type::kAddress, "0.0.0.0", 0},
 }};
 
@@ -76,7 +77,7 @@ std::optional<uint32_t> FromDigits(std::string_view text) {
 }
 
 bool IsText(const Setting& setting) {
-  return setting.type == Type::kText || setting.type == Type::kCharset;
+  return setting.type == Type::kText || setting.type == Type::kCharset || setting.type == Type::kId;
 }
 
 // The value as text; nothing when it is not set.
@@ -130,6 +131,12 @@ std::string CharsetNames() {
   return names;
 }
 
+// An id as the contacts have it.
+bool IsContactId(const std::string& text) {
+  constexpr size_t kDigits = 8;
+  return text.size() == kDigits && text.find_first_not_of("0123456789abcdef") == std::string::npos;
+}
+
 // Why a value does not suit its setting; empty when it does.
 std::string WhyUnfit(const Setting& setting, const std::string& value) {
   switch (setting.type) {
@@ -143,6 +150,9 @@ std::string WhyUnfit(const Setting& setting, const std::string& value) {
              " NATIVE for the system's own) or an empty text";
     case Type::kAddress:
       return FromDotted(value) ? "" : "takes an address such as 192.168.0.7, or 0.0.0.0 for none";
+    case Type::kId:
+      if (value.empty() || IsContactId(value)) return {};
+      return "takes the id of a contact such as 00000001, or an empty text for none";
     case Type::kText:
       break;
   }
@@ -159,6 +169,7 @@ bool Write(const Setting& setting, const std::string& value) {
       return WriteRegistryNumber(setting.key, setting.name, FromDotted(value).value_or(0));
     case Type::kText:
     case Type::kCharset:
+    case Type::kId:
       break;
   }
   return WriteRegistryText(setting.key, setting.name, ToWide(value));

@@ -1,7 +1,6 @@
 #include "tools/osifd/check.h"
 
 #include <cstdio>
-#include <fstream>
 #include <string>
 
 #include "client/damage.h"
@@ -53,8 +52,7 @@ std::string WhyNoPty() {
 }
 
 std::string WhyNoPassword(const std::string& file) {
-  std::string line;
-  return std::getline(std::ifstream(file), line) && !line.empty() ? "" : "no password is in it";
+  return ReadPassword(file) ? "" : "no password is in it";
 }
 
 }  // namespace

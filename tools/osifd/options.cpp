@@ -1,6 +1,7 @@
 #include "tools/osifd/options.h"
 
 #include <CLI/CLI.hpp>
+#include <fstream>
 
 namespace daemon_process {
 namespace {
@@ -31,7 +32,8 @@ void AddSources(CLI::App& app, Options& options) {
 
 void AddInbox(CLI::App& app, Options& options) {
   app.add_option("--inbox", options.push.inbox, "Keep what is pushed as it came, too")
-      ->type_name("DIR");
+      ->type_name("DIR")
+      ->check(CLI::ExistingDirectory);
   app.add_flag("--inbox-only", options.push.is_inbox_only, "Keep it there and store nothing")
       ->needs("--inbox");
 }
@@ -75,10 +77,19 @@ void AddLimits(CLI::App& app, Options& options) {
 
 }  // namespace
 
+std::optional<std::string> ReadPassword(const std::string& file) {
+  std::ifstream stream(file);
+  std::string password;
+  const bool is_there = std::getline(stream, password) && !password.empty();
+  return is_there ? std::optional(std::move(password)) : std::nullopt;
+}
+
 std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
   CLI::App app(kDescription, "osifd");
   app.footer(kFooter);
   app.set_version_flag("--version", "osifd " OSIF_VERSION);
+  // A misspelt limit would be none.
+  app.allow_config_extras(CLI::config_extras_mode::error);
   app.set_config("--config", "", "Read options from a file")->type_name("FILE");
   AddSources(app, options);
   AddInbox(app, options);

@@ -34,6 +34,9 @@ struct Options {
   std::string peer;
 };
 
+// The password that a file holds: its first line. Nothing where there is none.
+std::optional<std::string> ReadPassword(const std::string& file);
+
 // The status to end with when the command line was wrong, or only asked for help; nothing to go on.
 std::optional<int> ReadOptions(int argc, char** argv, Options& options);
 

@@ -5,14 +5,18 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <fstream>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "client/damage.h"
 #include "client/private_files.h"
@@ -60,6 +64,28 @@ void LimitProcess(const Options& options) {
   (void)options;
 }
 
+struct ReasonRow {
+  obex::Code code;
+  const char* reason;
+};
+
+// Why packets are refused.
+constexpr std::array<ReasonRow, 5> kReasons = {{
+    {obex::Code::kBadRequest, "a packet that is none, or does not belong here"},
+    {obex::Code::kNotFound, "a folder that there is not"},
+    {obex::Code::kTooLarge, "larger than is allowed"},
+    {obex::Code::kNotImplemented, "a request that is not known"},
+    {obex::Code::kUnavailable, "the id of another connection"},
+}};
+
+std::string ReasonOf(obex::Code code) {
+  const auto* row = std::ranges::find(kReasons, code, &ReasonRow::code);
+  if (row != kReasons.end()) return row->reason;
+  std::array<char, 16> text{};
+  std::snprintf(text.data(), text.size(), "code 0x%02X", static_cast<unsigned>(code));
+  return text.data();
+}
+
 // Writes the log, and counts for the book of sessions.
 class SessionJournal : public obex::Journal {
  public:
@@ -70,6 +96,7 @@ class SessionJournal : public obex::Journal {
 
   void Begin(std::string_view service) override {
     entry_.service = service;
+    wants_password_ = false;
     log_.Write(Level::kInfo, entry_.peer + ": connected to " + entry_.service);
   }
 
@@ -77,6 +104,7 @@ class SessionJournal : public obex::Journal {
             const std::string& text) override {
     const std::string store = store_id < 0 ? "" : client::NameOfStore(store_id);
     const bool is_refused = deed == obex::Deed::kRefused;
+    has_told_ = has_told_ || is_refused;
     log_.Write(is_refused ? Level::kWarning : Level::kInfo, entry_.peer + ": " + Count(deed),
                {{"store", store}, {"id", id}, {is_refused ? "reason" : "name", text}});
     if (is_refused) KeepReason(store.empty() ? text : store + ": " + text);
@@ -94,7 +122,25 @@ class SessionJournal : public obex::Journal {
   void TraceLine(const std::string&) override {}
   void SetBeforeLine(std::function<void()>) override {}
 
+  // A refusal of which nothing was told is one of the packets themselves. A peer that goes on sending what a service refused
+  // gets its code again and again.
+  void OnAnswer(obex::Code code) {
+    const bool is_told = std::exchange(has_told_, false);
+    const bool is_told_again = !is_told && code == told_code_;
+    told_code_ = is_told || is_told_again ? code : obex::Code::kSuccess;
+    // That a password is asked for is no refusal; that it never came is.
+    if (code == obex::Code::kUnauthorized) wants_password_ = true;
+    const bool is_refusal = code >= obex::Code::kBadRequest && code != obex::Code::kUnauthorized;
+    if (!is_refusal || is_told || is_told_again) return;
+    Tell(obex::Deed::kRefused, -1, {}, ReasonOf(code));
+    has_told_ = false;
+  }
+
+  // Whether anything happened: on a line that nobody uses sessions come and go.
+  bool is_empty() const { return entry_.service.empty() && entry_.reasons.empty(); }
+
   const client::SessionEntry& End(const char* ending) {
+    if (wants_password_) Tell(obex::Deed::kRefused, -1, {}, "no password, or a wrong one");
     entry_.ended = std::time(nullptr);
     entry_.ending = ending;
     log_.Write(Level::kInfo, entry_.peer + ": " + entry_.ending);
@@ -131,6 +177,9 @@ class SessionJournal : public obex::Journal {
 
   const Log& log_;
   client::SessionEntry entry_;
+  bool has_told_ = false;  // of a refusal, since the last answer
+  bool wants_password_ = false;
+  obex::Code told_code_ = obex::Code::kSuccess;  // of the refusal that was told last
 };
 
 obex::Digest RandomDigest() {
@@ -139,14 +188,12 @@ obex::Digest RandomDigest() {
   return digest;
 }
 
-// The first line of the file.
 std::unique_ptr<obex::Authenticator> AuthenticatorOf(const Options& options, bool& has_failed) {
   if (options.password_file.empty()) return nullptr;
-  std::ifstream file(options.password_file);
-  std::string password;
-  has_failed = !std::getline(file, password) || password.empty();
+  std::optional<std::string> password = ReadPassword(options.password_file);
+  has_failed = !password;
   if (has_failed) return nullptr;
-  return std::make_unique<obex::Authenticator>(std::move(password), RandomDigest);
+  return std::make_unique<obex::Authenticator>(std::move(*password), RandomDigest);
 }
 
 }  // namespace
@@ -168,8 +215,10 @@ int ServeConnection(const Options& options, const Log& log) {
   {
     obex::ObjectService service(options.push, journal);
     obex::Connection connection(service, options.packets, std::move(authenticator));
-    ending = obex::Serve(options.served, connection, options.times, stop_requested);
+    ending = obex::Serve(options.served, connection, options.times, stop_requested,
+                         [&](obex::Code code) { journal.OnAnswer(code); });
   }
+  if (ending == obex::Ending::kIdle && journal.is_empty()) return 0;
   if (!client::AppendSession(device::Folder(), journal.End(obex::EndingText(ending)))) {
     log.Write(Level::kError,
               std::string("the session is not in the book: ") + std::strerror(errno));

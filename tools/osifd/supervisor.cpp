@@ -56,7 +56,14 @@ Supervisor::~Supervisor() = default;
 
 // ---- What peers come by -------------------------------------------------------------------------------------
 
-bool Supervisor::Open() { return OpenTcp() && OpenLines() && OpenBluetooth(); }
+bool Supervisor::Open() { return HasPassword() && OpenTcp() && OpenLines() && OpenBluetooth(); }
+
+// Each session reads it anew; without one they would all be refused.
+bool Supervisor::HasPassword() const {
+  if (options_.password_file.empty() || ReadPassword(options_.password_file)) return true;
+  log_.Write(Level::kError, options_.password_file + ": no password is in it");
+  return false;
+}
 
 bool Supervisor::OpenTcp() {
   for (const std::string& text : options_.tcp) {

@@ -44,6 +44,7 @@ class Supervisor {
     Clock::time_point next_start;
   };
 
+  bool HasPassword() const;
   bool OpenTcp();
   bool OpenLines();
   bool OpenBluetooth();

@@ -233,7 +233,7 @@ TEST_F(CommandDevice, SettingsShowsAllWithTheirDefaults) {
                   Pair{"NoSleepingWhileConnected", 0}, Pair{"DefaultStatusDll", nullptr},
                   Pair{"DefaultPropertiesDll", nullptr}, Pair{"DefaultInputCharset", ""},
                   Pair{"DefaultOutputCharset", ""}, Pair{"DoNotSendMsftProperties", 0},
-                  Pair{"LogIPAddr", "0.0.0.0"}));
+                  Pair{"BusinessCard", ""}, Pair{"LogIPAddr", "0.0.0.0"}));
 }
 
 TEST_F(CommandDevice, ASettingIsWrittenAndReadBack) {
@@ -270,6 +270,15 @@ TEST_F(CommandDevice, ARefusedValueLeavesTheOldOne) {
   Osif({"settings", "DefaultOutputCharset", "UTF-8"});
   EXPECT_EQ(Osif({"settings", "DefaultOutputCharset", "KLINGON"}).status, 2);
   EXPECT_EQ(Osif({"settings", "DefaultOutputCharset"}).out, "DefaultOutputCharset = \"UTF-8\"\n");
+}
+
+TEST_F(CommandDevice, TheCardOfTheOwnerIsAnIdOrNone) {
+  EXPECT_EQ(Osif({"settings", "BusinessCard", "0000001f"}).out, "BusinessCard = \"0000001f\"\n");
+  for (const char* text : {"1", "0000001F", "0000001g", "00000001f", "Ann"}) {
+    EXPECT_EQ(Osif({"settings", "BusinessCard", text}).status, 2) << text;
+  }
+  EXPECT_EQ(Osif({"settings", "BusinessCard"}).out, "BusinessCard = \"0000001f\"\n");
+  EXPECT_EQ(Osif({"settings", "BusinessCard", ""}).out, "BusinessCard = \"\"\n");
 }
 
 TEST_F(CommandDevice, ATextLongerThanItsReadersRoomIsRefused) {

@@ -12,7 +12,7 @@ TEST_F(CommandUsage, HelpNamesEverySubcommand) {
   EXPECT_EQ(help.status, 0);
   for (const char* name :
        {"receive", "send", "export", "list", "find", "count", "delete", "parse", "changes",
-        "anchor", "database-id", "settings", "trace", "convert", "notes", "show"}) {
+        "anchor", "database-id", "settings", "trace", "convert", "notes", "show", "sessions"}) {
     EXPECT_THAT(help.out, HasSubstr(std::string("\n  ") + name + " ")) << name;
   }
 }
@@ -47,7 +47,8 @@ TEST_P(CommandHelp, EverySubcommandExplainsItself) {
 INSTANTIATE_TEST_SUITE_P(Subcommands, CommandHelp,
                          testing::Values("receive", "send", "export", "list", "find", "count",
                                          "delete", "parse", "changes", "anchor", "database-id",
-                                         "settings", "trace", "convert", "notes", "show"),
+                                         "settings", "trace", "convert", "notes", "show",
+                                         "sessions"),
                          [](const auto& row) {
                            std::string name = row.param;
                            std::erase(name, '-');
@@ -166,6 +167,8 @@ INSTANTIATE_TEST_SUITE_P(
         WrongLine{"SettingNoFlag",
                   {"settings", "DoNotSendMsftProperties", "2"},
                   "DoNotSendMsftProperties takes 0 or 1"},
+        WrongLine{"SettingNoId", {"settings", "BusinessCard", "1"}, "takes the id of a contact"},
+        WrongLine{"SessionsOfNoNumber", {"sessions", "--count", "x"}, "--count"},
         WrongLine{"SettingNoAddress", {"settings", "LogIPAddr", "1.2.3"}, "takes an address"}),
     [](const auto& row) { return row.param.name; });
 

@@ -1,0 +1,92 @@
+// Bluetooth, with a BlueZ that is none on a bus of the test's own.
+#include "tests/tools/osifd/osifd_fixture.h"
+
+namespace osifd_test::bluetooth_test {
+namespace {
+
+using testing::HasSubstr;
+
+class OsifdBluetooth : public OsifdTest {
+ protected:
+  // What a scenario of bluez.py saw. It ends by itself.
+  std::string Saw(const std::string& scenario) {
+    for (const char* program : {"/usr/bin/python3", "/usr/bin/dbus-daemon"}) {
+      if (!std::filesystem::exists(program)) return {};
+    }
+    std::filesystem::create_directory(Path("bus"));
+    Lines command_line = {"/usr/bin/python3", support::kSources + "/tests/tools/osifd/bluez.py",
+                          Path("bus"), scenario};
+    outcome_ = Run(Launched({support::kDaemon}, command_line));
+    return outcome_.status == 77 ? std::string() : outcome_.out + Failure();
+  }
+
+  std::string Failure() const { return outcome_.status == 0 ? "" : "failed: " + outcome_.err; }
+
+  Outcome outcome_;
+};
+
+TEST_F(OsifdBluetooth, RegistersBothProfilesWithTheirRecords) {
+  const std::string saw = Saw("registration");
+  if (saw.empty()) GTEST_SKIP() << "python3-dbusmock is not installed";
+  EXPECT_EQ(saw,
+            "/osifd/push 00001105-0000-1000-8000-00805f9b34fb\n"
+            "  AutoConnect 0\n"
+            "  Channel 9\n"
+            "  Name OBEX Object Push\n"
+            "  RequireAuthentication 1\n"
+            "  RequireAuthorization 0\n"
+            "  Role server\n"
+            "  0x0001 0x1105\n"
+            "  0x0004 0x0100,0x0003,0x09,0x0008\n"
+            "  0x0009 0x1105,0x0100\n"
+            "  0x0301 none\n"
+            "  0x0303 0x01,0x02,0x03,0x04,0x05,0x06,0xff\n"
+            "/osifd/sync 00001104-0000-1000-8000-00805f9b34fb\n"
+            "  AutoConnect 0\n"
+            "  Channel 14\n"
+            "  Name IrMC Synchronisation\n"
+            "  RequireAuthentication 1\n"
+            "  RequireAuthorization 1\n"
+            "  Role server\n"
+            "  0x0001 0x1104\n"
+            "  0x0004 0x0100,0x0003,0x0e,0x0008\n"
+            "  0x0009 0x1104,0x0100\n"
+            "  0x0301 0x01,0x03\n"
+            "  0x0303 none\n");
+}
+
+TEST_F(OsifdBluetooth, ServesConnectionsThatBlueZHandsOver) {
+  const std::string saw = Saw("connection");
+  if (saw.empty()) GTEST_SKIP() << "python3-dbusmock is not installed";
+  EXPECT_EQ(saw,
+            "connect A0\nput A0\nconnect A0\ncounter 1\ndisconnect A0\nstatus 0\n"
+            "bluetooth 00:11:22:33:44:55: added, store pb, id 00000001, name Ann Lee\n"
+            "bluetooth 00:11:22:33:44:55: closed by the peer\n"
+            "bluetooth 00:11:22:33:44:55: closed by the peer\n"
+            "bluetooth 00:11:22:33:44:55: connected to push\n"
+            "bluetooth 00:11:22:33:44:55: connected to sync\n");
+  EXPECT_EQ(Sessions(2)[0]["peer"], "bluetooth 00:11:22:33:44:55");
+}
+
+TEST_F(OsifdBluetooth, RegistersWheneverBlueZAppears) {
+  const std::string saw = Saw("later");
+  if (saw.empty()) GTEST_SKIP() << "python3-dbusmock is not installed";
+  EXPECT_EQ(saw, "put A0\nstatus 0\n");
+}
+
+TEST_F(OsifdBluetooth, OutlivesTheBus) {
+  const std::string saw = Saw("bus_loss");
+  if (saw.empty()) GTEST_SKIP() << "python3-dbusmock is not installed";
+  EXPECT_EQ(saw, "put A0\nput A0\nstatus 0\n");
+}
+
+TEST_F(OsifdBluetooth, SaysWhenBlueZRefuses) {
+  const std::string saw = Saw("refusal");
+  if (saw.empty()) GTEST_SKIP() << "python3-dbusmock is not installed";
+  EXPECT_EQ(saw, "status 0\n");
+  EXPECT_THAT(outcome_.err,
+              HasSubstr("OBEX Object Push is not registered: UUID already registered"));
+}
+
+}  // namespace
+}  // namespace osifd_test::bluetooth_test
