@@ -185,7 +185,10 @@ class Assembler {
   }
 
   void Take(std::string_view physical, uint64_t number) {
-    physical = physical.substr(0, physical.find('\0'));
+    if (const size_t zero = physical.find('\0'); zero != std::string_view::npos) {
+      report_.Dropped("text after a zero byte");
+      physical = physical.substr(0, zero);
+    }
     const bool is_blank = Trim(physical).empty();
     std::string ignored;
     const bool ends = IsFrameLine(physical, "END", ignored);
