@@ -143,6 +143,19 @@ std::string OldBinaryLine(std::string head, std::string_view base64) {
   return head + "\r\n\r\n";
 }
 
+// True for a card that ends with its last line: what came after its end would be taken for lines of the outer card.
+bool IsWholeCard(std::string_view text) {
+  int depth = 0;
+  std::string ignored;
+  while (!text.empty()) {
+    const std::string_view line = TakePhysicalLine(text);
+    if (IsFrameLine(line, "BEGIN", ignored)) ++depth;
+    if (IsFrameLine(line, "END", ignored)) --depth;
+    if (depth <= 0) return depth == 0 && text.empty();
+  }
+  return false;
+}
+
 // A card in a card stands on the lines after it.
 std::string OldNestedLine(const std::string& head, std::string_view card) {
   std::string lines = head + ":\r\n";
@@ -156,7 +169,8 @@ std::string OldNestedLine(const std::string& head, std::string_view card) {
 std::string OldPropertyLine(const CardProperty& property, Report& report) {
   const std::string head = OldHead(property, report);
   if (property.is_binary) return OldBinaryLine(head, property.Text());
-  if (property.name == "AGENT"sv && StartsIgnoringCase(property.Text(), "BEGIN:VCARD")) {
+  if (property.name == "AGENT"sv && StartsIgnoringCase(property.Text(), "BEGIN:VCARD") &&
+      IsWholeCard(property.Text())) {
     return OldNestedLine(head, property.Text());
   }
   if (IsDate(property.name)) return OldLine(head, DateIn(CardVersion::k21, property, report).text);
@@ -333,7 +347,7 @@ std::string BinaryText(CardVersion version, const CardProperty& property) {
 std::string ModernValue(CardVersion version, const CardProperty& property) {
   const bool is_40 = version == CardVersion::k40;
   if (property.is_binary) return BinaryText(version, property);
-  if (property.name == "REV"sv && is_40) return BasicTime(property.Text());
+  if (property.name == "REV"sv && is_40) return EscapedModern(BasicTime(property.Text()));
   switch (ShapeOf(property.name)) {
     case CardShape::kStructured:
     case CardShape::kOrganised:
@@ -346,7 +360,8 @@ std::string ModernValue(CardVersion version, const CardProperty& property) {
       return IsUri(property) ? UriText(property.Text()) : EscapedModern(property.Text());
     case CardShape::kPlace:
       if (property.components.size() != 2) return EscapedModern(property.Text());
-      return is_40 ? "geo:" + Joined(property.components, ",") : Joined(property.components, ";");
+      return is_40 ? UriText("geo:" + Joined(property.components, ","))
+                   : EscapedComponents(property.components, ';');
     default:
       return EscapedModern(property.Text());
   }
