@@ -218,7 +218,7 @@ void AppendType(std::string& list, std::string_view prefix, std::string_view typ
   if (!list.empty()) list += ',';
   list += prefix;
   for (const char c : type) {
-    const bool is_word = c > ' ' && c != '"' && c != ',' && c != ':' && c != ';';
+    const bool is_word = c > ' ' && std::string_view("\",:;^").find(c) == std::string_view::npos;
     const bool is_capital = c >= 'A' && c <= 'Z';
     if (is_word || static_cast<unsigned char>(c) >= 0x80) {
       list += is_capital ? static_cast<char>(c + 32) : c;

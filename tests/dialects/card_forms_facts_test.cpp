@@ -228,6 +228,13 @@ TEST_F(SentCards, NoValueBreaksItsLine) {
   }
 }
 
+TEST_F(SentCards, AKindIsTheSameHoweverOftenItIsWritten) {
+  for (const Form form : {Form::kVCard21, Form::kVCard30, Form::kVCard40}) {
+    const std::string once = Written(form, CardOf("2.1", {"N:Lee", "TEL;A^^^^B:1"})).text;
+    EXPECT_EQ(Written(form, once).text, once);
+  }
+}
+
 TEST_F(SentCards, EverythingOfACardComesBackToTheStore) {
   const Lines full = {"N:Lee;Ann;Mary;Dr.;PhD",
                       "FN:Ann Lee",
