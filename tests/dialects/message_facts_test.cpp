@@ -239,6 +239,13 @@ TEST_F(MessageFacts, SubjectIsTheBeginOfTheText) {
   EXPECT_THAT(message.body, HasSubstr("or is that too late?"));
 }
 
+TEST_F(MessageFacts, HeaderHasNoBlanksAroundIt) {
+  const ReadMessage message =
+      Body({"From:+491", "Subject;ENCODING=QUOTED-PRINTABLE:=00=00b=00", "", "x"});
+  EXPECT_THAT(message.strict, HasSubstr("\r\nSubject:b\r\n"));
+  EXPECT_EQ(message.subject, "b");
+}
+
 TEST_F(MessageFacts, NestedEnvelopesAreOne) {
   const ReadMessage message =
       Read({"VERSION:1.1", "BEGIN:VENV", "BEGIN:VENV", "BEGIN:VENV", "BEGIN:VBODY", "Subject:s", "",
