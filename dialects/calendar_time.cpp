@@ -232,8 +232,7 @@ std::optional<int64_t> ReadOffset(std::string_view text) {
   return text.front() == '-' ? -seconds : seconds;
 }
 
-int64_t DeviceToUtc(int64_t local_seconds) {
-  const CivilTime time = CivilAt(local_seconds);
+std::tm ClockFields(const CivilTime& time) {
   std::tm fields = {};
   fields.tm_year = time.year - 1900;
   fields.tm_mon = time.month - 1;
@@ -242,6 +241,11 @@ int64_t DeviceToUtc(int64_t local_seconds) {
   fields.tm_min = time.minute;
   fields.tm_sec = time.second;
   fields.tm_isdst = -1;
+  return fields;
+}
+
+int64_t DeviceToUtc(int64_t local_seconds) {
+  std::tm fields = ClockFields(CivilAt(local_seconds));
   return std::mktime(&fields);
 }
 

@@ -3,6 +3,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <ctime>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,6 +29,9 @@ struct CivilTime {
 // Seconds between civil times, counted from the beginning of 1970, and back. No zone has a part in it.
 int64_t CivilSeconds(const CivilTime& time);
 CivilTime CivilAt(int64_t seconds);
+
+// The same for the C library, which is to find out whether daylight saving time is in force.
+std::tm ClockFields(const CivilTime& time);
 
 // The civil day, counted from the first of 1970.
 int64_t CivilDay(const CivilTime& time);

@@ -217,7 +217,7 @@ int PreferenceOf(std::string_view text) {
 }
 
 void AddValueKind(CardProperty& property, std::string_view kind) {
-  if (kind == "INLINE"sv) return;
+  if (kind == "INLINE"sv || !IsWord(kind)) return;
   property.params.push_back({"VALUE", kind == "URL"sv ? "URI" : std::string(kind)});
 }
 
@@ -321,6 +321,7 @@ void TakeDataOfUri(CardProperty& property) {
   SetMediaType(property, kind_of_media);
   property.RemoveParams("VALUE");
   uri.erase(0, comma + 1);
+  std::erase_if(uri, [](char c) { return c == '\n' || IsBlankOrTab(c); });
   property.is_binary = true;
 }
 

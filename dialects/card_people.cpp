@@ -84,6 +84,7 @@ std::string Caption(std::string_view caption, const CardProperty& property) {
     if (!kinds.empty()) kinds += ", ";
     kinds += word;
   }
+  std::ranges::replace(kinds, '\n', ' ');
   return kinds.empty() ? std::string(caption) : std::string(caption) + " (" + kinds + ")";
 }
 

@@ -143,6 +143,19 @@ std::string OldBinaryLine(std::string head, std::string_view base64) {
   return head + "\r\n\r\n";
 }
 
+// True for a card that ends with its last line: what came after its end would be taken for lines of the outer card.
+bool IsWholeCard(std::string_view text) {
+  int depth = 0;
+  std::string ignored;
+  while (!text.empty()) {
+    const std::string_view line = TakePhysicalLine(text);
+    if (IsFrameLine(line, "BEGIN", ignored)) ++depth;
+    if (IsFrameLine(line, "END", ignored)) --depth;
+    if (depth <= 0) return depth == 0 && text.empty();
+  }
+  return false;
+}
+
 // A card in a card stands on the lines after it.
 std::string OldNestedLine(const std::string& head, std::string_view card) {
   std::string lines = head + ":\r\n";
@@ -156,7 +169,8 @@ std::string OldNestedLine(const std::string& head, std::string_view card) {
 std::string OldPropertyLine(const CardProperty& property, Report& report) {
   const std::string head = OldHead(property, report);
   if (property.is_binary) return OldBinaryLine(head, property.Text());
-  if (property.name == "AGENT"sv && StartsIgnoringCase(property.Text(), "BEGIN:VCARD")) {
+  if (property.name == "AGENT"sv && StartsIgnoringCase(property.Text(), "BEGIN:VCARD") &&
+      IsWholeCard(property.Text())) {
     return OldNestedLine(head, property.Text());
   }
   if (IsDate(property.name)) return OldLine(head, DateIn(CardVersion::k21, property, report).text);
@@ -204,7 +218,7 @@ void AppendType(std::string& list, std::string_view prefix, std::string_view typ
   if (!list.empty()) list += ',';
   list += prefix;
   for (const char c : type) {
-    const bool is_word = c > ' ' && c != '"' && c != ',' && c != ':' && c != ';';
+    const bool is_word = c > ' ' && std::string_view("\",:;^").find(c) == std::string_view::npos;
     const bool is_capital = c >= 'A' && c <= 'Z';
     if (is_word || static_cast<unsigned char>(c) >= 0x80) {
       list += is_capital ? static_cast<char>(c + 32) : c;
@@ -330,14 +344,14 @@ void AppendBinary(std::string& value, CardVersion version, const CardProperty& p
 void AppendPlace(std::string& value, CardVersion version, const CardProperty& property) {
   if (property.components.size() != 2) return AppendEscapedModern(value, property.Text());
   const bool is_40 = version == CardVersion::k40;
-  value += is_40 ? "geo:" + Joined(property.components, ",") : Joined(property.components, ";");
+  if (is_40) return AppendUri(value, "geo:" + Joined(property.components, ","));
+  AppendComponents(value, property.components, ';');
 }
 
 void AppendModernValue(std::string& value, CardVersion version, const CardProperty& property) {
   if (property.is_binary) return AppendBinary(value, version, property);
   if (property.name == "REV"sv && version == CardVersion::k40) {
-    value += BasicTime(property.Text());
-    return;
+    return AppendEscapedModern(value, BasicTime(property.Text()));
   }
   switch (ShapeOf(property.name)) {
     case CardShape::kStructured:

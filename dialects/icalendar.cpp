@@ -20,6 +20,7 @@ namespace {
 
 constexpr size_t kMostZones = 200;
 constexpr size_t kMostZoneLines = 4000;
+constexpr size_t kLongestZoneName = 255;
 
 icaltimetype IcalTime(const CivilTime& time) {
   icaltimetype result = icaltime_null_time();
@@ -138,7 +139,8 @@ std::string PlainZone(std::string_view component) {
 
 // The zone of the data base that a TZID names: as it is, or with the name of its owner before it.
 icaltimezone* BuiltIn(const std::string& tzid) {
-  if (tzid.empty()) return nullptr;
+  // No name has so many bytes, and each of its ends is looked up.
+  if (tzid.empty() || tzid.size() > kLongestZoneName) return nullptr;
   for (size_t begin = 0; begin != std::string::npos;) {
     const std::string name = tzid.substr(begin);
     const bool is_name = name.find('/') != std::string::npos || name == tzid;

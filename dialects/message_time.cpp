@@ -180,18 +180,6 @@ std::optional<MessageTime> IfPossible(const MessageTime& time) {
 
 // ---- Days and seconds ---------------------------------------------------------------------------------------
 
-std::tm FieldsOf(const MessageTime& time) {
-  std::tm fields = {};
-  fields.tm_year = time.year - 1900;
-  fields.tm_mon = time.month - 1;
-  fields.tm_mday = time.day;
-  fields.tm_hour = time.hour;
-  fields.tm_min = time.minute;
-  fields.tm_sec = time.second;
-  fields.tm_isdst = -1;
-  return fields;
-}
-
 MessageTime TimeOf(const std::tm& fields) {
   MessageTime time;
   time.year = fields.tm_year + 1900;
@@ -212,14 +200,14 @@ std::optional<MessageTime> FromSeconds(int64_t seconds) {
 }
 
 const char* DayName(const MessageTime& time) {
-  std::tm fields = FieldsOf(time);
+  std::tm fields = ClockFields(time);
   timegm(&fields);
   return kDayNames[static_cast<size_t>(fields.tm_wday)];
 }
 
 MessageTime WithZone(MessageTime time) {
   if (time.offset) return time;
-  std::tm fields = FieldsOf(time);
+  std::tm fields = ClockFields(time);
   std::mktime(&fields);
   time.offset = static_cast<int>(fields.tm_gmtoff / 60);
   return time;
@@ -368,7 +356,7 @@ std::string MailDateWithZone(const MessageTime& time) { return MailDate(WithZone
 
 std::string MailboxDate(const MessageTime& time) {
   const MessageTime zoned = WithZone(time);
-  std::tm fields = FieldsOf(zoned);
+  std::tm fields = ClockFields(zoned);
   const MessageTime utc =
       FromSeconds(timegm(&fields) - int64_t{60} * *zoned.offset).value_or(zoned);
   std::array<char, 64> text = {};

@@ -5,16 +5,15 @@
 #include <string>
 #include <string_view>
 
+#include "dialects/calendar_time.h"
+
 namespace dialects {
 
-struct MessageTime {
-  int year = 0;
-  int month = 0;
-  int day = 0;
-  int hour = 0;
-  int minute = 0;
-  int second = 0;
-  std::optional<int> offset;  // from UTC, in minutes; without one the time is local
+// A part that is 0 was not said.
+struct MessageTime : CivilTime {
+  MessageTime() : CivilTime{0, 0, 0, 0, 0, 0} {}
+
+  std::optional<int> offset = std::nullopt;  // from UTC, in minutes; without one the time is local
 };
 
 // Reads a date: of mail (RFC 5322), ISO 8601, "24.12.2010 18:30:00" with any separators, and seconds or

@@ -184,11 +184,4 @@ std::vector<StrictObject> StrictNotes(const ObjectText& object, const TextSettin
   return StrictNotes(object, settings, names);
 }
 
-bool IsPlainNote(std::string_view text) {
-  const StrictObject strict =
-      StrictNotes({ObjectKind::kNote, std::string(text)}, TextSettings()).front();
-  return strict.report.IsEmpty() && strict.uid.empty() &&
-         WithLineFeeds(strict.text) == WithLineFeeds(text);
-}
-
 }  // namespace dialects

@@ -54,7 +54,4 @@ class NoteNames {
 std::vector<StrictObject> StrictNotes(const ObjectText& object, const TextSettings& settings,
                                       NoteNames& names);
 
-// True for a note that StrictNotes would not change, but for its line ends.
-bool IsPlainNote(std::string_view text);
-
 }  // namespace dialects

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "btosif/osif_util/ascii.h"
 #include "btosif/osif_util/charset.h"
 #include "dialects/content_line.h"
 #include "dialects/headline.h"
@@ -35,11 +36,12 @@ std::string_view FolderName(Box box) {
   return box == Box::kSentbox ? "SENTBOX" : "INBOX";
 }
 
-// One line of a message, which has no encoding of its own. Nothing for an empty value.
+// One line of a message, which has no encoding of its own and no blanks around its value. Nothing for an empty one.
 std::string Line(std::string_view name, std::string value) {
-  if (value.empty()) return {};
   std::ranges::replace_if(
       value, [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
+  value = Trim(value);
+  if (value.empty()) return {};
   // A "=" at the end would be a soft break.
   if (value.ends_with('=')) value += ' ';
   return std::string(name) + ":" + value + "\r\n";

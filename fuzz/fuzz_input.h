@@ -67,6 +67,19 @@ inline void Read(OsifResult (*read)(OsifStream&, OsifReadCallback, void*), const
   if (result < OSIF_PARSE_OK || result > OSIF_PARSE_ERROR) abort();
 }
 
+// A text that a strict reader takes without a warning, as one object.
+inline void CheckOneStrictObject(OsifResult (*read)(OsifStream&, OsifReadCallback, void*),
+                                 const std::string& text) {
+  int count = 0;
+  const auto on_record = [](int32_t, OsifObject*, OsifResult result, void* context) -> int32_t {
+    if (result != OSIF_PARSE_OK) abort();
+    ++*static_cast<int*>(context);
+    return 0;
+  };
+  Read(read, reinterpret_cast<const uint8_t*>(text.data()), text.size(), on_record, &count);
+  if (count != 1) abort();
+}
+
 // Where records are written to be forgotten.
 inline OsifStream& Sink() {
   static OsifStream sink;

@@ -12,17 +12,8 @@ namespace {
 using dialects::Form;
 using dialects::ObjectText;
 
-int32_t Count(int32_t, OsifObject*, OsifResult result, void* context) {
-  if (result != OSIF_PARSE_OK) abort();
-  ++*static_cast<int*>(context);
-  return 0;
-}
-
 void CheckStrict(const std::string& text) {
-  int count = 0;
-  fuzz::Read(VCard_ReadFile, reinterpret_cast<const uint8_t*>(text.data()), text.size(), Count,
-             &count);
-  if (count != 1) abort();
+  fuzz::CheckOneStrictObject(VCard_ReadFile, text);
   ObjectText object;
   object.text = text;
   const auto again = StrictCards(object, {});

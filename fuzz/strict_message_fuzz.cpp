@@ -10,17 +10,8 @@ namespace {
 
 using dialects::Form;
 
-int32_t Count(int32_t, OsifObject*, OsifResult result, void* context) {
-  if (result != OSIF_PARSE_OK) abort();
-  ++*static_cast<int*>(context);
-  return 0;
-}
-
 void CheckStrict(const std::string& text) {
-  int count = 0;
-  fuzz::Read(VMessage_ReadFile, reinterpret_cast<const uint8_t*>(text.data()), text.size(), Count,
-             &count);
-  if (count != 1) abort();
+  fuzz::CheckOneStrictObject(VMessage_ReadFile, text);
   // A text that only looks like an encoded word is taken for one, and a pause in a card's number for the end
   // of an address.
   if (text.find("=?") != std::string::npos || text.find(',') != std::string::npos) return;

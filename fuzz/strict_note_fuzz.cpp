@@ -7,17 +7,8 @@
 
 namespace {
 
-int32_t Count(int32_t, OsifObject*, OsifResult result, void* context) {
-  if (result != OSIF_PARSE_OK) abort();
-  ++*static_cast<int*>(context);
-  return 0;
-}
-
 void CheckStrict(const std::string& text) {
-  int count = 0;
-  fuzz::Read(VNote_ReadFile, reinterpret_cast<const uint8_t*>(text.data()), text.size(), Count,
-             &count);
-  if (count != 1) abort();
+  fuzz::CheckOneStrictObject(VNote_ReadFile, text);
   dialects::ObjectText object;
   object.text = text;
   if (StrictNotes(object, {}).front().text != text) abort();

@@ -504,6 +504,23 @@ TEST_F(ModernFacts, NothingIsLostInSilence) {
               ElementsAre("PRIORITY", "RDATE", "RRULE", "STATUS"));
 }
 
+TEST_F(ModernFacts, ZeroByteGoesAndSaysSo) {
+  using namespace std::string_literals;
+  const StrictObject item = Event({"DTSTART:20260612T090000Z", "SUMMARY:a\0b"s, "LOCATION:c"});
+  EXPECT_THAT(LinesOf(item.text, {"SUMMARY", "LOCATION"}), ElementsAre("SUMMARY:ab", "LOCATION:c"));
+  EXPECT_THAT(item.report.changed, testing::Contains(testing::Pair("zero bytes", 1U)));
+  EXPECT_THAT(item.report.dropped, testing::IsEmpty());
+}
+
+// Each end of a name may be a zone's; were all of them looked up, this would take hours.
+TEST_F(ModernFacts, ZoneWhoseNameHasManyPartsIsNotKnown) {
+  std::string name;
+  for (int i = 0; i < 500000; ++i) name += "a/";
+  const StrictObject item = Event({"SUMMARY:x", "DTSTART;TZID=" + name + ":20260612T090000"});
+  EXPECT_THAT(LinesOf(item.text, {"DTSTART"}), ElementsAre("DTSTART:20260612T090000"));
+  EXPECT_THAT(item.report.guessed, Contains(Key("time zone that is not known")));
+}
+
 TEST_F(ModernFacts, JournalEntryIsANote) {
   const auto items = dialects::StrictCalendarItems(
       Frame("VJOURNAL", {"UID:j", "SUMMARY:Day", "DESCRIPTION:one\\ntwo\\; three"}), {});

@@ -183,6 +183,58 @@ TEST_F(SentCards, NoEscapeIsBrokenHoweverManyBackslashesThereAre) {
   }
 }
 
+TEST_F(SentCards, NoValueBreaksItsLine) {
+  for (const std::string line : {"REV:1999\\nTEL:6",
+                                 "REV:19990101T\\nTEL:6",
+                                 "GEO:1\\nTEL:6;2",
+                                 "GEO:geo:1,2\\nTEL:6",
+                                 "PHOTO:data:image/jpeg;base64,AA\\nTEL:6",
+                                 "PHOTO:x\\nTEL:6",
+                                 "KEY:a:b\\nTEL:6",
+                                 "X-FOO;VALUE=\"a^nTEL:6^n\":x",
+                                 "X-FOO;TYPE=\"a^nTEL:6^n\":x",
+                                 "X-FOO;X=\"a^nTEL:6^n\":x",
+                                 "UID:x\\nTEL:6",
+                                 "URL:x\\nTEL:6",
+                                 "BDAY:x\\nTEL:6",
+                                 "BDAY:19990101T\\nTEL:6",
+                                 "BDAY:--12\\nTEL:6",
+                                 "NICKNAME:a,b\\nTEL:6",
+                                 "NOTE:x\\nTEL:6",
+                                 "X-FOO:a;b\\nTEL:6",
+                                 "IMPP:a:b\\nTEL:6",
+                                 "SORT-STRING:x\\nTEL:6",
+                                 "N;SORT-AS=\"a^nTEL:6\":Lee;Ann",
+                                 "ADR;LABEL=\"a^nTEL:6\":;;x;;;;",
+                                 "AGENT:BEGIN:VCARD\\nEND:VCARD\\nTEL:6",
+                                 "AGENT:BEGIN:VCARD\\nEND:VCARD\\nEND:VCARD\\nBEGIN:VCARD\\nTEL:6",
+                                 "AGENT:BEGIN:VCARD\\nN:x",
+                                 "g.EMAIL:a@x.example\r\ng.X-ABLabel:x\\nTEL:6",
+                                 "RELATED;TYPE=child;VALUE=text:x\\nTEL:6",
+                                 "ORG:x\\nTEL:6",
+                                 "FN:x\\nTEL:6"}) {
+    for (const Form form : {Form::kVCard21, Form::kVCard30, Form::kVCard40}) {
+      for (const char* version : {"3.0", "4.0"}) {
+        const std::string text =
+            Written(form, CardOf(version, {"N:Lee;Ann", "FN:Ann Lee", line, "ROLE:last"})).text;
+        const stored_contact::Received received = ReceiveFile(text);
+        EXPECT_EQ(received.rest.objects, 1U) << text;
+        EXPECT_EQ(received.Only().count("home"), 0U) << text;
+        EXPECT_EQ(received.Only()["title"], "last") << text;
+      }
+    }
+    const std::string shown = Written(Form::kText, CardOf("4.0", {"FN:x", line})).text;
+    EXPECT_EQ(shown.find("\nTEL:6"), std::string::npos) << shown;
+  }
+}
+
+TEST_F(SentCards, AKindIsTheSameHoweverOftenItIsWritten) {
+  for (const Form form : {Form::kVCard21, Form::kVCard30, Form::kVCard40}) {
+    const std::string once = Written(form, CardOf("2.1", {"N:Lee", "TEL;A^^^^B:1"})).text;
+    EXPECT_EQ(Written(form, once).text, once);
+  }
+}
+
 TEST_F(SentCards, EverythingOfACardComesBackToTheStore) {
   const Lines full = {"N:Lee;Ann;Mary;Dr.;PhD",
                       "FN:Ann Lee",

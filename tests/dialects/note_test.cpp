@@ -143,14 +143,6 @@ TEST(StrictNote, OfATooLargeObjectIsRefused) {
   EXPECT_THAT(strict.text, IsEmpty());
 }
 
-TEST(PlainNote, IsOneThatWouldNotBeChanged) {
-  EXPECT_TRUE(IsPlainNote("BEGIN:VNOTE\nVERSION:1.1\nSUMMARY:a\nBODY:b\nEND:VNOTE\n"));
-  EXPECT_FALSE(IsPlainNote("BEGIN:VNOTE\nVERSION:1.1\nBODY:b\nEND:VNOTE\n"));
-  EXPECT_FALSE(IsPlainNote("BEGIN:VNOTE\nVERSION:1.1\nSUMMARY:a\nBODY:b;c\nEND:VNOTE\n"));
-  EXPECT_FALSE(IsPlainNote("BEGIN:VNOTE\nVERSION:1.1\nSUMMARY:a\nBODY:\xC3\xA4\nEND:VNOTE\n"));
-  EXPECT_FALSE(IsPlainNote("BEGIN:VNOTE\nVERSION:1.1\nSUMMARY:a\nUID:1\nEND:VNOTE\n"));
-}
-
 // ---- What the library reads ---------------------------------------------------------------------------------
 
 std::string Decoded(PropertyValue* value) { return ToUtf8(DecodedText(value, 0)); }
