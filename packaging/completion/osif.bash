@@ -36,6 +36,7 @@ __osif_options() {
     convert) echo --to -o --output -r --recursive -v --verbose ;;
     changes) echo --since --since-time ;;
     trace) echo --port --count ;;
+    push) echo --to --as --password-file ;;
     sessions) echo --count ;;
   esac
 }
@@ -55,7 +56,9 @@ _osif() {
   __osif_arguments
   case "$before" in
     --device | --split) __osif_offer_folders; return ;;
-    --as | --to) __osif_offer_words "$(__osif_forms)"; return ;;
+    --to) [[ "${arguments[0]-}" == push ]] || __osif_offer_words "$(__osif_forms)"; return ;;
+    --password-file) __osif_offer_files; return ;;
+    --as) __osif_offer_words "$(__osif_forms)"; return ;;
     -o | --output) __osif_offer_files; return ;;
     --since | --since-time | --port | --count) return ;;
   esac
@@ -66,9 +69,9 @@ _osif() {
   case "${#arguments[@]}:${arguments[0]-}" in
     0:)
       __osif_offer_words receive send export list find count delete parse changes anchor database-id \
-        settings trace convert notes show sessions
+        settings trace convert notes show push sessions
       ;;
-    1:send | 1:export | 1:show | 1:list | 1:count | 1:delete | 1:changes | 1:anchor | 1:database-id)
+    1:send | 1:push | 1:export | 1:show | 1:list | 1:count | 1:delete | 1:changes | 1:anchor | 1:database-id)
       __osif_offer_words pb cal note msg-in msg-sent msg-out
       ;;
     1:settings) __osif_offer_words "$(__osif_settings)" ;;

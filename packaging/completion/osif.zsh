@@ -33,6 +33,7 @@ _osif() {
     'convert:write the objects of files in another form'
     'notes:list or print the notes in the folder of the device'
     'show:show one object of a store, every field by its name'
+    'push:send objects of a store to another device'
     'sessions:show the last sessions of peers with osifd'
   )
 
@@ -71,6 +72,9 @@ _osif() {
             MaxSimultConnections CountryCode DontShowAdvanced ForceDevClassMajor ForceDevClassMinor
             UnnamedDeviceName NoSleepingWhileConnected DefaultStatusDll DefaultPropertiesDll
             DefaultInputCharset DefaultOutputCharset DoNotSendMsftProperties BusinessCard LogIPAddr)' '2:value:' ;;
+        push)
+          _arguments $common '--to[the device]:address:' '--as[the form]:form:'$forms \
+            '--password-file[a file with the password]:file:_files' $store '*:id:' ;;
         sessions) _arguments $common '--count[show so many]:count:' ;;
         trace)
           _arguments $common '--port[the port to listen on]:port:' '--count[end after so many lines]:count:' ;;

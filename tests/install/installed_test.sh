@@ -34,10 +34,10 @@ check_files() {
   "$CMAKE" --install "$BUILD" --prefix "$PREFIX" >"$scratch/log" || fail "$(cat "$scratch/log")"
   local found
   found="$(cd "$PREFIX" && find . ! -type d -printf '%P\n' | grep -v 'osif-targets-' | sort)"
-  expect_same "installed files" "$(lines bin/osif include/osif.h \
+  expect_same "installed files" "$(lines bin/osif bin/osifd include/osif.h \
     "$LIBDIR"/cmake/osif/{osif-config,osif-config-version,osif-targets}.cmake \
     "$LIBDIR"/{libosif.so,libosif.so.0,"libosif.so.$VERSION",pkgconfig/osif.pc} \
-    share/bash-completion/completions/osif share/man/man1/osif.1 share/man/man3/libosif.3 \
+    share/bash-completion/completions/osif share/man/man1/{osif,osifd}.1 share/man/man3/libosif.3 \
     share/zsh/site-functions/_osif | sort)" "$found"
 }
 

@@ -10,9 +10,9 @@ class CommandUsage : public CommandTest {};
 TEST_F(CommandUsage, HelpNamesEverySubcommand) {
   const Outcome help = Osif({"--help"});
   EXPECT_EQ(help.status, 0);
-  for (const char* name :
-       {"receive", "send", "export", "list", "find", "count", "delete", "parse", "changes",
-        "anchor", "database-id", "settings", "trace", "convert", "notes", "show", "sessions"}) {
+  for (const char* name : {"receive", "send", "export", "list", "find", "count", "delete", "parse",
+                           "changes", "anchor", "database-id", "settings", "trace", "convert",
+                           "notes", "show", "push", "sessions"}) {
     EXPECT_THAT(help.out, HasSubstr(std::string("\n  ") + name + " ")) << name;
   }
 }
@@ -47,7 +47,7 @@ TEST_P(CommandHelp, EverySubcommandExplainsItself) {
 INSTANTIATE_TEST_SUITE_P(Subcommands, CommandHelp,
                          testing::Values("receive", "send", "export", "list", "find", "count",
                                          "delete", "parse", "changes", "anchor", "database-id",
-                                         "settings", "trace", "convert", "notes", "show",
+                                         "settings", "trace", "convert", "notes", "show", "push",
                                          "sessions"),
                          [](const auto& row) {
                            std::string name = row.param;
