@@ -88,6 +88,7 @@ class Service : public obex::Service {
   obex::PutAnswer FinishPut(const obex::Request& request, obex::BodyForm form) override {
     CheckRequest(request);
     Check((form == obex::BodyForm::kSome) == !taken_.empty());
+    has_body = form != obex::BodyForm::kNone;
     finished = std::exchange(taken_, {});
     pieces_ = 0;
     return {Code::kSuccess, std::string(request.name ? 200 : 0, 'p')};
@@ -118,6 +119,7 @@ class Service : public obex::Service {
 
   int asked = 0;                        // how often it was opened
   std::optional<std::string> finished;  // by the last packet
+  bool has_body = false;                // what was finished
 
  private:
   void CheckRequest(const obex::Request& request) const {
@@ -138,9 +140,9 @@ size_t NumberAt(std::string_view bytes, size_t place) {
          static_cast<uint8_t>(bytes[place + 1]);
 }
 
-// The bytes of all body headers of a packet, up to where it is damaged.
-std::string BodyOf(std::string_view headers) {
-  std::string body;
+// The bytes of all body headers of a packet, up to where it is damaged; nothing without one.
+std::optional<std::string> BodyOf(std::string_view headers) {
+  std::optional<std::string> body;
   while (!headers.empty()) {
     const auto id = static_cast<uint8_t>(headers[0]);
     size_t size = id >= 0xC0 ? 5 : 2;
@@ -150,7 +152,7 @@ std::string BodyOf(std::string_view headers) {
       if (size < 3) break;
     }
     if (headers.size() < size) break;
-    if (id == 0x48 || id == 0x49) body += headers.substr(3, size - 3);
+    if (id == 0x48 || id == 0x49) body = body.value_or("").append(headers.substr(3, size - 3));
     headers.remove_prefix(size);
   }
   return body;
@@ -198,10 +200,13 @@ class Witness {
     Check(code != 0x90 || opcode != 0x82);
     Check(opcode != 0x02 || code != 0xA0);
 
-    if (!is_put_running_) body_.clear();
-    if (is_put) body_ += BodyOf(packet.substr(3));
+    if (!is_put_running_) body_.reset();
+    const std::optional<std::string> piece = is_put ? BodyOf(packet.substr(3)) : std::nullopt;
+    if (piece) body_ = body_.value_or("") + *piece;
     if (service_.finished) {
-      Check(opcode == 0x82 && *std::exchange(service_.finished, std::nullopt) == body_);
+      Check(opcode == 0x82 &&
+            *std::exchange(service_.finished, std::nullopt) == body_.value_or(""));
+      Check(service_.has_body == body_.has_value());
     } else {
       Check(opcode != 0x82 || code >= 0xC0);
     }
@@ -222,7 +227,7 @@ class Witness {
   Service& service_;
   size_t told_ = 255;
   bool is_put_running_ = false;
-  std::string body_;  // of the PUT
+  std::optional<std::string> body_;  // of the PUT
 };
 
 constexpr std::string_view kPassword = "secret";
