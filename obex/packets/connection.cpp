@@ -4,7 +4,6 @@
 // first, so that the service is never asked two things at a time.
 #include "obex/packets/connection.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "platform/utf8.h"
@@ -126,8 +125,9 @@ std::string Connection::AnswerConnect(std::string_view bytes) {
   const Code read = ReadHeaders(bytes.substr(kConnectFields), packet);
   if (read != Code::kContinue) return Connected(read, {});
 
-  if (!IsAuthentic(packet))
+  if (!IsAuthentic(packet)) {
     return Connected(Code::kUnauthorized, ChallengeFor(Code::kUnauthorized));
+  }
   if (packet.target.size() > kLongestTarget) return Connected(Code::kForbidden, {});
   const Code opened = service_.Open(packet.target);
   if (opened != Code::kSuccess) return Connected(opened, {});
