@@ -74,8 +74,10 @@ TEST_F(AGet, HasRoomForTheLengthInItsFirstPacket) {
 // The body of the answers until the last one, each of them at most `room` bytes long, and all but the last full.
 std::string Collected(Peer& peer, size_t room) {
   std::string body;
+  int answers = 0;
   peer.connection().Feed(Packet(kGetFinal, Name("a")));
   while (const auto answer = peer.connection().Answer()) {
+    if (++answers > 1000) break;
     const bool is_last = answer->front() == '\xA0';
     EXPECT_EQ(answer->substr(1, 2), Two(answer->size()));
     EXPECT_EQ(answer->substr(3, 1), is_last ? "\x49" : "\x48");
@@ -89,7 +91,7 @@ std::string Collected(Peer& peer, size_t room) {
     EXPECT_EQ(answer->size(), room);
     peer.connection().Feed(Bytes("83 00 03"));
   }
-  ADD_FAILURE() << "no answer";
+  ADD_FAILURE() << "no last answer";
   return body;
 }
 

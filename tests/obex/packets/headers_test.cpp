@@ -22,7 +22,9 @@ std::vector<std::string> Read(std::string_view hex) {
   const std::string bytes = Bytes(hex);
   HeaderReader reader(bytes);
   std::vector<std::string> shown;
+  constexpr size_t kMost = 10;  // so that every test ends
   while (const auto header = reader.Next()) {
+    if (shown.size() == kMost) return {"endless"};
     const bool is_number = header->id >= 0x80;
     const std::string value =
         is_number ? " = " + std::to_string(header->number) : ": " + Hex(header->bytes);
