@@ -170,6 +170,13 @@ TEST(APeersChallenge, ComesAfterTheIdAndTheTarget) {
             Hex(Packet(0xA0, Bytes("10 00 7F FF CB 00 00 00 01 4A 00 04 54") + Proof(1))));
 }
 
+TEST(APeersChallenge, MayStandBeforeTheTarget) {
+  Peer peer = Guarded();
+  peer.Ask(Connect(1024));
+  EXPECT_EQ(peer.Ask(Connect(1024, Challenge(kNonces[1]) + Response(kDigests[0]) + Target("T"))),
+            Hex(Packet(0xA0, Bytes("10 00 7F FF CB 00 00 00 01 4A 00 04 54") + Proof(1))));
+}
+
 TEST(APeersChallenge, ThatComesUnpromptedIsAnsweredOnceThePeerIsKnown) {
   Peer peer = Guarded();
   EXPECT_EQ(peer.Ask(Connect(1024, Challenge(kNonces[1]))), ConnectAsking(0));

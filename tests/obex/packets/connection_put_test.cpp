@@ -43,6 +43,24 @@ TEST_F(APut, HasItsHeadersFromAllOfItsPackets) {
   EXPECT_THAT(peer.service.stored, ElementsAre("hello"));
 }
 
+TEST_F(APut, HasItsHeadersInAnyOrder) {
+  peer.Ask(Packet(kPutFinal, Sized(0x4C, Bytes("11 01 37")) + Length(5) + Type("text/x-vcard") +
+                                 Name("one.vcf")));
+  EXPECT_EQ(peer.service.last.name, "one.vcf");
+  EXPECT_EQ(peer.service.last.type, "text/x-vcard");
+  EXPECT_EQ(peer.service.last.length, 5U);
+  EXPECT_EQ(Hex(peer.service.last.parameters), "11 01 37");
+}
+
+TEST_F(APut, HasNoHeaderForAnother) {
+  peer.Ask(Packet(kPutFinal, Type("text/x-vcard")));
+  EXPECT_EQ(peer.service.last.length, std::nullopt);
+  peer.Ask(Packet(kPutFinal, Sized(0x4C, Bytes("11 01 37"))));
+  EXPECT_EQ(peer.service.last.length, std::nullopt);
+  EXPECT_EQ(peer.service.last.type, "");
+  EXPECT_EQ(peer.service.last.name, std::nullopt);
+}
+
 TEST_F(APut, HasNoHeadersOfTheOneBefore) {
   peer.Ask(Packet(kPutFinal, Name("one.vcf") + Type("text/x-vcard") + Length(1) +
                                  Sized(0x4C, Bytes("12 00")) + EndOfBody("x")));

@@ -93,6 +93,15 @@ TEST(Connect, IgnoresWhatItDoesNotKnow) {
   EXPECT_THAT(peer.service.Asked(), ElementsAre("open push"));
 }
 
+TEST(Connect, IsToItsTargetWhateverItsOtherHeadersAre) {
+  const std::string others = Name("n") + Type("t") + Length(1) + Sized(0x4C, "p") +
+                             Sized(0x4A, "w") + Sized(0x4D, "c") + Sized(0x4E, "r");
+  Peer peer;
+  EXPECT_EQ(peer.Ask(Connect(1024, others)), "A0 00 07 10 00 7F FF");
+  EXPECT_EQ(peer.Codes(Connect(1024, Target("T") + others)), "A0");
+  EXPECT_THAT(peer.service.Asked(), ElementsAre("open push", "close", "open T"));
+}
+
 TEST(Connect, MayComeAgainForAnotherService) {
   Peer peer;
   peer.Ask(Connect(1024, Target(kSync)));
