@@ -6,7 +6,9 @@
 // library; the damage that was met is told after that, and the rest of the trace last.
 #include "client/session.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 
@@ -113,10 +115,23 @@ OsifResult Session::OpenChangeLog(int32_t store_id) {
   return entry->second;
 }
 
-bool Session::WaitUntilFree(int32_t store_id, uint32_t milliseconds) {
-  if (const auto entry = change_logs_.find(store_id); entry != change_logs_.end()) {
-    return !users_.contains(store_id);
+// Of several that wait one gets it, between their looking and their opening; the others wait on.
+bool Session::OpenWhenFree(int32_t store_id, uint32_t milliseconds) {
+  using Clock = std::chrono::steady_clock;
+  const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
+  for (;;) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+    const auto patience = static_cast<uint32_t>(std::max<int64_t>(left, 0));
+    if (!change_logs_.contains(store_id) && !WaitUntilFree(store_id, patience)) return false;
+    OpenChangeLog(store_id);
+    if (!users_.contains(store_id)) return true;
+    users_.erase(store_id);
+    change_logs_.erase(store_id);
+    if (left <= 0) return false;
   }
+}
+
+bool Session::WaitUntilFree(int32_t store_id, uint32_t milliseconds) {
   const WideText folder = MakeLogFolder(store_id);
   return LogFolderUse().Begin(folder, milliseconds) != LogFolderUse::Result::kInUse;
 }

@@ -35,9 +35,9 @@ class Session {
   // wait for each other. OSIF_OK when the log is open.
   OsifResult OpenChangeLog(int32_t store_id);
 
-  // Waits up to this many milliseconds for another program that uses the store's change log, before it is opened. False
-  // when it is still in use then.
-  bool WaitUntilFree(int32_t store_id, uint32_t milliseconds);
+  // Opens the store's change log, and waits for another program that uses it: up to this many milliseconds before the
+  // last attempt. False when it is in use all the same; what is wrong otherwise OpenChangeLog() tells.
+  bool OpenWhenFree(int32_t store_id, uint32_t milliseconds);
   // What is to be said of a change log that could not be opened, such as which program uses it.
   std::string ChangeLogText(int32_t store_id) const;
 
@@ -51,6 +51,7 @@ class Session {
 
  private:
   OsifResult Open(bool with_trace);
+  bool WaitUntilFree(int32_t store_id, uint32_t milliseconds);
   void StartTrace();
   void ShowTrace();
   void CloseChangeLogs();

@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <map>
 #include <utility>
 
 #include "btosif/osif_util/ascii.h"
@@ -83,13 +84,15 @@ class Receiver : public dialects::ObjectVisitor {
   void OnObject(const dialects::ReadObject& object) override {
     const std::string name = client::ObjectName(object.store_id, *object.object);
     if (object.number > settings_.most_objects) return RefuseRest();
-    if (!session_.WaitUntilFree(object.store_id, settings_.patience)) {
+    if (!MayStore(object.store_id)) {
       return Refuse(object.store_id, name + ": the store is in use", Code::kUnavailable);
     }
     const client::StoreOutcome stored = storer_.Store(object.store_id, *object.object);
     if (stored.action == client::StoreAction::kRefused) {
+      // The library was not even asked where it says nothing: the store may not be changed.
+      const bool was_asked = stored.result != OSIF_OK;
       return Refuse(object.store_id, name + ": " + client::CodeText(stored.result),
-                    CodeOf(stored.result));
+                    was_asked ? CodeOf(stored.result) : Code::kUnavailable);
     }
     if (!object.uid.empty()) uids_.Keep(object.store_id, stored.id.data(), object.uid);
     journal_.Tell(stored.action == client::StoreAction::kAdded ? Deed::kAdded : Deed::kUpdated,
@@ -106,6 +109,13 @@ class Receiver : public dialects::ObjectVisitor {
   Code code() const { return code_; }
 
  private:
+  // A store is waited for once: the peer waits for its answer, however many objects it has sent.
+  bool MayStore(int32_t store_id) {
+    const auto [store, is_first] = may_store_.try_emplace(store_id, false);
+    if (is_first) store->second = session_.OpenWhenFree(store_id, settings_.patience);
+    return store->second;
+  }
+
   // Told once, however many there are.
   void RefuseRest() {
     if (!std::exchange(has_too_many_, true))
@@ -122,6 +132,7 @@ class Receiver : public dialects::ObjectVisitor {
   Journal& journal_;
   client::Storer storer_;
   client::UidTable uids_;
+  std::map<int32_t, bool> may_store_;
   Code code_ = Code::kSuccess;
   bool has_too_many_ = false;
 };

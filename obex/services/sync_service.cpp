@@ -171,7 +171,7 @@ StoreAccess* SyncService::Access(int32_t store_id, Code& code) {
   if (const auto known = stores_.find(store_id); known != stores_.end()) return &known->second;
   code = Code::kInternalError;
   if (!OpenLibrary()) return nullptr;
-  if (!session_->WaitUntilFree(store_id, 0)) {
+  if (!session_->OpenWhenFree(store_id, 0)) {
     code = Code::kUnavailable;
     journal_.Tell(Deed::kRefused, store_id, {}, "the store is in use");
     return nullptr;

@@ -18,6 +18,9 @@
 #ifndef OSIF_SOURCES
 #define OSIF_SOURCES ""
 #endif
+#ifndef OSIF_SANITIZED
+#define OSIF_SANITIZED false
+#endif
 #ifndef OSIF_LAUNCHER
 #define OSIF_LAUNCHER
 #endif
@@ -29,6 +32,7 @@ const std::string kCommand = OSIF_COMMAND;
 const std::string kDaemon = OSIF_DAEMON;
 const std::string kAddFile = OSIF_ADD_FILE;
 const std::string kBuildObjects = OSIF_BUILD_OBJECTS;
+const bool kIsSanitized = OSIF_SANITIZED;
 const std::string kSources = OSIF_SOURCES;
 
 std::vector<std::string> Launcher() { return {OSIF_LAUNCHER}; }

@@ -14,6 +14,9 @@ extern const std::string kDaemon;
 extern const std::string kAddFile;
 extern const std::string kBuildObjects;
 
+// Whether programs are instrumented, so that each step costs several times as much.
+extern const bool kIsSanitized;
+
 // The project's own folder; empty in programs that have no use for it.
 extern const std::string kSources;
 

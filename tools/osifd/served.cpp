@@ -3,6 +3,7 @@
 
 #include <sys/random.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -218,6 +219,7 @@ int ServeConnection(const Options& options, const Log& log) {
     ending = obex::Serve(options.served, connection, options.times, stop_requested,
                          [&](obex::Code code) { journal.OnAnswer(code); });
   }
+  shutdown(options.served, SHUT_RDWR);  // a peer need not wait for the book
   if (ending == obex::Ending::kIdle && journal.is_empty()) return 0;
   if (!client::AppendSession(device::Folder(), journal.End(obex::EndingText(ending)))) {
     log.Write(Level::kError,

@@ -301,6 +301,16 @@ TEST_F(OsifdProgram, EndsWhatTakesTooLongInAll) {
   EXPECT_EQ(Sessions(1).at(0)["ending"], "open for too long");
 }
 
+// Its line is served again and again.
+TEST_F(OsifdProgram, DoesNotBookALineThatNobodyUses) {
+  StartServiceWith({"--pty", "--idle-time", "1"});
+  Await([&] { return Served().size() == 1; }, "a process for the line");
+  const pid_t first = Served().at(0);
+  Await([&] { return Served().size() == 1 && Served().at(0) != first; }, "the next process");
+  EXPECT_FALSE(std::filesystem::exists(device_ + "/sessions.log"));
+  EXPECT_EQ(Log(), "");
+}
+
 // ---- How it ends --------------------------------------------------------------------------------------------------------
 
 TEST_F(OsifdProgram, EndsItsSessionsWhenAskedToEnd) {
