@@ -587,8 +587,10 @@ auto FindIn(Properties& properties, std::string_view name) -> decltype(propertie
 }  // namespace
 
 bool CardProperty::IsEmpty() const {
-  return std::ranges::all_of(components,
-                             [](const std::string& text) { return Trim(text).empty(); });
+  const auto is_blank = [](const std::string& text) {
+    return std::ranges::all_of(text, [](char c) { return IsBlankOrTab(c) || c == kListSeparator; });
+  };
+  return std::ranges::all_of(components, is_blank);
 }
 
 bool CardProperty::HasType(std::string_view type) const {

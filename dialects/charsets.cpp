@@ -120,10 +120,10 @@ size_t Utf8CharacterLength(std::string_view bytes) {
   for (size_t i = 1; i < length; ++i) {
     if ((at(i) & 0xC0) != 0x80) return 0;
   }
-  if (length == 3 && lead == 0xE0 && at(1) < 0xA0) return 0;
-  if (length == 3 && lead == 0xED && at(1) > 0x9F) return 0;
-  if (length == 4 && lead == 0xF0 && at(1) < 0x90) return 0;
-  if (length == 4 && lead == 0xF4 && at(1) > 0x8F) return 0;
+  if (lead == 0xE0 && at(1) < 0xA0) return 0;
+  if (lead == 0xED && at(1) > 0x9F) return 0;
+  if (lead == 0xF0 && at(1) < 0x90) return 0;
+  if (lead == 0xF4 && at(1) > 0x8F) return 0;
   return length;
 }
 

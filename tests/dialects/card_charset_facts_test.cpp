@@ -51,6 +51,17 @@ TEST_F(CardCharsets, TextsThatNameTheirSetDecideNothingForTheOthers) {
             (Fields{{"note", kUmlaut}, {"title", kUmlaut}}));
 }
 
+TEST_F(CardCharsets, CharactersOfFourBytesHaveBounds) {
+  for (const char* text :
+       {"\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBD", "\xED\x9F\xBF", "\xE0\xA0\x80"}) {
+    EXPECT_EQ(Ann("2.1", {std::string("NOTE:") + text}), (Fields{{"note", text}}));
+  }
+  for (const char* text : {"\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80",
+                           "\xE0\x9F\xBF", "\xF0\x90\x80", "\xF0\x90\x80\x28"}) {
+    EXPECT_EQ(ReceiveAnn("2.1", {std::string("NOTE:") + text}).report.guessed.size(), 1U);
+  }
+}
+
 TEST_F(CardCharsets, OverlongFormsAndSurrogatesAreNoUtf8) {
   EXPECT_EQ(Ann("2.1", {"NOTE:a\xC0\xAF"}), (Fields{{"note", "a\xC3\x80\xC2\xAF"}}));
   EXPECT_EQ(Ann("2.1", {"NOTE:a\xED\xA0\xBD"}), (Fields{{"note", "a\xC3\xAD\xC2\xA0\xC2\xBD"}}));

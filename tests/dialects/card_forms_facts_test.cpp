@@ -228,6 +228,65 @@ TEST_F(SentCards, NoValueBreaksItsLine) {
   }
 }
 
+TEST_F(SentCards, WhatAVersionHasNoNameForHasAnXThere) {
+  const auto written = [](Form form, const std::string& version, const std::string& line) {
+    return InnerLines(Written(form, CardOf(version, {"N:Lee;Ann", "FN:x", line})).text);
+  };
+  for (const std::string name :
+       {"KIND", "GENDER", "LANG", "MEMBER", "XML", "RELATED", "CLIENTPIDMAP", "CALADRURI"}) {
+    const std::string line = name + ":a:b";
+    for (const Form form : {Form::kVCard21, Form::kVCard30}) {
+      EXPECT_THAT(written(form, "4.0", line), Contains(StartsWith("X-" + name))) << name;
+      EXPECT_THAT(written(form, "3.0", "X-" + line), Contains(StartsWith("X-" + name))) << name;
+    }
+    EXPECT_THAT(written(Form::kVCard40, "4.0", line), Contains(StartsWith(name))) << name;
+    EXPECT_THAT(written(Form::kVCard40, "3.0", "X-" + line), Contains(StartsWith(name))) << name;
+  }
+  for (const std::string name : {"LABEL", "MAILER", "CLASS", "AGENT", "NAME", "PROFILE"}) {
+    for (const Form form : {Form::kVCard21, Form::kVCard30}) {
+      EXPECT_THAT(written(form, "3.0", name + ":a"), Contains(StartsWith(name))) << name;
+      EXPECT_THAT(written(form, "4.0", "X-" + name + ":a"), Contains(StartsWith(name))) << name;
+    }
+    EXPECT_THAT(written(Form::kVCard40, "3.0", name + ":a"), Contains(StartsWith("X-" + name)))
+        << name;
+  }
+}
+
+TEST_F(SentCards, WhatABinaryValueIsGoesOutInEachVersionsWords) {
+  struct Binary {
+    std::string old_head;
+    std::string media;
+  };
+  for (const auto& [old_head, media] :
+       {Binary{"PHOTO;JPEG", "image/jpeg"}, Binary{"PHOTO;GIF", "image/gif"},
+        Binary{"LOGO;TYPE=PNG", "image/png"}, Binary{"SOUND;WAVE", "audio/wav"},
+        Binary{"SOUND;TYPE=A-Z.09", "audio/a-z.09"}, Binary{"KEY;X509", "application/pkix-cert"},
+        Binary{"KEY;PGP", "application/pgp-keys"}, Binary{"KEY", "application/octet-stream"}}) {
+    const std::string name = old_head.substr(0, old_head.find(';'));
+    EXPECT_THAT(
+        InnerLines(Written(Form::kVCard40,
+                           CardOf("2.1", {"N:Lee", "FN:x", old_head + ";ENCODING=BASE64:AAAA", ""}))
+                       .text),
+        Contains(name + ":data:" + media + ";base64,AAAA"));
+    const std::string back =
+        Written(Form::kVCard21, CardOf("4.0", {"FN:x", name + ":data:" + media + ";base64,AAAA"}))
+            .text;
+    EXPECT_NE(back.find(old_head + ";ENCODING=BASE64:\r\n AAAA\r\n\r\n"), std::string::npos)
+        << back;
+  }
+}
+
+TEST_F(SentCards, PeopleAreShownDaysAndAnyCharacters) {
+  const std::string card =
+      CardOf("3.0", {"N:Lee", "FN:<A> & \"B\"", "BDAY:19991231", "X-ANNIVERSARY:20011231"});
+  EXPECT_EQ(Written(Form::kText, card).text,
+            "Name: <A> & \"B\"\nBirthday: 1999-12-31\nAnniversary: 2001-12-31\n\n");
+  EXPECT_EQ(Written(Form::kHtml, card).text,
+            "<dl>\n<dt>Name</dt><dd>&lt;A&gt; &amp; "
+            "&quot;B&quot;</dd>\n<dt>Birthday</dt><dd>1999-12-31</dd>\n"
+            "<dt>Anniversary</dt><dd>2001-12-31</dd>\n</dl>\n");
+}
+
 TEST_F(SentCards, AKindIsTheSameHoweverOftenItIsWritten) {
   for (const Form form : {Form::kVCard21, Form::kVCard30, Form::kVCard40}) {
     const std::string once = Written(form, CardOf("2.1", {"N:Lee", "TEL;A^^^^B:1"})).text;

@@ -348,9 +348,10 @@ TEST_F(CardStructure, ASecondMobileNumberIsThatOfItsOtherKind) {
 }
 
 TEST_F(CardStructure, ANumberThatStandsTwiceTakesOnePlace) {
-  const Fields fields = Ann("2.1", {"TEL;HOME:1", "TEL;HOME:1", "TEL;HOME:2"});
-  EXPECT_EQ(fields.at("home"), "1");
-  EXPECT_EQ(fields.at("home 2") == "2" || fields.at("work") == "2", true);
+  EXPECT_EQ(Ann("2.1", {"TEL;HOME:1", "TEL;HOME:1", "TEL;HOME:2"}),
+            (Fields{{"home", "1"}, {"home 2", "2"}}));
+  EXPECT_EQ(Ann("2.1", {"TEL;CELL:1", "TEL;CELL:1"}), (Fields{{"mobile", "1"}}));
+  EXPECT_EQ(Ann("2.1", {"TEL;HOME:1", "TEL;WORK:1"}), (Fields{{"home", "1"}, {"work", "1"}}));
 }
 
 // ---- Pages and addresses ------------------------------------------------------------------------------------
@@ -403,6 +404,13 @@ TEST_F(CardStructure, ALabelIsTheStreetWhereNoAddressOfItsKindIs) {
   EXPECT_EQ(received.Only(),
             (Fields{{"home street", "Main St 1"}, {"home city", "Town"}, {"work street", "W 1"}}));
   EXPECT_EQ(received.report.dropped, (Happenings{{"LABEL", 1}}));
+}
+
+TEST_F(CardStructure, AnEmptyLabelIsNoLoss) {
+  const Received received =
+      ReceiveAnn("2.1", {"LABEL;HOME:", "ADR;HOME:;;H 1;;;;", "LABEL;WORK:", "LABEL;WORK:W 1"});
+  EXPECT_EQ(received.Only(), (Fields{{"home street", "H 1"}, {"work street", "W 1"}}));
+  EXPECT_THAT(received.report.dropped, IsEmpty());
 }
 
 // ---- Birthdays ----------------------------------------------------------------------------------------------

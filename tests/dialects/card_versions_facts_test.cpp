@@ -46,6 +46,14 @@ TEST_F(CardVersions, NamesAreStoredPartByPart) {
   }
 }
 
+TEST_F(CardVersions, ANameOfSeparatorsIsNone) {
+  for (const char* version : kModern) {
+    EXPECT_EQ(ReceiveCard(version, {"N:,;,,;;;", "FN:Ann"}).Only(),
+              (Fields{{"family", "Ann"}, {"shown", "Ann"}}))
+        << version;
+  }
+}
+
 TEST_F(CardVersions, AName40NeedNotHaveIsMadeOfTheFormattedOne) {
   const Received received = ReceiveCard("4.0", {"FN:Jo van Doe"});
   EXPECT_EQ(received.Only(), (Fields{{"family", "Jo van Doe"}, {"shown", "Jo van Doe"}}));
