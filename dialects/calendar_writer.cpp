@@ -1,5 +1,6 @@
 // A writer holds the one VCALENDAR of its file open: Begin writes its head, each object adds its components, End
-// closes it. Zones stand before the first component that uses them, once each.
+// closes it. Zones stand before the first component that uses them, once each, and tell of the times from that
+// object's first date on; an object that begins earlier gets its zone under another name.
 //
 // An object that is of the version that is written is copied line by line; one of the other goes by way of the items
 // that the store would hold (to vCalendar 1.0) or of the items as they were read (to iCalendar 2.0).
