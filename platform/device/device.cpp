@@ -13,12 +13,14 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <thread>
 
 #include "platform/device/schema.h"
 
@@ -237,7 +239,7 @@ bool HasLog(const std::string& path) {
   return !error && size > 0;
 }
 
-OpenError CheckExisting(const std::string& path, uintmax_t size) {
+OpenError LookAtExisting(const std::string& path, uintmax_t size) {
   if (access(path.c_str(), R_OK | W_OK) != 0) return OpenError::kAccess;
   Glance glance(path);
   if (!glance.is_open()) return OpenError::kAccess;
@@ -249,6 +251,21 @@ OpenError CheckExisting(const std::string& path, uintmax_t size) {
   if (HasLog(path)) return OpenError::kNone;
   if (header->FileSize() > size || !glance.ContentIsSound(size)) return OpenError::kDamaged;
   return OpenError::kNone;
+}
+
+// Other programs put their logs into the file whenever they end, and what is read of it meanwhile does not fit together.
+// That passes within moments; damage does not.
+OpenError CheckExisting(const std::string& path, uintmax_t size) {
+  constexpr int kLooks = 8;
+  constexpr std::chrono::milliseconds kPause{10};
+  OpenError error = LookAtExisting(path, size);
+  for (int look = 1; look < kLooks && error == OpenError::kDamaged; ++look) {
+    std::this_thread::sleep_for(kPause);
+    std::error_code missing;
+    const uintmax_t size_now = fs::file_size(path, missing);
+    error = missing ? OpenError::kAccess : LookAtExisting(path, size_now);
+  }
+  return error;
 }
 
 // ---- Opening -----------------------------------------------------------------------------------

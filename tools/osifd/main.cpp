@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "client/private_files.h"
+#include "platform/device/device.h"
 #include "tools/osifd/check.h"
 #include "tools/osifd/log.h"
 #include "tools/osifd/options.h"
@@ -41,6 +42,17 @@ void TellReady() {
   close(handle);
 }
 
+// A new device is made before the first peer comes: many at once would get in each other's way. One that cannot be used is
+// told at the start.
+bool MakeDevice(const Log& log) {
+  if (device::OpenDatabase() == nullptr) {
+    log.Write(Level::kError, device::ErrorText());
+    return false;
+  }
+  device::CloseDatabase();
+  return true;
+}
+
 int Run(const Options& options, char** argv) {
   if (!options.device.empty()) setenv("OSIF_DEVICE", options.device.c_str(), 1);
   const Log log(options.json);
@@ -51,6 +63,7 @@ int Run(const Options& options, char** argv) {
     std::fprintf(stderr, "osifd: nobody could reach it: --tcp, --serial, --pty or --bluetooth\n");
     return kWrongUsage;
   }
+  if (!MakeDevice(log)) return 1;
   daemon_process::Supervisor supervisor(options, log, argv);
   if (!supervisor.Open()) return 1;
   TellReady();

@@ -136,6 +136,7 @@ class CommandTest : public testing::Test {
 
   static int WaitFor(pid_t child) {
     using std::chrono::steady_clock;
+    if (child <= 0) return -1;  // it did not start; no other process is meant
     const auto end = steady_clock::now() + std::chrono::seconds(kSeconds);
     int status = 0;
     while (waitpid(child, &status, WNOHANG) == 0) {
