@@ -1,8 +1,13 @@
 #include "obex/services/answers.h"
 
+#include <sys/statvfs.h>
+
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <utility>
+
+#include "platform/device/device.h"
 
 namespace obex {
 namespace {
@@ -38,6 +43,14 @@ constexpr std::array<CodeRow, 10> kCodes = {{
     {OSIF_ERR_CL_NOT_OPENED, Code::kUnavailable},
 }};
 
+// The library says of a full disk no more than that the store failed.
+bool IsDiskFull() {
+  constexpr uint64_t kLeastRoom = 65'536;  // bytes; a database grows by pages
+  struct statvfs disk {};
+  return statvfs(device::Folder().c_str(), &disk) == 0 &&
+         uint64_t{disk.f_bavail} * disk.f_frsize < kLeastRoom;
+}
+
 }  // namespace
 
 GetAnswer AnswerWith(std::string text) {
@@ -65,7 +78,8 @@ std::optional<size_t> PieceSource::Read(char* into, size_t room) {
 
 Code CodeOf(OsifResult result) {
   const auto* row = std::ranges::find(kCodes, result, &CodeRow::result);
-  return row == kCodes.end() ? Code::kInternalError : row->code;
+  if (row != kCodes.end()) return row->code;
+  return IsDiskFull() ? Code::kDatabaseFull : Code::kInternalError;
 }
 
 }  // namespace obex

@@ -28,7 +28,7 @@ class PieceSource : public BodySource {
   size_t given_ = 0;  // of the piece
 };
 
-// What an operation of the library that failed is answered with.
+// What an operation of the library that failed is answered with; kDatabaseFull also where the device's disk is full.
 Code CodeOf(OsifResult result);
 
 }  // namespace obex

@@ -24,18 +24,19 @@ class OsifdTest : public command_test::CommandTest {
   ~OsifdTest() override { EndService(); }
 
   // Starts the service on a free port, with these options, too.
-  void StartService(const Lines& options = {}) {
+  // `start`: what runs it, where something does.
+  void StartService(const Lines& options = {}, const Lines& start = {}) {
     Lines command_line = {"--tcp", "127.0.0.1:0"};
     command_line.insert(command_line.end(), options.begin(), options.end());
-    StartServiceWith(command_line);
+    StartServiceWith(command_line, start);
     port_ = std::stoi(Said("listening on 127.0.0.1:"));
   }
 
   // Starts it with these options alone, and waits until it has said something.
-  void StartServiceWith(Lines command_line) {
+  void StartServiceWith(Lines command_line, const Lines& start = {}) {
     stem_ = Path("osifd" + std::to_string(++starts_));
     command_line.insert(command_line.begin(), support::kDaemon);
-    service_ = Start(Launched(command_line), stem_);
+    service_ = Start(Launched(command_line, start), stem_);
     Await([&] { return support::BytesOf(stem_ + ".out").find('\n') != std::string::npos; },
           "the service's first line");
   }

@@ -45,6 +45,34 @@ TEST_F(OsifdPush, StoresAContactAndAnswersWhenItIsStored) {
   EXPECT_THAT(Sent("pb", "00000001"), testing::Contains("TEL;WORK;VOICE:123"));
 }
 
+// The disk is one of the service's own, which nobody else sees.
+TEST_F(OsifdPush, OnAFullDiskIsAnsweredSoAndCostsNothingThatIsStored) {
+  std::filesystem::create_directory(device_);
+  const Lines on_small_disk = {"/usr/bin/unshare",
+                               "--mount",
+                               "/bin/sh",
+                               "-c",
+                               "mount -t tmpfs -o size=1500k none '" + device_ +
+                                   "' || { echo no mount; exit 77; }; exec \"$@\"",
+                               "sh"};
+  if (!std::filesystem::exists(on_small_disk[0])) GTEST_SKIP() << "no way to mount";
+  if (Run({"/usr/bin/unshare", "--mount", "/bin/sh", "-c", "mount -t tmpfs none " + device_})
+          .status != 0) {
+    GTEST_SKIP() << "nothing can be mounted here";
+  }
+  StartService({}, on_small_disk);
+  ObexClient client = PushClient();
+  EXPECT_EQ(client.Put("ann.vcf", kAnn).code, kSuccess);
+  std::string many;
+  for (int i = 0; i < 2000; ++i) {
+    many += Card({"N:Many;Number" + std::to_string(i), "NOTE:" + std::string(900, 'x')});
+  }
+  EXPECT_EQ(client.Put("many.vcf", many).code, 0xE0);
+  client.Disconnect();
+  ObexClient reader = SyncClient();
+  EXPECT_THAT(reader.Get("telecom/pb/luid/00000001.vcf").body, HasSubstr("N:Lee;Ann"));
+}
+
 TEST_F(OsifdPush, NeedsNoConnect) {
   StartService();
   ObexClient client = Client();
