@@ -57,14 +57,6 @@ std::vector<DateNumber> NumbersOf(std::string_view text, char& separator) {
   return numbers;
 }
 
-bool IsPossible(int year, int month, int day) {
-  constexpr std::array<int, 12> kDays = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  if (year < 100 || year > 9999 || month < 1 || month > 12 || day < 1) return false;
-  const bool is_leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-  if (month == 2 && !is_leap) return day <= 28;
-  return day <= kDays[static_cast<size_t>(month - 1)];
-}
-
 std::string EightDigits(int number) {
   std::string text(8, '0');
   for (auto digit = text.rbegin(); digit != text.rend(); ++digit, number /= 10) {
@@ -74,7 +66,7 @@ std::string EightDigits(int number) {
 }
 
 std::optional<Day> MakeDay(int year, int month, int day, bool is_guessed) {
-  if (!IsPossible(year, month, day)) return std::nullopt;
+  if (!IsPossibleDay(year, month, day)) return std::nullopt;
   return Day{EightDigits(10000 * year + 100 * month + day), is_guessed};
 }
 
@@ -115,6 +107,14 @@ std::string DeriveFormattedName(const Card& card) {
     if (text.empty()) text = card.TextOf(source);
   }
   return text;
+}
+
+bool IsPossibleDay(int year, int month, int day) {
+  constexpr std::array<int, 12> kDays = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  if (year < 100 || year > 9999 || month < 1 || month > 12 || day < 1) return false;
+  const bool is_leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+  if (month == 2 && !is_leap) return day <= 28;
+  return day <= kDays[static_cast<size_t>(month - 1)];
 }
 
 std::optional<Day> DayOf(std::string_view text) {

@@ -25,6 +25,9 @@ bool IsDerivedName(const Card& card, const CardProperty& name);
 // The name to show of a card that has none: the parts of N as one says them, else organisation, address or number.
 std::string DeriveFormattedName(const Card& card);
 
+// True for a day of the calendar, in a year from 100 to 9999.
+bool IsPossibleDay(int year, int month, int day);
+
 // The day of a date in any form with a year of four digits, as YYYYMMDD. `is_guessed` when day and month may be the
 // other way round. Nothing without a whole, possible date.
 struct Day {

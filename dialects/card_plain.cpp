@@ -5,6 +5,7 @@
 #include "dialects/card_plain.h"
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -130,6 +131,48 @@ constexpr std::array<uint8_t, 256> kClassOf = [] {
 
 uint8_t ClassOf(char c) { return kClassOf[static_cast<unsigned char>(c)]; }
 
+// ---- Eight bytes at once ------------------------------------------------------------------------------------
+
+// Each of these marks bytes by their top bits. The lowest mark is right; the bytes above it may be marked too.
+
+constexpr uint64_t InEachByte(unsigned char byte) { return 0x0101010101010101U * byte; }
+
+constexpr uint64_t MarkBelow(uint64_t bytes, unsigned char limit) {
+  return (bytes - InEachByte(limit)) & ~bytes;
+}
+
+constexpr uint64_t MarkEqual(uint64_t bytes, unsigned char wanted) {
+  return MarkBelow(bytes ^ InEachByte(wanted), 1);
+}
+
+// Control characters, and all that are not ASCII.
+constexpr uint64_t MarkControlAndEightBit(uint64_t bytes) {
+  return MarkBelow(bytes, ' ') | (bytes + InEachByte(1)) | bytes;
+}
+
+constexpr uint64_t MarkInHead(uint64_t bytes) {
+  return MarkControlAndEightBit(bytes) | MarkEqual(bytes, ':');
+}
+
+constexpr uint64_t MarkInValue(uint64_t bytes) {
+  return MarkControlAndEightBit(bytes) | MarkEqual(bytes, ';') | MarkEqual(bytes, '=') |
+         MarkEqual(bytes, '\\');
+}
+
+// Passes over bytes that are not marked, eight at a time; those that are left are fewer than eight, or begin with a
+// marked one.
+template <uint64_t (*kMark)(uint64_t)>
+const char* PassUnmarked(const char* place, const char* end) {
+  if constexpr (std::endian::native != std::endian::little) return place;
+  for (; end - place >= 8; place += 8) {
+    uint64_t bytes = 0;
+    std::memcpy(&bytes, place, sizeof bytes);
+    const uint64_t marked = kMark(bytes) & InEachByte(0x80);
+    if (marked != 0) return place + std::countr_zero(marked) / 8;
+  }
+  return place;
+}
+
 struct Value {
   std::string_view text;
   uint8_t classes = 0;  // of all its bytes
@@ -227,6 +270,7 @@ class PlainCard {
   // What stands before the colon, which is taken too.
   bool TakeHead(std::string_view& head) {
     const char* const begin = place_;
+    place_ = PassUnmarked<MarkInHead>(place_, end_);
     while (place_ != end_ && (ClassOf(*place_) & (kColon | kStop)) == 0) ++place_;
     if (place_ == end_ || *place_ != ':') return false;
     head = {begin, static_cast<size_t>(place_ - begin)};
@@ -239,11 +283,12 @@ class PlainCard {
     const char* const begin = place_;
     uint8_t classes = 0;
     size_t separators = 0;
-    for (; place_ != end_; ++place_) {
+    while ((place_ = PassUnmarked<MarkInValue>(place_, end_)) != end_) {
       const uint8_t byte_class = ClassOf(*place_);
       if ((byte_class & kStop) != 0) break;
       classes |= byte_class;
       separators += (byte_class & kSeparator) != 0 ? 1U : 0U;
+      ++place_;
     }
     value = {{begin, static_cast<size_t>(place_ - begin)}, classes, separators};
     return TakeLineEnd();
@@ -283,8 +328,13 @@ class PlainCard {
   }
 
   static bool IsPlainDate(std::string_view value) {
-    const bool is_digits = value.find_first_not_of("0123456789") == std::string_view::npos;
-    return value.empty() || (value.size() == 8 && is_digits && DayOf(value).has_value());
+    if (value.size() != 8) return value.empty();
+    int number = 0;
+    for (const char c : value) {
+      if (c < '0' || c > '9') return false;
+      number = 10 * number + (c - '0');
+    }
+    return IsPossibleDay(number / 10000, number / 100 % 100, number % 100);
   }
 
   // Goes on over soft line breaks.
@@ -305,18 +355,21 @@ class PlainCard {
 
   static bool AreEncodedBytes(std::string_view value, bool is_utf8, Utf8Follower& follower,
                               size_t& separators) {
-    for (size_t i = 0; i < value.size(); ++i) {
-      auto byte = static_cast<unsigned>(value[i]);
+    const char* const end = value.data() + value.size();
+    for (const char* place = value.data(); place != end; ++place) {
+      if (follower.IsBetweenCharacters()) place = PassUnmarked<MarkInValue>(place, end);
+      if (place == end) break;
+      auto byte = static_cast<unsigned char>(*place);
       if (byte == ';') {
         ++separators;
         // A component is decoded by itself.
         if (!follower.IsBetweenCharacters()) return false;
       } else if (byte == '=') {
-        const int high = i + 2 < value.size() ? HexDigit(value[i + 1]) : -1;
-        const int low = i + 2 < value.size() ? HexDigit(value[i + 2]) : -1;
+        const int high = end - place > 2 ? HexDigit(place[1]) : -1;
+        const int low = end - place > 2 ? HexDigit(place[2]) : -1;
         if (high < 0 || low < 0) return false;
-        byte = static_cast<unsigned>(16 * high + low);
-        i += 2;
+        byte = static_cast<unsigned char>(16 * high + low);
+        place += 2;
       }
       const bool is_known = byte != 0 && byte != '\\' && (byte < 0x80 || is_utf8);
       if (!is_known || !follower.Take(byte)) return false;

@@ -1,5 +1,6 @@
 // The library reads files by their names, and opening one costs more than reading a card. So strict texts of one kind
 // are gathered and handed to the library together; each makes one record, so the n-th record is that of the n-th text.
+// A file of nothing but plain cards it reads where that lies.
 // The library stops at an object that it refuses. Then that one is reported, and the others that were gathered after it
 // are read one by one: however many are refused, each text is read twice at most.
 #include "dialects/object_reader.h"
@@ -17,6 +18,7 @@
 #include "client/texts.h"
 #include "dialects/note.h"
 #include "dialects/object_splitter.h"
+#include "dialects/plain_file.h"
 #include "dialects/plain_object.h"
 #include "dialects/strict_object.h"
 
@@ -42,20 +44,24 @@ class WithoutCategories {
 class DialectReader {
  public:
   DialectReader(const TextSettings& settings, ObjectVisitor& visitor)
-      : settings_(settings), visitor_(visitor), name_(client::ToWide(piece_.name())) {}
+      : settings_(settings), visitor_(visitor) {}
 
   bool is_open() const { return piece_.is_open(); }
 
   // Plain cards, one directly after the other; `line`: the number of their first.
   void TakePlain(std::string_view text, const std::vector<TextLength>& sizes, uint64_t line) {
     MakeRoom(ObjectKind::kCard, text.size());
-    size_t end = text_.size();
+    ListCards(text_.size(), sizes, line);
     text_ += text;
-    for (const TextLength& size : sizes) {
-      end += size.bytes;
-      gathered_.push_back({end, line, nullptr});
-      line += size.lines;
-    }
+  }
+
+  // A file of plain cards alone.
+  void TakePlainFile(int handle, const std::vector<TextLength>& sizes) {
+    MakeRoom(ObjectKind::kCard, 0);
+    ListCards(0, sizes, 1);
+    plain_file_ = handle;
+    Flush();
+    plain_file_ = kNoFile;
   }
 
   void Take(const ObjectText& object) {
@@ -78,12 +84,22 @@ class DialectReader {
   }
 
  private:
+  static constexpr int kNoFile = -1;
+
   // A text that waits for the library.
   struct Gathered {
-    size_t end;  // in text_
+    size_t end;  // in text_, or in the file of plain cards
     uint64_t line;
     std::unique_ptr<const StrictObject> made;  // nothing for one that came plain
   };
+
+  void ListCards(size_t end, const std::vector<TextLength>& sizes, uint64_t line) {
+    for (const TextLength& size : sizes) {
+      end += size.bytes;
+      gathered_.push_back({end, line, nullptr});
+      line += size.lines;
+    }
+  }
 
   void TakeStrict(StrictObject&& object) {
     if (!object.refusal.empty()) return Refuse(object);
@@ -115,19 +131,30 @@ class DialectReader {
 
   // Gives the first object that was not read and not reported.
   size_t ReadTogether(size_t begin, size_t end) {
-    const size_t text_begin = begin == 0 ? 0 : gathered_[begin - 1].end;
-    const size_t text_end = gathered_[end - 1].end;
     next_ = begin;
     end_ = end;
-    const OsifResult result =
-        piece_.HoldText(std::string_view(text_).substr(text_begin, text_end - text_begin))
-            ? OSIF_ReadObjects(name_.c_str(), OnRecord, this)
-            : OsifResult{OSIF_ERR_NO_MEMORY};
+    const bool is_whole_file = plain_file_ != kNoFile && begin == 0 && end == gathered_.size();
+    const OsifResult result = is_whole_file      ? Read(client::NameOfHandle(plain_file_))
+                              : Hold(begin, end) ? Read(piece_.name())
+                                                 : OsifResult{OSIF_ERR_NO_MEMORY};
     if (next_ == end_) return end;
     const Gathered& refused = gathered_[next_];
     Refuse(kind_, refused.line, "it could not be read",
            result == OSIF_OK ? OsifResult{OSIF_PARSE_ERROR} : result, ReportOf(refused));
     return next_ + 1;
+  }
+
+  // Has the file for pieces hold some of what was gathered.
+  bool Hold(size_t begin, size_t end) {
+    const size_t from = begin == 0 ? 0 : gathered_[begin - 1].end;
+    const size_t to = gathered_[end - 1].end;
+    return plain_file_ == kNoFile ? piece_.HoldText(std::string_view(text_).substr(from, to - from))
+                                  : piece_.HoldPiece(plain_file_, static_cast<int64_t>(from),
+                                                     static_cast<int64_t>(to));
+  }
+
+  OsifResult Read(const std::string& name) {
+    return OSIF_ReadObjects(client::ToWide(name).c_str(), OnRecord, this);
   }
 
   static int32_t OnRecord(int32_t store_id, OsifObject* object, OsifResult result, void* context) {
@@ -169,9 +196,9 @@ class DialectReader {
   ObjectVisitor& visitor_;
   client::TempFile piece_;
   NoteNames names_;
-  const WideText name_;
   ObjectKind kind_ = ObjectKind::kUnknown;  // of what is gathered
   std::string text_;                        // of what is gathered
+  int plain_file_ = kNoFile;                // where the text lies instead
   std::vector<Gathered> gathered_;
   size_t next_ = 0;  // whose record comes next
   size_t end_ = 0;   // of what is being read
@@ -196,6 +223,11 @@ OsifResult ReadDialectFile(int handle, const TextSettings& settings, ObjectVisit
   rest = {};
   DialectReader reader(settings, visitor);
   if (!reader.is_open()) return OSIF_ERR_FILE_OPEN;
+  if (const auto cards = PlainCardsOfFile(handle)) {
+    rest.objects = cards->size();
+    reader.TakePlainFile(handle, *cards);
+    return reader.Finish();
+  }
   int error = 0;
   ObjectSplitter splitter(
       [&](char* into, size_t room) { return ReadSome(handle, into, room, error); });

@@ -102,6 +102,40 @@ INSTANTIATE_TEST_SUITE_P(
         OtherCase{"a card inside", "BEGIN:VCARD"}, OtherCase{"a lone CR", "NOTE:a\rTEL:1"},
         OtherCase{"another version", "VERSION:2.1"}));
 
+// Values are looked at several bytes at a time; each byte counts wherever it stands.
+TEST(PlainCard, HasNoOtherBytesAnywhereInAValue) {
+  const std::string before = "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Lee\r\nNOTE:";
+  const std::string after = "\r\nEND:VCARD\r\n";
+  for (int byte = 0; byte < 256; ++byte) {
+    const bool is_plain =
+        byte == '\t' || (byte >= ' ' && byte < 0x7F && byte != '\\' && byte != ';');
+    for (size_t place = 0; place < 19; ++place) {
+      std::string value(20, 'n');
+      value[place] = static_cast<char>(byte);
+      EXPECT_EQ(IsPlainCard(before + value + after), is_plain) << byte << " at " << place;
+    }
+  }
+}
+
+TEST(PlainCard, HasNoOtherBytesAnywhereInAnEncodedValue) {
+  const std::string before =
+      "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Lee\r\nNOTE;ENCODING=QUOTED-PRINTABLE:";
+  const std::string after = "\r\nEND:VCARD\r\n";
+  for (int byte = 0; byte < 256; ++byte) {
+    const bool is_plain =
+        byte == '\t' || (byte >= ' ' && byte < 0x7F && byte != '\\' && byte != ';' && byte != '=');
+    for (size_t place = 0; place < 19; ++place) {
+      std::string value(20, 'n');
+      value[place] = static_cast<char>(byte);
+      EXPECT_EQ(IsPlainCard(before + value + after), is_plain) << byte << " at " << place;
+      value.replace(place, 1, "=41");
+      EXPECT_TRUE(IsPlainCard(before + value + after)) << place;
+      value.replace(place, 3, "=5C");
+      EXPECT_FALSE(IsPlainCard(before + value + after)) << place;
+    }
+  }
+}
+
 TEST(PlainCard, HasAFrame) {
   EXPECT_FALSE(IsPlainCard(""));
   EXPECT_FALSE(IsPlainCard("BEGIN:VCARD\nVERSION:2.1\nN:Lee\n"));

@@ -60,8 +60,6 @@ class DialectFile : public testing::Test {
 
   OsifResult result_ = OSIF_OK;
   FileRest rest_;
-
- private:
   support::TempFolder folder_;
 };
 
@@ -96,6 +94,25 @@ TEST_F(DialectFile, GivesEveryCardOfManyThatAreGathered) {
   ASSERT_THAT(lines, SizeIs(5000));
   EXPECT_EQ(lines[0], "1 line 1 store 0 0 Lee");
   EXPECT_EQ(lines[4999], "5000 line 24996 store 0 4999 Lee");
+  EXPECT_EQ(rest_.objects, 5000u);
+  EXPECT_EQ(result_, OSIF_OK);
+  // Not a file of cards alone, so they are gathered.
+  const std::vector<std::string> gathered = Read("\r\n" + cards);
+  ASSERT_THAT(gathered, SizeIs(5000));
+  EXPECT_EQ(gathered[0], "1 line 2 store 0 0 Lee");
+  EXPECT_EQ(gathered[4999], "5000 line 24997 store 0 4999 Lee");
+  EXPECT_EQ(rest_.objects, 5000u);
+  EXPECT_EQ(result_, OSIF_OK);
+}
+
+TEST_F(DialectFile, IsReadFromWhereItStands) {
+  support::PutBytes(folder_.File("f"), Card("N:Lee;Ann\r\n") + Card("N:Ray;Bob\r\n"));
+  const int handle = open(folder_.File("f").c_str(), O_RDONLY);
+  lseek(handle, static_cast<off_t>(Card("N:Lee;Ann\r\n").size()), SEEK_SET);
+  Recorder recorder;
+  EXPECT_EQ(dialects::ReadDialectFile(handle, {}, recorder, rest_), OSIF_OK);
+  close(handle);
+  EXPECT_THAT(recorder.lines(), ElementsAre("1 line 1 store 0 Bob Ray"));
 }
 
 TEST_F(DialectFile, GivesPlainCardsAndOthersInTurnWithTheirLines) {
