@@ -89,8 +89,9 @@ std::vector<SessionEntry> LastSessions(const std::string& device_folder, size_t 
       continue;  // a value of another type
     }
   }
-  if (entries.size() > most)
+  if (entries.size() > most) {
     entries.erase(entries.begin(), entries.end() - static_cast<long>(most));
+  }
   return entries;
 }
 

@@ -310,8 +310,9 @@ class PlainCard {
   bool TakePlace(const HeadRow& row, const Value& value) {
     const bool is_empty = value.IsEmpty();
     if (is_empty && row.is_repeatable) return true;
-    if (row.place == kName)
+    if (row.place == kName) {
       has_name_ = value.text.find_first_not_of("; \t") != std::string_view::npos;
+    }
     if (row.place == kPreferredEmail && ++used_[kEmail] > RoomOf(kEmail)) return false;
     return ++used_[row.place] <= RoomOf(row.place);
   }

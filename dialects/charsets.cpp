@@ -141,8 +141,9 @@ bool IsUtf8(std::string_view bytes) {
 
 bool IsAsciiText(std::string_view bytes) {
   unsigned char bits = 0;
-  for (const char c : bytes)
+  for (const char c : bytes) {
     bits = static_cast<unsigned char>(bits | static_cast<unsigned char>(c));
+  }
   return bits < 0x80;
 }
 

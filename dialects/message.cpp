@@ -231,15 +231,17 @@ class MessageReader {
     if (charset.empty()) return;
     for (ContentLine& line : lines) {
       if (!line.Param("CHARSET").empty() || IsAsciiText(line.value)) continue;
-      if (origin == Origin::kLibrary || !IsUtf8(line.value))
+      if (origin == Origin::kLibrary || !IsUtf8(line.value)) {
         line.params.push_back({"CHARSET", charset});
+      }
     }
   }
 
   void TakeLine(const ContentLine& line, const ValueDecoder& decoder, bool is_header) {
     const MessageRow* row = FindRow(line.name);
-    if (row == nullptr)
+    if (row == nullptr) {
       return report_.Dropped(line.name.empty() ? "line without a name" : line.name);
+    }
     const std::string value(Trim(decoder.Decoded(line)));
     if (value.empty()) return;
     switch (row->role) {

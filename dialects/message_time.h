@@ -11,7 +11,7 @@ namespace dialects {
 
 // A part that is 0 was not said.
 struct MessageTime : CivilTime {
-  MessageTime() : CivilTime{0, 0, 0, 0, 0, 0} {}
+  MessageTime() { year = month = day = 0; }
 
   std::optional<int> offset = std::nullopt;  // from UTC, in minutes; without one the time is local
 };

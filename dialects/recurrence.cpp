@@ -177,8 +177,9 @@ std::string RecurRuleText(const RecurRule& rule) {
     }
   }
   const bool counts_weeks = rule.unit == RuleUnit::kWeekly || !rule.week_numbers.empty();
-  if (counts_weeks && rule.week_start != 2)
+  if (counts_weeks && rule.week_start != 2) {
     text += ";WKST=" + std::string(kWeekdays[rule.week_start]);
+  }
   return text;
 }
 

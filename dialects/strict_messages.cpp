@@ -69,8 +69,9 @@ std::string CutToRoom(std::string text, size_t room) {
   while (!IsUtf8(text)) text.pop_back();
   std::string bytes = TextToMultiByte(NativeCodePage(), FromUtf8(text));
   while (bytes.size() > room) {
-    do text.pop_back();
-    while (!IsUtf8(text));
+    do {
+      text.pop_back();
+    } while (!IsUtf8(text));
     bytes = TextToMultiByte(NativeCodePage(), FromUtf8(text));
   }
   return bytes;

@@ -73,6 +73,48 @@ TEST_F(APut, HasNoHeadersOfTheOneBefore) {
               ElementsAre("body one.vcf: x", "finish one.vcf: some", "finish (no name): none"));
 }
 
+// Adds up what it gets.
+class Counter : public obex::Service {
+ public:
+  Code Open(std::string_view) override { return Code::kSuccess; }
+  Code TakeBody(const obex::Request&, std::string_view bytes) override {
+    for (const char c : bytes) sum += static_cast<unsigned char>(c);
+    count += bytes.size();
+    return Code::kContinue;
+  }
+  obex::PutAnswer FinishPut(const obex::Request&, obex::BodyForm) override {
+    return {Code::kSuccess};
+  }
+  obex::GetAnswer Get(const obex::Request&) override { return {Code::kForbidden}; }
+  void Close() override {}
+  void Drop() override { count = 0; }
+
+  uint64_t count = 0;
+  uint64_t sum = 0;
+};
+
+TEST(ALargePut, MayComeByteByByte) {
+  Counter service;
+  obex::Connection connection(service, {});
+  connection.Feed(Connect(1024));
+  connection.Answer();
+  const std::string packet = Packet(kPut, Body("\xFF"));
+  const std::optional<std::string> going_on = Bytes("90 00 03");
+  constexpr uint64_t kSize = 16'777'216;
+  uint64_t continued = 0;
+  for (uint64_t i = 0; i < kSize; ++i) {
+    connection.Feed(packet);
+    continued += connection.Answer() == going_on ? 1U : 0U;
+  }
+  EXPECT_EQ(continued, kSize);
+  EXPECT_EQ(service.count, kSize);
+  EXPECT_EQ(service.sum, 255 * kSize);
+  // It is as long as a body may be.
+  connection.Feed(packet);
+  EXPECT_EQ(Hex(connection.Answer().value_or("")), "CD 00 03");
+  EXPECT_EQ(service.count, 0u);
+}
+
 TEST_F(APut, MayHaveATypeWithoutItsZero) {
   peer.Ask(Packet(kPutFinal, Sized(0x42, "text/x-vcard")));
   EXPECT_EQ(peer.service.last.type, "text/x-vcard");
