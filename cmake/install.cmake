@@ -33,10 +33,20 @@ install(FILES docs/man/libosif.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
 file(RELATIVE_PATH from_bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
 set_target_properties(osif_command PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
 install(TARGETS osif_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS osifd RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-set_target_properties(osifd PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
-install(FILES docs/man/osif.1 docs/man/osifd.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES docs/man/osif.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES packaging/completion/osif.bash
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME osif)
 install(FILES packaging/completion/osif.zsh
   DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions RENAME _osif)
+
+# ---- The service -------------------------------------------------------------------------------------
+
+set_target_properties(osifd PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
+install(TARGETS osifd RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES docs/man/osifd.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+# systemd looks here below every usual prefix, whatever the folder of libraries is called.
+configure_file(packaging/osifd.service.in units/system/osifd.service @ONLY)
+configure_file(packaging/osifd-user.service.in units/user/osifd.service @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/units/system/osifd.service
+  DESTINATION lib/systemd/system)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/units/user/osifd.service DESTINATION lib/systemd/user)
