@@ -79,7 +79,7 @@ void Findings::Add(dialects::ObjectKind kind, const std::string& sentence) {
 }
 
 std::string Findings::TextOf(const Key& key, size_t count) {
-  const std::string text = CountOf(key.object, count) + ": " + key.what;
+  std::string text = CountOf(key.object, count) + ": " + key.what;
   switch (key.kind) {
     case Kind::kDropped:
       return text + " dropped";

@@ -38,17 +38,17 @@ std::string PlaceOfFile(const std::string& file) {
 mode_t ModeFor(const std::string& place) {
   struct stat former {};
   if (stat(place.c_str(), &former) == 0) return former.st_mode & 07777;
-  return 0666 & ~UserMask();
+  return 0666 & ~client::UserMask();
 }
 
 }  // namespace
 
 ObjectOutput::ObjectOutput(const std::string& argument) : name_(argument) {
-  const std::optional<std::string> file = FileName(argument);
+  const std::optional<std::string> file = client::FileName(argument);
   is_utf8_ = file.has_value();
   if (!is_utf8_) return;
   name_ = *file;
-  is_standard_output_ = name_.empty() || name_ == "-" || IsSameFile(name_, STDOUT_FILENO);
+  is_standard_output_ = name_.empty() || name_ == "-" || client::IsSameFile(name_, STDOUT_FILENO);
   if (is_standard_output_) {
     name_ = "-";
   } else {
@@ -63,7 +63,7 @@ ObjectOutput::~ObjectOutput() {
 
 std::string ObjectOutput::WhyRefused() const {
   if (!is_utf8_) return "the name is not UTF-8";
-  return is_standard_output_ ? std::string() : WhyNoOutputFile(name_);
+  return is_standard_output_ ? std::string() : client::WhyNoOutputFile(name_);
 }
 
 bool ObjectOutput::Open() {
@@ -84,7 +84,7 @@ bool ObjectOutput::Write(std::string_view bytes) {
   // What was printed before has to stand before.
   if (is_standard_output_) std::fflush(stdout);
   written_ += static_cast<int64_t>(bytes.size());
-  return WriteAll(handle_, bytes);
+  return client::WriteAll(handle_, bytes);
 }
 
 bool ObjectOutput::PutInPlace() {

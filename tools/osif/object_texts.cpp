@@ -86,7 +86,7 @@ std::optional<std::string> ObjectTexts::LibraryText(const char* id) {
 
 // The one that the object came with, else one that is the same each time.
 std::string ObjectTexts::UidOf(const char* id) {
-  if (const std::string known = uids_->Find(store_id_, id); !known.empty()) return known;
+  if (std::string known = uids_->Find(store_id_, id); !known.empty()) return known;
   if (database_id_.empty() && session_.OpenChangeLog(store_id_) == OSIF_OK) {
     std::array<char, OSIF_DATABASE_ID_SIZE> database_id{};
     OSIF_CL_GetDatabaseId(store_id_, database_id.data());

@@ -68,8 +68,9 @@ bool ReadDialects(const InputFile& file, dialects::ObjectVisitor& visitor, Repor
     reporter.Fail(file.name() + ": " + std::strerror(errno), code);
     return false;
   }
-  if (rest.objects == 0)
+  if (rest.objects == 0) {
     reporter.Fail(file.name() + ": no object is in it", OSIF_ERR_INVALID_STREAM);
+  }
   if (rest.outside_lines > 0 && rest.objects > 0) {
     reporter.Note(file.name() + ": " + std::to_string(rest.outside_lines) +
                   (rest.outside_lines == 1 ? " line belongs" : " lines belong") +
