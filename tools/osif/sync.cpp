@@ -131,10 +131,11 @@ class Synchroniser {
     const obex::SyncReport report = obex::SyncRun(store_id, settings, tools).Run();
     if (!report.failure.empty()) reporter_.Fail(store + ": " + report.failure, OSIF_OK);
     reporter_.SetFailuresInJson(true);
-    if (report.is_offered) {
-      reporter_.Result(JsonOf(store, report), store + ": " + TextOf(report, teller));
-    } else {
+    if (!report.is_offered) {
       TellMissing(store);
+    } else {
+      reporter_.JsonLine(JsonOf(store, report));
+      if (HasResult(report)) reporter_.Text(store + ": " + TextOf(report, teller));
     }
     return !report.is_lost && !WasInterrupted();
   }
@@ -144,6 +145,12 @@ class Synchroniser {
     const std::string text = store + ": " + arguments_.address + " does not offer it";
     const bool is_named = std::ranges::find(arguments_.stores, store) != arguments_.stores.end();
     is_named ? reporter_.Fail(text, OSIF_OK) : reporter_.Note(text);
+  }
+
+  // Of a run that ended before it did anything its failure says all.
+  static bool HasResult(const obex::SyncReport& report) {
+    return report.is_complete ||
+           std::ranges::any_of(kDone, [&](const DoneRow& row) { return report.*row.count > 0; });
   }
 
   std::string TextOf(const obex::SyncReport& report, const SyncTeller& teller) const {
