@@ -94,7 +94,8 @@ bool SyncRun::FailAs(const RemoteAnswer& answer) {
 
 bool SyncRun::OpenHere() {
   if (!tools_.session.OpenWhenFree(store_id_, kPatience)) {
-    return Fail(tools_.session.ChangeLogText(store_id_));
+    return Fail(tools_.session.ChangeLogText(store_id_) +
+                " is in use by another program, nothing was changed");
   }
   const OsifResult opened = here_.Open();
   if (opened == OSIF_OK) return true;
