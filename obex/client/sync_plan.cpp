@@ -158,6 +158,21 @@ size_t CountDeletions(const std::vector<SyncAction>& plan, SyncSide side) {
   return static_cast<size_t>(std::ranges::count(plan, deed, &SyncAction::deed));
 }
 
+size_t CountEqual(const std::vector<SyncAction>& plan, const SyncKnown& known) {
+  std::set<std::string> here;
+  std::set<std::string> there;
+  size_t count = 0;
+  for (const SyncAction& action : plan) {
+    if (!action.id.empty()) here.insert(action.id);
+    if (!action.luid.empty()) there.insert(action.luid);
+    if (action.deed == SyncDeed::kPair) ++count;
+  }
+  for (const SyncPair& pair : known.pairs) {
+    if (!here.contains(pair.id) && !there.contains(pair.luid)) ++count;
+  }
+  return count;
+}
+
 bool IsTooManyDeletions(size_t deletions, size_t pairs) {
   return deletions > kFewDeletions && deletions * 2 > pairs;
 }

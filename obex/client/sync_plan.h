@@ -64,6 +64,8 @@ std::vector<SyncAction> PlanSync(const SyncKnown& known, SyncPreference preferen
 
 // The deletions of a plan on one side.
 size_t CountDeletions(const std::vector<SyncAction>& plan, SyncSide side);
+// The pairs of which nothing has to be written, those that a plan finds included.
+size_t CountEqual(const std::vector<SyncAction>& plan, const SyncKnown& known);
 // Whether so many of so many look like a mistake.
 bool IsTooManyDeletions(size_t deletions, size_t pairs);
 

@@ -76,6 +76,7 @@ SyncReport SyncRun::Run() {
   if (!OpenHere() || !OpenThere() || !report_.is_offered || !Look()) return report_;
   Recover();
   const std::vector<SyncAction> plan = PlanSync(known_, settings_.preference);
+  report_.equal = CountEqual(plan, known_);
   if (MayDelete(plan) && CarryOut(plan)) report_.is_complete = NoteEnd();
   return report_;
 }

@@ -54,6 +54,7 @@ struct SyncReport {
   size_t deleted_here = 0;
   size_t deleted_there = 0;
   size_t paired = 0;  // found to be one
+  size_t equal = 0;   // these, and those that were known and are as they were
   std::vector<SyncObject> conflicts;
   std::vector<SyncRefusal> refused;
   bool is_complete = false;  // whether the run came to its end

@@ -162,7 +162,7 @@ class Synchroniser {
       counts +=
           (i == 0 ? "" : ", ") + std::to_string(count) + " " + teller.WouldBe() + kDone[i].word;
     }
-    const std::string equal = ", " + std::to_string(report.paired) + " equal";
+    const std::string equal = ", " + std::to_string(report.equal) + " equal";
     switch (report.kind) {
       case obex::SyncKind::kFirst:
         return "first synchronisation with " + PartnerName() + ": " + counts + equal;
@@ -173,7 +173,7 @@ class Synchroniser {
     }
     const bool is_clean = report.is_complete && report.conflicts.empty() && report.refused.empty();
     if (all == 0 && is_clean) return "nothing to do";
-    return report.paired == 0 ? counts : counts + equal;
+    return counts;
   }
 
   std::string PartnerName() const {

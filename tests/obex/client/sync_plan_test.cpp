@@ -170,6 +170,13 @@ TEST(SyncDeletions, AreCountedOnEachSide) {
   EXPECT_EQ(obex::CountDeletions(plan, SyncSide::kThere), 1U);
 }
 
+TEST(SyncPlan, CountsWhatIsEqual) {
+  const SyncKnown known{{{"1", "a", "old", "old"}, {"2", "b", "old", "old"}, {"3", "c", "x", "x"}},
+                        {{"2", Is("new")}, {"4", Is("y")}},
+                        {{"d", Is("y")}, {"c", Is("z")}}};
+  EXPECT_EQ(obex::CountEqual(PlanSync(known, SyncPreference::kNone), known), 2U);  // 1/a and 4/d
+}
+
 // ---- What a run that was ended left ----------------------------------------------------------------------------
 
 SyncIntent Intent(SyncSide target, const std::string& id, const std::string& luid) {

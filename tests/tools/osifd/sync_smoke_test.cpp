@@ -103,7 +103,7 @@ TEST_F(SyncSmoke, TakesTheCalendarAndComparesItWholeWhenAsked) {
   EXPECT_EQ(slow.status, 0);
   EXPECT_EQ(slow.out,
             "cal: compared whole (as asked): 0 received, 0 sent, 0 deleted here, 0 deleted there, "
-            "0 equal\n");
+            "2 equal\n");
 }
 
 TEST_F(SyncSmoke, LeavesAConflictUntilASideIsPreferred) {
