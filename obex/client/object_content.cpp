@@ -43,15 +43,12 @@ std::string Sha256(std::string_view bytes) {
   return text;
 }
 
-// Without its line end.
-std::string_view TakeLine(std::string_view& text) { return dialects::TakePhysicalLine(text); }
-
 bool IsLuidLine(std::string_view line) {
   return line.size() > kLuidName.size() && line[kLuidName.size()] == ':' &&
          EqualsIgnoringCase(line.substr(0, kLuidName.size()), kLuidName);
 }
 
-bool IsItem(std::string_view what) { return what == "VEVENT" || what == "VTODO"; }
+bool IsCalendarItem(std::string_view what) { return what == "VEVENT" || what == "VTODO"; }
 
 // ---- Views --------------------------------------------------------------------------------------------------
 
@@ -90,7 +87,7 @@ std::string WithoutBreaks(std::string_view text) {
   return line;
 }
 
-std::string TextOf(PropertyValue& value) {
+std::string ComponentsOf(PropertyValue& value) {
   std::string text;
   size_t used = 0;
   size_t index = 0;
@@ -102,7 +99,7 @@ std::string TextOf(PropertyValue& value) {
   return text.substr(0, used);
 }
 
-class Lines {
+class ViewLines {
  public:
   template <typename Fields, size_t kCount>
   void Add(const client::ListRow<Fields> (&rows)[kCount], const Fields& fields) {
@@ -111,7 +108,7 @@ class Lines {
     }
   }
   void Add(std::string_view name, PropertyValue& value) {
-    const std::string text = TextOf(value);
+    const std::string text = ComponentsOf(value);
     if (!text.empty()) lines_.push_back(std::string(name) + KindsOf(value, name) + ":" + text);
   }
   void AddLine(const std::string& line) { lines_.push_back(line); }
@@ -139,7 +136,7 @@ class Lines {
 };
 
 std::string ContactView(const OsifContact& contact) {
-  Lines lines;
+  ViewLines lines;
   lines.Add(client::kContactLists, contact);
   if (!lines.ValueOf("n").empty()) lines.RemoveField("fn");
   return lines.Hash();
@@ -148,7 +145,7 @@ std::string ContactView(const OsifContact& contact) {
 std::string CalendarView(const OsifObject& object) {
   const OsifCalendar& calendar = object.calendar;
   const bool is_event = object.calendarKind == OSIF_CALENDAR_EVENT;
-  Lines lines;
+  ViewLines lines;
   lines.Add(client::kCalendarLists, calendar);
   if (is_event) {
     lines.Add(client::kEventLists, calendar.tail.event);
@@ -168,7 +165,7 @@ std::string CalendarView(const OsifObject& object) {
 
 std::string LuidOf(std::string_view text) {
   while (!text.empty()) {
-    const std::string_view line = TakeLine(text);
+    const std::string_view line = dialects::TakePhysicalLine(text);
     if (IsLuidLine(line)) return std::string(dialects::Trim(line.substr(kLuidName.size() + 1)));
   }
   return {};
@@ -179,12 +176,14 @@ std::string HashOf(int32_t store_id, std::string_view text) {
   std::string what;
   bool is_inside = store_id == OSIF_STORE_PB;
   while (!text.empty()) {
-    const std::string_view line = TakeLine(text);
-    if (store_id != OSIF_STORE_PB && dialects::IsFrameLine(line, "BEGIN", what) && IsItem(what)) {
+    const std::string_view line = dialects::TakePhysicalLine(text);
+    if (store_id != OSIF_STORE_PB && dialects::IsFrameLine(line, "BEGIN", what) &&
+        IsCalendarItem(what)) {
       is_inside = true;
     }
     if (is_inside && !line.empty() && !IsLuidLine(line)) content.append(line).append("\n");
-    if (store_id != OSIF_STORE_PB && dialects::IsFrameLine(line, "END", what) && IsItem(what)) {
+    if (store_id != OSIF_STORE_PB && dialects::IsFrameLine(line, "END", what) &&
+        IsCalendarItem(what)) {
       is_inside = false;
     }
   }

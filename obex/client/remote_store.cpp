@@ -29,9 +29,9 @@ RemoteAnswer Senseless(const std::string& what) {
 }
 
 // The body of an answer that is read as it comes.
-class BodySource {
+class AnswerBody {
  public:
-  BodySource(Peer& peer, const Wanted& wanted) : peer_(peer), reply_(peer.GetFirst(wanted)) {}
+  AnswerBody(Peer& peer, const Wanted& wanted) : peer_(peer), reply_(peer.GetFirst(wanted)) {}
 
   size_t Read(char* into, size_t room) {
     while (given_ == reply_.body.size() && HasMore()) {
@@ -117,7 +117,7 @@ RemoteAnswer RemoteStore::GetObject(const std::string& luid, std::string& text) 
 }
 
 RemoteAnswer RemoteStore::GetAll(const std::function<bool(std::string text)>& take) {
-  BodySource body(peer_, {folder_ + extension_});
+  AnswerBody body(peer_, {folder_ + extension_});
   size_t bytes = 0;
   WholeStore whole(store_id_, [&](char* into, size_t room) {
     const size_t count = body.Read(into, room);

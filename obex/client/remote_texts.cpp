@@ -22,7 +22,7 @@ std::string_view Trimmed(std::string_view text) {
   return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
 }
 
-std::string_view TakeLine(std::string_view& text) {
+std::string_view TakeTextLine(std::string_view& text) {
   const size_t end = text.find('\n');
   const std::string_view line = text.substr(0, end);
   text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
@@ -47,7 +47,7 @@ std::string FieldText(std::string_view value) {
 template <typename Use>
 void ForEachField(std::string_view text, Use use) {
   while (!text.empty()) {
-    std::string_view line = TakeLine(text);
+    std::string_view line = TakeTextLine(text);
     const std::string_view name = TakeUpTo(':', line);
     use(Trimmed(name), line);
   }
@@ -102,7 +102,7 @@ StoreFacts ReadStoreInfo(std::string_view text) {
 std::optional<RemoteChanges> ReadChanges(std::string_view text) {
   RemoteChanges changes;
   while (!text.empty()) {
-    std::string_view line = TakeLine(text);
+    std::string_view line = TakeTextLine(text);
     if (line.empty()) continue;
     if (line == "*") {
       changes.has_gap = true;

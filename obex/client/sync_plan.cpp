@@ -23,7 +23,7 @@ State StateOf(const SyncLooks& looks, bool is_whole, const std::string& key,
   return look->second.hash == hash ? State::kSame : State::kChanged;
 }
 
-const std::string& ViewOf(const SyncLooks& looks, const std::string& key) {
+const std::string& ViewIn(const SyncLooks& looks, const std::string& key) {
   static const std::string kNone;
   const auto look = looks.find(key);
   return look == looks.end() || !look->second.exists ? kNone : look->second.view;
@@ -81,8 +81,8 @@ class Planner {
   }
 
   void PlanBothChanged(const SyncPair& pair) {
-    const std::string& view = ViewOf(known_.here, pair.id);
-    if (!view.empty() && view == ViewOf(known_.there, pair.luid)) {
+    const std::string& view = ViewIn(known_.here, pair.id);
+    if (!view.empty() && view == ViewIn(known_.there, pair.luid)) {
       Do(SyncDeed::kPair, pair);
     } else if (preference_ == SyncPreference::kNone) {
       Do(SyncDeed::kConflict, pair);
@@ -99,11 +99,11 @@ class Planner {
     there.insert(there.end(), halves_there_.begin(), halves_there_.end());
 
     Waiting waiting;
-    for (const std::string& luid : there) waiting[ViewOf(known_.there, luid)].push_back(luid);
+    for (const std::string& luid : there) waiting[ViewIn(known_.there, luid)].push_back(luid);
     std::set<std::string> taken;
     std::vector<SyncAction> sent;
     for (const std::string& id : here) {
-      if (const auto luid = TakeEqual(waiting, ViewOf(known_.here, id))) {
+      if (const auto luid = TakeEqual(waiting, ViewIn(known_.here, id))) {
         taken.insert(*luid);
         plan_.push_back({SyncDeed::kPair, id, *luid});
       } else {

@@ -22,7 +22,7 @@ namespace {
 // Texts of objects there that are kept between their reading and their writing.
 constexpr size_t kMostTexts = size_t{16} << 20;
 // A store that another program uses is waited for, in milliseconds.
-constexpr uint32_t kPatience = 2'000;
+constexpr uint32_t kStorePatience = 2'000;
 // How often changes are read that came while the others were.
 constexpr int kMostCatchUps = 3;
 // A change that gives the object a new id may count as that, an addition and a deletion.
@@ -94,7 +94,7 @@ bool SyncRun::FailAs(const RemoteAnswer& answer) {
 // ---- Opening ------------------------------------------------------------------------------------------------
 
 bool SyncRun::OpenHere() {
-  if (!tools_.session.OpenWhenFree(store_id_, kPatience)) {
+  if (!tools_.session.OpenWhenFree(store_id_, kStorePatience)) {
     return Fail(tools_.session.ChangeLogText(store_id_) +
                 " is in use by another program, nothing was changed");
   }

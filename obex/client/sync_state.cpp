@@ -13,8 +13,8 @@ namespace obex {
 namespace {
 
 // Another program that uses the file is waited for, in milliseconds.
-constexpr int kPatience = 10'000;
-constexpr int kVersion = 1;
+constexpr int kFilePatience = 10'000;
+constexpr int kFileVersion = 1;
 
 constexpr const char* kSetUp =
     "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; BEGIN IMMEDIATE;"
@@ -36,13 +36,15 @@ constexpr const char* kSetUp =
 constexpr std::string_view kHere = "here";
 constexpr std::string_view kThere = "there";
 
-std::string NameOf(SyncSide side) { return std::string(side == SyncSide::kHere ? kHere : kThere); }
+std::string NameOfSide(SyncSide side) {
+  return std::string(side == SyncSide::kHere ? kHere : kThere);
+}
 SyncSide SideOf(const std::string& name) {
   return name == kHere ? SyncSide::kHere : SyncSide::kThere;
 }
 
 // A counter as a text; empty where there is none.
-std::string TextOf(const std::optional<uint32_t>& counter) {
+std::string CounterText(const std::optional<uint32_t>& counter) {
   return counter ? std::to_string(*counter) : std::string();
 }
 
@@ -105,9 +107,9 @@ SyncState::SyncState(const std::string& folder, bool only_looks) : only_looks_(o
   int result = sqlite3_open(only_looks && !is_there ? ":memory:" : name.c_str(), &database);
   database_.reset(database);
   if (result == SQLITE_OK) {
-    sqlite3_busy_timeout(database, kPatience);
+    sqlite3_busy_timeout(database, kFilePatience);
     Statement version(*this, "PRAGMA user_version");
-    if (version.Step() && version.Counter(0).value_or(0) > kVersion) {
+    if (version.Step() && version.Counter(0).value_or(0) > kFileVersion) {
       why_not_ = name + ": a newer version has made it";
       return;
     }
@@ -180,9 +182,9 @@ constexpr const char* kDropPairs =
     "DELETE FROM pairs WHERE partner = ?1 AND store = ?2 AND (id = ?3 OR luid = ?4)";
 constexpr const char* kDropPending = "DELETE FROM pending WHERE partner = ?1 AND store = ?2";
 
-std::vector<std::string> ValuesOf(const SyncAnchors& anchors) {
-  return {anchors.database_here, anchors.database_there, TextOf(anchors.counter_here),
-          TextOf(anchors.counter_there)};
+std::vector<std::string> AnchorValues(const SyncAnchors& anchors) {
+  return {anchors.database_here, anchors.database_there, CounterText(anchors.counter_here),
+          CounterText(anchors.counter_there)};
 }
 
 }  // namespace
@@ -214,16 +216,16 @@ bool SyncState::Restart(const SyncAnchors& anchors) {
   return Transact({{"DELETE FROM pairs WHERE partner = ?1 AND store = ?2", {}},
                    {kDropPending, {}},
                    {kDropIntent, {}},
-                   {kPutAnchors, ValuesOf(anchors)}});
+                   {kPutAnchors, AnchorValues(anchors)}});
 }
 
 bool SyncState::SetAnchors(const SyncAnchors& anchors) {
-  return Transact({{kDropIntent, {}}, {kPutAnchors, ValuesOf(anchors)}});
+  return Transact({{kDropIntent, {}}, {kPutAnchors, AnchorValues(anchors)}});
 }
 
 bool SyncState::Begin(const SyncIntent& intent) {
   return Transact({{"INSERT OR REPLACE INTO intents VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)",
-                    {NameOf(intent.target), intent.id, intent.luid, intent.source_hash,
+                    {NameOfSide(intent.target), intent.id, intent.luid, intent.source_hash,
                      intent.source_view, intent.source_name, intent.source_text}}});
 }
 
@@ -245,7 +247,7 @@ bool SyncState::SetPending(const std::vector<SyncPending>& pending) {
   std::vector<std::pair<const char*, std::vector<std::string>>> steps = {{kDropPending, {}}};
   for (const SyncPending& one : pending) {
     steps.push_back(
-        {"INSERT OR IGNORE INTO pending VALUES(?1, ?2, ?3, ?4)", {NameOf(one.side), one.key}});
+        {"INSERT OR IGNORE INTO pending VALUES(?1, ?2, ?3, ?4)", {NameOfSide(one.side), one.key}});
   }
   return Transact(steps);
 }

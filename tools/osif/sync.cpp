@@ -112,18 +112,26 @@ class SyncTeller final : public obex::SyncObserver {
   Reporter& reporter_;
 };
 
+// What all stores of a command's run share.
+struct SharedTools {
+  obex::Peer& peer;
+  Session& session;
+  UidTable& uids;
+  obex::SyncState& state;
+};
+
 class Synchroniser {
  public:
   Synchroniser(const SyncArguments& arguments, const obex::DeviceFacts& partner,
-               const obex::SyncTools& tools, Reporter& reporter)
+               const SharedTools& tools, Reporter& reporter)
       : arguments_(arguments), partner_(partner), tools_(tools), reporter_(reporter) {}
 
-  // False when no more stores can follow.
+  // False when the connection is lost.
   bool Synchronise(int32_t store_id) {
     const std::string store = NameOfStore(store_id);
     SyncTeller teller(store_id, arguments_, reporter_);
-    const obex::SyncTools tools{tools_.peer,  tools_.session,  tools_.uids,
-                                tools_.state, tools_.listener, teller};
+    const obex::SyncTools tools{tools_.peer,  tools_.session, tools_.uids,
+                                tools_.state, reporter_,      teller};
     tools.state.Select(partner_.serial_number, store_id);
     reporter_.SetFailuresInJson(false);
     const obex::SyncSettings settings{PreferenceOf(arguments_.prefer), arguments_.slow,
@@ -137,7 +145,7 @@ class Synchroniser {
       reporter_.JsonLine(JsonOf(store, report));
       if (HasResult(report)) reporter_.Text(store + ": " + TextOf(report, teller));
     }
-    return !report.is_lost && !WasInterrupted();
+    return !report.is_lost;
   }
 
  private:
@@ -210,7 +218,7 @@ class Synchroniser {
 
   const SyncArguments& arguments_;
   const obex::DeviceFacts& partner_;
-  const obex::SyncTools& tools_;
+  const SharedTools tools_;
   Reporter& reporter_;
 };
 
@@ -242,9 +250,36 @@ void DeclareSync(Declarations& declarations, SyncArguments& arguments) {
   declarations.AddFlag("-v,--verbose", arguments.verbose, "Say of each object what was done");
 }
 
+std::string WhatIsWrongWithPartner(const obex::DeviceFacts& partner) {
+  if (partner.serial_number.empty()) return "tells no serial number";
+  return obex::IsThisDevice(partner) ? "is this device itself" : "";
+}
+
 bool Wants(const SyncArguments& arguments, int32_t store_id) {
   return arguments.stores.empty() ||
          std::ranges::find(arguments.stores, NameOfStore(store_id)) != arguments.stores.end();
+}
+
+// False when the connection is lost.
+bool SynchroniseStores(const SyncArguments& arguments, obex::Peer& peer, Session& session,
+                       obex::SyncState& state, Reporter& reporter) {
+  obex::DeviceFacts partner;
+  const obex::RemoteAnswer answer = obex::GetDeviceInfo(peer, partner);
+  if (!answer.is_done()) {
+    reporter.Fail(arguments.address + ": its device information: " + answer.words, OSIF_OK);
+    return !answer.is_lost();
+  }
+  if (const std::string why = WhatIsWrongWithPartner(partner); !why.empty()) {
+    reporter.Fail(arguments.address + " " + why, OSIF_OK);
+    return true;
+  }
+  UidTable uids(device::Folder());
+  Synchroniser synchroniser(arguments, partner, {peer, session, uids, state}, reporter);
+  for (const int32_t store_id : kSyncStores) {
+    if (WasInterrupted()) break;
+    if (Wants(arguments, store_id) && !synchroniser.Synchronise(store_id)) return false;
+  }
+  return true;
 }
 
 void Sync(const SyncArguments& arguments, const Options& options, Reporter& reporter) {
@@ -262,24 +297,8 @@ void Sync(const SyncArguments& arguments, const Options& options, Reporter& repo
   if (const obex::Reply reply = peer.Connect(kSyncTarget, *password); !reply.is_success()) {
     return reporter.Fail(arguments.address + ": " + obex::ReplyText(reply), OSIF_ERR_FILE_OPEN);
   }
-  obex::DeviceFacts partner;
-  if (const obex::RemoteAnswer answer = obex::GetDeviceInfo(peer, partner); !answer.is_done()) {
-    return reporter.Fail(arguments.address + ": its device information: " + answer.words, OSIF_OK);
-  }
-  if (partner.serial_number.empty()) {
-    return reporter.Fail(arguments.address + " tells no serial number", OSIF_OK);
-  }
-  if (obex::IsThisDevice(partner)) {
-    return reporter.Fail(arguments.address + " is this device itself", OSIF_OK);
-  }
-  UidTable uids(device::Folder());
-  SyncTeller nobody(OSIF_STORE_PB, arguments, reporter);
-  const obex::SyncTools tools{peer, session, uids, state, reporter, nobody};
-  Synchroniser synchroniser(arguments, partner, tools, reporter);
-  for (const int32_t store_id : kSyncStores) {
-    if (Wants(arguments, store_id) && !synchroniser.Synchronise(store_id)) return;
-  }
-  peer.Disconnect();
+  // A serial line stays when this program ends: the partner is told that it is over.
+  if (SynchroniseStores(arguments, peer, session, state, reporter)) peer.Disconnect();
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <filesystem>
 #include <string>
@@ -158,6 +159,16 @@ TEST_F(SyncStateFile, IsNeitherMadeNorChangedByLooking) {
   EXPECT_EQ(state.Anchors()->counter_there, 2U);
   EXPECT_TRUE(state.Keep({"1", "a", "h", "t"}));
   EXPECT_THAT(state.Pairs(), IsEmpty());
+  EXPECT_EQ(support::BytesOf(File()), bytes);
+}
+
+TEST_F(SyncStateFile, OfANewerVersionIsLeftAsItIs) {
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(File().c_str(), &database), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(database, "PRAGMA user_version=2", nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_close(database);
+  const std::string bytes = support::BytesOf(File());
+  EXPECT_THAT(Opened().why_not(), HasSubstr("sync.db: a newer version has made it"));
   EXPECT_EQ(support::BytesOf(File()), bytes);
 }
 
