@@ -85,6 +85,10 @@ struct SyncTools {
   SyncObserver& observer;
 };
 
+// Why a run ends when the partner's counter is not the expected one.
+inline constexpr const char* kChangedByOthers =
+    "the partner's store was changed by others meanwhile";
+
 // Whether a partner is the device that this program works on.
 bool IsThisDevice(const DeviceFacts& partner);
 
@@ -121,7 +125,10 @@ class SyncRun {
   bool Do(const SyncAction& action);
   bool Pair(const SyncAction& action);
   bool Receive(const SyncAction& action);
+  bool Store(SyncObject object, const std::string& text);
   bool Send(const SyncAction& action);
+  bool NoteSent(SyncObject object, const std::string& hash, const RemoteWritten& written);
+  bool IsOfAnother(const SyncObject& object);
   bool DeleteHere(const SyncAction& action);
   bool DeleteThere(const SyncAction& action);
   bool Conflict(const SyncAction& action);
@@ -161,6 +168,7 @@ class SyncRun {
   std::map<std::string, std::string>
       texts_there_;  // of objects that were read, as long as there is room
   size_t texts_size_ = 0;
+  std::set<std::string> given_there_;  // LUIDs, to what was sent
   std::optional<SyncIntent> intent_;
   std::optional<SyncPair> recovered_;
   std::optional<SyncAction> left_;  // to be deleted before it is noted
