@@ -127,8 +127,9 @@ Reply Peer::Ask(Opcode opcode, std::string_view rest) {
 void Peer::TakeHeaders(std::string_view bytes, Reply& reply) {
   HeaderReader reader(bytes);
   while (const std::optional<Header> header = reader.Next()) {
-    if (header->Is(HeaderId::kBody) || header->Is(HeaderId::kEndOfBody))
+    if (header->Is(HeaderId::kBody) || header->Is(HeaderId::kEndOfBody)) {
       reply.body += header->bytes;
+    }
     if (header->Is(HeaderId::kParameters)) reply.parameters = header->bytes;
     if (header->Is(HeaderId::kChallenge)) challenge_ = header->bytes;
     if (header->Is(HeaderId::kConnectionId)) connection_id_ = header->number;

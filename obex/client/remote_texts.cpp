@@ -92,8 +92,9 @@ DeviceFacts ReadDeviceInfo(std::string_view text) {
 StoreFacts ReadStoreInfo(std::string_view text) {
   StoreFacts facts;
   ForEachField(text, [&](std::string_view name, std::string_view value) {
-    if (EqualsIgnoringCase(name, "IEL"))
+    if (EqualsIgnoringCase(name, "IEL")) {
       facts.has_luids = (LevelsOf(value) & kLevelsWithLuids) != 0;
+    }
     if (EqualsIgnoringCase(name, "DID")) facts.database_id = FieldText(value);
   });
   return facts;

@@ -92,12 +92,13 @@ void SyncRun::DecideKind(const std::optional<SyncAnchors>& anchors,
     report_.why_whole = "the device has another database";
   } else if (settings_.compares_whole) {
     report_.why_whole = "as asked";
-  } else if (changes_there_->has_gap) {
+  } else if (changes_there_.has_gap) {
     report_.why_whole = "the partner's log has a gap";
-  } else if (changes_here_ = here_.ChangesAfter(*anchors->counter_here); !changes_here_) {
-    report_.why_whole = "the device's log has a gap";
-  } else {
+  } else if (auto changes = here_.ChangesAfter(*anchors->counter_here)) {
+    changes_here_ = std::move(*changes);
     report_.kind = SyncKind::kChanges;
+  } else {
+    report_.why_whole = "the device's log has a gap";
   }
 }
 
@@ -106,7 +107,7 @@ bool SyncRun::LookHere() {
   if (known_.is_whole) {
     ids = here_.Ids();
   } else {
-    for (const ChangeLogEntry& entry : *changes_here_) ids.emplace_back(entry.objectId);
+    for (const ChangeLogEntry& entry : changes_here_) ids.emplace_back(entry.objectId);
     for (const SyncPending& one : pending_) {
       if (one.side == SyncSide::kHere) ids.push_back(one.key);
     }
@@ -157,7 +158,7 @@ void SyncRun::Take(SyncSide side, const std::string& key, const std::string& tex
 
 bool SyncRun::LookThere() {
   if (known_.is_whole) return LookAtWholeThere();
-  if (!LookAtChangesThere(changes_there_->entries)) return false;
+  if (!LookAtChangesThere(changes_there_.entries)) return false;
   std::vector<std::string> luids;
   for (const SyncPending& one : pending_) {
     if (one.side == SyncSide::kThere) luids.push_back(one.key);

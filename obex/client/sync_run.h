@@ -159,8 +159,8 @@ class SyncRun {
   std::map<std::string, size_t> pairs_by_luid_;
   SyncAnchors anchors_;      // as they are noted at the end
   uint32_t seen_there_ = 0;  // the counter up to which changes there are known
-  std::optional<RemoteChanges> changes_there_;
-  std::optional<std::vector<ChangeLogEntry>> changes_here_;
+  RemoteChanges changes_there_;
+  std::vector<ChangeLogEntry> changes_here_;
   std::vector<SyncPending> pending_;      // from before
   std::vector<SyncPending> new_pending_;  // for the next run
   std::set<std::string> aside_here_;      // what cannot be read

@@ -116,8 +116,9 @@ SyncState::SyncState(const std::string& folder, bool only_looks) : only_looks_(o
     result = version.has_failed() ? SQLITE_ERROR : SQLITE_OK;
   }
   const bool sets_up = !only_looks || !is_there;
-  if (result == SQLITE_OK && sets_up)
+  if (result == SQLITE_OK && sets_up) {
     result = sqlite3_exec(database, kSetUp, nullptr, nullptr, nullptr);
+  }
   if (result == SQLITE_OK) return;
   why_not_ = name + ": " + (database == nullptr ? "no memory" : sqlite3_errmsg(database));
 }
