@@ -20,6 +20,7 @@ constexpr size_t kConnectFields = 4;
 constexpr size_t kBodyHead = 3;
 constexpr uint16_t kOwnPacket = 32'767;
 constexpr char kVersion = 0x10;
+constexpr size_t kMostEmptyAnswers = 1000;
 
 struct CodeRow {
   Code code;
@@ -126,8 +127,9 @@ Reply Peer::Ask(Opcode opcode, std::string_view rest) {
 void Peer::TakeHeaders(std::string_view bytes, Reply& reply) {
   HeaderReader reader(bytes);
   while (const std::optional<Header> header = reader.Next()) {
-    if (header->Is(HeaderId::kBody) || header->Is(HeaderId::kEndOfBody))
+    if (header->Is(HeaderId::kBody) || header->Is(HeaderId::kEndOfBody)) {
       reply.body += header->bytes;
+    }
     if (header->Is(HeaderId::kParameters)) reply.parameters = header->bytes;
     if (header->Is(HeaderId::kChallenge)) challenge_ = header->bytes;
     if (header->Is(HeaderId::kConnectionId)) connection_id_ = header->number;
@@ -162,19 +164,38 @@ std::string Peer::HeadersOf(const Wanted& wanted) const {
 
 Reply Peer::Get(const Wanted& wanted) {
   std::string body;
-  std::string headers = HeadersOf(wanted);
+  Reply reply = GetFirst(wanted);
   for (;;) {
-    Reply reply = Ask(Opcode::kGetFinal, headers);
     body += reply.body;
-    if (body.size() > kLargestBody) reply.error = "the answer is too large";
-    const bool goes_on = reply.error.empty() && reply.code == Code::kContinue;
-    if (goes_on) {
-      headers.clear();
-      continue;
-    }
-    reply.body = std::move(body);
-    return reply;
+    if (!reply.error.empty() || reply.code != Code::kContinue) break;
+    reply = GetNext();
   }
+  reply.body = std::move(body);
+  return reply;
+}
+
+Reply Peer::GetFirst(const Wanted& wanted) {
+  got_ = 0;
+  empty_ = 0;
+  return AskForBody(HeadersOf(wanted));
+}
+
+Reply Peer::GetNext() { return AskForBody({}); }
+
+// A server may have nothing to give for a while, but not for ever.
+Reply Peer::AskForBody(std::string_view headers) {
+  Reply reply = Ask(Opcode::kGetFinal, headers);
+  got_ += reply.body.size();
+  empty_ = reply.body.empty() ? empty_ + 1 : 0;
+  if (got_ > kLargestBody) reply.error = "the answer is too large";
+  if (empty_ > kMostEmptyAnswers) reply.error = "the answer has no end";
+  return reply;
+}
+
+void Peer::Abort() {
+  std::string headers;
+  if (connection_id_) AppendNumber(headers, HeaderId::kConnectionId, *connection_id_);
+  Ask(Opcode::kAbort, headers);
 }
 
 // The headers are in a packet of their own, which every server's least packet has room for unless the name is very long.

@@ -42,6 +42,11 @@ class Peer {
   Reply Get(const Wanted& wanted);
   // Gives up on answers whose body is larger.
   static constexpr size_t kLargestBody = size_t{256} << 20;
+  // A GET packet by packet: the first answer, and the next one as long as the code is kContinue. The body is that of the
+  // packet. Whoever does not want the rest aborts.
+  Reply GetFirst(const Wanted& wanted);
+  Reply GetNext();
+  void Abort();
 
   Reply Put(const Wanted& wanted, std::string_view body);
   // A PUT without any body: a deletion.
@@ -51,6 +56,7 @@ class Peer {
 
  private:
   std::string HeadersOf(const Wanted& wanted) const;
+  Reply AskForBody(std::string_view headers);
   Reply Ask(Opcode opcode, std::string_view rest);
   Reply AskConnect(std::string_view target, std::string_view response);
   bool SendAll(std::string_view bytes, Reply& reply);
@@ -63,6 +69,8 @@ class Peer {
   size_t most_ = 255;  // bytes of a packet that the server takes
   std::optional<uint32_t> connection_id_;
   std::string challenge_;  // of the last answer
+  size_t got_ = 0;         // bytes of the body of the GET that runs
+  size_t empty_ = 0;       // packets of it in a row that had none
 };
 
 }  // namespace obex

@@ -1,25 +1,16 @@
 // A peer reads what changed, reads objects, and writes its own changes, all with the log of the store held by its session:
-// nobody else's change comes in between. It has to be the object as it was sent that the store holds after a change. The
-// library's change overwrites what was sent and keeps the rest; where something is left that was not sent, the object is
-// added anew and the old one deleted after that, so that nothing is lost if this ends in between.
+// nobody else's change comes in between.
 #include "obex/services/sync_service.h"
 
-#include <algorithm>
-#include <array>
 #include <charconv>
 #include <ctime>
-#include <functional>
-#include <set>
 #include <utility>
 
-#include "btosif/osif_util/charset.h"
 #include "client/texts.h"
-#include "dialects/content_line.h"
-#include "dialects/object_reader.h"
-#include "dialects/object_splitter.h"
 #include "obex/packets/headers.h"
 #include "obex/services/answers.h"
 #include "obex/services/push_service.h"
+#include "obex/services/store_writer.h"
 #include "obex/services/sync_texts.h"
 #include "platform/device/device.h"
 
@@ -78,63 +69,6 @@ class WholeStore final : public PieceSource {
   size_t next_ = 0;
   std::string first_;
   bool is_ended_ = false;
-};
-
-// A value may stand there twice, as a number that is both at home and at work.
-using Values = std::multiset<std::pair<std::string, std::string>>;
-
-// What an object says, by property. What the store adds by itself is left out.
-Values ValuesOf(const std::string& text) {
-  static const std::set<Values::value_type> kOfTheStore = {{"CLASS", "PUBLIC"},
-                                                           {"PRIORITY", "0"},
-                                                           {"STATUS", "NEEDS ACTION"},
-                                                           {"X-BLUETOOTH-ALLDAYEVENT", "FALSE"}};
-  static constexpr std::array<std::string_view, 8> kNoContent = {
-      "BEGIN", "END", "VERSION", "FN", "UID", "X-IRMC-LUID", "DTEND", "REV"};
-  dialects::Report ignored;
-  Values values;
-  for (dialects::ContentLine& line :
-       dialects::ReadContentLines(text, 1, dialects::kOldLines, ignored)) {
-    const bool is_empty = line.value.find_first_not_of(";") == std::string::npos;
-    if (is_empty || std::ranges::find(kNoContent, line.name) != kNoContent.end()) continue;
-    std::pair<std::string, std::string> value(line.name, line.value);
-    if (!kOfTheStore.contains(value)) values.insert(std::move(value));
-  }
-  return values;
-}
-
-bool HoldsMoreThan(const std::string& stored, const std::string& sent) {
-  const Values of_stored = ValuesOf(stored);
-  const Values of_sent = ValuesOf(sent);
-  return !std::ranges::includes(of_sent, of_stored);
-}
-
-// Does something with the first record of a body that is for a store.
-class FirstRecord : public dialects::ObjectVisitor {
- public:
-  using Use = std::function<void(OsifObject& object, const std::string& uid)>;
-  FirstRecord(int32_t store_id, Use use) : store_id_(store_id), use_(std::move(use)) {}
-
-  void OnObject(const dialects::ReadObject& object) override {
-    if (object.store_id != store_id_) {
-      refusal_ = "an object for another store";
-    } else if (!std::exchange(has_used_, true)) {
-      use_(*object.object, object.uid);
-    } else {
-      refusal_ = "more than one object";
-    }
-  }
-  void OnRefused(const dialects::RefusedObject& refused) override { refusal_ = refused.reason; }
-
-  bool has_used() const { return has_used_; }
-  // What of the body was not used, in words.
-  const std::string& refusal() const { return refusal_; }
-
- private:
-  const int32_t store_id_;
-  const Use use_;
-  bool has_used_ = false;
-  std::string refusal_;
 };
 
 }  // namespace
@@ -243,7 +177,7 @@ GetAnswer SyncService::GetWhole(StoreAccess& store) {
 GetAnswer SyncService::GetObject(StoreAccess& store, const std::string& id) {
   OsifResult result = OSIF_OK;
   std::string text = store.WholeTextOf(id, result);
-  if (text.empty()) return {Refuse(store, id, result, {}).code};
+  if (text.empty()) return {StoreWriter(store, *uids_, journal_).Refuse(id, result, {}).code};
   journal_.Tell(Deed::kSent, store.store_id(), id, {});
   return AnswerWith(std::move(text));
 }
@@ -252,13 +186,17 @@ GetAnswer SyncService::GetIndexed(StoreAccess& store, uint32_t index) {
   if (index == 0) {
     const std::string owner = BusinessCardId();
     if (store.store_id() != OSIF_STORE_PB || owner.empty()) {
-      return {Refuse(store, {}, OSIF_ERR_NOT_FOUND, "the owner has named no card").code};
+      return {StoreWriter(store, *uids_, journal_)
+                  .Refuse({}, OSIF_ERR_NOT_FOUND, "the owner has named no card")
+                  .code};
     }
     return GetObject(store, owner);
   }
   const std::vector<std::string> ids = store.Ids();
   if (index <= ids.size()) return GetObject(store, ids[index - 1]);
-  return {Refuse(store, {}, OSIF_ERR_NOT_FOUND, "no object " + std::to_string(index)).code};
+  return {StoreWriter(store, *uids_, journal_)
+              .Refuse({}, OSIF_ERR_NOT_FOUND, "no object " + std::to_string(index))
+              .code};
 }
 
 // ---- PUT ----------------------------------------------------------------------------------------------------
@@ -308,95 +246,23 @@ PutAnswer SyncService::Put(const Node& node, const Request& request, BodyForm fo
     journal_.Tell(Deed::kRefused, node.store_id, node.luid, "the store was changed by others");
     return {Code::kConflict};
   }
+  StoreWriter writer(*store, *uids_, journal_);
   Change change;
   if (node.kind == NodeKind::kNewObject) {
     if (form != BodyForm::kSome) {
-      return {Refuse(*store, {}, OSIF_ERR_MISSING_FIELD, "nothing is in it").code};
+      return {writer.Refuse({}, OSIF_ERR_MISSING_FIELD, "nothing is in it").code};
     }
-    change = Add(*store, *body);
+    change = writer.Add(*body);
   } else if (form == BodyForm::kSome) {
-    change = Replace(*store, node.luid, *body);
+    change = writer.Replace(node.luid, *body);
   } else {
-    change = Remove(*store, node.luid);
+    change = writer.Remove(node.luid);
   }
   PutAnswer answer{change.code};
   if (change.code != Code::kSuccess) return answer;
   AppendTag(answer.parameters, kLuidTag, change.id);
   AppendTag(answer.parameters, kCounterTag, std::to_string(store->Counter()));
   return answer;
-}
-
-SyncService::Change SyncService::Refuse(StoreAccess& store, const std::string& id,
-                                        OsifResult result, const std::string& why) {
-  journal_.Tell(Deed::kRefused, store.store_id(), id, why.empty() ? client::CodeText(result) : why);
-  return {CodeOf(result)};
-}
-
-SyncService::Change SyncService::Add(StoreAccess& store, const ReceivedBody& body) {
-  Change change;
-  FirstRecord first(store.store_id(), [&](OsifObject& object, const std::string& uid) {
-    client::ObjectId id{};
-    const OsifResult result = OSIF_AddObject(store.store_id(), &object, id.data(),
-                                             store.session().NewAnchor(store.store_id()));
-    if (result != OSIF_OK) {
-      change = Refuse(store, {}, result, {});
-      return;
-    }
-    if (!uid.empty()) uids_->Keep(store.store_id(), id.data(), uid);
-    journal_.Tell(Deed::kAdded, store.store_id(), id.data(),
-                  client::ObjectName(store.store_id(), object));
-    change = {Code::kSuccess, id.data()};
-  });
-  dialects::FileRest rest;
-  dialects::ReadDialectFile(body.Rewound(), {InputCodePage()}, first, rest);
-  if (!first.has_used()) return Refuse(store, {}, OSIF_PARSE_ERROR, first.refusal());
-  if (!first.refusal().empty()) Refuse(store, {}, OSIF_PARSE_ERROR, first.refusal());
-  return change;
-}
-
-SyncService::Change SyncService::Replace(StoreAccess& store, const std::string& id,
-                                         const ReceivedBody& body) {
-  if (client::FetchedObject stored(store.store_id(), id.c_str()); stored.result() != OSIF_OK) {
-    return Refuse(store, id, stored.result(), {});
-  }
-  Change change;
-  FirstRecord first(store.store_id(), [&](OsifObject& object, const std::string& uid) {
-    const OsifResult result = OSIF_ModifyObject(store.store_id(), id.c_str(), &object,
-                                                store.session().NewAnchor(store.store_id()));
-    if (result != OSIF_OK) {
-      change = Refuse(store, id, result, {});
-      return;
-    }
-    if (!uid.empty()) uids_->Keep(store.store_id(), id, uid);
-    journal_.Tell(Deed::kUpdated, store.store_id(), id,
-                  client::ObjectName(store.store_id(), object));
-    change = {Code::kSuccess, id};
-  });
-  dialects::FileRest rest;
-  dialects::ReadDialectFile(body.Rewound(), {InputCodePage()}, first, rest);
-  if (!first.has_used()) return Refuse(store, id, OSIF_PARSE_ERROR, first.refusal());
-  if (change.code != Code::kSuccess) return change;
-
-  OsifResult result = OSIF_OK;
-  const std::string now = store.TextWithoutId(id, result);
-  if (!HoldsMoreThan(now, store.TextOfBody(body.Rewound()))) return change;
-  const Change added = Add(store, body);
-  if (added.code != Code::kSuccess) return added;
-  const std::string uid = uids_->Find(store.store_id(), id);
-  if (!uid.empty()) uids_->Keep(store.store_id(), added.id, uid);
-  const Change removed = Remove(store, id);
-  if (removed.code == Code::kSuccess) return added;
-  Remove(store, added.id);
-  return removed;
-}
-
-SyncService::Change SyncService::Remove(StoreAccess& store, const std::string& id) {
-  const OsifResult result =
-      OSIF_DeleteObject(store.store_id(), id.c_str(), store.session().NewAnchor(store.store_id()));
-  if (result != OSIF_OK) return Refuse(store, id, result, {});
-  uids_->Keep(store.store_id(), id, {});
-  journal_.Tell(Deed::kDeleted, store.store_id(), id, {});
-  return {Code::kSuccess, id};
 }
 
 }  // namespace obex

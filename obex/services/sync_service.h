@@ -36,11 +36,6 @@ class SyncService : public Service {
   void Close() override;
 
  private:
-  struct Change {
-    Code code = Code::kInternalError;
-    std::string id = {};  // that the object has now
-  };
-
   // The store of a node, held from now on; `code` says why there is none.
   StoreAccess* Access(int32_t store_id, Code& code);
   bool OpenLibrary();
@@ -51,13 +46,8 @@ class SyncService : public Service {
   GetAnswer GetIndexed(StoreAccess& store, uint32_t index);
 
   PutAnswer Put(const Node& node, const Request& request, BodyForm form, const ReceivedBody* body);
-  Change Add(StoreAccess& store, const ReceivedBody& body);
-  Change Replace(StoreAccess& store, const std::string& id, const ReceivedBody& body);
-  Change Remove(StoreAccess& store, const std::string& id);
   // Tells which name it is, and gives the code.
   Code RefuseName(Code code, const Request& request);
-  Change Refuse(StoreAccess& store, const std::string& id, OsifResult result,
-                const std::string& why);
 
   Journal& journal_;
   std::unique_ptr<client::Session> session_;  // from the first access to a store on

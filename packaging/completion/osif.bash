@@ -6,7 +6,7 @@ __osif_arguments() {
   arguments=()
   for ((i = 1; i < COMP_CWORD; ++i)); do
     case "${COMP_WORDS[i]}" in
-      --device | -o | --output | --since | --since-time | --port | --count | --as | --to | --split) ((++i)) ;;
+      --device | -o | --output | --since | --since-time | --port | --count | --as | --to | --split | --prefer | --password-file) ((++i)) ;;
       -*) ;;
       *) arguments+=("${COMP_WORDS[i]}") ;;
     esac
@@ -37,6 +37,7 @@ __osif_options() {
     changes) echo --since --since-time ;;
     trace) echo --port --count ;;
     push) echo --to --as --password-file ;;
+    sync) echo --prefer --slow --force-delete --dry-run --password-file -v --verbose ;;
     sessions) echo --count ;;
   esac
 }
@@ -58,6 +59,7 @@ _osif() {
     --device | --split) __osif_offer_folders; return ;;
     --to) [[ "${arguments[0]-}" == push ]] || __osif_offer_words "$(__osif_forms)"; return ;;
     --password-file) __osif_offer_files; return ;;
+    --prefer) __osif_offer_words here there; return ;;
     --as) __osif_offer_words "$(__osif_forms)"; return ;;
     -o | --output) __osif_offer_files; return ;;
     --since | --since-time | --port | --count) return ;;
@@ -69,11 +71,12 @@ _osif() {
   case "${#arguments[@]}:${arguments[0]-}" in
     0:)
       __osif_offer_words receive send export list find count delete parse changes anchor database-id \
-        settings trace convert notes show push sessions
+        settings trace convert notes show push sync sessions
       ;;
     1:send | 1:push | 1:export | 1:show | 1:list | 1:count | 1:delete | 1:changes | 1:anchor | 1:database-id)
       __osif_offer_words pb cal note msg-in msg-sent msg-out
       ;;
+    2:sync | 3:sync) __osif_offer_words pb cal ;;
     1:settings) __osif_offer_words "$(__osif_settings)" ;;
     *:receive | *:parse | *:convert | 1:find) __osif_offer_files ;;
   esac

@@ -34,6 +34,7 @@ _osif() {
     'notes:list or print the notes in the folder of the device'
     'show:show one object of a store, every field by its name'
     'push:send objects of a store to another device'
+    'sync:make this device and another one equal'
     'sessions:show the last sessions of peers with osifd'
   )
 
@@ -75,6 +76,12 @@ _osif() {
         push)
           _arguments $common '--to[the device]:address:' '--as[the form]:form:'$forms \
             '--password-file[a file with the password]:file:_files' $store '*:id:' ;;
+        sync)
+          _arguments $common '--prefer[whose change wins]:side:(here there)' '--slow[compare all objects]' \
+            '--force-delete[delete also most of a store]' '--dry-run[say what would be done]' \
+            '--password-file[a file with the password]:file:_files' \
+            '(-v --verbose)'{-v,--verbose}'[say of each object what was done]' \
+            '1:address:' '*:store:(pb cal)' ;;
         sessions) _arguments $common '--count[show so many]:count:' ;;
         trace)
           _arguments $common '--port[the port to listen on]:port:' '--count[end after so many lines]:count:' ;;

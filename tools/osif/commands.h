@@ -23,6 +23,7 @@ void AddConvert(const CommandLine& line);
 void AddNotes(const CommandLine& line);
 void AddShow(const CommandLine& line);
 void AddPush(const CommandLine& line);
+void AddSync(const CommandLine& line);
 void AddSessions(const CommandLine& line);
 
 }  // namespace command

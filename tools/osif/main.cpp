@@ -29,11 +29,11 @@ constexpr const char* kFooter =
     "In file names \"\\\" separates folders as \"/\" does.";
 
 constexpr void (*kSubcommands[])(const command::CommandLine&) = {
-    command::AddReceive, command::AddSend,     command::AddExport,     command::AddList,
-    command::AddFind,    command::AddCount,    command::AddDelete,     command::AddParse,
-    command::AddChanges, command::AddAnchor,   command::AddDatabaseId, command::AddSettings,
-    command::AddTrace,   command::AddConvert,  command::AddNotes,      command::AddShow,
-    command::AddPush,    command::AddSessions,
+    command::AddReceive, command::AddSend,    command::AddExport,     command::AddList,
+    command::AddFind,    command::AddCount,   command::AddDelete,     command::AddParse,
+    command::AddChanges, command::AddAnchor,  command::AddDatabaseId, command::AddSettings,
+    command::AddTrace,   command::AddConvert, command::AddNotes,      command::AddShow,
+    command::AddPush,    command::AddSync,    command::AddSessions,
 };
 
 void AddOptions(CLI::App& app, Options& options) {

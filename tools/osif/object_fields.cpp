@@ -9,65 +9,11 @@
 
 #include "btosif/osif_util/property_value.h"
 #include "btosif/osif_util/value_text.h"
+#include "client/record_lists.h"
 #include "client/texts.h"
 
 namespace command {
 namespace {
-
-template <typename Fields>
-struct ListRow {
-  const char* name;
-  PropertyValue* Fields::*list;
-};
-
-constexpr ListRow<OsifContact> kContactLists[] = {
-    {"n", &OsifContact::n},
-    {"fn", &OsifContact::fn},
-    {"nickname", &OsifContact::nickname},
-    {"adr", &OsifContact::adr},
-    {"org", &OsifContact::org},
-    {"title", &OsifContact::title},
-    {"role", &OsifContact::role},
-    {"tel", &OsifContact::tel},
-    {"url", &OsifContact::url},
-    {"email", &OsifContact::email},
-    {"note", &OsifContact::note},
-    {"bday", &OsifContact::bday},
-    {"xSpouse", &OsifContact::xSpouse},
-    {"xAnniversary", &OsifContact::xAnniversary},
-    {"xChildren", &OsifContact::xChildren},
-    {"xAssistant", &OsifContact::xAssistant},
-    {"xCat", &OsifContact::xCat},
-    {"xMicrosoftOfficeloc", &OsifContact::xMicrosoftOfficeloc},
-    {"dept", &OsifContact::dept},
-    {"xMicrosoftAsstTel", &OsifContact::xMicrosoftAsstTel},
-};
-
-constexpr ListRow<OsifCalendar> kCalendarLists[] = {
-    {"categories", &OsifCalendar::categories},
-    {"completed", &OsifCalendar::completed},
-    {"description", &OsifCalendar::description},
-    {"due", &OsifCalendar::due},
-    {"dtEnd", &OsifCalendar::dtEnd},
-    {"priority", &OsifCalendar::priority},
-    {"dtStart", &OsifCalendar::dtStart},
-    {"status", &OsifCalendar::status},
-    {"summary", &OsifCalendar::summary},
-    {"class", &OsifCalendar::class_},
-};
-
-constexpr ListRow<OsifEventTail> kEventLists[] = {
-    {"location", &OsifEventTail::location}, {"dAlarm", &OsifEventTail::dAlarm},
-    {"aAlarm", &OsifEventTail::aAlarm},     {"rRule", &OsifEventTail::rRule},
-    {"exDate", &OsifEventTail::exDate},     {"attendee", &OsifEventTail::attendee},
-    {"attach", &OsifEventTail::attach},
-};
-
-constexpr ListRow<OsifTodoTail> kTodoLists[] = {
-    {"dAlarm", &OsifTodoTail::dAlarm},     {"aAlarm", &OsifTodoTail::aAlarm},
-    {"rRule", &OsifTodoTail::rRule},       {"exDate", &OsifTodoTail::exDate},
-    {"attendee", &OsifTodoTail::attendee}, {"attach", &OsifTodoTail::attach},
-};
 
 constexpr ListRow<OsifNote> kNoteLists[] = {
     {"dCreated", &OsifNote::dCreated},

@@ -2,8 +2,6 @@
 //
 // Each object is a request of its own, as phones want it. One that the other side refuses does not keep the next from
 // being sent; a connection that is lost ends the command.
-#include <chrono>
-#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,12 +17,11 @@
 #include "tools/osif/form_argument.h"
 #include "tools/osif/object_id.h"
 #include "tools/osif/object_texts.h"
+#include "tools/osif/peer_arguments.h"
 #include "tools/osif/read_dialects.h"
 
 namespace command {
 namespace {
-
-constexpr std::chrono::seconds kPatience{60};
 
 struct PushArguments {
   int32_t store_id = 0;
@@ -67,16 +64,6 @@ const char* TypeOf(dialects::Form form) {
     if (row.form == form) return row.type;
   }
   return "text/plain";
-}
-
-// The first line; nothing, and a message, where there is none.
-std::optional<std::string> PasswordIn(const std::string& file, Reporter& reporter) {
-  std::string password;
-  if (file.empty()) return password;
-  std::ifstream input(file);
-  if (std::getline(input, password) && !password.empty()) return password;
-  reporter.Fail(file + ": no password is in it", OSIF_ERR_FILE_OPEN);
-  return std::nullopt;
 }
 
 class Pusher {
@@ -137,7 +124,7 @@ void Push(const PushArguments& arguments, const Options& options, Reporter& repo
   std::string why;
   const obex::Handle line = obex::ConnectTo(arguments.address, why);
   if (!line.is_open()) return reporter.Fail(arguments.address + ": " + why, OSIF_ERR_FILE_OPEN);
-  obex::Peer peer(line.get(), kPatience);
+  obex::Peer peer(line.get(), kPeerPatience);
   if (const obex::Reply reply = peer.Connect({}, *password); !reply.is_success()) {
     return reporter.Fail(arguments.address + ": " + obex::ReplyText(reply), OSIF_ERR_FILE_OPEN);
   }

@@ -12,7 +12,7 @@ TEST_F(CommandUsage, HelpNamesEverySubcommand) {
   EXPECT_EQ(help.status, 0);
   for (const char* name : {"receive", "send", "export", "list", "find", "count", "delete", "parse",
                            "changes", "anchor", "database-id", "settings", "trace", "convert",
-                           "notes", "show", "push", "sessions"}) {
+                           "notes", "show", "push", "sync", "sessions"}) {
     EXPECT_THAT(help.out, HasSubstr(std::string("\n  ") + name + " ")) << name;
   }
 }
@@ -48,7 +48,7 @@ INSTANTIATE_TEST_SUITE_P(Subcommands, CommandHelp,
                          testing::Values("receive", "send", "export", "list", "find", "count",
                                          "delete", "parse", "changes", "anchor", "database-id",
                                          "settings", "trace", "convert", "notes", "show", "push",
-                                         "sessions"),
+                                         "sync", "sessions"),
                          [](const auto& row) {
                            std::string name = row.param;
                            std::erase(name, '-');
@@ -169,6 +169,12 @@ INSTANTIATE_TEST_SUITE_P(
                   "DoNotSendMsftProperties takes 0 or 1"},
         WrongLine{"SettingNoId", {"settings", "BusinessCard", "1"}, "takes the id of a contact"},
         WrongLine{"SessionsOfNoNumber", {"sessions", "--count", "x"}, "--count"},
+        WrongLine{"SynchronisationOfNotes",
+                  {"sync", "127.0.0.1:1", "note"},
+                  "\"note\" cannot be synchronised; pb and cal can"},
+        WrongLine{"NoSide",
+                  {"sync", "127.0.0.1:1", "--prefer", "me"},
+                  "\"me\" is no side; here and there are"},
         WrongLine{"SettingNoAddress", {"settings", "LogIPAddr", "1.2.3"}, "takes an address"}),
     [](const auto& row) { return row.param.name; });
 

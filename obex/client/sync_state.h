@@ -1,0 +1,81 @@
+// What was agreed with each partner, kept beside the stores: up to where their changes are known, and which objects are one.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "obex/client/sync_plan.h"
+
+struct sqlite3;
+
+namespace obex {
+
+// Up to where the changes of both sides are known. A counter is missing until a first synchronisation has ended.
+struct SyncAnchors {
+  std::string database_here;
+  std::string database_there;
+  std::optional<uint32_t> counter_here = {};
+  std::optional<uint32_t> counter_there = {};
+};
+
+// An object to look at again, though no log tells of it any more.
+struct SyncPending {
+  SyncSide side;
+  std::string key;
+};
+
+// The rows of one partner and one store. Each change is on the disk, whole, when its function returns.
+class SyncState {
+ public:
+  // Opens the file of a device's folder (sync.db), or makes it; with `only_looks` nothing is made nor changed. Where that
+  // fails why_not() says why, and the rest must not be used.
+  SyncState(const std::string& folder, bool only_looks);
+
+  const std::string& why_not() const { return why_not_; }
+
+  // Whose rows the functions mean from now on.
+  void Select(const std::string& partner, int32_t store_id);
+
+  std::optional<SyncAnchors> Anchors();
+  std::vector<SyncPair> Pairs();
+  std::vector<SyncPending> Pending();
+  std::optional<SyncIntent> Intent();
+
+  // Forgets all of this partner and store, and begins anew with these.
+  bool Restart(const SyncAnchors& anchors);
+  bool SetAnchors(const SyncAnchors& anchors);
+
+  // Before an object is written; there is one intent at a time.
+  bool Begin(const SyncIntent& intent);
+  // After it: the pair takes the place of those that either of the two was in. The intent has come true.
+  bool Keep(const SyncPair& pair);
+  // No pair of it any more; either may be empty.
+  bool Forget(const std::string& id, const std::string& luid);
+  // Neither: it was refused.
+  bool Drop();
+
+  bool SetPending(const std::vector<SyncPending>& pending);
+
+ private:
+  struct Close {
+    void operator()(sqlite3* database) const;
+  };
+  class Statement;
+  friend class Statement;
+
+  bool Run(const char* sql, const std::vector<std::string>& values = {});
+  bool Transact(const std::vector<std::pair<const char*, std::vector<std::string>>>& steps);
+  bool Fail();
+
+  std::unique_ptr<sqlite3, Close> database_;
+  const bool only_looks_;
+  std::string why_not_;
+  std::string partner_;
+  std::string store_;
+};
+
+}  // namespace obex
