@@ -1,6 +1,8 @@
 // How a run finds out what there is to do. First the change log here is opened, and so held against others; then the
 // partner's is read. What both tell of is looked at, object by object; all objects, where a log does not tell everything.
 #include <algorithm>
+#include <set>
+#include <string>
 #include <utility>
 
 #include "client/interrupt.h"
@@ -173,6 +175,7 @@ bool SyncRun::LookThere() {
 }
 
 bool SyncRun::LookAtChangesThere(const std::vector<RemoteChange>& entries) {
+  std::set<std::string> parted;  // by the ids here
   for (const RemoteChange& entry : entries) {
     tools_.listener.Progress(client::NameOfStore(store_id_) + " there", known_.there.size(),
                              entries.size());
@@ -187,13 +190,16 @@ bool SyncRun::LookAtChangesThere(const std::vector<RemoteChange>& entries) {
       // Gone there, and to be kept elsewhere: it is an object of this side alone.
       const SyncPair* pair = PairOf(SyncSide::kThere, entry.luid);
       if (pair == nullptr) continue;
-      const std::string id = pair->id;
+      const std::string& id = pair->id;
       if (!settings_.only_looks && !tools_.state.Forget(id, {})) return FailState();
-      std::erase_if(known_.pairs, [&](const SyncPair& one) { return one.id == id; });
-      IndexPairs();
       known_.here.erase(id);
+      parted.insert(id);
+      pairs_by_luid_.erase(entry.luid);
+      pairs_by_id_.erase(id);
     }
   }
+  std::erase_if(known_.pairs, [&](const SyncPair& pair) { return parted.contains(pair.id); });
+  IndexPairs();
   return true;
 }
 

@@ -3,7 +3,7 @@
 #include "obex/client/sync_plan.h"
 
 #include <algorithm>
-#include <array>
+#include <deque>
 #include <set>
 #include <utility>
 
@@ -30,14 +30,14 @@ const std::string& ViewIn(const SyncLooks& looks, const std::string& key) {
 }
 
 // Keys by view, for pairing one to one.
-using Waiting = std::map<std::string, std::vector<std::string>>;
+using Waiting = std::map<std::string, std::deque<std::string>>;
 
 std::optional<std::string> TakeEqual(Waiting& waiting, const std::string& view) {
   if (view.empty()) return std::nullopt;
   const auto found = waiting.find(view);
   if (found == waiting.end() || found->second.empty()) return std::nullopt;
   std::string key = std::move(found->second.front());
-  found->second.erase(found->second.begin());
+  found->second.pop_front();
   return key;
 }
 

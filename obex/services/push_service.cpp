@@ -118,8 +118,9 @@ class Receiver : public dialects::ObjectVisitor {
 
   // Told once, however many there are.
   void RefuseRest() {
-    if (!std::exchange(has_too_many_, true))
+    if (!std::exchange(has_too_many_, true)) {
       Refuse(-1, "too many objects at once", Code::kTooLarge);
+    }
   }
 
   void Refuse(int32_t store_id, const std::string& reason, Code code) {

@@ -34,7 +34,7 @@ Values ValuesOf(const std::string& text) {
   Values values;
   for (dialects::ContentLine& line :
        dialects::ReadContentLines(text, 1, dialects::kOldLines, ignored)) {
-    const bool is_empty = line.value.find_first_not_of(";") == std::string::npos;
+    const bool is_empty = line.value.find_first_not_of(';') == std::string::npos;
     if (is_empty || std::ranges::find(kNoContent, line.name) != kNoContent.end()) continue;
     std::pair<std::string, std::string> value(line.name, line.value);
     if (!kOfTheStore.contains(value)) values.insert(std::move(value));
@@ -107,11 +107,11 @@ Change StoreWriter::Replace(const std::string& id, const ReceivedBody& body) {
   OsifResult result = OSIF_OK;
   const std::string now = store_.TextWithoutId(id, result);
   if (!HoldsMoreThan(now, store_.TextOfBody(body.Rewound()))) return change;
-  const Change added = Add(body);
+  Change added = Add(body);
   if (added.code != Code::kSuccess) return added;
   const std::string uid = uids_.Find(store_.store_id(), id);
   if (!uid.empty()) uids_.Keep(store_.store_id(), added.id, uid);
-  const Change removed = Remove(id);
+  Change removed = Remove(id);
   if (removed.code == Code::kSuccess) return added;
   Remove(added.id);
   return removed;

@@ -22,7 +22,7 @@ namespace obex {
 // The target of a CONNECT that is for synchronisation.
 inline constexpr std::string_view kSyncTarget = "IRMC-SYNC";
 
-class SyncService : public Service {
+class SyncService final : public Service {
  public:
   // The journal outlives it.
   explicit SyncService(Journal& journal) : journal_(journal) {}

@@ -93,7 +93,8 @@ class Profiles final : public BluetoothProfiles {
     return connection_ == nullptr ? -1 : connection_->getEventLoopPollData().fd;
   }
   short events() const override {
-    return connection_ == nullptr ? POLLIN : connection_->getEventLoopPollData().events;
+    constexpr short kNoEvents = 0;  // of the handle that is none
+    return connection_ == nullptr ? kNoEvents : connection_->getEventLoopPollData().events;
   }
   int timeout() const override {
     if (connection_ == nullptr) return static_cast<int>(kBusPause.count());

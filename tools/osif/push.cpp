@@ -104,7 +104,9 @@ class Pusher {
 void DeclarePush(Declarations& declarations, PushArguments& arguments) {
   declarations.AddStore(arguments.store_id);
   declarations.Add("ID", arguments.ids, "Ids as \"osif list\" shows them").Required();
-  declarations.Add("--to", arguments.address, "The device: HOST:PORT, or a serial line")
+  declarations
+      .Add("--to", arguments.address,
+           "The device: HOST:PORT, a Bluetooth address, or a serial line")
       .Called("ADDRESS")
       .Required();
   DeclareForm(declarations, "--as", arguments.form);
@@ -122,11 +124,11 @@ void Push(const PushArguments& arguments, const Options& options, Reporter& repo
   ObjectTexts texts(arguments.store_id, FormOf(arguments), session, reporter);
   if (!texts.Open()) return;
   std::string why;
-  const obex::Handle line = obex::ConnectTo(arguments.address, why);
-  if (!line.is_open()) return reporter.Fail(arguments.address + ": " + why, OSIF_ERR_FILE_OPEN);
-  obex::Peer peer(line.get(), kPeerPatience);
+  const obex::Line line = obex::ConnectTo(arguments.address, obex::BluetoothService::kPush, why);
+  if (!line.is_open()) return reporter.Fail(arguments.address + ": " + why, OSIF_OK);
+  obex::Peer peer(line.handle(), kPeerPatience);
   if (const obex::Reply reply = peer.Connect({}, *password); !reply.is_success()) {
-    return reporter.Fail(arguments.address + ": " + obex::ReplyText(reply), OSIF_ERR_FILE_OPEN);
+    return reporter.Fail(arguments.address + ": " + obex::ReplyText(reply), OSIF_OK);
   }
   Pusher pusher(arguments, peer, reporter);
   for (const std::string& id : arguments.ids) {

@@ -233,7 +233,9 @@ std::string WhatIsWrongWithSide(const std::string& word) {
 }
 
 void DeclareSync(Declarations& declarations, SyncArguments& arguments) {
-  declarations.Add("ADDRESS", arguments.address, "The device: HOST:PORT, or a serial line")
+  declarations
+      .Add("ADDRESS", arguments.address,
+           "The device: HOST:PORT, a Bluetooth address, or a serial line")
       .Required();
   declarations.Add("STORE", arguments.stores, "pb, cal; both where none is named")
       .Check(WhatIsWrongWithStore);
@@ -291,11 +293,11 @@ void Sync(const SyncArguments& arguments, const Options& options, Reporter& repo
   obex::SyncState state(device::Folder(), arguments.dry_run);
   if (!state.why_not().empty()) return reporter.Fail(state.why_not(), OSIF_OK);
   std::string why;
-  const obex::Handle line = obex::ConnectTo(arguments.address, why);
-  if (!line.is_open()) return reporter.Fail(arguments.address + ": " + why, OSIF_ERR_FILE_OPEN);
-  obex::Peer peer(line.get(), kPeerPatience);
+  const obex::Line line = obex::ConnectTo(arguments.address, obex::BluetoothService::kSync, why);
+  if (!line.is_open()) return reporter.Fail(arguments.address + ": " + why, OSIF_OK);
+  obex::Peer peer(line.handle(), kPeerPatience);
   if (const obex::Reply reply = peer.Connect(kSyncTarget, *password); !reply.is_success()) {
-    return reporter.Fail(arguments.address + ": " + obex::ReplyText(reply), OSIF_ERR_FILE_OPEN);
+    return reporter.Fail(arguments.address + ": " + obex::ReplyText(reply), OSIF_OK);
   }
   // A serial line stays when this program ends: the partner is told that it is over.
   if (SynchroniseStores(arguments, peer, session, state, reporter)) peer.Disconnect();

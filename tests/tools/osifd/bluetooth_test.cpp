@@ -8,15 +8,15 @@ using testing::HasSubstr;
 
 class OsifdBluetooth : public OsifdTest {
  protected:
-  // What a scenario of bluez.py saw. It ends by itself.
-  std::string Saw(const std::string& scenario) {
-    for (const char* program : {"/usr/bin/python3", "/usr/bin/dbus-daemon"}) {
-      if (!std::filesystem::exists(program)) return {};
+  // What a scenario of bluez.py saw, which starts a program of ours. It ends by itself.
+  std::string Saw(const std::string& scenario, const Lines& program = {support::kDaemon}) {
+    for (const char* other : {"/usr/bin/python3", "/usr/bin/dbus-daemon"}) {
+      if (!std::filesystem::exists(other)) return {};
     }
     std::filesystem::create_directory(Path("bus"));
     Lines command_line = {"/usr/bin/python3", support::kSources + "/tests/tools/osifd/bluez.py",
                           Path("bus"), scenario};
-    outcome_ = Run(Launched({support::kDaemon}, command_line));
+    outcome_ = Run(Launched(program, command_line));
     return outcome_.status == 77 ? std::string() : outcome_.out + Failure();
   }
 
@@ -86,6 +86,32 @@ TEST_F(OsifdBluetooth, SaysWhenBlueZRefuses) {
   EXPECT_EQ(saw, "status 0\n");
   EXPECT_THAT(outcome_.err,
               HasSubstr("OBEX Object Push is not registered: UUID already registered"));
+}
+
+// ---- The other way: to a device ---------------------------------------------------------------------------------------
+
+const Lines kPush = {support::kCommand, "push", "pb", "00000001", "--to", "00:11:22:33:44:55"};
+
+TEST_F(OsifdBluetooth, PushesToADeviceThatBlueZConnectsTo) {
+  Store(Card({"N:Lee;Ann"}));
+  const std::string saw = Saw("line", kPush);
+  if (saw.empty()) GTEST_SKIP() << "python3-dbusmock is not installed";
+  EXPECT_EQ(saw,
+            "/osif/line 00001105-0000-1000-8000-00805f9b34fb AutoConnect=0 RequireAuthentication=1 "
+            "Role=client\n"
+            "to 00001105-0000-1000-8000-00805f9b34fb\n"
+            "asked 80\nasked 02\nasked 82\nasked 81\n"
+            "pb 00000001: sent to 00:11:22:33:44:55\n"
+            "status 0\n");
+}
+
+TEST_F(OsifdBluetooth, SaysWhyADeviceCannotBeReached) {
+  Store(Card({"N:Lee;Ann"}));
+  const std::string saw = Saw("no_line", kPush);
+  if (saw.empty()) GTEST_SKIP() << "python3-dbusmock is not installed";
+  EXPECT_EQ(saw,
+            "osif: 00:11:22:33:44:55: BlueZ knows no such device; pair it first\nstatus 1\n"
+            "osif: 00:11:22:33:44:55: Host is down\nstatus 1\n");
 }
 
 }  // namespace

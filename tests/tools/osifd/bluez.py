@@ -233,12 +233,56 @@ def refusal(world):
     print("status", world.end(world.service))
 
 
+# The command is one of osif, which asks for a connection to the device that this is then.
+def line(world):
+    address = "00:11:22:33:44:55"
+    world.start_bluez()
+    dbus.Interface(world.bus.get_object("org.bluez", "/org/bluez"), "org.bluez.Mock").AddAdapter("hci0", "here")
+    bluez = dbus.Interface(world.bus.get_object("org.bluez", "/org/bluez"), "org.bluez.Mock")
+    path = bluez.AddDevice("hci0", address, "a phone")
+    device = dbus.Interface(world.bus.get_object("org.bluez", path), BUS + ".Mock")
+    device.AddMethod("org.bluez.Device1", "ConnectProfile", "s", "", "")
+    world.log_file = open(world.folder + "/log", "wb")
+    world.service = world.start(world.command, stdout=subprocess.PIPE, stderr=world.log_file)
+    wait_until(lambda: device.GetMethodCalls("ConnectProfile"), "a wish to connect")
+    _, (own_path, uuid, options) = world.mock.GetMethodCalls("RegisterProfile")[0]
+    print(own_path, uuid, *("%s=%s" % (key, options[key]) for key in sorted(options)))
+    print("to", *device.GetMethodCalls("ConnectProfile")[0][1])
+    connection = world.connect(own_path)
+    while True:
+        head = connection.recv(3, socket.MSG_WAITALL)
+        if len(head) < 3:
+            break
+        connection.recv(int.from_bytes(head[1:], "big") - 3, socket.MSG_WAITALL)
+        print("asked %02X" % head[0])
+        connection.sendall(packet(0xA0, CONNECT if head[0] == 0x80 else b"") if head[0] != 0x02 else packet(0x90, b""))
+    sys.stdout.write(world.service.stdout.read().decode())
+    print("status", world.service.wait(60))
+
+
+# A device that BlueZ does not know, and one that cannot be reached.
+def no_line(world):
+    world.start_bluez()
+    dbus.Interface(world.bus.get_object("org.bluez", "/org/bluez"), "org.bluez.Mock").AddAdapter("hci0", "here")
+    bluez = dbus.Interface(world.bus.get_object("org.bluez", "/org/bluez"), "org.bluez.Mock")
+    run = lambda: subprocess.run(world.command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                 stderr=subprocess.STDOUT, timeout=60)
+    for known in (False, True):
+        if known:
+            path = bluez.AddDevice("hci0", "00:11:22:33:44:55", "a phone")
+            device = dbus.Interface(world.bus.get_object("org.bluez", path), BUS + ".Mock")
+            device.AddMethod("org.bluez.Device1", "ConnectProfile", "s", "",
+                             'raise dbus.exceptions.DBusException("Host is down", name="org.bluez.Error.Failed")')
+        done = run()
+        print(done.stdout.decode() + "status", done.returncode)
+
+
 def main():
     folder, scenario, command = sys.argv[1], sys.argv[2], sys.argv[3:]
     world = World(folder, command)
     try:
         {"registration": registration, "connection": connection, "later": later, "bus_loss": bus_loss,
-         "refusal": refusal}[scenario](world)
+         "refusal": refusal, "line": line, "no_line": no_line}[scenario](world)
     finally:
         world.end_all()
         if os.path.exists(folder + "/log"):
