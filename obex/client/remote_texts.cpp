@@ -96,6 +96,9 @@ StoreFacts ReadStoreInfo(std::string_view text) {
       facts.has_luids = (LevelsOf(value) & kLevelsWithLuids) != 0;
     }
     if (EqualsIgnoringCase(name, "DID")) facts.database_id = FieldText(value);
+    if (EqualsIgnoringCase(name, "Total-Records")) {
+      facts.is_empty = ReadCounter(FieldText(value)).value_or(0) == 0;
+    }
   });
   return facts;
 }

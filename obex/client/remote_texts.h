@@ -22,6 +22,7 @@ DeviceFacts ReadDeviceInfo(std::string_view text);
 struct StoreFacts {
   bool has_luids = false;  // level 4: objects by their ids, with a log of changes
   std::string database_id;
+  bool is_empty = true;  // it says that it has no objects, or does not say how many
 };
 StoreFacts ReadStoreInfo(std::string_view text);
 

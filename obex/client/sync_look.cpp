@@ -48,6 +48,7 @@ bool SyncRun::OpenThere() {
   report_.is_offered = answer.is_done() ? facts.has_luids : !IsMissing(answer);
   if (!report_.is_offered) return true;
   if (!answer.is_done()) return FailAs(answer);
+  is_empty_there_ = facts.is_empty;
   anchors_ = {here_.DatabaseId(), facts.database_id};
   return true;
 }
@@ -251,6 +252,7 @@ bool SyncRun::LookAtWholeThere() {
     return true;
   });
   if (!answer.is_done()) return FailAs(answer);
+  if (count == 0 && !is_empty_there_) why = "the partner's store has objects, but none came";
   return why.empty() || Fail(why);
 }
 

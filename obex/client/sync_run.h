@@ -157,8 +157,9 @@ class SyncRun {
   SyncKnown known_;
   std::map<std::string, size_t> pairs_by_id_;  // places in known_.pairs
   std::map<std::string, size_t> pairs_by_luid_;
-  SyncAnchors anchors_;      // as they are noted at the end
-  uint32_t seen_there_ = 0;  // the counter up to which changes there are known
+  SyncAnchors anchors_;         // as they are noted at the end
+  bool is_empty_there_ = true;  // as its store information says
+  uint32_t seen_there_ = 0;     // the counter up to which changes there are known
   RemoteChanges changes_there_;
   std::vector<ChangeLogEntry> changes_here_;
   std::vector<SyncPending> pending_;      // from before

@@ -14,7 +14,7 @@
 namespace obex {
 namespace {
 
-constexpr size_t kLargestFrame = 64 * 1024;
+constexpr size_t kLargestFrame = size_t{64} * 1024;
 constexpr std::string_view kItems[] = {"VEVENT", "VTODO"};
 
 bool IsItem(std::string_view what) {

@@ -37,7 +37,7 @@ std::optional<uint32_t> MostCounter(const Request& request) {
 // All objects of a store, one after the other. An empty store has no frame either.
 class WholeStore final : public PieceSource {
  public:
-  WholeStore(StoreAccess& store, std::string first, Journal& journal)
+  WholeStore(StoreAccess& store, const std::string& first, Journal& journal)
       : store_(store),
         journal_(journal),
         ids_(store.Ids()),
@@ -171,7 +171,7 @@ GetAnswer SyncService::GetWhole(StoreAccess& store) {
   if (store.store_id() == OSIF_STORE_PB && !owner.empty()) {
     first = store.TextWithoutId(owner, ignored);
   }
-  return {Code::kSuccess, std::make_unique<WholeStore>(store, std::move(first), journal_)};
+  return {Code::kSuccess, std::make_unique<WholeStore>(store, first, journal_)};
 }
 
 GetAnswer SyncService::GetObject(StoreAccess& store, const std::string& id) {

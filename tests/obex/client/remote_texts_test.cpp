@@ -65,6 +65,16 @@ TEST(RemoteStoreInfo, HasTheDatabasesId) {
   EXPECT_EQ(ReadStoreInfo("Total-Records:1\r\nDID:e0829bds\r\n").database_id, "e0829bds");
 }
 
+TEST(RemoteStoreInfo, SaysWhetherThereIsAnything) {
+  EXPECT_FALSE(ReadStoreInfo("Total-Records:1\r\n").is_empty);
+  EXPECT_FALSE(ReadStoreInfo("total-records: 380 \r\n").is_empty);
+  for (const char* records : {"0", "", "x", "-1", "99999999999"}) {
+    EXPECT_TRUE(ReadStoreInfo("Total-Records:" + std::string(records) + "\r\n").is_empty)
+        << records;
+  }
+  EXPECT_TRUE(ReadStoreInfo("IEL:8\r\n").is_empty);
+}
+
 TEST(RemoteChangeLog, HasItsHeadAndItsEntries) {
   const std::string text =
       "SN:351956003653753\r\nDID:e0829bds\r\nTotal-Records:30\r\nMaximum-Records:380\r\n"

@@ -50,9 +50,7 @@ TEST_F(PushCommand, SaysWhoCannotBeReached) {
   const std::string id = StoreElsewhere({"N:Lee;Ann"});
   const Outcome outcome = Osif({"--device", elsewhere_, "push", "pb", id, "--to", "127.0.0.1:1"});
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(
-      outcome.ErrLines(),
-      ElementsAre("osif: 127.0.0.1:1: Connection refused"));
+  EXPECT_THAT(outcome.ErrLines(), ElementsAre("osif: 127.0.0.1:1: Connection refused"));
   EXPECT_EQ(Osif({"--device", elsewhere_, "push", "pb", id, "--to", "nowhere"}).status, 1);
 }
 

@@ -541,6 +541,18 @@ TEST_F(SyncWithPhone, DeletesNothingWhereAStreamIsCutOff) {
   EXPECT_EQ(Names(here_).size(), 3u);
 }
 
+TEST_F(SyncWithPhone, DeletesNothingWhereAStreamHasNoneOfTheObjects) {
+  phone_.contacts.Add(Ann());
+  phone_.contacts.Add(kBob);
+  Agree();
+  for (const char* stream : {"", "Hello"}) {
+    Say("telecom/pb.vcf", stream);
+    EXPECT_EQ(Sync({"pb", "--slow"}).status, 1) << stream;
+    EXPECT_EQ(Names(here_).size(), 2u) << stream;
+  }
+  EXPECT_EQ(phone_.contacts.objects().size(), 2u);
+}
+
 TEST_F(SyncWithPhone, TakesAnIdThatComesTwiceInAStreamOnce) {
   const std::string luid = phone_.contacts.Add(Ann());
   const std::string text = Ann({"X-IRMC-LUID:" + luid});
