@@ -50,9 +50,9 @@ bool WriteAll(int handle, std::string_view bytes) {
   return true;
 }
 
-std::string NameOfHandle(int handle) { return "/proc/self/fd/" + std::to_string(handle); }
-
-TempFile::TempFile() : handle_(memfd_create("osif", MFD_CLOEXEC)), name_(NameOfHandle(handle_)) {}
+TempFile::TempFile()
+    : handle_(memfd_create("osif", MFD_CLOEXEC)),
+      name_("/proc/self/fd/" + std::to_string(handle_)) {}
 
 TempFile::TempFile(TempFile&& other) noexcept
     : handle_(std::exchange(other.handle_, -1)), name_(std::move(other.name_)) {}

@@ -8,9 +8,6 @@
 
 namespace client {
 
-// A name under which this process, and the library in it, can open an open file once more, from its start.
-std::string NameOfHandle(int handle);
-
 class TempFile {
  public:
   // Makes an empty file. is_open() is false when that failed; errno tells why.

@@ -1,10 +1,11 @@
 // The library reads files by their names, and opening one costs more than reading a card. So strict texts of one kind
 // are gathered and handed to the library together; each makes one record, so the n-th record is that of the n-th text.
-// A file of nothing but plain cards it reads where that lies.
 // The library stops at an object that it refuses. Then that one is reported, and the others that were gathered after it
 // are read one by one: however many are refused, each text is read twice at most.
+// A large file is divided into its objects by a thread of its own, ahead of the library, which works on one thread alone.
 #include "dialects/object_reader.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,11 +15,11 @@
 #include <utility>
 #include <vector>
 
+#include "client/ahead.h"
 #include "client/temp_file.h"
 #include "client/texts.h"
 #include "dialects/note.h"
 #include "dialects/object_splitter.h"
-#include "dialects/plain_file.h"
 #include "dialects/plain_object.h"
 #include "dialects/strict_object.h"
 
@@ -44,24 +45,24 @@ class WithoutCategories {
 class DialectReader {
  public:
   DialectReader(const TextSettings& settings, ObjectVisitor& visitor)
-      : settings_(settings), visitor_(visitor) {}
+      : settings_(settings), visitor_(visitor), name_(client::ToWide(piece_.name())) {}
 
   bool is_open() const { return piece_.is_open(); }
 
   // Plain cards, one directly after the other; `line`: the number of their first.
-  void TakePlain(std::string_view text, const std::vector<TextLength>& sizes, uint64_t line) {
+  void TakePlain(std::string&& text, const std::vector<TextLength>& sizes, uint64_t line) {
     MakeRoom(ObjectKind::kCard, text.size());
-    ListCards(text_.size(), sizes, line);
-    text_ += text;
-  }
-
-  // A file of plain cards alone.
-  void TakePlainFile(int handle, const std::vector<TextLength>& sizes) {
-    MakeRoom(ObjectKind::kCard, 0);
-    ListCards(0, sizes, 1);
-    plain_file_ = handle;
-    Flush();
-    plain_file_ = kNoFile;
+    size_t end = text_.size();
+    if (text_.empty()) {
+      text_ = std::move(text);
+    } else {
+      text_ += text;
+    }
+    for (const TextLength& size : sizes) {
+      end += size.bytes;
+      gathered_.push_back({end, line, nullptr});
+      line += size.lines;
+    }
   }
 
   void Take(const ObjectText& object) {
@@ -84,22 +85,12 @@ class DialectReader {
   }
 
  private:
-  static constexpr int kNoFile = -1;
-
   // A text that waits for the library.
   struct Gathered {
-    size_t end;  // in text_, or in the file of plain cards
+    size_t end;  // in text_
     uint64_t line;
     std::unique_ptr<const StrictObject> made;  // nothing for one that came plain
   };
-
-  void ListCards(size_t end, const std::vector<TextLength>& sizes, uint64_t line) {
-    for (const TextLength& size : sizes) {
-      end += size.bytes;
-      gathered_.push_back({end, line, nullptr});
-      line += size.lines;
-    }
-  }
 
   void TakeStrict(StrictObject&& object) {
     if (!object.refusal.empty()) return Refuse(object);
@@ -131,30 +122,19 @@ class DialectReader {
 
   // Gives the first object that was not read and not reported.
   size_t ReadTogether(size_t begin, size_t end) {
+    const size_t text_begin = begin == 0 ? 0 : gathered_[begin - 1].end;
+    const size_t text_end = gathered_[end - 1].end;
     next_ = begin;
     end_ = end;
-    const bool is_whole_file = plain_file_ != kNoFile && begin == 0 && end == gathered_.size();
-    const OsifResult result = is_whole_file      ? Read(client::NameOfHandle(plain_file_))
-                              : Hold(begin, end) ? Read(piece_.name())
-                                                 : OsifResult{OSIF_ERR_NO_MEMORY};
+    const OsifResult result =
+        piece_.HoldText(std::string_view(text_).substr(text_begin, text_end - text_begin))
+            ? OSIF_ReadObjects(name_.c_str(), OnRecord, this)
+            : OsifResult{OSIF_ERR_NO_MEMORY};
     if (next_ == end_) return end;
     const Gathered& refused = gathered_[next_];
     Refuse(kind_, refused.line, "it could not be read",
            result == OSIF_OK ? OsifResult{OSIF_PARSE_ERROR} : result, ReportOf(refused));
     return next_ + 1;
-  }
-
-  // Has the file for pieces hold some of what was gathered.
-  bool Hold(size_t begin, size_t end) {
-    const size_t from = begin == 0 ? 0 : gathered_[begin - 1].end;
-    const size_t to = gathered_[end - 1].end;
-    return plain_file_ == kNoFile ? piece_.HoldText(std::string_view(text_).substr(from, to - from))
-                                  : piece_.HoldPiece(plain_file_, static_cast<int64_t>(from),
-                                                     static_cast<int64_t>(to));
-  }
-
-  OsifResult Read(const std::string& name) {
-    return OSIF_ReadObjects(client::ToWide(name).c_str(), OnRecord, this);
   }
 
   static int32_t OnRecord(int32_t store_id, OsifObject* object, OsifResult result, void* context) {
@@ -196,15 +176,25 @@ class DialectReader {
   ObjectVisitor& visitor_;
   client::TempFile piece_;
   NoteNames names_;
+  const WideText name_;
   ObjectKind kind_ = ObjectKind::kUnknown;  // of what is gathered
   std::string text_;                        // of what is gathered
-  int plain_file_ = kNoFile;                // where the text lies instead
   std::vector<Gathered> gathered_;
   size_t next_ = 0;  // whose record comes next
   size_t end_ = 0;   // of what is being read
   size_t number_ = 0;
   OsifResult result_ = OSIF_OK;
 };
+
+// Plain cards, and the object after them.
+struct FilePiece {
+  uint64_t line = 0;  // of the first card
+  std::string cards = {};
+  std::vector<TextLength> sizes = {};
+  std::optional<ObjectText> object = std::nullopt;
+};
+
+using FilePieces = std::vector<FilePiece>;
 
 // read(), which a signal does not hinder; 0 at the end, and where it fails.
 size_t ReadSome(int handle, char* into, size_t room, int& error) {
@@ -216,6 +206,76 @@ size_t ReadSome(int handle, char* into, size_t room, int& error) {
   return got < 0 ? 0 : static_cast<size_t>(got);
 }
 
+// Divides a file, some pieces at a time.
+class Divider {
+ public:
+  explicit Divider(int handle)
+      : splitter_([this, handle](char* into, size_t room) {
+          return ReadSome(handle, into, room, error_);
+        }) {}
+  Divider(const Divider&) = delete;
+  Divider& operator=(const Divider&) = delete;
+
+  // Nothing at the end of the file.
+  std::optional<FilePieces> Next() {
+    FilePieces pieces;
+    for (size_t size = 0; size < kEnough && !has_ended_;) {
+      FilePiece piece = NextPiece();
+      size += piece.cards.size() + (piece.object ? piece.object->text.size() : 0);
+      pieces.push_back(std::move(piece));
+    }
+    return pieces.empty() ? std::nullopt : std::optional(std::move(pieces));
+  }
+
+  const StrayLines& junk() const { return splitter_.junk(); }
+  int error() const { return error_; }
+
+ private:
+  static constexpr size_t kEnough = size_t{128} * 1024;  // bytes
+
+  FilePiece NextPiece() {
+    FilePiece piece;
+    piece.line = splitter_.next_line();
+    piece.cards = splitter_.TakePlainCards(piece.sizes);
+    piece.object = splitter_.Next();
+    has_ended_ = !piece.object;
+    return piece;
+  }
+
+  int error_ = 0;
+  bool has_ended_ = false;
+  ObjectSplitter splitter_;
+};
+
+// Whether there is enough of a file to divide it ahead of its reading.
+bool IsLarge(int handle) {
+  constexpr off_t kLeast = 512 * 1024;
+  struct stat state {};
+  return fstat(handle, &state) == 0 && S_ISREG(state.st_mode) && state.st_size >= kLeast;
+}
+
+size_t TakePieces(FilePieces&& pieces, DialectReader& reader) {
+  size_t objects = 0;
+  for (FilePiece& piece : pieces) {
+    objects += piece.sizes.size() + (piece.object ? 1 : 0);
+    if (!piece.sizes.empty()) reader.TakePlain(std::move(piece.cards), piece.sizes, piece.line);
+    if (piece.object) reader.Take(*piece.object);
+  }
+  return objects;
+}
+
+size_t TakeAll(int handle, Divider& divider, DialectReader& reader) {
+  constexpr size_t kAhead = 2;
+  size_t objects = 0;
+  if (IsLarge(handle)) {
+    client::Ahead<FilePieces> ahead([&] { return divider.Next(); }, kAhead);
+    while (auto pieces = ahead.Next()) objects += TakePieces(std::move(*pieces), reader);
+  } else {
+    while (auto pieces = divider.Next()) objects += TakePieces(std::move(*pieces), reader);
+  }
+  return objects;
+}
+
 }  // namespace
 
 OsifResult ReadDialectFile(int handle, const TextSettings& settings, ObjectVisitor& visitor,
@@ -223,31 +283,13 @@ OsifResult ReadDialectFile(int handle, const TextSettings& settings, ObjectVisit
   rest = {};
   DialectReader reader(settings, visitor);
   if (!reader.is_open()) return OSIF_ERR_FILE_OPEN;
-  if (const auto cards = PlainCardsOfFile(handle)) {
-    rest.objects = cards->size();
-    reader.TakePlainFile(handle, *cards);
-    return reader.Finish();
-  }
-  int error = 0;
-  ObjectSplitter splitter(
-      [&](char* into, size_t room) { return ReadSome(handle, into, room, error); });
-  std::vector<TextLength> sizes;
-  for (;;) {
-    const uint64_t line = splitter.next_line();
-    if (const std::string_view cards = splitter.TakePlainCards(sizes); !cards.empty()) {
-      rest.objects += sizes.size();
-      reader.TakePlain(cards, sizes, line);
-    }
-    const std::optional<ObjectText> object = splitter.Next();
-    if (!object) break;
-    ++rest.objects;
-    reader.Take(*object);
-  }
+  Divider divider(handle);
+  rest.objects = TakeAll(handle, divider, reader);
   const OsifResult result = reader.Finish();
-  rest.outside_lines = splitter.junk().count;
-  rest.first_outside = splitter.junk().first;
-  if (error != 0) {
-    errno = error;
+  rest.outside_lines = divider.junk().count;
+  rest.first_outside = divider.junk().first;
+  if (divider.error() != 0) {
+    errno = divider.error();
     return OSIF_ERR_FILE_OPEN;
   }
   return rest.objects == 0 ? OsifResult{OSIF_ERR_INVALID_STREAM} : result;

@@ -49,7 +49,8 @@ struct FileRest {
 };
 
 // Reads all objects of an open file or pipe from its present position to its end; it stays its owner's. Its memory is
-// that of the largest object. OSIF_OK where a record was made of each object, else the first code that the library gave
+// that of a few of the largest objects. A large file is divided by a thread of its own; the visitor is called by the
+// caller's. OSIF_OK where a record was made of each object, else the first code that the library gave
 // or OSIF_PARSE_ERROR; OSIF_ERR_INVALID_STREAM where there is no object at all; OSIF_ERR_FILE_OPEN where the file cannot
 // be read (errno tells why).
 OsifResult ReadDialectFile(int handle, const TextSettings& settings, ObjectVisitor& visitor,

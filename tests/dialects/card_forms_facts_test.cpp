@@ -287,6 +287,29 @@ TEST_F(SentCards, PeopleAreShownDaysAndAnyCharacters) {
             "<dt>Anniversary</dt><dd>2001-12-31</dd>\n</dl>\n");
 }
 
+TEST_F(SentCards, OfSeveralChildrenTheFirstHasWhatWasSaidOfAll) {
+  const std::string card = CardOf(
+      "3.0",
+      {"N:Lee;Ann", "FN:Ann", "a.X-CHILDREN;LANGUAGE=en;TYPE=home,pref:Cy,Di", "a.X-ABLabel:Kids"});
+  EXPECT_THAT(InnerLines(Written(Form::kVCard40, card).text),
+              ElementsAre("VERSION:4.0", "N:Lee;Ann;;;", "FN:Ann",
+                          "a.RELATED;TYPE=\"child,home\";PREF=1;VALUE=text;LANGUAGE=en:Cy",
+                          "a.X-ABLabel:Kids", "RELATED;TYPE=child;VALUE=text:Di"));
+}
+
+TEST_F(SentCards, TheOfficeGoesOutOnceInEveryVersion) {
+  EXPECT_THAT(
+      SentAs(Form::kVCard21, "2.1", {"N:Lee;Ann", "X-MICROSOFT-OFFICELOC:B 2"}),
+      UnorderedElementsAreArray(Lines{"VERSION:2.1", "N:Lee;Ann;;;", "ADR;WORK:;B 2;;;;;"}));
+  // That of another address is not the same.
+  const std::string other =
+      CardOf("2.1", {"N:Lee;Ann", "ADR;HOME:;B 2;;;;;", "X-MICROSOFT-OFFICELOC:B 2", "TEL;WORK:1",
+                     "X-FOO;WORK:x;B 2"});
+  EXPECT_THAT(InnerLines(Written(Form::kVCard21, other, Origin::kLibrary).text),
+              ElementsAre("VERSION:2.1", "N:Lee;Ann;;;", "ADR;HOME:;B 2;;;;;",
+                          "X-MICROSOFT-OFFICELOC:B 2", "TEL;WORK:1", "X-FOO;WORK:x;B 2"));
+}
+
 TEST_F(SentCards, AKindIsTheSameHoweverOftenItIsWritten) {
   for (const Form form : {Form::kVCard21, Form::kVCard30, Form::kVCard40}) {
     const std::string once = Written(form, CardOf("2.1", {"N:Lee", "TEL;A^^^^B:1"})).text;

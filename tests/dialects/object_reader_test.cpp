@@ -96,13 +96,32 @@ TEST_F(DialectFile, GivesEveryCardOfManyThatAreGathered) {
   EXPECT_EQ(lines[4999], "5000 line 24996 store 0 4999 Lee");
   EXPECT_EQ(rest_.objects, 5000u);
   EXPECT_EQ(result_, OSIF_OK);
-  // Not a file of cards alone, so they are gathered.
-  const std::vector<std::string> gathered = Read("\r\n" + cards);
-  ASSERT_THAT(gathered, SizeIs(5000));
-  EXPECT_EQ(gathered[0], "1 line 2 store 0 0 Lee");
-  EXPECT_EQ(gathered[4999], "5000 line 24997 store 0 4999 Lee");
-  EXPECT_EQ(rest_.objects, 5000u);
-  EXPECT_EQ(result_, OSIF_OK);
+}
+
+// More than is divided at once: plain cards, others, notes of one name, refused objects and lines of nobody in turn.
+TEST_F(DialectFile, OfAnySizeIsReadInItsOrder) {
+  const std::string padding(1000, 'x');
+  const std::string group = Card("N:Lee;Ann\r\nTITLE:" + padding + "\r\n") +
+                            Card("N:Lee;Bo\r\nX-OTHER:" + padding + "\r\n") + "nobody's\r\n" +
+                            Note("List") + "BEGIN:VBOOKMARK\r\nEND:VBOOKMARK\r\n";
+  constexpr size_t kGroups = 600;
+  std::string file;
+  for (size_t i = 0; i < kGroups; ++i) file += group;
+  const std::vector<std::string> lines = Read(file);
+  ASSERT_THAT(lines, SizeIs(4 * kGroups));
+  for (size_t i = 0; i < kGroups; ++i) {
+    const auto line = [&](size_t number, size_t offset, const std::string& text) {
+      return std::to_string(4 * i + number) + " line " + std::to_string(18 * i + offset) + text;
+    };
+    EXPECT_EQ(lines[4 * i], line(1, 1, " store 0 Ann Lee"));
+    EXPECT_EQ(lines[4 * i + 1], line(2, 6, " store 0 Bo Lee"));
+    EXPECT_TRUE(lines[4 * i + 2].starts_with(line(3, 12, " store 2 List"))) << lines[4 * i + 2];
+    EXPECT_EQ(lines[4 * i + 3], line(4, 17, " refused: no card, calendar, note or message"));
+  }
+  EXPECT_EQ(rest_.objects, 4 * kGroups);
+  EXPECT_EQ(rest_.outside_lines, kGroups);
+  EXPECT_EQ(rest_.first_outside, 11u);
+  EXPECT_EQ(result_, OSIF_PARSE_ERROR);
 }
 
 TEST_F(DialectFile, IsReadFromWhereItStands) {

@@ -13,6 +13,9 @@
 #include "client/texts.h"
 
 namespace command {
+
+using namespace client;
+
 namespace {
 
 constexpr ListRow<OsifNote> kNoteLists[] = {
