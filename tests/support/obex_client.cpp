@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 namespace support {
@@ -98,7 +99,8 @@ void ObexClient::Close() {
 
 void ObexClient::Send(std::string_view bytes) {
   while (!bytes.empty()) {
-    const ssize_t count = send(handle_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    ssize_t count = send(handle_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (count < 0 && errno == ENOTSOCK) count = write(handle_, bytes.data(), bytes.size());
     if (count <= 0) return;  // the answer that does not come tells
     bytes.remove_prefix(static_cast<size_t>(count));
   }

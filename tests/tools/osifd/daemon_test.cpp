@@ -243,6 +243,57 @@ TEST_F(OsifdProgram, HoldsTheLargestBody) {
   EXPECT_EQ(Count("pb"), "2");
 }
 
+TEST_F(OsifdProgram, HoldsTheMostBytesOfARequestsHeaders) {
+  StartService({"--max-headers", "200"});
+  ObexClient client = Client();
+  const std::string name = ObexName("a.vcf");
+  const std::string body = ObexBytes(0x49, kAnn);
+  const auto padding = [&](size_t size) {
+    return ObexBytes(0x47, std::string(size - name.size() - 3, 'x'));
+  };
+  EXPECT_EQ(client.PutHeaders(name + padding(200) + body).code, kSuccess);
+  EXPECT_EQ(client.PutHeaders(name + padding(201) + body).code, 0xCD);
+  // Those of all packets count.
+  EXPECT_EQ(client.Exchange(0x02, name + padding(150)).code, 0x90);
+  EXPECT_EQ(client.Exchange(0x02, ObexBytes(0x47, std::string(48, 'x'))).code, 0xCD);
+}
+
+TEST_F(OsifdProgram, HoldsTheMostCharactersOfAName) {
+  StartService({"--max-name", "10"});
+  ObexClient client = Client();
+  EXPECT_EQ(client.Put("abcdef.vcf", kAnn).code, kSuccess);
+  EXPECT_EQ(client.Put("abcdefg.vcf", kAnn).code, 0xC0);
+}
+
+// The next one of a second has to wait for the next second.
+TEST_F(OsifdProgram, HoldsTheMostConnectionsOfASecond) {
+  StartService({"--max-rate", "1"});
+  const auto start = std::chrono::steady_clock::now();
+  ObexClient first = SyncClient();
+  ObexClient second = SyncClient();
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1000));
+  EXPECT_EQ(first.Disconnect().code, kSuccess);
+  EXPECT_EQ(second.Disconnect().code, kSuccess);
+}
+
+TEST_F(OsifdProgram, ServesASerialLineOnePeerAfterTheOther) {
+  const int peer = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+  ASSERT_TRUE(peer >= 0 && grantpt(peer) == 0 && unlockpt(peer) == 0);
+  const std::string line = ptsname(peer);
+  // Held open, as a line is that is plugged in.
+  const int other_side = open(line.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+  StartServiceWith({"--serial", line});
+  ObexClient client = ObexClient::Of(peer);
+  for (const std::string& card : {kAnn, kBob}) {
+    EXPECT_EQ(client.Connect().code, kSuccess);
+    EXPECT_EQ(client.Put("card.vcf", card).code, kSuccess);
+    EXPECT_EQ(client.Disconnect().code, kSuccess);
+  }
+  EXPECT_EQ(EndService(), 0);
+  close(other_side);
+  EXPECT_EQ(Osif({"list", "pb"}).out, "00000001  Ann Lee\n00000002  Bob Ray\n");
+}
+
 TEST_F(OsifdProgram, HoldsTheMostObjectsOfABody) {
   StartService({"--max-objects", "2"});
   ObexClient client = Client();
