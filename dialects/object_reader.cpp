@@ -249,7 +249,7 @@ class Divider {
 
 // Whether there is enough of a file to divide it ahead of its reading.
 bool IsLarge(int handle) {
-  constexpr off_t kLeast = 512 * 1024;
+  constexpr off_t kLeast = off_t{512} * 1024;
   struct stat state {};
   return fstat(handle, &state) == 0 && S_ISREG(state.st_mode) && state.st_size >= kLeast;
 }

@@ -22,8 +22,9 @@ class SessionBook : public testing::Test {
   }
   std::vector<std::string> Peers(size_t most) const {
     std::vector<std::string> peers;
-    for (const SessionEntry& entry : LastSessions(folder_.path(), most))
+    for (const SessionEntry& entry : LastSessions(folder_.path(), most)) {
       peers.push_back(entry.peer);
+    }
     return peers;
   }
 
@@ -98,7 +99,7 @@ TEST_F(SessionBook, LosesNothingWhenSeveralWriteAtOnce) {
     _exit(0);
   }
   for (int writer = 0; writer < kWriters; ++writer) wait(nullptr);
-  EXPECT_EQ(Peers(1000).size(), size_t{kWriters * kEntries});
+  EXPECT_EQ(Peers(1000).size(), size_t{kWriters} * kEntries);
 }
 
 TEST_F(SessionBook, CannotBeWrittenWhereThereIsNoFolder) {
