@@ -16,7 +16,6 @@ using dialects::WrittenObject;
 using testing::AnyOf;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Key;
 using testing::Not;
 using testing::StartsWith;
