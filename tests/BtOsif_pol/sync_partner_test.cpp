@@ -27,7 +27,6 @@ namespace {
 
 using sync_test::Card;
 using sync_test::CardDrawer;
-using sync_test::Cards;
 using sync_test::Changes;
 using sync_test::Death;
 using sync_test::Ids;

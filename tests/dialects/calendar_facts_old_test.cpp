@@ -10,7 +10,6 @@ using calendar_support::CalendarObject;
 using calendar_support::JoinedLines;
 using calendar_support::LinesOf;
 using calendar_support::Old;
-using dialects::Happenings;
 using dialects::StrictObject;
 using testing::AnyOf;
 using testing::Contains;

@@ -17,7 +17,6 @@ namespace {
 
 using calendar_support::Old;
 using dialects::IsPlainCalendar;
-using dialects::ObjectText;
 
 std::string Event(std::initializer_list<std::string_view> lines) {
   return Old("VEVENT", lines).text;

@@ -22,8 +22,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Key;
-using testing::Not;
 
 using Lines = std::vector<std::string>;
 

@@ -4,7 +4,6 @@
 namespace card_charset_facts_test {
 namespace {
 
-using dialects::Happenings;
 using stored_contact::ContactStore;
 using stored_contact::Fields;
 using stored_contact::Received;

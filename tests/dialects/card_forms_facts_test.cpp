@@ -6,11 +6,9 @@ namespace {
 
 using dialects::Form;
 using dialects::ObjectKind;
-using dialects::ObjectText;
 using dialects::Origin;
 using dialects::WrittenObject;
 using stored_contact::ContactStore;
-using stored_contact::Fields;
 using ::testing::Contains;
 using ::testing::Each;
 using ::testing::ElementsAre;
@@ -124,8 +122,9 @@ TEST_F(SentCards, AFormattedNameIsMadeWhereThereIsNone) {
   };
   for (const auto& [stored, name] : {Made{{"N:Lee;Ann;Mary;Dr.;PhD"}, "FN:Dr. Ann Mary Lee PhD"},
                                      Made{{"N:Lee;Ann", "ORG:Bolt"}, "FN:Ann Lee"}}) {
-    for (const Form form : {Form::kVCard30, Form::kVCard40})
+    for (const Form form : {Form::kVCard30, Form::kVCard40}) {
       EXPECT_THAT(SentAs(form, "2.1", stored), Contains(name));
+    }
   }
   const auto of = [](const std::string& lines) {
     return "BEGIN:VCARD\r\nVERSION:2.1\r\nN:;;;;\r\n" + lines + "END:VCARD\r\n";
@@ -365,8 +364,9 @@ TEST_F(SentCards, NothingEmptyAndNoTwinOfTheLibraryGoesOut) {
         SentAs(form, "2.1",
                {"N:Lee;Ann", "FN:Ann Lee", "TEL;RADIO:1", "X-SPOUSE:Bo", "X-CAT:a", "ORG:;Sales"});
     EXPECT_THAT(sent, Each(Not(testing::EndsWith(":"))));
-    for (const char* twin : {"X-IRMC-LUID", "DEPT", "SPOUSE", "CHILDREN", "X-MICROSOFT"})
+    for (const char* twin : {"X-IRMC-LUID", "DEPT", "SPOUSE", "CHILDREN", "X-MICROSOFT"}) {
       EXPECT_THAT(sent, Each(Not(StartsWith(twin)))) << twin;
+    }
     size_t numbers = 0;
     for (const std::string& line : sent) numbers += line.starts_with("TEL") ? 1 : 0;
     EXPECT_EQ(numbers, 1U);

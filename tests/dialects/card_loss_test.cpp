@@ -7,7 +7,6 @@ namespace card_loss_test {
 namespace {
 
 using stored_contact::ContactStore;
-using stored_contact::Fields;
 using stored_contact::Received;
 
 struct Row {

@@ -13,11 +13,9 @@
 namespace card_round_trip_test {
 namespace {
 
-using dialects::Card;
 using dialects::CardProperty;
 using dialects::Form;
 using dialects::ObjectText;
-using dialects::Origin;
 
 ObjectText AsObject(std::string text) {
   ObjectText object;

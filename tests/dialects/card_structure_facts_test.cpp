@@ -8,9 +8,7 @@ using dialects::Happenings;
 using stored_contact::ContactStore;
 using stored_contact::Fields;
 using stored_contact::Received;
-using ::testing::Contains;
 using ::testing::IsEmpty;
-using ::testing::Key;
 using ::testing::SizeIs;
 
 using Lines = std::vector<std::string>;

@@ -16,7 +16,6 @@ using dialects::Happenings;
 using dialects::ObjectText;
 using dialects::Origin;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 using Lines = std::vector<std::string>;
 

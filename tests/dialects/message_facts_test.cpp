@@ -17,11 +17,8 @@ namespace {
 
 using dialects::ObjectKind;
 using dialects::ObjectText;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::Key;
-using testing::Not;
 using testing::StartsWith;
 
 using Lines = std::vector<std::string>;

@@ -47,8 +47,9 @@ class StrictMessage : public ::testing::Test {
     constexpr std::string_view kMiddle = "BEGIN:VENV\nBEGIN:VBODY\n";
     constexpr std::string_view kEnd = "END:VBODY\nEND:VENV\nEND:VMSG\n";
     const size_t middle = text.find(kMiddle);
-    if (!text.starts_with(kBegin) || !text.ends_with(kEnd) || middle == std::string::npos)
+    if (!text.starts_with(kBegin) || !text.ends_with(kEnd) || middle == std::string::npos) {
       return text;
+    }
     const size_t body = middle + kMiddle.size();
     return text.substr(kBegin.size(), middle - kBegin.size()) + "|" +
            text.substr(body, text.size() - kEnd.size() - body);

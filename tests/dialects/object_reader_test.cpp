@@ -14,7 +14,6 @@ namespace object_reader_test {
 namespace {
 
 using dialects::FileRest;
-using dialects::ObjectKind;
 using dialects::ReadObject;
 using dialects::RefusedObject;
 using testing::ElementsAre;

@@ -25,7 +25,6 @@ using dialects::Report;
 using dialects::RuleEnd;
 using dialects::StorePart;
 using dialects::StoreParts;
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 // A Friday, the second of its month.

@@ -20,7 +20,6 @@ namespace {
 using dialects::EscapedModern;
 using dialects::Form;
 using dialects::ObjectKind;
-using dialects::ObjectText;
 
 // The store has an object of it at most once, so the property may run over and over.
 std::string ThroughTheStore(int32_t store_id, const std::string& strict) {

@@ -49,8 +49,9 @@ class Disk {
 
   static std::optional<File> FileAt(const std::string& path) {
     struct statx status {};
-    if (statx(AT_FDCWD, path.c_str(), 0, STATX_INO | STATX_BTIME, &status) != 0)
+    if (statx(AT_FDCWD, path.c_str(), 0, STATX_INO | STATX_BTIME, &status) != 0) {
       return std::nullopt;
+    }
     if (!S_ISREG(status.stx_mode)) return std::nullopt;
     return File{status.stx_ino, status.stx_btime.tv_sec * 1'000'000'000 + status.stx_btime.tv_nsec};
   }

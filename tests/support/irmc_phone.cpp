@@ -328,8 +328,9 @@ PhoneAnswer IrmcPhone::AnswerTo(const PhoneRequest& request) {
   }
   for (auto& [folder, store] : {std::pair<std::string, PhoneStore&>{"telecom/pb", contacts},
                                 std::pair<std::string, PhoneStore&>{"telecom/cal", calendar}}) {
-    if (!request.name.starts_with(folder + "/") && request.name != folder + store.extension_)
+    if (!request.name.starts_with(folder + "/") && request.name != folder + store.extension_) {
       continue;
+    }
     const std::string place = request.name.substr(folder.size());
     if (request.is_put) {
       const std::string begin = "/luid/";

@@ -193,8 +193,9 @@ void Supervisor::StartLines() {
     if (line.pid != 0 || Clock::now() < line.next_start) continue;
     line.next_start = Clock::now() + kPause;
     std::string why;
-    if (line.is_serial && !line.handle.is_open())
+    if (line.is_serial && !line.handle.is_open()) {
       line.handle = obex::OpenSerialLine(line.name, why);
+    }
     if (line.handle.is_open()) line.pid = Start(line.handle.get(), "serial " + line.name);
   }
 }

@@ -15,7 +15,6 @@ using obex::ReadChanges;
 using obex::ReadCounter;
 using obex::ReadDeviceInfo;
 using obex::ReadStoreInfo;
-using obex::RemoteChanges;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

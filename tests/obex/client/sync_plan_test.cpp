@@ -291,8 +291,9 @@ World AnyWorld() {
     const std::string text = word();
     world.pairs.push_back({id, luid, text, text});
     if (*rc::gen::inRange(0, 4) > 0) world.here[id] = *rc::gen::arbitrary<bool>() ? text : word();
-    if (*rc::gen::inRange(0, 4) > 0)
+    if (*rc::gen::inRange(0, 4) > 0) {
       world.there[luid] = *rc::gen::arbitrary<bool>() ? text : word();
+    }
   }
   const int news = *rc::gen::inRange(0, 4);
   for (int i = 0; i < news; ++i) {

@@ -16,8 +16,6 @@
 namespace sync_state_test {
 namespace {
 
-using obex::SyncAnchors;
-using obex::SyncIntent;
 using obex::SyncPair;
 using obex::SyncPending;
 using obex::SyncSide;

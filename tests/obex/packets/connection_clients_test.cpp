@@ -11,7 +11,6 @@ namespace {
 using namespace obex_test;
 using obex::Code;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 constexpr const char* kConnectSync = "80 00 13  10 00 04 00  46 00 0C 49 52 4D 43 2D 53 59 4E 43";
 constexpr const char* kConnectedSync =

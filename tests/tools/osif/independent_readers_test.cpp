@@ -11,7 +11,6 @@ namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
-using testing::Not;
 
 constexpr const char* kPython = "/usr/bin/python3";
 

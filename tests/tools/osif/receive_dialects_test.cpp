@@ -8,9 +8,7 @@ namespace {
 
 using testing::AllOf;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Le;
 using testing::MatchesRegex;
 using testing::Not;

@@ -7,7 +7,6 @@ namespace osifd_test::push_test {
 namespace {
 
 using support::ObexType;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
 

@@ -9,7 +9,6 @@ namespace {
 
 using testing::Contains;
 using testing::HasSubstr;
-using testing::Not;
 using testing::UnorderedElementsAre;
 
 const std::string kAnn = Card({"N:Lee;Ann", "TEL;WORK;VOICE:123", "NOTE:likes tea"});
@@ -285,8 +284,9 @@ TEST_P(Gammu, PutsSavedContactsBack) {
   const Outcome outcome = Do("restore saved.vcf -yes");
   EXPECT_THAT(outcome.out + outcome.err, HasSubstr("Nobody is perfect"));
   std::multiset<std::string> names;
-  for (const Json& contact : Osif({"--json", "list", "pb"}).JsonLines())
+  for (const Json& contact : Osif({"--json", "list", "pb"}).JsonLines()) {
     names.insert(contact["name"]);
+  }
   EXPECT_THAT(names, UnorderedElementsAre("Ann Lee", "Bob Ray"));
 }
 

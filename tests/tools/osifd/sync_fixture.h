@@ -75,8 +75,9 @@ class SyncCommand : public OsifdTest {
   std::multiset<std::string> Names(const std::string& device,
                                    const std::string& store = "pb") const {
     std::multiset<std::string> names;
-    for (const Json& line : On(device, {"--json", "list", store}).JsonLines())
+    for (const Json& line : On(device, {"--json", "list", store}).JsonLines()) {
       names.insert(line["name"]);
+    }
     return names;
   }
   using Texts = std::multiset<std::string>;

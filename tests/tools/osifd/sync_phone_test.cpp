@@ -42,8 +42,9 @@ class SyncWithPhone : public SyncCommand {
   // Refuses requests with this in their names, from now on.
   void Refuse(const std::string& part, int code, bool is_put = true) {
     phone_.instead = [=](const PhoneRequest& request) -> std::optional<PhoneAnswer> {
-      if (request.is_put != is_put || request.name.find(part) == std::string::npos)
+      if (request.is_put != is_put || request.name.find(part) == std::string::npos) {
         return std::nullopt;
+      }
       return PhoneAnswer{code};
     };
   }
@@ -168,8 +169,9 @@ TEST_F(SyncWithPhone, AsksForTheLogThenObjectsThenTheCounterAndWritesAtLast) {
   Agree();
   Lines luid_names;
   for (const PhoneRequest& request : phone_.requests) {
-    if (request.name.find("/luid/") != std::string::npos)
+    if (request.name.find("/luid/") != std::string::npos) {
       luid_names.push_back(request.name.substr(16));
+    }
   }
   luid_names.resize(4);  // what was written may be read again
   EXPECT_THAT(luid_names, ElementsAre("2.log", ann + ".vcf", "cc.log", ".vcf"));

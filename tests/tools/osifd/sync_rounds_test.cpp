@@ -231,8 +231,9 @@ class SyncRounds : public SyncCommand {
     }
     std::string statements;
     const std::string table = store.table;
-    for (const std::string& id : take(1))
+    for (const std::string& id : take(1)) {
       statements += "DELETE FROM pim_objects WHERE oid=" + Oid(id) + ";";
+    }
     for (const std::string& id : take(3)) {
       const std::string value = OneIn(3) ? "NULL" : OneIn(4) ? "'same'" : "'" + NewValue("v") + "'";
       statements += "UPDATE " + table + " SET " + store.text_column + "=" + value +
@@ -254,8 +255,9 @@ class SyncRounds : public SyncCommand {
       const auto is_double = [&](const std::string& text) {
         return IsOf(text, number) && before.count(text) > 1;
       };
-      if (std::ranges::none_of(before, is_double))
+      if (std::ranges::none_of(before, is_double)) {
         changed += Object(store, number, ++last_version_);
+      }
     }
     if (changed.empty()) return;
     const Lines receive = {"receive", Write(std::string("changed") + store.extension, changed)};
@@ -321,9 +323,10 @@ class SyncRounds : public SyncCommand {
     EXPECT_EQ(Without(TextsIn(there), expected), Texts()) << "too many there";
     EXPECT_EQ(Without(expected, TextsIn(here)), Texts()) << "missing here";
     EXPECT_EQ(Without(expected, TextsIn(there)), Texts()) << "missing there";
-    if (HasFailure())
+    if (HasFailure()) {
       std::cout << Changes("here", round.here_before, round.here, here)
                 << Changes("there", round.there_before, round.there, there);
+    }
   }
 
   static Texts Without(const Texts& texts, const Texts& others) {

@@ -36,8 +36,9 @@ class OsifdSync : public OsifdTest {
   // The value of a "FIELD:value" line.
   static std::string Field(const std::string& text, const std::string& field) {
     for (const std::string& line : Outcome::Split(text)) {
-      if (line.starts_with(field + ":"))
+      if (line.starts_with(field + ":")) {
         return line.substr(field.size() + 1, line.find('\r') - field.size() - 1);
+      }
     }
     ADD_FAILURE() << "no " << field << " in\n" << text;
     return {};
