@@ -160,6 +160,16 @@ TEST(RulesOfShortMonths, AreExactInAMonthThatHasTheDay) {
   EXPECT_FALSE(report.IsEmpty());
 }
 
+// The 28th is a day of each month, and "the last of the 28th, 29th and 30th" is what the store does anyway.
+TEST(RulesOfShortMonths, AreNotReportedWhereNoDayIsMissing) {
+  for (const char* rule : {"FREQ=MONTHLY;BYMONTHDAY=28", "FREQ=MONTHLY;BYMONTHDAY=-28",
+                           "FREQ=MONTHLY;BYMONTHDAY=28,29,30;BYSETPOS=-1"}) {
+    Report report;
+    EXPECT_EQ(StoreParts(*ReadRecurRule(rule), kStart, report).size(), 1U) << rule;
+    EXPECT_TRUE(report.IsEmpty()) << rule;
+  }
+}
+
 // ---- The old grammar, as senders mean it ----
 
 struct OldRow {
