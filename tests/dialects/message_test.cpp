@@ -140,6 +140,7 @@ TEST_F(StrictMessage, HasTheTextOfALoneSubject) {
 
 TEST_F(StrictMessage, OfMailKeepsASubjectWithoutText) {
   EXPECT_EQ(Body("From:a@b\nSubject:s\n"), "From:a@b\nSubject:s\n\n");
+  EXPECT_EQ(Body("To:a@b\nSubject:s\n"), "To:a@b\nSubject:s\n\n");
   EXPECT_EQ(Body("Subject:s\n\n"), "Subject:s\n\n");
 }
 
