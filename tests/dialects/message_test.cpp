@@ -173,6 +173,13 @@ TEST_F(StrictMessage, HasItsPropertiesAfterWhatWereCards) {
       "From:\"Jo Doe\" <+1>\nTo:2; \"X\" <x@y>\nSubject:s\n\nhi\n");
 }
 
+TEST_F(StrictMessage, HasRecipientsOfTheCardsAfterTheFirst) {
+  EXPECT_EQ(Shown("BEGIN:VCARD\nTEL:1\nEND:VCARD\nBEGIN:VCARD\nTEL:2\nEND:VCARD\n"
+                  "BEGIN:VCARD\nTEL:3\nEND:VCARD\nBEGIN:VENV\nBEGIN:VBODY\nSubject:s\n\nhi\n"
+                  "END:VBODY\nEND:VENV\n"),
+            "X-BT-FOLDER:INBOX\n|From:1\nTo:2; 3\nSubject:s\n\nhi\n");
+}
+
 TEST_F(StrictMessage, HasTheSenderOfALoneCardWhenItCameIn) {
   constexpr std::string_view kCard = "BEGIN:VCARD\nTEL:1\nEND:VCARD\n";
   constexpr std::string_view kBody = "BEGIN:VBODY\nSubject:s\n\nhi\nEND:VBODY\n";
