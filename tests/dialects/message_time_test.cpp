@@ -55,6 +55,7 @@ TEST_P(NoDates, AreNotRead) { EXPECT_EQ(Read(GetParam()), ""); }
 
 INSTANTIATE_TEST_SUITE_P(MessageTime, NoDates,
                          ::testing::Values("", "yesterday", "31.02.2010 10:00:00",
+                                           "24.12.2010 24:00", "24.12.2010 10:60",
                                            "24.12.2010 25:00", "12", "1234567",
                                            "99999999999999999999", "Dec", "1.2", "24 Dec"));
 

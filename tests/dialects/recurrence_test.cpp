@@ -214,6 +214,8 @@ const OldRow kSenderRules[] = {
     {"YD1 #0", {"FREQ=YEARLY;BYMONTH=6;BYMONTHDAY=12"}},
     {"YD1 61 #0", {"FREQ=YEARLY;BYMONTH=3;BYMONTHDAY=2"}},
     {"YD1 163 #0", {"FREQ=YEARLY;BYMONTH=6;BYMONTHDAY=12"}},
+    {"YD1 365 #0", {"FREQ=YEARLY;BYMONTH=12;BYMONTHDAY=31"}},
+    {"YD1 366 #0", {"FREQ=YEARLY;BYMONTH=12;BYMONTHDAY=31"}},
     {"M60 #3", {"FREQ=MINUTELY;INTERVAL=60;COUNT=3"}},
     {"MAILTO:someone@example.com#17", {}},
     {"D1 #5 M60 #3", {}},
