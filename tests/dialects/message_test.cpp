@@ -151,6 +151,12 @@ TEST_F(StrictMessage, HasTheTextOfAProperty) {
   EXPECT_EQ(Body("Subject:s\nTEXT:a\nb\n"), "Subject:s\n\na\nb\n");
 }
 
+TEST_F(StrictMessage, HasTheTextOfAPropertyBeforeThatOfItsBody) {
+  EXPECT_EQ(Shown("TEXT:a\nBEGIN:VENV\nBEGIN:VBODY\nSubject:s\nContent-Transfer-Encoding:base64\n\n"
+                  "Yg==\nEND:VBODY\nEND:VENV\n"),
+            "X-BT-FOLDER:INBOX\n|Subject:s\n\na\nb\n");
+}
+
 TEST_F(StrictMessage, HasTheOneLinePropertiesOfAnotherFrame) {
   const StrictObject strict =
       StrictMessages(
@@ -196,6 +202,18 @@ TEST_F(StrictMessage, HasTheAddressesOfItsHeadersRatherThanThoseOfCards) {
               ElementsAre(Pair("VCARD", 1)));
   EXPECT_EQ(Shown("BEGIN:VCARD\nTEL:1\nBEGIN:VBODY\nFrom:2\nSubject:s\n\nhi\nEND:VBODY\n"),
             "X-BT-FOLDER:INBOX\n|From:2\nSubject:s\n\nhi\n");
+}
+
+TEST_F(StrictMessage, ReportsTheCardsThatItsHeadersContradict) {
+  constexpr std::string_view kCards =
+      "BEGIN:VCARD\nTEL:1\nEND:VCARD\nBEGIN:VCARD\nTEL:2\nEND:VCARD\n";
+  const auto dropped = [&](std::string_view headers) {
+    return Dropped("VERSION:1.1\nX-BT-FOLDER:SENTBOX\nBEGIN:VENV\n" + std::string(kCards) +
+                   "BEGIN:VBODY\n" + std::string(headers) +
+                   "Subject:s\n\nhi\nEND:VBODY\nEND:VENV\n");
+  };
+  EXPECT_THAT(dropped("To:3\n"), ElementsAre(Pair("VCARD", 2)));
+  EXPECT_THAT(dropped("To:1, 2\n"), IsEmpty());
 }
 
 struct BoxCase {
