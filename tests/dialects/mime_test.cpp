@@ -47,6 +47,12 @@ TEST(EncodedWords, AreNoMoreThanTheirTextNeeds) {
   EXPECT_EQ(EncodedWords(letters + letters + letters), words + "\r\n " + words + "\r\n " + words);
 }
 
+TEST(EncodedWords, AreWrittenForWhatIsTooLongForALine) {
+  const std::string longest(900, 'a');
+  EXPECT_EQ(EncodedWords(longest), longest);
+  EXPECT_TRUE(EncodedWords(longest + "a").starts_with("=?UTF-8?Q?a"));
+}
+
 RC_GTEST_PROP(EncodedWords, ComeBackFromAnyText, ()) {
   const auto pieces = *rc::gen::container<std::vector<std::string>>(
       rc::gen::element<std::string>("a", " ", "=?", "?=", "\xC3\xA4", "\xE2\x82\xAC", "_", "=20"));
