@@ -319,6 +319,16 @@ TEST_F(RuleFacts, SeriesThatBeginTogetherDoNotBeginOnOneDay) {
       "2.0", {"FREQ=WEEKLY;BYDAY=FR;COUNT=4", "FREQ=MONTHLY;BYMONTHDAY=12;COUNT=3"}, kStart));
   EXPECT_THAT(StartsAndRules(items),
               ElementsAre("20260612T090000 W1 FR #4", "20260712T090000 MD1 12 #2"));
+  // Of two occurrences one is left.
+  EXPECT_THAT(
+      StartsAndRules(Strict(Series(
+          "2.0", {"FREQ=WEEKLY;BYDAY=FR;COUNT=4", "FREQ=MONTHLY;BYMONTHDAY=12;COUNT=2"}, kStart))),
+      ElementsAre("20260612T090000 W1 FR #4", "20260712T090000 MD1 12 #1"));
+}
+
+TEST_F(RuleFacts, TimeOfDayBeforeTheStartIsOneOfTheNextDay) {
+  EXPECT_THAT(StartsAndRules(Strict(Series("1.0", {"D1 0800 1200 #1"}, kStart))),
+              testing::UnorderedElementsAre("20260613T080000 D1 #1", "20260612T120000 D1 #1"));
 }
 
 TEST_F(RuleFacts, RuleThatTheStoreCannotSayDoesNotTakeTheSeriesAway) {

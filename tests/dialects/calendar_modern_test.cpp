@@ -1,6 +1,7 @@
 // iCalendar 2.0 as it comes, and what the strict reader gets of it.
 #include <gmock/gmock.h>
 
+#include "dialects/calendar_time.h"
 #include "tests/dialects/calendar_support.h"
 
 namespace calendar_modern_test {
@@ -142,6 +143,14 @@ TEST_F(ModernCalendar, SeriesOfWholeDaysStaysOne) {
                           "RRULE:YM1 6 #0 MD1 12", "EXDATE:20270612T000000"));
 }
 
+TEST_F(ModernCalendar, SeriesOfAMonths30thMayBeginInFebruary) {
+  const StrictObject item = Event({"SUMMARY:x", "DTSTART;TZID=Europe/Berlin:20260228T090000",
+                                   "RRULE:FREQ=MONTHLY;BYMONTHDAY=28,29,30;BYSETPOS=-1"});
+  EXPECT_THAT(LinesOf(item.text, {"DTSTART", "RRULE"}),
+              ElementsAre("DTSTART:20260228T090000", "RRULE:MD1 30 #0"));
+  EXPECT_TRUE(item.report.IsEmpty());
+}
+
 TEST_F(ModernCalendar, ChangedOccurrenceLeavesTheSeriesAndACancelledOneGoes) {
   const std::string text =
       calendar_support::JoinedLines({"BEGIN:VCALENDAR",
@@ -180,6 +189,20 @@ TEST_F(ModernCalendar, FurtherDatesMayBePeriods) {
   ASSERT_THAT(items, SizeIs(3));
   EXPECT_THAT(Times(items[1]), ElementsAre("DTSTART:20260701T090000Z", "DTEND:20260701T120000Z"));
   EXPECT_THAT(Times(items[2]), ElementsAre("DTSTART:20260702T090000Z", "DTEND:20260702T093000Z"));
+}
+
+TEST_F(ModernCalendar, FurtherDatesAreFiftyAtMost) {
+  std::string dates = "RDATE:20260701T090000Z";
+  for (int day = 1; day < 50; ++day) {
+    dates += "," + dialects::DateTimeText(dialects::PlusDays({2026, 7, 1, 9, 0, 0}, day)) + "Z";
+  }
+  const auto items = Strict(Modern("VEVENT", {"SUMMARY:x", "DTSTART:20260612T090000Z", dates}));
+  ASSERT_THAT(items, SizeIs(51));
+  EXPECT_THAT(items[0].report.dropped, IsEmpty());
+  const auto most = Strict(
+      Modern("VEVENT", {"SUMMARY:x", "DTSTART:20260612T090000Z", dates + ",20261201T090000Z"}));
+  ASSERT_THAT(most, SizeIs(51));
+  EXPECT_EQ(most[0].report.dropped, (Happenings{{"RDATE", 1}}));
 }
 
 TEST_F(ModernCalendar, RuleThatTheStoreLacksBecomesAtMostFiftySingleEvents) {
@@ -298,7 +321,7 @@ INSTANTIATE_TEST_SUITE_P(
         WordRow{"STATUS:CONFIRMED", {"STATUS:CONFIRMED"}}, WordRow{"STATUS:CANCELLED", {}},
         WordRow{"TRANSP:TRANSPARENT", {"STATUS:DECLINED"}}, WordRow{"TRANSP:OPAQUE", {}},
         WordRow{"CLASS:CONFIDENTIAL", {"CLASS:PRIVATE"}}, WordRow{"CLASS:PUBLIC", {"CLASS:PUBLIC"}},
-        WordRow{"CATEGORIES:A\\,B,C", {"CATEGORIES:A,B,C"}},
+        WordRow{"CLASS:X-SECRET", {}}, WordRow{"CATEGORIES:A\\,B,C", {"CATEGORIES:A,B,C"}},
         WordRow{"ATTENDEE;CN=\"Lee, Ann\":mailto:ann@lee.example",
                 {"ATTENDEE;ROLE=ATTENDEE:Lee, Ann <ann@lee.example>"}},
         WordRow{"ATTENDEE:MAILTO:ann@lee.example", {"ATTENDEE;ROLE=ATTENDEE:ann@lee.example"}},
@@ -342,6 +365,12 @@ TEST_F(ModernCalendar, JournalEntryIsANote) {
   EXPECT_EQ(item.text,
             "BEGIN:VNOTE\r\nVERSION:1.1\r\nDCREATED:20260612T000000\r\nSUMMARY:It rained.\r\n"
             "BODY;ENCODING=QUOTED-PRINTABLE:It rained.=0D=0AAll day.\r\nEND:VNOTE\r\n");
+}
+
+TEST_F(ModernCalendar, JournalEntryMayBeASummaryAlone) {
+  const StrictObject item = Only(Modern("VJOURNAL", {"SUMMARY:It rained."}));
+  EXPECT_EQ(item.kind, dialects::ObjectKind::kNote);
+  EXPECT_THAT(LinesOf(item.text, {"SUMMARY"}), ElementsAre("SUMMARY:It rained."));
 }
 
 TEST_F(ModernCalendar, ThatIsTakenBackIsRefused) {

@@ -141,6 +141,7 @@ TEST_F(StrictMessage, HasTheTextOfALoneSubject) {
 
 TEST_F(StrictMessage, OfMailKeepsASubjectWithoutText) {
   EXPECT_EQ(Body("From:a@b\nSubject:s\n"), "From:a@b\nSubject:s\n\n");
+  EXPECT_EQ(Body("To:a@b\nSubject:s\n"), "To:a@b\nSubject:s\n\n");
   EXPECT_EQ(Body("Subject:s\n\n"), "Subject:s\n\n");
 }
 
@@ -149,6 +150,12 @@ TEST_F(StrictMessage, HasTheTextOfAProperty) {
             "Subject:s\n\nhello world\n");
   EXPECT_EQ(Body("BODY:a\\;b\n"), "Subject:a;b\n\na;b\n");
   EXPECT_EQ(Body("Subject:s\nTEXT:a\nb\n"), "Subject:s\n\na\nb\n");
+}
+
+TEST_F(StrictMessage, HasTheTextOfAPropertyBeforeThatOfItsBody) {
+  EXPECT_EQ(Shown("TEXT:a\nBEGIN:VENV\nBEGIN:VBODY\nSubject:s\nContent-Transfer-Encoding:base64\n\n"
+                  "Yg==\nEND:VBODY\nEND:VENV\n"),
+            "X-BT-FOLDER:INBOX\n|Subject:s\n\na\nb\n");
 }
 
 TEST_F(StrictMessage, HasTheOneLinePropertiesOfAnotherFrame) {
@@ -173,6 +180,13 @@ TEST_F(StrictMessage, HasItsPropertiesAfterWhatWereCards) {
       "From:\"Jo Doe\" <+1>\nTo:2; \"X\" <x@y>\nSubject:s\n\nhi\n");
 }
 
+TEST_F(StrictMessage, HasRecipientsOfTheCardsAfterTheFirst) {
+  EXPECT_EQ(Shown("BEGIN:VCARD\nTEL:1\nEND:VCARD\nBEGIN:VCARD\nTEL:2\nEND:VCARD\n"
+                  "BEGIN:VCARD\nTEL:3\nEND:VCARD\nBEGIN:VENV\nBEGIN:VBODY\nSubject:s\n\nhi\n"
+                  "END:VBODY\nEND:VENV\n"),
+            "X-BT-FOLDER:INBOX\n|From:1\nTo:2; 3\nSubject:s\n\nhi\n");
+}
+
 TEST_F(StrictMessage, HasTheSenderOfALoneCardWhenItCameIn) {
   constexpr std::string_view kCard = "BEGIN:VCARD\nTEL:1\nEND:VCARD\n";
   constexpr std::string_view kBody = "BEGIN:VBODY\nSubject:s\n\nhi\nEND:VBODY\n";
@@ -189,6 +203,18 @@ TEST_F(StrictMessage, HasTheAddressesOfItsHeadersRatherThanThoseOfCards) {
               ElementsAre(Pair("VCARD", 1)));
   EXPECT_EQ(Shown("BEGIN:VCARD\nTEL:1\nBEGIN:VBODY\nFrom:2\nSubject:s\n\nhi\nEND:VBODY\n"),
             "X-BT-FOLDER:INBOX\n|From:2\nSubject:s\n\nhi\n");
+}
+
+TEST_F(StrictMessage, ReportsTheCardsThatItsHeadersContradict) {
+  constexpr std::string_view kCards =
+      "BEGIN:VCARD\nTEL:1\nEND:VCARD\nBEGIN:VCARD\nTEL:2\nEND:VCARD\n";
+  const auto dropped = [&](std::string_view headers) {
+    return Dropped("VERSION:1.1\nX-BT-FOLDER:SENTBOX\nBEGIN:VENV\n" + std::string(kCards) +
+                   "BEGIN:VBODY\n" + std::string(headers) +
+                   "Subject:s\n\nhi\nEND:VBODY\nEND:VENV\n");
+  };
+  EXPECT_THAT(dropped("To:3\n"), ElementsAre(Pair("VCARD", 2)));
+  EXPECT_THAT(dropped("To:1, 2\n"), IsEmpty());
 }
 
 struct BoxCase {

@@ -40,7 +40,7 @@ INSTANTIATE_TEST_SUITE_P(
                       DateCase{"24-12-10 12:05 am", "2010-12-24 00:05:00"},
                       DateCase{"20101224T183000Z", "2010-12-24 18:30:00 +0000"},
                       DateCase{"20101224T183000", "2010-12-24 18:30:00"},
-                      DateCase{"20101224183000", "2010-12-24 18:30:00"},
+                      DateCase{"20101224183005", "2010-12-24 18:30:05"},
                       DateCase{"20101224", "2010-12-24 00:00:00"},
                       DateCase{"1293215400000", "2010-12-24 18:30:00 +0000"},
                       DateCase{"1293215400", "2010-12-24 18:30:00 +0000"},
@@ -55,8 +55,29 @@ TEST_P(NoDates, AreNotRead) { EXPECT_EQ(Read(GetParam()), ""); }
 
 INSTANTIATE_TEST_SUITE_P(MessageTime, NoDates,
                          ::testing::Values("", "yesterday", "31.02.2010 10:00:00",
+                                           "24.12.2010 24:00", "24.12.2010 10:60",
                                            "24.12.2010 25:00", "12", "1234567",
                                            "99999999999999999999", "Dec", "1.2", "24 Dec"));
+
+TEST(MessageTime, IsOnADayThatItsMonthHas) {
+  const auto is_read = [](int year, int month, int day) {
+    return !Read(std::to_string(year) + "/" + std::to_string(month) + "/" + std::to_string(day))
+                .empty();
+  };
+  constexpr int kLastDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  for (int month = 1; month <= 12; ++month) {
+    const int last = kLastDays[month - 1];
+    EXPECT_TRUE(is_read(2010, month, last)) << month;
+    EXPECT_FALSE(is_read(2010, month, last + 1)) << month;
+  }
+  EXPECT_TRUE(is_read(2012, 2, 29));
+  EXPECT_TRUE(is_read(2000, 2, 29));
+  EXPECT_FALSE(is_read(1900, 2, 29));
+  EXPECT_FALSE(is_read(2012, 2, 30));
+  EXPECT_FALSE(is_read(2010, 0, 1));
+  EXPECT_FALSE(is_read(2010, 13, 1));
+  EXPECT_FALSE(is_read(2010, 1, 0));
+}
 
 TEST(MessageTime, IsStrictAsMailAndIsoHaveIt) {
   EXPECT_TRUE(dialects::IsStrictDate("Fri, 24 Dec 2010 18:30:00 +0100"));

@@ -32,6 +32,25 @@ TEST(EncodedWords, AreWrittenForWhatIsNotAscii) {
   EXPECT_EQ(EncodedWords("Re: a;b"), "Re: a;b");
   EXPECT_EQ(EncodedWords("\xC3\xA4 b"), "=?UTF-8?Q?=C3=A4_b?=");
   EXPECT_EQ(EncodedWords("=?x"), "=?UTF-8?Q?=3D=3Fx?=");
+  EXPECT_EQ(EncodedWords("\xC3\xA4"
+                         "azAZ09"),
+            "=?UTF-8?Q?=C3=A4azAZ09?=");
+}
+
+// A word has room for sixty characters, ten letters of six.
+TEST(EncodedWords, AreNoMoreThanTheirTextNeeds) {
+  std::string letters;
+  std::string word;
+  for (int i = 0; i < 10; ++i) letters += "\xC3\xA4";
+  for (int i = 0; i < 10; ++i) word += "=C3=A4";
+  const std::string words = "=?UTF-8?Q?" + word + "?=";
+  EXPECT_EQ(EncodedWords(letters + letters + letters), words + "\r\n " + words + "\r\n " + words);
+}
+
+TEST(EncodedWords, AreWrittenForWhatIsTooLongForALine) {
+  const std::string longest(900, 'a');
+  EXPECT_EQ(EncodedWords(longest), longest);
+  EXPECT_TRUE(EncodedWords(longest + "a").starts_with("=?UTF-8?Q?a"));
 }
 
 RC_GTEST_PROP(EncodedWords, ComeBackFromAnyText, ()) {

@@ -122,6 +122,25 @@ TEST(StrictNote, ReportsWhatItHasNoPlaceFor) {
   EXPECT_EQ(strict.uid, "1 2");
 }
 
+// The reader takes an identity as it stands: no encoding could bring another one to it.
+TEST(StrictNote, KeepsAnIdentityThatTheReaderTakesAsItStands) {
+  const auto is_kept = [](const std::string& luid) {
+    Note note;
+    note.summary = "a";
+    note.luid = luid;
+    Report report;
+    const std::string text = StrictNoteText(note, report);
+    EXPECT_EQ(report.dropped.count("X-IRMC-LUID") == 0, text.find("LUID") != std::string::npos);
+    return text.find("X-IRMC-LUID:" + luid + "\r\n") != std::string::npos;
+  };
+  EXPECT_TRUE(is_kept("a;b=c \\"));
+  EXPECT_TRUE(is_kept(std::string(511, 'a')));
+  EXPECT_FALSE(is_kept(std::string(512, 'a')));
+  EXPECT_FALSE(is_kept("\xC3\xA4"));
+  EXPECT_FALSE(is_kept("a\tb"));
+  EXPECT_FALSE(is_kept("a="));
+}
+
 TEST(StrictNote, OfAFileHasANameOfItsOwn) {
   NoteNames names;
   std::string summaries;

@@ -159,6 +159,16 @@ TEST(RulesOfShortMonths, AreExactInAMonthThatHasTheDay) {
   EXPECT_FALSE(report.IsEmpty());
 }
 
+// The 28th is a day of each month, and "the last of the 28th, 29th and 30th" is what the store does anyway.
+TEST(RulesOfShortMonths, AreNotReportedWhereNoDayIsMissing) {
+  for (const char* rule : {"FREQ=MONTHLY;BYMONTHDAY=28", "FREQ=MONTHLY;BYMONTHDAY=-28",
+                           "FREQ=MONTHLY;BYMONTHDAY=28,29,30;BYSETPOS=-1"}) {
+    Report report;
+    EXPECT_EQ(StoreParts(*ReadRecurRule(rule), kStart, report).size(), 1U) << rule;
+    EXPECT_TRUE(report.IsEmpty()) << rule;
+  }
+}
+
 // ---- The old grammar, as senders mean it ----
 
 struct OldRow {
@@ -203,6 +213,8 @@ const OldRow kSenderRules[] = {
     {"YD1 #0", {"FREQ=YEARLY;BYMONTH=6;BYMONTHDAY=12"}},
     {"YD1 61 #0", {"FREQ=YEARLY;BYMONTH=3;BYMONTHDAY=2"}},
     {"YD1 163 #0", {"FREQ=YEARLY;BYMONTH=6;BYMONTHDAY=12"}},
+    {"YD1 365 #0", {"FREQ=YEARLY;BYMONTH=12;BYMONTHDAY=31"}},
+    {"YD1 366 #0", {"FREQ=YEARLY;BYMONTH=12;BYMONTHDAY=31"}},
     {"M60 #3", {"FREQ=MINUTELY;INTERVAL=60;COUNT=3"}},
     {"MAILTO:someone@example.com#17", {}},
     {"D1 #5 M60 #3", {}},
