@@ -45,8 +45,8 @@ set_target_properties(osifd PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}
 install(TARGETS osifd RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(FILES docs/man/osifd.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 # systemd looks here below every usual prefix, whatever the folder of libraries is called.
-configure_file(packaging/osifd.service.in units/system/osifd.service @ONLY)
-configure_file(packaging/osifd-user.service.in units/user/osifd.service @ONLY)
+configure_file(packaging/write_units.cmake.in write_units.cmake @ONLY)
+install(SCRIPT ${CMAKE_CURRENT_BINARY_DIR}/write_units.cmake)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/units/system/osifd.service
   DESTINATION lib/systemd/system)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/units/user/osifd.service DESTINATION lib/systemd/user)

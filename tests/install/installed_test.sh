@@ -37,8 +37,12 @@ check_files() {
   expect_same "installed files" "$(lines bin/osif bin/osifd include/osif.h \
     "$LIBDIR"/cmake/osif/{osif-config,osif-config-version,osif-targets}.cmake \
     "$LIBDIR"/{libosif.so,libosif.so.0,"libosif.so.$VERSION",pkgconfig/osif.pc} \
-    share/bash-completion/completions/osif share/man/man1/{osif,osifd}.1 share/man/man3/libosif.3 \
-    share/zsh/site-functions/_osif | sort)" "$found"
+    lib/systemd/{system,user}/osifd.service share/bash-completion/completions/osif \
+    share/man/man1/{osif,osifd}.1 share/man/man3/libosif.3 share/zsh/site-functions/_osif | sort)" "$found"
+  local unit
+  for unit in "$PREFIX"/lib/systemd/*/osifd.service; do
+    grep -q "^ExecStart=$PREFIX/bin/osifd " "$unit" || fail "$unit starts something else"
+  done
 }
 
 # ---- Programs built against it -----------------------------------------------------------------------
@@ -188,10 +192,12 @@ check_completion() {
   expect_same "options" "$(options | sort)" "$(offered -)"
   for name in $(subcommands); do
     expect_same "options of $name" "$({ options; options "$name"; } | sort -u)" "$(offered "$name" -)"
-    if "$osif" "$name" --help | grep -q '^  STORE '; then
+    # After an address the store is another word.
+    if "$osif" "$name" --help | grep -A1 '^Positionals:' | grep -q '^  STORE '; then
       expect_same "stores of $name" "$stores" "$(offered "$name" '')"
     fi
   done
+  expect_same "stores of sync" $'cal\npb' "$(offered sync 127.0.0.1:6500 '')"
   expect_same "stores with a beginning" $'msg-in\nmsg-out\nmsg-sent' "$(offered list m)"
   expect_same "no second store" "" "$(offered list pb '')"
   expect_same "settings" "$(settings | sort)" "$(offered settings '')"
