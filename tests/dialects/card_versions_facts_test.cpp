@@ -125,9 +125,10 @@ TEST_F(CardVersions, KindsThatTheStoreDoesNotKnowFindAPlace) {
     const Fields fields = Ann("4.0", {std::string("TEL;TYPE=") + kind + ":1"});
     EXPECT_EQ(fields, (Fields{{std::string(kind) == "pcs" ? "mobile" : "home", "1"}})) << kind;
   }
-  for (const char* kind : {"text", "msg"})
+  for (const char* kind : {"text", "msg"}) {
     EXPECT_EQ(Ann("4.0", {std::string("TEL;TYPE=") + kind + ":1"}), (Fields{{"mobile", "1"}}))
         << kind;
+  }
 }
 
 TEST_F(CardVersions, ANumberThatIsAUriIsTakenOutOfIt) {
@@ -269,8 +270,9 @@ TEST_F(CardVersions, AnAnniversaryHasSeveralNames) {
   for (const char* line :
        {"ANNIVERSARY:20011231", "X-ANNIVERSARY:2001-12-31", "X-EVOLUTION-ANNIVERSARY:2001-12-31",
         "ANNIVERSARY:2001-12-31T10:00:00Z"}) {
-    for (const char* version : {"2.1", "3.0", "4.0"})
+    for (const char* version : {"2.1", "3.0", "4.0"}) {
       EXPECT_EQ(Ann(version, {line}), (Fields{{"anniversary", day}})) << version << line;
+    }
   }
   EXPECT_EQ(
       Ann("3.0", {"item1.X-ABDATE;type=pref:2001-12-31", "item1.X-ABLabel:_$!<Anniversary>!$_"}),
