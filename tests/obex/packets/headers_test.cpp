@@ -53,7 +53,7 @@ TEST(Headers, ThatNobodyKnowsHaveItToo) {
 }
 
 TEST(Headers, HaveLengthsOfTwoBytes) {
-  const std::vector<std::string> one = Read("48 01 00" + std::string(2 * 253, '0'));
+  const std::vector<std::string> one = Read("48 01 00" + std::string(size_t{2} * 253, '0'));
   ASSERT_EQ(one.size(), 1U);
   EXPECT_THAT(one[0], ::testing::EndsWith("(256)"));
 }

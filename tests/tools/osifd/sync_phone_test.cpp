@@ -495,7 +495,7 @@ TEST_F(SyncWithPhone, DoesNotBelieveAnIdThatIsNone) {
   Add(here_, Ann());
   phone_.instead = [](const PhoneRequest& request) -> std::optional<PhoneAnswer> {
     if (!request.is_put) return std::nullopt;
-    return PhoneAnswer{0xA0, {}, std::string("\x01\x04../x\x02\x01", 9) + "1"};
+    return PhoneAnswer{0xA0, {}, std::string("\x01\x04../x\x02\x01", 8) + "1"};
   };
   EXPECT_EQ(Sync({"pb"}).status, 1);
   phone_.instead = nullptr;
