@@ -8,27 +8,30 @@ using testing::HasSubstr;
 
 class OsifdBluetooth : public OsifdTest {
  protected:
-  // What a scenario of bluez.py saw, which starts a program of ours. It ends by itself.
-  std::string Saw(const std::string& scenario, const Lines& program = {support::kDaemon}) {
-    for (const char* other : {"/usr/bin/python3", "/usr/bin/dbus-daemon"}) {
-      if (!std::filesystem::exists(other)) return {};
+  void SetUp() override {
+    for (const char* program : {"/usr/bin/python3", "/usr/bin/dbus-daemon"}) {
+      if (!std::filesystem::exists(program)) GTEST_SKIP() << program << " is not installed";
     }
-    std::filesystem::create_directory(Path("bus"));
-    Lines command_line = {"/usr/bin/python3", support::kSources + "/tests/tools/osifd/bluez.py",
-                          Path("bus"), scenario};
-    outcome_ = Run(Launched(program, command_line));
-    return outcome_.status == 77 ? std::string() : outcome_.out + Failure();
+    if (Run({"/usr/bin/python3", "-c", "import dbus, dbusmock"}).status != 0) {
+      GTEST_SKIP() << "python3-dbusmock is not installed";
+    }
   }
 
-  std::string Failure() const { return outcome_.status == 0 ? "" : "failed: " + outcome_.err; }
+  // What a scenario of bluez.py saw, which starts a program of ours. It ends by itself.
+  std::string Saw(const std::string& scenario, const Lines& program = {support::kDaemon}) {
+    std::filesystem::create_directory(Path("bus"));
+    outcome_ = Run(
+        Launched(program, {"/usr/bin/python3", support::kSources + "/tests/tools/osifd/bluez.py",
+                           Path("bus"), scenario}));
+    EXPECT_EQ(outcome_.status, 0) << outcome_.err;
+    return outcome_.out;
+  }
 
   Outcome outcome_;
 };
 
 TEST_F(OsifdBluetooth, RegistersBothProfilesWithTheirRecords) {
-  const std::string saw = Saw("registration");
-  if (saw.empty()) GTEST_SKIP() << "python3-dbusmock is not installed";
-  EXPECT_EQ(saw,
+  EXPECT_EQ(Saw("registration"),
             "/osifd/push 00001105-0000-1000-8000-00805f9b34fb\n"
             "  AutoConnect 0\n"
             "  Channel 9\n"
@@ -56,9 +59,7 @@ TEST_F(OsifdBluetooth, RegistersBothProfilesWithTheirRecords) {
 }
 
 TEST_F(OsifdBluetooth, ServesConnectionsThatBlueZHandsOver) {
-  const std::string saw = Saw("connection");
-  if (saw.empty()) GTEST_SKIP() << "python3-dbusmock is not installed";
-  EXPECT_EQ(saw,
+  EXPECT_EQ(Saw("connection"),
             "connect A0\nput A0\nconnect A0\ncounter 1\ndisconnect A0\nstatus 0\n"
             "bluetooth 00:11:22:33:44:55: added, store pb, id 00000001, name Ann Lee\n"
             "bluetooth 00:11:22:33:44:55: closed by the peer\n"
@@ -69,21 +70,13 @@ TEST_F(OsifdBluetooth, ServesConnectionsThatBlueZHandsOver) {
 }
 
 TEST_F(OsifdBluetooth, RegistersWheneverBlueZAppears) {
-  const std::string saw = Saw("later");
-  if (saw.empty()) GTEST_SKIP() << "python3-dbusmock is not installed";
-  EXPECT_EQ(saw, "put A0\nstatus 0\n");
+  EXPECT_EQ(Saw("later"), "put A0\nstatus 0\n");
 }
 
-TEST_F(OsifdBluetooth, OutlivesTheBus) {
-  const std::string saw = Saw("bus_loss");
-  if (saw.empty()) GTEST_SKIP() << "python3-dbusmock is not installed";
-  EXPECT_EQ(saw, "put A0\nput A0\nstatus 0\n");
-}
+TEST_F(OsifdBluetooth, OutlivesTheBus) { EXPECT_EQ(Saw("bus_loss"), "put A0\nput A0\nstatus 0\n"); }
 
 TEST_F(OsifdBluetooth, SaysWhenBlueZRefuses) {
-  const std::string saw = Saw("refusal");
-  if (saw.empty()) GTEST_SKIP() << "python3-dbusmock is not installed";
-  EXPECT_EQ(saw, "status 0\n");
+  EXPECT_EQ(Saw("refusal"), "status 0\n");
   EXPECT_THAT(outcome_.err,
               HasSubstr("OBEX Object Push is not registered: UUID already registered"));
 }
@@ -94,9 +87,7 @@ const Lines kPush = {support::kCommand, "push", "pb", "00000001", "--to", "00:11
 
 TEST_F(OsifdBluetooth, PushesToADeviceThatBlueZConnectsTo) {
   Store(Card({"N:Lee;Ann"}));
-  const std::string saw = Saw("line", kPush);
-  if (saw.empty()) GTEST_SKIP() << "python3-dbusmock is not installed";
-  EXPECT_EQ(saw,
+  EXPECT_EQ(Saw("line", kPush),
             "/osif/line 00001105-0000-1000-8000-00805f9b34fb AutoConnect=0 RequireAuthentication=1 "
             "Role=client\n"
             "to 00001105-0000-1000-8000-00805f9b34fb\n"
@@ -107,9 +98,7 @@ TEST_F(OsifdBluetooth, PushesToADeviceThatBlueZConnectsTo) {
 
 TEST_F(OsifdBluetooth, SaysWhyADeviceCannotBeReached) {
   Store(Card({"N:Lee;Ann"}));
-  const std::string saw = Saw("no_line", kPush);
-  if (saw.empty()) GTEST_SKIP() << "python3-dbusmock is not installed";
-  EXPECT_EQ(saw,
+  EXPECT_EQ(Saw("no_line", kPush),
             "osif: 00:11:22:33:44:55: BlueZ knows no such device; pair it first\nstatus 1\n"
             "osif: 00:11:22:33:44:55: Host is down\nstatus 1\n");
 }
