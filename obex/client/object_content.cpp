@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "btosif/osif_util/ascii.h"
@@ -64,8 +65,7 @@ std::string KindsOf(const PropertyValue& value, std::string_view field) {
   std::set<std::string> kinds;
   for (const OsifText& parameter : Texts(value.params)) {
     std::string word = ToUpper(parameter.text == nullptr ? "" : parameter.text);
-    if (word.starts_with("TYPE=")) word = word.substr(5);
-    if (IsKind(word)) kinds.insert(word);
+    if (IsKind(word)) kinds.insert(std::move(word));
   }
   // A number of which nothing is said is one at home.
   if (kinds.empty() && field == "tel") kinds.insert("HOME");

@@ -52,6 +52,37 @@ TEST(PlainCard, MayHaveEmptyLinesForWhatItLacks) {
                        "TEL;CELL:", "TEL;CELL:1", "EMAIL;INTERNET;PREF:", "URL:", "URL:u"}));
 }
 
+TEST(PlainCard, MayHaveEmptyLinesOfEachKindHoweverMany) {
+  for (const std::string head : {"URL",
+                                 "ADR",
+                                 "ADR;HOME",
+                                 "ADR;WORK",
+                                 "TEL",
+                                 "TEL;HOME",
+                                 "TEL;VOICE",
+                                 "TEL;HOME;VOICE",
+                                 "TEL;WORK",
+                                 "TEL;WORK;VOICE",
+                                 "TEL;CELL",
+                                 "TEL;CELL;VOICE",
+                                 "TEL;FAX",
+                                 "TEL;HOME;FAX",
+                                 "TEL;WORK;FAX",
+                                 "TEL;PAGER",
+                                 "TEL;CAR",
+                                 "TEL;TYPE=X-ASSISTANT",
+                                 "TEL;TYPE=X-RADIO",
+                                 "EMAIL;INTERNET",
+                                 "EMAIL;INTERNET;PREF"}) {
+    const std::string line = head + ":";
+    EXPECT_TRUE(IsPlain({"N:Lee", line, line, line, line})) << head;
+  }
+  for (const std::string head : {"FN", "NOTE", "TITLE", "ORG", "BDAY"}) {
+    const std::string line = head + ":";
+    EXPECT_FALSE(IsPlain({"N:Lee", line, line})) << head;
+  }
+}
+
 TEST(PlainCard, MayHaveAnyLineEnd) {
   EXPECT_TRUE(IsPlainCard("BEGIN:VCARD\nVERSION:2.1\nN:Lee\nEND:VCARD\n"));
   EXPECT_TRUE(IsPlainCard("BEGIN:VCARD\nVERSION:2.1\nN:Lee\nEND:VCARD"));
@@ -94,6 +125,13 @@ INSTANTIATE_TEST_SUITE_P(
         OtherCase{"an encoded backslash", "NOTE;ENCODING=QUOTED-PRINTABLE:=5C"},
         OtherCase{"an encoded zero", "NOTE;ENCODING=QUOTED-PRINTABLE:=00"},
         OtherCase{"a broken escape", "NOTE;ENCODING=QUOTED-PRINTABLE:=4"},
+        OtherCase{"an escape with a wrong first digit", "NOTE;ENCODING=QUOTED-PRINTABLE:=G1"},
+        OtherCase{"an escape with a wrong second digit", "NOTE;ENCODING=QUOTED-PRINTABLE:=4G"},
+        OtherCase{"a character of two beginnings",
+                  "NOTE;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:=C3=C0"},
+        OtherCase{"an encoded birthday", "BDAY;ENCODING=QUOTED-PRINTABLE:19991231"},
+        OtherCase{"an encoded anniversary", "X-ANNIVERSARY;ENCODING=QUOTED-PRINTABLE:19991231"},
+        OtherCase{"an encoded id", "X-IRMC-LUID;ENCODING=QUOTED-PRINTABLE:0A"},
         OtherCase{"blanks after a soft break", "NOTE;ENCODING=QUOTED-PRINTABLE:a= "},
         OtherCase{"base64", "NOTE;ENCODING=BASE64:aGVsbG8="},
         OtherCase{"an impossible day", "BDAY:19990230"},

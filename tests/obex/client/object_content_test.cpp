@@ -60,6 +60,15 @@ TEST_F(ObjectContent, LooksTheSameHoweverItIsWritten) {
   EXPECT_EQ(CardView("NOTE:x\r\nTEL;WORK;CELL:1\r\nX-IRMC-LUID:4\r\n"
                      "N;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:M=C3=BCller;Ann;;;\r\n"),
             view);
+  EXPECT_EQ(
+      CardView(
+          "N;CHARSET=UTF-8:M\xC3\xBCller;Ann\r\nTEL;TYPE=CELL;TYPE=WORK;VOICE:1\r\nNOTE:x\r\n"),
+      CardView("N;CHARSET=UTF-8:M\xC3\xBCller;Ann\r\nTEL;WORK;CELL:1\r\nNOTE:x\r\n"));
+}
+
+TEST_F(ObjectContent, HasItsKindsHoweverTheyAreWritten) {
+  EXPECT_EQ(CardView("N:Lee\r\nTEL;X-RADIO:1\r\n"), CardView("N:Lee\r\nTEL;TYPE=X-RADIO:1\r\n"));
+  EXPECT_NE(CardView("N:Lee\r\nTEL;X-RADIO:1\r\n"), CardView("N:Lee\r\nTEL:1\r\n"));
 }
 
 TEST_F(ObjectContent, LooksDifferentWhereAnyValueIs) {

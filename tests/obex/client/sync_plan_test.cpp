@@ -177,6 +177,16 @@ TEST(SyncPlan, CountsWhatIsEqual) {
   EXPECT_EQ(obex::CountEqual(PlanSync(known, SyncPreference::kNone), known), 2U);  // 1/a and 4/d
 }
 
+// What is made anew on the side that had deleted it.
+TEST(SyncPlan, DoesNotCountAsEqualWhatIsLeftOnOneSide) {
+  const SyncKnown known{{{"1", "a", "old", "old"}, {"2", "b", "old", "old"}, {"3", "c", "x", "x"}},
+                        {{"1", Is("new")}, {"2", Gone()}},
+                        {{"a", Gone()}, {"b", Is("other")}}};
+  const std::vector<SyncAction> plan = PlanSync(known, SyncPreference::kNone);
+  ASSERT_EQ(plan.size(), 2U);
+  EXPECT_EQ(obex::CountEqual(plan, known), 1U);  // 3/c
+}
+
 // ---- What a run that was ended left ----------------------------------------------------------------------------
 
 SyncIntent Intent(SyncSide target, const std::string& id, const std::string& luid) {
