@@ -22,8 +22,9 @@
 #include "BtOsif_pol/change_log_recovery.h"
 #include "BtOsif_pol/pol_changelog_compare.h"
 #include "BtOsif_pol/pol_database_id.h"
+#include "BtOsif_pol/pol_known_store.h"
 #include "BtOsif_pol/pol_session.h"
-#include "BtOsif_pol/pol_snapshot.h"
+#include "BtOsif_pol/pol_store_tracker.h"
 #include "BtOsif_pol/pol_stores.h"
 #include "btosif/osif_date.h"
 #include "btosif/osif_util/change_log_file.h"
@@ -46,8 +47,7 @@ struct ChangeLog {
   ChangeLogFile file;
   // The store as far as the log has told of it. Saved at close, so that what the log has not told is found
   // at the next open.
-  CPoomEntries known;
-  bool is_compared = false;  // `known` holds; it does not when the store could not be read
+  KnownStore known;
   std::optional<int64_t> scan_position;  // none before the first entry was asked for
 };
 
@@ -69,17 +69,21 @@ OsifResult CheckOpen(int32_t store_id, const char* not_opened) {
 bool WasChangedByOthers(const ChangeLog& log, const LibraryChange& change) {
   if (!change.checksum_before) return false;
   uint32_t known = 0;
-  return !log.known.find(change.oid, &known) || known != *change.checksum_before;
+  return !log.known.Find(change.oid, &known) || known != *change.checksum_before;
 }
 
 void Remember(ChangeLog& log, const LibraryChange& change) {
   if (change.kind == kChangeDeleted) {
-    log.known.remove(change.oid);
+    log.known.Remove(change.oid);
   } else if (change.checksum) {
     // Another program's change is told at the next open: the item counts as known, but with a checksum that
     // it does not have, so that its change is found, and its end as well.
-    const bool is_told = !WasChangedByOthers(log, change);
-    log.known.put(change.oid, is_told ? *change.checksum : ~*change.checksum);
+    const FolderPlace place = pol_PlaceOf(change.folder);
+    if (WasChangedByOthers(log, change)) {
+      log.known.PutUntold(change.oid, *change.checksum, place);
+    } else {
+      log.known.Put(change.oid, *change.checksum, place, change.stamp);
+    }
   }
 }
 
@@ -101,16 +105,14 @@ OsifResult Record(ChangeLogFile& log, const LibraryChange& change, OsifAnchor& a
 // was closed in order the snapshot knows all that, and it is not looked at.
 OsifResult Compare(int32_t store_id, ChangeLog& log, NewestKinds logged) {
   const WideText& folder = log.file.folder();
-  NewestKinds left_open;
+  std::optional<NewestKinds> left_open;
   if (WasLeftOpen(store_id, folder)) {
     left_open = KnownByLeftLog(store_id, folder, std::move(logged));
   } else if (!MarkOpen(store_id, folder)) {
     log.file = ChangeLogFile();
     return OSIF_ERR_FILE_OPEN;
   }
-  const OsifResult result = pol_UpdatePoomChanges(store_id, log.file, left_open, log.known);
-  log.is_compared = result == OSIF_OK;
-  return result;
+  return pol_UpdatePoomChanges(store_id, log.file, left_open, log.known);
 }
 
 // Starts the log anew when its counters come to an end. The database id goes while there is no log: were the
@@ -149,6 +151,16 @@ OsifResult OpenInFolder(int32_t store_id, ChangeLog& log, const WideText& folder
   if (log.file.HasLostItsEnd() && DropDatabaseId(store_id, folder)) log.file.BeginCounting();
   if (!pol_IsInPim(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
   return Compare(store_id, log, std::move(logged));
+}
+
+// ---- Closing ----------------------------------------------------------------------------------------
+
+// What is saved is what the log has told. But the answer promises that the store can be read: one that keeps track of
+// its changes has just said so with its mark, any other is read.
+bool CanBeRead(int32_t store_id, const StoreTracker& tracker) {
+  const bool has_answered = !tracker.Mark().empty();
+  const TouchedItems nothing;
+  return CPoomEntries().getFromPoom(store_id, pol_Application(), has_answered ? &nothing : nullptr);
 }
 
 // ---- Scanning ---------------------------------------------------------------------------------------
@@ -242,16 +254,15 @@ OsifResult POL_CL_Close(int32_t store_id) {
   ChangeLog& log = LogOf(store_id);
   if (!log.file.is_open()) return OSIF_ERR_CL_NOT_OPENED;
   log.file.Close();
-  const ChangeLog closed = std::exchange(log, ChangeLog());
+  ChangeLog closed = std::exchange(log, ChangeLog());
   const WideText& folder = closed.file.folder();
   // A purge would make a whole line of half a one.
   if (closed.file.HasWholeLines()) OSIF_CLPurge(store_id, folder);
   if (!pol_IsInPim(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
-  // Read for what the answer promises, that the store can be read, though `known` is what is saved.
-  CPoomEntries current;
-  if (!current.getFromPoom(store_id, pol_Application())) return OSIF_ERR_PIM;
-  if (!closed.is_compared) return OSIF_OK;
-  if (!closed.known.saveToFile(store_id, folder)) return OSIF_ERR_PIM;
+  const StoreTracker tracker(*pol_Application());
+  if (!CanBeRead(store_id, tracker)) return OSIF_ERR_PIM;
+  if (!closed.known.has_begun()) return OSIF_OK;
+  if (!closed.known.Save(store_id, folder, tracker)) return OSIF_ERR_PIM;
   MarkClosed(store_id, folder);
   return OSIF_OK;
 }

@@ -15,6 +15,8 @@ struct LibraryChange {
   uint32_t oid = 0;                              // of a PIM item
   std::optional<uint32_t> checksum = {};         // of a PIM item as it was saved
   std::optional<uint32_t> checksum_before = {};  // of a PIM item that was changed, as it was found
+  int folder = 0;                                // of a PIM item: an OlDefaultFolders
+  std::optional<int64_t> stamp = {};  // of a PIM item as it was saved, where the PIM gives one
 };
 
 // Appends the change to the store's log and gives its anchor, so that the partner's own change is not sent

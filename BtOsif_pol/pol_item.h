@@ -12,18 +12,21 @@ template <>
 struct ItemKind<IContact> {
   static constexpr const IID& kIid = IID_IContact;
   static constexpr int kType = olContactItem;
+  static constexpr int kFolder = olFolderContacts;
 };
 
 template <>
 struct ItemKind<IAppointment> {
   static constexpr const IID& kIid = IID_IAppointment;
   static constexpr int kType = olAppointmentItem;
+  static constexpr int kFolder = olFolderCalendar;
 };
 
 template <>
 struct ItemKind<ITask> {
   static constexpr const IID& kIid = IID_ITask;
   static constexpr int kType = olTaskItem;
+  static constexpr int kFolder = olFolderTasks;
 };
 
 // The interface of that kind; null when the item, which may be null, is of another kind.

@@ -9,6 +9,7 @@
 #include "BtOsif_pol/pol_item.h"
 #include "BtOsif_pol/pol_mapping.h"
 #include "BtOsif_pol/pol_session.h"
+#include "BtOsif_pol/pol_store_tracker.h"
 #include "BtOsif_pol/pol_stores.h"
 #include "config/trace.h"
 
@@ -38,7 +39,10 @@ inline uint32_t pol_CountItems(int folder_type) {
 template <typename Item>
 void pol_NoteSaved(Item& item, const ItemMapping<Item>& mapping, Subject& subject) {
   item.get_Oid(&subject.oid);
-  if (pol_IsLogOpen(subject.store_id)) subject.checksum = mapping.checksum(item);
+  if (!pol_IsLogOpen(subject.store_id)) return;
+  subject.checksum = mapping.checksum(item);
+  subject.folder = ItemKind<Item>::kFolder;
+  subject.stamp = pol_StampOf(item);
 }
 
 // OSIF_ERR_PIM when the PIM makes no item or does not save it.

@@ -8,13 +8,16 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
+#include <iterator>
 #include <optional>
 #include <string_view>
+#include <tuple>
 
 #include "BtOsif_pol/change_log_recovery.h"
 #include "BtOsif_pol/pol_checksum.h"
 #include "BtOsif_pol/pol_id.h"
+#include "BtOsif_pol/pol_item.h"
+#include "BtOsif_pol/pol_store_mark.h"
 #include "btosif/osif_file.h"
 #include "btosif/osif_util/change_log_names.h"
 #include "config/trace.h"
@@ -31,30 +34,31 @@ bool ReadChecksum(std::string_view text, uint32_t* checksum) {
   return std::from_chars(text.data(), text.data() + text.size(), *checksum).ec == std::errc();
 }
 
-template <typename Item>
-void AddItem(CPoomEntries& entries, IDispatch& item, uint32_t (*checksum)(Item&)) {
-  Item& typed = static_cast<Item&>(item);
-  LONG oid = 0;
-  typed.get_Oid(&oid);
-  entries.put(static_cast<uint32_t>(oid), checksum(typed));
+constexpr int kContactFolders[] = {olFolderContacts};
+constexpr int kCalendarFolders[] = {olFolderCalendar, olFolderTasks};
+
+void AppendLine(std::string& text, uint32_t id, uint32_t checksum) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  for (int shift = 28; shift >= 0; shift -= 4) text += kDigits[id >> shift & 0xF];
+  char number[16];
+  const auto end = std::to_chars(std::begin(number), std::end(number), checksum).ptr;
+  text.append(1, ':').append(number, end).append(1, '\n');
 }
 
-// Adds one item of a folder, which is of the folder's kind. Folders of another kind add nothing.
-void AddItemOfFolder(CPoomEntries& entries, int folder_type, IDispatch& item) {
-  if (folder_type == olFolderContacts) AddItem(entries, item, ContactChecksum);
-  if (folder_type == olFolderCalendar) AddItem(entries, item, AppointmentChecksum);
-  if (folder_type == olFolderTasks) AddItem(entries, item, TaskChecksum);
-}
-
-bool WriteEntry(OsifStream& log, uint32_t id, uint32_t checksum) {
-  char line[32];
-  std::snprintf(line, sizeof line, "%08x:%u", id, checksum);
-  return FILE_WriteLine(log, line) == 0;
-}
-
-// Puts a finished snapshot in the place of the one before. FinishSnapshot takes the second step for a process
-// that was killed after the first.
-bool ReplaceObjectLog(const WideText& new_name, const WideText& name) {
+// Puts a new snapshot in the place of the one before: written and on the disk before that goes. FinishSnapshot takes
+// the last step for a process that was killed before it.
+bool ReplaceObjectLog(const WideText& name, const WideText& new_name, const std::string& text) {
+  OsifStream log;
+  // The new file counts as finished once the old one is gone, so there must be an old one first.
+  int opened = FILE_Exists(name.c_str()) ? 0 : FILE_Open(log, name.c_str(), u"w");
+  if (opened == 0) opened = FILE_Open(log, new_name.c_str(), u"w");
+  if (opened != 0) {
+    OSIF_Trace(0, "OSIF:  CPoomEntries::saveToFile - Couldn't open object log file (code=%d).",
+               opened);
+    return false;
+  }
+  const bool is_written = FILE_Write(log, text) == 0 && FILE_FlushToDisk(log) == 0;
+  if (FILE_Close(log, new_name.c_str()) != 0 || !is_written) return false;
   return FILE_Remove(name.c_str()) == 0 && FILE_Rename(new_name.c_str(), name.c_str()) == 0;
 }
 
@@ -83,28 +87,74 @@ bool CPoomEntries::find(uint32_t id, uint32_t* checksum) const {
   return true;
 }
 
-void CPoomEntries::append(uint32_t id, uint32_t checksum) {
+void CPoomEntries::append(uint32_t id, uint32_t checksum, FolderPlace place) {
+  file_.reset();
   places_.try_emplace(id, entries_.size());
-  entries_.push_back({id, checksum, false});
+  entries_.push_back({id, checksum, place, false});
 }
 
-void CPoomEntries::put(uint32_t id, uint32_t checksum) {
-  if (const auto place = places_.find(id); place != places_.end()) {
-    entries_[place->second].checksum = checksum;
+void CPoomEntries::put(uint32_t id, uint32_t checksum, FolderPlace place) {
+  if (const auto found = places_.find(id); found != places_.end()) {
+    file_.reset();
+    entries_[found->second].checksum = checksum;
   } else {
-    append(id, checksum);
+    append(id, checksum, place);
   }
 }
 
 void CPoomEntries::remove(uint32_t id) {
   const auto place = places_.find(id);
   if (place == places_.end()) return;
+  file_.reset();
   entries_[place->second].is_removed = true;
   ++removed_;
   places_.erase(place);
 }
 
-bool CPoomEntries::getFromPoom(int32_t store_id, IPOutlookApp* application) {
+void CPoomEntries::sort() {
+  const auto first_unknown = std::stable_partition(
+      entries_.begin(), entries_.end(),
+      [](const Entry& entry) { return entry.place != FolderPlace::kUnknown; });
+  std::sort(entries_.begin(), first_unknown, [](const Entry& a, const Entry& b) {
+    return std::tie(a.place, a.id) < std::tie(b.place, b.id);
+  });
+  places_.clear();
+  for (size_t i = 0; i < entries_.size(); ++i) {
+    if (!entries_[i].is_removed) places_.try_emplace(entries_[i].id, i);
+  }
+}
+
+size_t CPoomEntries::count(FolderPlace place) const {
+  return static_cast<size_t>(std::count_if(
+      entries_.begin(), entries_.end(),
+      [place](const Entry& entry) { return entry.place == place && !entry.is_removed; }));
+}
+
+void CPoomEntries::setPlaces(size_t first_items) {
+  for (size_t i = 0; i < entries_.size(); ++i) {
+    entries_[i].place = i < first_items ? FolderPlace::kFirst : FolderPlace::kSecond;
+  }
+}
+
+// ---- The store --------------------------------------------------------------------------------------
+
+FolderPlace pol_PlaceOf(int folder_type) {
+  return folder_type == olFolderTasks ? FolderPlace::kSecond : FolderPlace::kFirst;
+}
+
+std::span<const int> pol_FoldersOf(int32_t store_id) {
+  switch (store_id) {
+    case OSIF_STORE_PB:
+      return kContactFolders;
+    case OSIF_STORE_CAL:
+      return kCalendarFolders;
+    default:
+      return {};
+  }
+}
+
+bool CPoomEntries::getFromPoom(int32_t store_id, IPOutlookApp* application,
+                               const TouchedItems* touched) {
   OSIF_Trace(0, "OSIF:  CPoomEntries::getFromPoom(store_id=%d, pPolApp=%p)", store_id,
              static_cast<void*>(application));
   clear();
@@ -112,19 +162,18 @@ bool CPoomEntries::getFromPoom(int32_t store_id, IPOutlookApp* application) {
     OSIF_Trace(0, "OSIF:  CPoomEntries::getFromPoom - Poom Interface not opened.");
     return false;
   }
-  switch (store_id) {
-    case OSIF_STORE_PB:
-      return getEntriesFromFolder(application, olFolderContacts);
-    case OSIF_STORE_CAL:
-      return getEntriesFromFolder(application, olFolderCalendar) &&
-             getEntriesFromFolder(application, olFolderTasks);
-    default:
-      OSIF_Trace(0, "OSIF:  CPoomEntries::getFromPoom - Invalid store ID: %d.", store_id);
-      return false;
+  const std::span<const int> folders = pol_FoldersOf(store_id);
+  if (folders.empty()) {
+    OSIF_Trace(0, "OSIF:  CPoomEntries::getFromPoom - Invalid store ID: %d.", store_id);
+    return false;
   }
+  return std::all_of(folders.begin(), folders.end(), [&](int folder) {
+    return getEntriesFromFolder(application, folder, touched);
+  });
 }
 
-bool CPoomEntries::getEntriesFromFolder(IPOutlookApp* application, int folder_type) {
+bool CPoomEntries::getEntriesFromFolder(IPOutlookApp* application, int folder_type,
+                                        const TouchedItems* touched) {
   OSIF_Trace(0, "OSIF:  CPoomEntries::getEntriesFromFolder(pPolApp=%p, olFolderType=%d)",
              static_cast<void*>(application), folder_type);
   ComPtr<IFolder> folder;
@@ -133,8 +182,13 @@ bool CPoomEntries::getEntriesFromFolder(IPOutlookApp* application, int folder_ty
     return Failed("OSIF:  CPoomEntries::getEntriesFromFolder - GetDefaultFolder failed (0x%08x)",
                   result);
   }
+  return touched == nullptr ? appendAll(*folder, folder_type)
+                            : appendTouched(*application, folder_type, *touched);
+}
+
+bool CPoomEntries::appendAll(IFolder& folder, int folder_type) {
   ComPtr<IPOutlookItemCollection> items;
-  if (const HRESULT result = folder->get_Items(items.put()); FAILED(result)) {
+  if (const HRESULT result = folder.get_Items(items.put()); FAILED(result)) {
     return Failed("OSIF:  CPoomEntries::getEntriesFromFolder - get_Items failed (0x%08x)", result);
   }
   int count = 0;
@@ -145,10 +199,35 @@ bool CPoomEntries::getEntriesFromFolder(IPOutlookApp* application, int folder_ty
     ComPtr<IDispatch> item;
     // A snapshot that lacks an item would have it logged as deleted, so half of one is none.
     if (FAILED(items->Item(index, item.put())) || !item) return false;
-    AddItemOfFolder(*this, folder_type, *item);
+    appendItem(folder_type, *item);
   }
   return true;
 }
+
+bool CPoomEntries::appendTouched(IPOutlookApp& application, int folder_type,
+                                 const TouchedItems& touched) {
+  for (const TouchedItem& each : touched) {
+    if (each.folder != folder_type) continue;
+    ComPtr<IDispatch> item;
+    const HRESULT result = application.GetItemFromOid(static_cast<LONG>(each.oid), item.put());
+    if (FAILED(result) || !item) return false;
+    appendItem(folder_type, *item);
+  }
+  return true;
+}
+
+// An item of a folder is of the folder's kind. Folders of another kind add nothing.
+void CPoomEntries::appendItem(int folder_type, IDispatch& item) {
+  const auto add = [&]<typename Item>(uint32_t (*checksum)(Item&)) {
+    Item& typed = static_cast<Item&>(item);
+    put(static_cast<uint32_t>(pol_OidOf(typed)), checksum(typed), pol_PlaceOf(folder_type));
+  };
+  if (folder_type == olFolderContacts) add(ContactChecksum);
+  if (folder_type == olFolderCalendar) add(AppointmentChecksum);
+  if (folder_type == olFolderTasks) add(TaskChecksum);
+}
+
+// ---- The object log ---------------------------------------------------------------------------------
 
 bool CPoomEntries::getFromFile(int32_t store_id, WideView folder) {
   OSIF_Trace(0, "OSIF:  CPoomEntries::getFromFile(store_id=%d, pszPath='%S')", store_id,
@@ -171,28 +250,28 @@ void CPoomEntries::appendLine(const char* line) {
   const std::optional<LONG> id = pol_ReadId(line);
   uint32_t checksum = 0;
   if (!id || !ReadChecksum(text.substr(colon + 1), &checksum)) return;
-  append(static_cast<uint32_t>(*id), checksum);
+  append(static_cast<uint32_t>(*id), checksum, FolderPlace::kUnknown);
 }
 
-bool CPoomEntries::saveToFile(int32_t store_id, WideView folder) const {
+std::string CPoomEntries::toText() const {
+  constexpr size_t kLongestLine = 20;
+  std::string text;
+  text.reserve(size() * kLongestLine);
+  for (const Entry& entry : entries_) {
+    if (!entry.is_removed) AppendLine(text, entry.id, entry.checksum);
+  }
+  return text;
+}
+
+bool CPoomEntries::saveToFile(int32_t store_id, WideView folder) {
   OSIF_Trace(0, "OSIF:  CPoomEntries::saveToFile(store_id=%d, pszPath='%S')", store_id,
              WideText(folder).c_str());
+  if (file_) return true;
   const WideText name = LogFileName(store_id, folder, LogFileKind::kObject);
   const WideText new_name = LogFileName(store_id, folder, LogFileKind::kNewObject);
-  OsifStream log;
-  // The new file counts as finished once the old one is gone, so there must be an old one first.
-  int opened = FILE_Exists(name.c_str()) ? 0 : FILE_Open(log, name.c_str(), u"w");
-  if (opened == 0) opened = FILE_Open(log, new_name.c_str(), u"w");
-  if (opened != 0) {
-    OSIF_Trace(0, "OSIF:  CPoomEntries::saveToFile - Couldn't open object log file (code=%d).",
-               opened);
-    return false;
-  }
-  bool is_written = true;
-  for (const Entry& entry : entries_) {
-    if (!entry.is_removed) is_written = is_written && WriteEntry(log, entry.id, entry.checksum);
-  }
-  is_written = is_written && FILE_FlushToDisk(log) == 0;
-  if (FILE_Close(log, new_name.c_str()) != 0 || !is_written) return false;
-  return ReplaceObjectLog(new_name, name);
+  const std::string text = toText();
+  const FileDigest digest = DigestOf(text);
+  const bool is_saved = DigestOfFile(name) == digest || ReplaceObjectLog(name, new_name, text);
+  if (is_saved) file_ = digest;
+  return is_saved;
 }

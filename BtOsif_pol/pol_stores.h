@@ -18,6 +18,8 @@ struct Subject {
   LONG oid = 0;                                  // of an item of the PIM
   std::optional<uint32_t> checksum = {};         // of an item of the PIM as it was saved
   std::optional<uint32_t> checksum_before = {};  // of one that is changed, as it was found
+  int folder = 0;                                // of an item of the PIM that was saved
+  std::optional<int64_t> stamp = {};             // of an item of the PIM as it was saved
 };
 
 // The operations of one kind of store. Dispatch calls them once what `is_in_pim` and `is_id` ask for is true.

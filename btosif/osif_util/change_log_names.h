@@ -19,9 +19,10 @@ enum class LogFileKind {
   kNewObject,   // a snapshot that is being written, or waits for its place
   kCounter,     // how far the counters may have been handed out
   kCut,         // lines that a purge has cut off and that no saved snapshot knows of
+  kMark,        // up to which moment of the store the snapshot reaches
 };
 
-inline constexpr size_t kLogFileKinds = static_cast<size_t>(LogFileKind::kCut) + 1;
+inline constexpr size_t kLogFileKinds = static_cast<size_t>(LogFileKind::kMark) + 1;
 
 // The path of a store's file of one kind, such as "\Sync\pol_pb_change.log". Of the folder kFolderLimit
 // characters count; a "\" is added where it does not end in one.

@@ -28,31 +28,50 @@ int64_t QueryInteger(Database& database, const char* sql) {
   return statement.Step() == SQLITE_ROW ? statement.Integer(0) : -1;
 }
 
-// Whether this version of the program made the schema.
-bool IsPresent(Database& database) {
-  return QueryInteger(database, "PRAGMA user_version") == kSchemaVersion &&
-         QueryInteger(database, "PRAGMA application_id") == kApplicationId;
+struct Version {
+  int64_t schema;
+  int64_t application;
+
+  bool operator==(const Version&) const = default;
+};
+
+Version VersionOf(Database& database) {
+  return {QueryInteger(database, "PRAGMA user_version"),
+          QueryInteger(database, "PRAGMA application_id")};
+}
+
+bool IsEmpty(Database& database) {
+  return QueryInteger(database, "SELECT count(*) FROM sqlite_master") == 0;
 }
 
 bool Run(Database& database, const std::string& sql) {
   return database.Execute(sql.c_str()) == SQLITE_OK;
 }
 
+bool CreateTables(Database& database) {
+  return IsEmpty(database) && Run(database, kRegistrySchema) && Run(database, PimSchema()) &&
+         Run(database, MapiSchema()) &&
+         Run(database, "PRAGMA application_id=" + std::to_string(kApplicationId));
+}
+
+// Makes the tables that a version of the schema does not have yet.
+bool BringUpToDate(Database& database, const Version& version) {
+  if (version == Version{0, 0}) return CreateTables(database);
+  if (version == Version{1, kApplicationId}) return Run(database, PimSchemaSince1());
+  return false;
+}
+
 }  // namespace
 
 bool CreateSchema(Database& database) {
+  constexpr Version kPresent = {kSchemaVersion, kApplicationId};
   // Asked without the write lock first: another program may hold it, and whoever only reads need not wait.
-  if (IsPresent(database)) return true;
+  if (VersionOf(database) == kPresent) return true;
   Transaction transaction(database);
   if (!transaction.is_open()) return false;
-  if (IsPresent(database)) return true;
-
-  const bool is_empty = QueryInteger(database, "PRAGMA user_version") == 0 &&
-                        QueryInteger(database, "PRAGMA application_id") == 0 &&
-                        QueryInteger(database, "SELECT count(*) FROM sqlite_master") == 0;
-  return is_empty && Run(database, kRegistrySchema) && Run(database, PimSchema()) &&
-         Run(database, MapiSchema()) &&
-         Run(database, "PRAGMA application_id=" + std::to_string(kApplicationId)) &&
+  const Version version = VersionOf(database);
+  if (version == kPresent) return true;
+  return BringUpToDate(database, version) &&
          Run(database, "PRAGMA user_version=" + std::to_string(kSchemaVersion)) &&
          transaction.Commit();
 }

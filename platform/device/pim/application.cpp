@@ -5,11 +5,17 @@
 #include "platform/device/pim/application.h"
 
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include "platform/api/pim_changes.h"
 #include "platform/api/pimstore.h"
 #include "platform/device/database.h"
 #include "platform/device/device.h"
+#include "platform/device/pim/changes.h"
 #include "platform/device/pim/folder.h"
+#include "platform/device/pim/item.h"
 #include "platform/device/pim/kinds.h"
 #include "platform/device/pim/object.h"
 
@@ -32,7 +38,26 @@ HRESULT OpenResult(OpenError error) {
   return E_FAIL;
 }
 
-class Application final : public PimObject<IPOutlookApp, IID_IPOutlookApp> {
+class ChangedItems final : public PimObject<IChangedItems, IID_IChangedItems> {
+ public:
+  explicit ChangedItems(std::vector<ChangedObject> changes) : changes_(std::move(changes)) {}
+
+  HRESULT Next(LONG* oid, int* folder, LONGLONG* stamp) override {
+    if (oid == nullptr || folder == nullptr || stamp == nullptr) return E_INVALIDARG;
+    if (next_ == changes_.size()) return S_FALSE;
+    const ChangedObject& change = changes_[next_++];
+    *oid = change.oid;
+    *folder = change.folder;
+    *stamp = change.stamp;
+    return S_OK;
+  }
+
+ private:
+  const std::vector<ChangedObject> changes_;
+  size_t next_ = 0;
+};
+
+class Application final : public PimObject<IPOutlookApp, IID_IPOutlookApp, IStoreChanges> {
  public:
   HRESULT Logon(LONG) override {
     if (database_ != nullptr) return S_FALSE;
@@ -77,7 +102,32 @@ class Application final : public PimObject<IPOutlookApp, IID_IPOutlookApp> {
     return HandOut(Self(), application);
   }
 
+  HRESULT GetMark(BSTR* mark) override {
+    if (mark == nullptr) return E_INVALIDARG;
+    *mark = nullptr;
+    if (!IsLoggedOn()) return E_UNEXPECTED;
+    return Guarded([&] {
+      std::string text;
+      const HRESULT hr = MakeMark(*database_, &text);
+      return FAILED(hr) ? hr : GiveText(text, mark);
+    });
+  }
+
+  HRESULT GetChanges(BSTR since, BSTR until, IChangedItems** items) override {
+    if (items == nullptr) return E_INVALIDARG;
+    *items = nullptr;
+    if (!IsLoggedOn()) return E_UNEXPECTED;
+    return Guarded([&] {
+      std::vector<ChangedObject> changes;
+      const HRESULT hr = ListChanges(*database_, TextOf(since), TextOf(until), &changes);
+      if (hr == S_OK) *items = new ChangedItems(std::move(changes));
+      return hr;
+    });
+  }
+
  private:
+  static std::string TextOf(BSTR text) { return ToUtf8({text, SysStringLen(text)}); }
+
   bool IsLoggedOn() const { return database_ != nullptr; }
 
   ComPtr<IPOutlookApp> Self() {

@@ -73,8 +73,7 @@ HRESULT Appointment::Save() {
     int32_t oid = oid_;
     if (HRESULT hr = WriteValues(olFolderCalendar, &oid); FAILED(hr)) return hr;
     if (HRESULT hr = WriteSeries(oid); FAILED(hr)) return hr;
-    if (!transaction.Commit()) return PimResult(database().LastError());
-    oid_ = oid;
+    if (HRESULT hr = Commit(transaction, oid); FAILED(hr)) return hr;
     are_exceptions_cleared_ = false;
     return S_OK;
   });

@@ -63,7 +63,7 @@ class Contact final : public PimItem<IContact, IID_IContact, ContactProperty> {
 
   Names CurrentNames() const;
   std::string FileAsToSave() const;
-  HRESULT Write(int32_t* oid);
+  HRESULT Write();
 
   std::optional<Names> saved_names_;  // those that FileAs was last saved with, if ever
   bool is_file_as_put_ = false;       // since the last Save
@@ -80,28 +80,27 @@ HRESULT Contact::Load(int32_t oid) {
 
 HRESULT Contact::Save() {
   return Guarded([this] {
-    int32_t oid = oid_;
     Names names = CurrentNames();
     // The row is written from the values, so FileAs stands among them meanwhile.
     std::string file_as = FileAsToSave();
     std::swap(Text(Property::kFileAs), file_as);
-    const HRESULT hr = Write(&oid);
+    const HRESULT hr = Write();
     if (FAILED(hr)) {
       std::swap(Text(Property::kFileAs), file_as);
       return hr;
     }
-    oid_ = oid;
     saved_names_ = std::move(names);
     is_file_as_put_ = false;
     return hr;
   });
 }
 
-HRESULT Contact::Write(int32_t* oid) {
+HRESULT Contact::Write() {
   Transaction transaction(database());
   if (!transaction.is_open()) return PimResult(database().LastError());
-  if (HRESULT hr = WriteRow(values_, olFolderContacts, oid); FAILED(hr)) return hr;
-  return transaction.Commit() ? S_OK : PimResult(database().LastError());
+  int32_t oid = oid_;
+  if (HRESULT hr = WriteRow(values_, olFolderContacts, &oid); FAILED(hr)) return hr;
+  return Commit(transaction, oid);
 }
 
 HRESULT Contact::Delete() { return DeleteRow(); }

@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <string_view>
 
+#include "platform/api/pim_changes.h"
 #include "platform/api/pimstore.h"
+#include "platform/device/pim/changes.h"
 #include "platform/device/pim/dates.h"
 #include "platform/device/pim/object.h"
 #include "platform/device/pim/objects.h"
@@ -38,9 +40,10 @@ inline HRESULT GiveText(std::string_view text, BSTR* place) {
 
 // Property is the enumeration that numbers the rows of the kind's table.
 template <typename Interface, const IID& kIid, typename Property>
-class PimItem : public PimObject<Interface, kIid> {
+class PimItem : public PimObject<Interface, kIid, IItemStamp> {
  public:
   HRESULT get_Oid(LONG* oid) override { return Give(LONG{oid_}, oid); }
+  HRESULT get_Stamp(LONGLONG* stamp) override { return Give(LONGLONG{stamp_}, stamp); }
   HRESULT get_Application(IPOutlookApp** application) override {
     return HandOut(session_.application, application);
   }
@@ -98,6 +101,16 @@ class PimItem : public PimObject<Interface, kIid> {
     return values.Insert(database(), *oid);
   }
 
+  // Ends the transaction that wrote the item, and takes from it what the item is known by now.
+  HRESULT Commit(Transaction& transaction, int32_t oid) {
+    int64_t stamp = 0;
+    if (HRESULT hr = ReadStamp(database(), oid, &stamp); FAILED(hr)) return hr;
+    if (!transaction.Commit()) return PimResult(database().LastError());
+    oid_ = oid;
+    stamp_ = stamp;
+    return S_OK;
+  }
+
   HRESULT DeleteRow() const {
     if (oid_ == 0) return E_UNEXPECTED;
     return Guarded([this] { return DeleteObject(database(), oid_); });
@@ -105,6 +118,7 @@ class PimItem : public PimObject<Interface, kIid> {
 
   const PimSession session_;
   int32_t oid_ = 0;  // 0 until the first Save
+  int64_t stamp_ = 0;
   PimValues values_;
 };
 

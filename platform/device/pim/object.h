@@ -39,10 +39,10 @@ HRESULT HandOut(const ComPtr<Interface>& object, Interface** place) {
   return S_OK;
 }
 
-// Starts with the one reference of whoever made it. Derives from its interface alone, so that a
-// pointer to it is the same through IUnknown, IDispatch and the interface.
-template <typename Interface, const IID& kIid>
-class PimObject : public Interface {
+// Starts with the one reference of whoever made it. Its interface comes first, so that a pointer to it is the same
+// through IUnknown, IDispatch and the interface. `More` are interfaces of ours, which name their own identifier.
+template <typename Interface, const IID& kIid, typename... More>
+class PimObject : public Interface, public More... {
  public:
   PimObject() = default;
   PimObject(const PimObject&) = delete;
@@ -50,10 +50,9 @@ class PimObject : public Interface {
 
   HRESULT QueryInterface(REFIID iid, void** object) final {
     if (object == nullptr) return E_INVALIDARG;
-    *object = nullptr;
-    if (iid != IID_IUnknown && iid != IID_IDispatch && iid != kIid) return E_NOINTERFACE;
+    *object = InterfaceFor(iid);
+    if (*object == nullptr) return E_NOINTERFACE;
     AddRef();
-    *object = static_cast<Interface*>(this);
     return S_OK;
   }
 
@@ -80,6 +79,14 @@ class PimObject : public Interface {
   virtual ~PimObject() = default;
 
  private:
+  void* InterfaceFor(REFIID iid) {
+    if (iid == IID_IUnknown || iid == IID_IDispatch || iid == kIid)
+      return static_cast<Interface*>(this);
+    void* found = nullptr;
+    ((iid == More::kIid ? void(found = static_cast<More*>(this)) : void()), ...);
+    return found;
+  }
+
   std::atomic<ULONG> references_ = 1;
 };
 

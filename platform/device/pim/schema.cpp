@@ -1,8 +1,7 @@
 #include "platform/device/pim/schema.h"
 
-#include <string>
-
 #include "platform/device/pim/appointment_table.h"
+#include "platform/device/pim/changes.h"
 #include "platform/device/pim/contact_table.h"
 #include "platform/device/pim/recipients.h"
 #include "platform/device/pim/series.h"
@@ -55,12 +54,12 @@ CREATE INDEX pim_tasks_by_subject ON pim_tasks(subject) WHERE subject IS NOT NUL
 
 }  // namespace
 
-const char* PimSchema() {
-  static const std::string kSchema = kObjects + CreateTableSql(*ContactTable()) + kContactIndexes +
-                                     CreateTableSql(*AppointmentTable()) +
-                                     CreateTableSql(*TaskTable()) + kCalendarIndexes +
-                                     RecipientsSchema() + SeriesSchema();
-  return kSchema.c_str();
+std::string PimSchema() {
+  return kObjects + CreateTableSql(*ContactTable()) + kContactIndexes +
+         CreateTableSql(*AppointmentTable()) + CreateTableSql(*TaskTable()) + kCalendarIndexes +
+         RecipientsSchema() + SeriesSchema() + PimSchemaSince1();
 }
+
+std::string PimSchemaSince1() { return ChangesSchema(); }
 
 }  // namespace device

@@ -92,8 +92,7 @@ HRESULT Task::Save() {
     int32_t oid = oid_;
     if (HRESULT hr = WriteRow(values_, olFolderTasks, &oid); FAILED(hr)) return hr;
     if (HRESULT hr = SaveRecurrence(database(), oid, recurrence_); FAILED(hr)) return hr;
-    if (!transaction.Commit()) return PimResult(database().LastError());
-    oid_ = oid;
+    if (HRESULT hr = Commit(transaction, oid); FAILED(hr)) return hr;
     is_pattern_start_put_ = IsRecurring(recurrence_);
     return S_OK;
   });

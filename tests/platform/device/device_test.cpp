@@ -159,7 +159,7 @@ TEST_F(Device, AFileOutsideOfItHasTheModeThatTheMaskLeaves) {
 TEST_F(Device, ANewDatabaseBearsItsMarks) {
   const auto database = device::OpenDatabase();
   ASSERT_NE(database, nullptr);
-  EXPECT_EQ(Ask(*database, "PRAGMA user_version"), 1);
+  EXPECT_EQ(Ask(*database, "PRAGMA user_version"), 2);
   EXPECT_EQ(Ask(*database, "PRAGMA application_id"), 0x4F534946);
   EXPECT_EQ(Ask(*database, "PRAGMA foreign_keys"), 1);
 }
@@ -272,7 +272,7 @@ TEST_F(Device, ANewerDatabaseIsRefusedAndLeftAsItIs) {
   {
     const auto database = device::OpenDatabase();
     ASSERT_NE(database, nullptr);
-    ASSERT_EQ(database->Execute("PRAGMA user_version=2"), SQLITE_OK);
+    ASSERT_EQ(database->Execute("PRAGMA user_version=3"), SQLITE_OK);
   }
   device::CloseDatabase();
   ExpectRefused(device_, OpenError::kNewer);
@@ -281,7 +281,7 @@ TEST_F(Device, ANewerDatabaseIsRefusedAndLeftAsItIs) {
 TEST_F(Device, ANewerVersionThatIsStillInTheLogIsSeen) {
   ASSERT_TRUE(Succeeded(Start([] {
     const auto database = device::OpenDatabase();
-    return database != nullptr && database->Execute("PRAGMA user_version=2") == SQLITE_OK;
+    return database != nullptr && database->Execute("PRAGMA user_version=3") == SQLITE_OK;
   })));  // ended without closing: the log stays
   ASSERT_GT(fs::file_size(device_.Path("device.db-wal")), 0u);
   const std::string before = ReadFileBytes(DatabasePath());

@@ -362,7 +362,7 @@ TEST_F(PimFind, DoesSoAlreadyInTheConnectionThatMadeTheTables) {
   int error = SQLITE_OK;
   const auto database = device::Database::Open(":memory:", &error);
   ASSERT_NE(database, nullptr);
-  ASSERT_EQ(database->Execute(device::PimSchema()), SQLITE_OK);
+  ASSERT_EQ(database->Execute(device::PimSchema().c_str()), SQLITE_OK);
   EXPECT_NE(PlanOf(u"[Title]=\"a\" AND [Suffix]=\"a\"", *database).find("(suffix=?)"),
             std::string::npos);
 }
