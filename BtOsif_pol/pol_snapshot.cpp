@@ -11,7 +11,6 @@
 #include <iterator>
 #include <optional>
 #include <string_view>
-#include <tuple>
 
 #include "BtOsif_pol/change_log_recovery.h"
 #include "BtOsif_pol/pol_checksum.h"
@@ -80,48 +79,55 @@ bool CPoomEntries::next(uint32_t* id, uint32_t* checksum) {
   return true;
 }
 
+std::optional<size_t> CPoomEntries::indexOf(uint32_t id) const {
+  if (indexed_ == 0) places_.reserve(entries_.size());
+  for (; indexed_ < entries_.size(); ++indexed_) {
+    if (!entries_[indexed_].is_removed) places_.try_emplace(entries_[indexed_].id, indexed_);
+  }
+  const auto found = places_.find(id);
+  if (found == places_.end()) return std::nullopt;
+  return found->second;
+}
+
 bool CPoomEntries::find(uint32_t id, uint32_t* checksum) const {
-  const auto place = places_.find(id);
-  if (place == places_.end()) return false;
-  *checksum = entries_[place->second].checksum;
-  return true;
+  const std::optional<size_t> index = indexOf(id);
+  if (index) *checksum = entries_[*index].checksum;
+  return index.has_value();
 }
 
 void CPoomEntries::append(uint32_t id, uint32_t checksum, FolderPlace place) {
   file_.reset();
-  places_.try_emplace(id, entries_.size());
   entries_.push_back({id, checksum, place, false});
 }
 
 void CPoomEntries::put(uint32_t id, uint32_t checksum, FolderPlace place) {
-  if (const auto found = places_.find(id); found != places_.end()) {
-    file_.reset();
-    entries_[found->second].checksum = checksum;
+  file_.reset();
+  if (const std::optional<size_t> index = indexOf(id)) {
+    entries_[*index].checksum = checksum;
   } else {
     append(id, checksum, place);
   }
 }
 
 void CPoomEntries::remove(uint32_t id) {
-  const auto place = places_.find(id);
-  if (place == places_.end()) return;
+  const std::optional<size_t> index = indexOf(id);
+  if (!index) return;
   file_.reset();
-  entries_[place->second].is_removed = true;
+  entries_[*index].is_removed = true;
   ++removed_;
-  places_.erase(place);
+  places_.erase(id);
 }
 
 void CPoomEntries::sort() {
-  const auto first_unknown = std::stable_partition(
-      entries_.begin(), entries_.end(),
-      [](const Entry& entry) { return entry.place != FolderPlace::kUnknown; });
-  std::sort(entries_.begin(), first_unknown, [](const Entry& a, const Entry& b) {
-    return std::tie(a.place, a.id) < std::tie(b.place, b.id);
-  });
+  const auto is_before = [](const Entry& a, const Entry& b) {
+    if (a.place != b.place) return a.place < b.place;
+    return a.place != FolderPlace::kUnknown && a.id < b.id;
+  };
+  // Mostly they are: new items have higher ids, and there is but one folder.
+  if (std::is_sorted(entries_.begin(), entries_.end(), is_before)) return;
+  std::stable_sort(entries_.begin(), entries_.end(), is_before);
   places_.clear();
-  for (size_t i = 0; i < entries_.size(); ++i) {
-    if (!entries_[i].is_removed) places_.try_emplace(entries_[i].id, i);
-  }
+  indexed_ = 0;
 }
 
 size_t CPoomEntries::count(FolderPlace place) const {
@@ -194,7 +200,6 @@ bool CPoomEntries::appendAll(IFolder& folder, int folder_type) {
   int count = 0;
   if (FAILED(items->get_Count(&count))) return false;
   entries_.reserve(entries_.size() + static_cast<size_t>(std::max(count, 0)));
-  places_.reserve(entries_.capacity());
   for (int index = 1; index <= count; ++index) {
     ComPtr<IDispatch> item;
     // A snapshot that lacks an item would have it logged as deleted, so half of one is none.

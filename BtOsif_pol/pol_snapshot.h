@@ -90,6 +90,7 @@ class CPoomEntries {
   };
 
   void append(uint32_t id, uint32_t checksum, FolderPlace place);
+  std::optional<size_t> indexOf(uint32_t id) const;
   void appendLine(const char* line);
   bool appendTouched(IPOutlookApp& application, int folder_type, const TouchedItems& touched);
   std::string toText() const;
@@ -97,7 +98,8 @@ class CPoomEntries {
   void appendItem(int folder_type, IDispatch& item);
 
   std::vector<Entry> entries_;
-  std::unordered_map<uint32_t, size_t> places_;  // of the first entry of each id
+  mutable std::unordered_map<uint32_t, size_t> places_;  // of the first entry of each id,
+  mutable size_t indexed_ = 0;                           // of the entries up to here
   size_t cursor_ = 0;
   size_t removed_ = 0;
   std::optional<FileDigest> file_;
