@@ -90,13 +90,26 @@ OsifResult ChangeLogFile::Append(char kind, const char* id, const OsifAnchor& an
   CopyBounded(entry.objectId, RecordedId(id).c_str());
   if (!has_whole_lines_) return OSIF_ERR_GENERAL;
   superseded_.LogHasGrown();
+  GoToEnd();
+  const bool is_read = Position() == read_up_to_;
   const OsifResult result = OSIF_WriteClEntry(&stream_, &entry);
   if (result == OSIF_OK) {
     handed_out_ = std::max(handed_out_, anchor.cc);
+    if (is_read) TakeNoteOf(entry);
   } else {
     CutBack();
   }
   return result;
+}
+
+// An entry that was just written, after all that was read, need not be read. One with an unusual id is read all the
+// same: what its line gives back is for the reader to say.
+void ChangeLogFile::TakeNoteOf(const ChangeLogEntry& entry) {
+  const bool is_usual =
+      std::string_view(entry.objectId).find_first_of(":;\\") == std::string_view::npos;
+  if (!is_usual || !is_readable_) return;
+  newest_ = AnchorOf(entry);
+  read_up_to_ = Position();
 }
 
 // After a write that failed. Whoever was told a counter of a log that takes no more entries is to begin anew.
@@ -110,6 +123,8 @@ void ChangeLogFile::CutBack() {
 NewestKinds ChangeLogFile::ReadOn() {
   NewestKinds kinds;
   if (!is_readable_) return kinds;
+  GoToEnd();
+  if (Position() == read_up_to_) return kinds;
   ChangeLogEntry entry;
   OsifResult result;
   // Also when it stands there: a stream that has met the end of its file stays there until it is positioned.

@@ -71,6 +71,7 @@ class ChangeLogFile {
   bool IsSuperseded();
 
  private:
+  void TakeNoteOf(const ChangeLogEntry& entry);
   void CutBack();
 
   OsifStream stream_;

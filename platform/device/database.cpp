@@ -136,14 +136,14 @@ void Database::Checkpoint() {
 }
 
 Transaction::Transaction(Database& database)
-    : database_(database), open_(database.Execute("BEGIN IMMEDIATE") == SQLITE_OK) {}
+    : database_(database), open_(database.Prepare("BEGIN IMMEDIATE").Run()) {}
 
 Transaction::~Transaction() {
   if (open_) database_.Execute("ROLLBACK");
 }
 
 bool Transaction::Commit() {
-  if (!open_ || database_.Execute("COMMIT") != SQLITE_OK) return false;
+  if (!open_ || !database_.Prepare("COMMIT").Run()) return false;
   open_ = false;
   return true;
 }

@@ -87,8 +87,9 @@ void Reporter::Note(const std::string& text) {
 
 void Reporter::Progress(const std::string& work, size_t done, size_t total) {
   const auto now = std::chrono::steady_clock::now();
-  if (isatty(STDERR_FILENO) == 0 || now - progress_time_ < kProgressInterval) return;
+  if (now - progress_time_ < kProgressInterval) return;
   progress_time_ = now;
+  if (isatty(STDERR_FILENO) == 0) return;
   progress_shown_ = true;
   std::string line = work + " " + std::to_string(done);
   if (total > 0) line += " of " + std::to_string(total);
