@@ -32,14 +32,27 @@ if(OSIF_SANITIZE)
   target_link_options(osif_link INTERFACE -fsanitize=address,undefined)
 endif()
 
+# What is shipped looks after itself: checked copies, guarded stacks and returns, no table of functions that can be written
+# to. Distributions set some of this, with a lower level; the last word counts. Not every processor knows of guarded
+# returns.
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fcf-protection OSIF_KNOWS_CF_PROTECTION)
+set(shipped $<CONFIG:Release>)
+target_compile_options(osif_compiler INTERFACE
+  $<${shipped}:-U_FORTIFY_SOURCE> $<${shipped}:-D_FORTIFY_SOURCE=3>
+  $<${shipped}:-fstack-protector-strong> $<${shipped}:-fstack-clash-protection>)
+if(OSIF_KNOWS_CF_PROTECTION)
+  target_compile_options(osif_compiler INTERFACE $<${shipped}:-fcf-protection>)
+endif()
+target_link_options(osif_link INTERFACE $<${shipped}:LINKER:-z,relro,-z,now>)
+
 # The objects hold code of both kinds, so that programs that nobody waits for (the tests, the command, which is a
 # client of the library as it is shipped) need not be optimised as a whole.
 add_library(osif_layers INTERFACE)
 add_library(osif_optimise INTERFACE)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  set(release $<CONFIG:Release>)
-  target_compile_options(osif_layers INTERFACE $<${release}:-flto=auto> $<${release}:-ffat-lto-objects>)
-  target_link_options(osif_optimise INTERFACE $<${release}:-flto=auto> $<${release}:-O3>)
+  target_compile_options(osif_layers INTERFACE $<${shipped}:-flto=auto> $<${shipped}:-ffat-lto-objects>)
+  target_link_options(osif_optimise INTERFACE $<${shipped}:-flto=auto> $<${shipped}:-O3>)
 endif()
 if(OSIF_COVERAGE)
   target_compile_options(osif_compiler INTERFACE --coverage)
