@@ -7,6 +7,7 @@
 #include <string>
 
 #include "bench/support/filled_device.h"
+#include "bench/support/plain_statement.h"
 #include "osif.h"
 
 namespace {
@@ -89,30 +90,6 @@ void OpenUnchangedCalendar(benchmark::State& state) {
 
 // ---- What the database takes -------------------------------------------------------------------------
 
-// A statement of a connection of its own.
-class PlainStatement {
- public:
-  PlainStatement(const std::string& path, const char* sql) {
-    bench::Require(
-        sqlite3_open_v2(path.c_str(), &database_, SQLITE_OPEN_READWRITE, nullptr) == SQLITE_OK,
-        "the database was not opened");
-    bench::Require(sqlite3_prepare_v2(database_, sql, -1, &statement_, nullptr) == SQLITE_OK,
-                   "a statement was not prepared");
-  }
-  ~PlainStatement() {
-    sqlite3_finalize(statement_);
-    sqlite3_close(database_);
-  }
-  PlainStatement(const PlainStatement&) = delete;
-  PlainStatement& operator=(const PlainStatement&) = delete;
-
-  sqlite3_stmt* get() const { return statement_; }
-
- private:
-  sqlite3* database_ = nullptr;
-  sqlite3_stmt* statement_ = nullptr;
-};
-
 // Every column of the present row as the bytes that the database holds, without any conversion.
 int64_t FetchColumns(sqlite3_stmt* statement) {
   int64_t size = 0;
@@ -129,8 +106,8 @@ int64_t FetchColumns(sqlite3_stmt* statement) {
 // Row by row, as the handheld's interface hands out its items.
 void FetchRowsById(benchmark::State& state) {
   const FilledDevice& device = ContactsOf(state);
-  const PlainStatement ids(device.database(), "SELECT oid FROM pim_contacts ORDER BY oid");
-  const PlainStatement row(device.database(), "SELECT * FROM pim_contacts WHERE oid = ?");
+  const bench::PlainStatement ids(device.database(), "SELECT oid FROM pim_contacts ORDER BY oid");
+  const bench::PlainStatement row(device.database(), "SELECT * FROM pim_contacts WHERE oid = ?");
   for (auto _ : state) {
     int64_t rows = 0;
     for (; sqlite3_step(ids.get()) == SQLITE_ROW; ++rows) {
@@ -148,7 +125,7 @@ void FetchRowsById(benchmark::State& state) {
 // All rows with one statement: the least that any program can take.
 void FetchRowsAtOnce(benchmark::State& state) {
   const FilledDevice& device = ContactsOf(state);
-  const PlainStatement all(device.database(), "SELECT * FROM pim_contacts ORDER BY oid");
+  const bench::PlainStatement all(device.database(), "SELECT * FROM pim_contacts ORDER BY oid");
   for (auto _ : state) {
     int64_t rows = 0;
     for (; sqlite3_step(all.get()) == SQLITE_ROW; ++rows) {

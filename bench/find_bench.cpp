@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "bench/support/filled_device.h"
+#include "bench/support/plain_statement.h"
 #include "osif.h"
 
 namespace {
@@ -70,6 +71,23 @@ void FindUnknownTask(benchmark::State& state) { Find(state, ItemKind::kTask, fal
 void FindMessageByTimeAndSubject(benchmark::State& state) { Find(state, ItemKind::kMessage, true); }
 void FindUnknownMessage(benchmark::State& state) { Find(state, ItemKind::kMessage, false); }
 
+// The baseline: the database alone, asked with a statement that is prepared already, by the same index.
+void SelectContactByName(benchmark::State& state) {
+  const FilledDevice& device = bench::DeviceOf(ItemKind::kContact, state.range(0));
+  const bench::PlainStatement names(device.database(),
+                                    "SELECT last_name, first_name FROM pim_contacts LIMIT 50");
+  const bench::PlainStatement search(
+      device.database(), "SELECT oid FROM pim_contacts WHERE last_name = ? AND first_name = ?");
+  bench::Require(sqlite3_step(names.get()) == SQLITE_ROW, "there are no contacts");
+  for (int column = 0; column < 2; ++column) {
+    sqlite3_bind_value(search.get(), column + 1, sqlite3_column_value(names.get(), column));
+  }
+  for (auto _ : state) {
+    bench::Require(sqlite3_step(search.get()) == SQLITE_ROW, "the answer is wrong");
+    sqlite3_reset(search.get());
+  }
+}
+
 // A file of objects comes to an empty store: each is looked for, not found, and stored.
 void Receive(benchmark::State& state, ItemKind kind) {
   const int count = static_cast<int>(state.range(0));
@@ -107,10 +125,11 @@ void ReceiveEventsWithoutSubject(benchmark::State& state) {
 void ReceiveMessages(benchmark::State& state) { Receive(state, ItemKind::kMessage); }
 
 void Sizes(benchmark::internal::Benchmark* bench) {
-  bench->Arg(1000)->Arg(100'000)->Unit(benchmark::kMicrosecond);
+  bench->Arg(1000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMicrosecond);
 }
 
 BENCHMARK(FindContactByName)->Apply(Sizes);
+BENCHMARK(SelectContactByName)->Apply(Sizes);
 BENCHMARK(FindUnknownContact)->Apply(Sizes);
 BENCHMARK(FindEventByStartAndSummary)->Apply(Sizes);
 BENCHMARK(FindUnknownEvent)->Apply(Sizes);
