@@ -33,7 +33,7 @@ constexpr const char* kFolderVariable = "OSIF_DEVICE";
 constexpr std::string_view kDatabaseName = "/device.db";
 constexpr std::string_view kNewDatabaseName = "/device.db.new";
 // Bytes; larger files are checked at their head only.
-constexpr uintmax_t kWholeCheckLimit = 4u << 20;
+constexpr uintmax_t kWholeCheckLimit = 1u << 20;
 
 struct Device {
   std::string named;  // the environment's name of the folder, where that alone tells which it is
