@@ -128,12 +128,15 @@ class History {
 
   void Step() {
     static constexpr Weighted kActions[] = {
-        {22, &History::OpenLog},       {16, &History::CloseLog},     {20, &History::CallLibrary},
-        {18, &History::UseObjects},    {26, &History::WriteSql},     {4, &History::DropBrokenItems},
-        {3, &History::BeKilled},       {6, &History::DamageMark},    {3, &History::DamageSnapshot},
-        {2, &History::LoseLog},        {3, &History::KeepFiles},     {3, &History::PutFilesBack},
-        {2, &History::KeepDatabase},   {2, &History::PutDatabaseBack}, {3, &History::RestartSession},
-        {2, &History::OpenOnFullDisk}, {2, &History::CloseOnFullDisk}, {4, &History::FailToAppend},
+        {22, &History::OpenLog},        {16, &History::CloseLog},
+        {20, &History::CallLibrary},    {18, &History::UseObjects},
+        {26, &History::WriteSql},       {4, &History::DropBrokenItems},
+        {3, &History::BeKilled},        {6, &History::DamageMark},
+        {3, &History::DamageSnapshot},  {2, &History::LoseLog},
+        {3, &History::KeepFiles},       {3, &History::PutFilesBack},
+        {2, &History::KeepDatabase},    {2, &History::PutDatabaseBack},
+        {3, &History::RestartSession},  {2, &History::OpenOnFullDisk},
+        {2, &History::CloseOnFullDisk}, {4, &History::FailToAppend},
     };
     Do(kActions);
   }
@@ -179,7 +182,24 @@ class History {
       text += std::string("anchor ") + store.name + " " + std::to_string(result) + " " +
               std::to_string(anchor.cc) + "\n";
     }
-    return text + TraceText();
+    return text + Stored() + TraceText();
+  }
+
+  // The ids of what is stored: the steps have done the same.
+  static std::string Stored() {
+    std::string text;
+    SqlProgram program;
+    for (const char* query :
+         {"SELECT oid || ' in ' || folder FROM pim_objects ORDER BY oid",
+          "SELECT oid || ' contact ' || coalesce(body, '') FROM pim_contacts ORDER BY oid",
+          "SELECT oid || ' appointment' FROM pim_appointments ORDER BY oid",
+          "SELECT oid || ' task' FROM pim_tasks ORDER BY oid",
+          "SELECT oid || ' every ' || interval FROM pim_patterns ORDER BY oid",
+          "SELECT series || ' not on ' || day FROM pim_exceptions ORDER BY series, day",
+          "SELECT oid || ' with ' || name FROM pim_recipients ORDER BY oid, position"}) {
+      for (const std::string& row : program.Texts(query)) text += row + "\n";
+    }
+    return text;
   }
 
   // Without what is of the device or of the moment alone.
@@ -211,8 +231,7 @@ class History {
     if (marks_ == Marks::kTakenAway) fs::remove(PathOf(store, partner, "mark"));
     const std::string log = PathOf(store, partner, "change");
     const size_t lines_before = LinesOf(log).size();
-    const OsifResult result =
-        POL_CL_Open(store.id, support::Wide(device_.Path(partner)).c_str());
+    const OsifResult result = POL_CL_Open(store.id, support::Wide(device_.Path(partner)).c_str());
     std::set<std::string> times;
     const std::vector<std::string> lines = LinesOf(log);
     for (size_t i = lines_before; i < lines.size(); ++i) times.insert(TimeOf(lines[i]));
@@ -268,7 +287,8 @@ class History {
     if (OneIn(2)) {
       Give("add", support::AddContact(Word(), &anchor).result);
     } else if (OneIn(2)) {
-      Give("modify", support::ModifyContact(support::IdOf(static_cast<LONG>(oid)), Word(), &anchor));
+      Give("modify",
+           support::ModifyContact(support::IdOf(static_cast<LONG>(oid)), Word(), &anchor));
     } else {
       Give("delete", support::DeleteContact(support::IdOf(static_cast<LONG>(oid)), &anchor));
     }
@@ -290,7 +310,9 @@ class History {
 
   // ---- What is stored ----
 
-  std::string Word() { return OneOf({"Ann", "Bob", "Cid", "134", "215"}) + std::to_string(Below(4)); }
+  std::string Word() {
+    return OneOf({"Ann", "Bob", "Cid", "134", "215"}) + std::to_string(Below(4));
+  }
 
   // One of the ids that a table holds; 0 when it holds none.
   int64_t Pick(const std::string& table, const std::string& column = "oid") {
@@ -310,7 +332,8 @@ class History {
   CalendarRecord NewRecord() {
     const std::string summary = "SUMMARY:" + Word() + "\r\n";
     if (OneIn(3)) {
-      std::string todo = summary + "DUE:20050320T000000\r\nPRIORITY:" + std::to_string(1 + Below(3)) + "\r\n";
+      std::string todo =
+          summary + "DUE:20050320T000000\r\nPRIORITY:" + std::to_string(1 + Below(3)) + "\r\n";
       if (OneIn(3)) todo += "DTSTART:20050320\r\nRRULE:W1 SU #4\r\n";
       if (OneIn(3)) todo += "AALARM:20050320T084500Z;;;\r\n";
       return CalendarRecord("BEGIN:VTODO\r\n" + todo + "END:VTODO\r\n");
@@ -332,7 +355,10 @@ class History {
     const std::string id = PickId(store);
     const int call = Below(3);
     Tell(std::string(anchor ? "with" : "without") + " an anchor " +
-         (call == 0 ? "add" : call == 1 ? "modify " + id : "delete " + id) + " in " + store.name);
+         (call == 0   ? "add"
+          : call == 1 ? "modify " + id
+                      : "delete " + id) +
+         " in " + store.name);
     if (call == 2) {
       Give("delete", POL_DeleteObject(store.id, id.c_str(), anchor));
     } else if (store.id == OSIF_STORE_PB) {
@@ -396,8 +422,8 @@ class History {
   }
   void FillAppointment(IAppointment& item) {
     Bstr text = AnyText();
-    (item.*OneOf({&IAppointment::put_Subject, &IAppointment::put_Location, &IAppointment::put_Body}))(
-        text.get());
+    (item.*OneOf({&IAppointment::put_Subject, &IAppointment::put_Location,
+                  &IAppointment::put_Body}))(text.get());
     if (OneIn(2)) item.put_Start(kFirstDay + Below(3) + 0.5);
     if (OneIn(3)) FillPattern(item);
     if (OneIn(6)) item.ClearRecurrencePattern();
@@ -595,8 +621,8 @@ class History {
     // What a byte becomes must not depend on whether there is a mark.
     const auto place = static_cast<uint32_t>(random_());
     const char byte = static_cast<char>('0' + Below(75));
-    Tell("damage " + path.substr(device_.folder().size()) + " in way " + std::to_string(way) + " at " +
-         std::to_string(place) + " with " + std::string(1, byte));
+    Tell("damage " + path.substr(device_.folder().size()) + " in way " + std::to_string(way) +
+         " at " + std::to_string(place) + " with " + std::string(1, byte));
     if (!fs::exists(path)) return;
     std::string bytes = BytesOf(path);
     const size_t at = bytes.empty() ? 0 : place % bytes.size();
@@ -640,8 +666,9 @@ class History {
       case 2:
         return PutBytes(path, "000000f0:1\n" + BytesOf(path));
       default:
-        return PutBytes(path, support::JoinedLines(
-                                  {lines.begin(), lines.begin() + static_cast<long>(lines.size() / 2)}));
+        return PutBytes(path,
+                        support::JoinedLines(
+                            {lines.begin(), lines.begin() + static_cast<long>(lines.size() / 2)}));
     }
   }
 
@@ -764,7 +791,8 @@ class TrackedHistory : public testing::TestWithParam<Trace> {};
 
 INSTANTIATE_TEST_SUITE_P(Seen, TrackedHistory, testing::Values(Trace::kOn, Trace::kOff),
                          [](const auto& test) {
-                           return std::string(test.param == Trace::kOn ? "WithItsTrace" : "InSilence");
+                           return std::string(test.param == Trace::kOn ? "WithItsTrace"
+                                                                       : "InSilence");
                          });
 
 TEST_P(TrackedHistory, IsTheSameAsOneInWhichEverythingIsCompared) {

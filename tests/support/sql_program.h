@@ -21,9 +21,9 @@ class SqlProgram {
   explicit SqlProgram(References references = References::kKept) {
     EXPECT_EQ(sqlite3_open((device::Folder() + "/device.db").c_str(), &database_), SQLITE_OK);
     sqlite3_busy_timeout(database_, 10'000);
-    EXPECT_EQ(Try(references == References::kKept ? "PRAGMA foreign_keys=ON"
-                                                  : "PRAGMA foreign_keys=OFF"),
-              SQLITE_OK);
+    EXPECT_EQ(
+        Try(references == References::kKept ? "PRAGMA foreign_keys=ON" : "PRAGMA foreign_keys=OFF"),
+        SQLITE_OK);
   }
   ~SqlProgram() { sqlite3_close(database_); }
   SqlProgram(const SqlProgram&) = delete;
@@ -64,7 +64,8 @@ class SqlProgram {
 // Runs SQL so that the database's track of what is written does not see it.
 inline void RunUnseen(const std::string& sql) {
   SqlProgram program;
-  const std::string of_track = " FROM sqlite_master WHERE type = 'trigger' AND sql LIKE '%pim_changes%'";
+  const std::string of_track =
+      " FROM sqlite_master WHERE type = 'trigger' AND sql LIKE '%pim_changes%'";
   const std::vector<std::string> names = program.Texts("SELECT name" + of_track);
   const std::vector<std::string> triggers = program.Texts("SELECT sql" + of_track);
   ASSERT_FALSE(names.empty());
