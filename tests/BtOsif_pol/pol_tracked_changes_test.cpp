@@ -382,6 +382,23 @@ INSTANTIATE_TEST_SUITE_P(
                 {}}),
     [](const auto& test) { return std::string(test.param.name); });
 
+// Of an id that no item has, below the highest that was given.
+INSTANTIATE_TEST_SUITE_P(
+    MadeOfAFreeId, TrackedBrokenItem,
+    testing::Values(Written{"ByAContactsObjectAlone",
+                            OSIF_STORE_PB,
+                            "INSERT INTO pim_objects(oid, folder) VALUES(8, 10)",
+                            {}},
+                    Written{"ByAnAppointmentsObjectAlone",
+                            OSIF_STORE_CAL,
+                            "INSERT INTO pim_objects(oid, folder) VALUES(8, 9)",
+                            {}},
+                    Written{"ByATasksObjectAlone",
+                            OSIF_STORE_CAL,
+                            "INSERT INTO pim_objects(oid, folder) VALUES(8, 13)",
+                            {}}),
+    [](const auto& test) { return std::string(test.param.name); });
+
 TEST_P(TrackedBrokenItem, RefusesTheOpeningAsLongAsItIsThere) {
   SqlProgram().Run(GetParam().sql);
   ExpectTheMarkToChangeNothing(GetParam().store_id);
