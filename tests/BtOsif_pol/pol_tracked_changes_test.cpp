@@ -10,6 +10,7 @@
 
 #include "BtOsif_pol/pol_changelog.h"
 #include "BtOsif_pol/pol_dispatch.h"
+#include "platform/api/pim_changes.h"
 #include "tests/BtOsif_pol/changelog_fixture.h"
 #include "tests/support/calendars.h"
 #include "tests/support/dates.h"

@@ -84,6 +84,13 @@ class History {
     for (const char* partner : kPartners) fs::create_directory(device_.Path(partner));
     if (trace == Trace::kOn) trace_.emplace();
     POL_Open();
+    for (int i = 0; i < 4; ++i) {
+      support::AddContact(Word(), nullptr);
+      for (int item = 0; item < 2; ++item) {
+        CalendarRecord record = NewRecord();
+        POL_AddObject(OSIF_STORE_CAL, record.get(), nullptr, nullptr);
+      }
+    }
   }
   ~History() {
     support::CloseAllLogs();
@@ -533,13 +540,13 @@ class History {
         "INSERT INTO pim_contacts(oid, last_name) VALUES(last_insert_rowid(), $T)",
         "INSERT INTO pim_objects(oid, folder) VALUES($F, 10);"
         "INSERT INTO pim_contacts(oid, last_name) VALUES($F, $T)",
-        "INSERT INTO pim_objects(oid, folder) VALUES($F, 13);"
+        "INSERT INTO pim_objects(oid, folder) SELECT $F, 13 FROM pim_tasks WHERE oid=$K;"
         "INSERT INTO pim_tasks SELECT $F, subject, categories, start_date, due_date, "
         "date_completed, importance, complete, sensitivity, team_task, body, reminder_set, "
         "reminder_sound_file, reminder_time, reminder_options FROM pim_tasks WHERE oid=$K",
         "INSERT INTO pim_objects(oid, folder) VALUES($H, 10);"
         "INSERT INTO pim_contacts(oid, last_name) VALUES($H, $T)",
-        "INSERT INTO pim_objects(oid, folder) VALUES($F, 9)",
+        "INSERT INTO pim_objects(folder) VALUES(9)",
         "INSERT OR REPLACE INTO pim_contacts(oid, last_name) VALUES($C, $T)",
         "INSERT OR IGNORE INTO pim_contacts(oid, last_name) VALUES($C, $T)",
         "INSERT INTO pim_contacts(oid, last_name) VALUES($C, $T) "
