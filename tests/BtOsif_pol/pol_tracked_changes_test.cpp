@@ -345,6 +345,26 @@ class TrackedSql : public TrackedChanges, public testing::WithParamInterface<Wri
 INSTANTIATE_TEST_SUITE_P(Writes, TrackedSql, testing::ValuesIn(kWritten),
                          [](const auto& test) { return std::string(test.param.name); });
 
+// Where SQLite does not look after what belongs to a row, an object can come and go under an item's row.
+const Written kObjectsAlone[] = {
+    {"AnObjectThatIsReplacedByAHiddenOne",
+     OSIF_STORE_PB,
+     "INSERT OR REPLACE INTO pim_objects(oid, folder) VALUES(1, 0)",
+     {"H 1"},
+     References::kIgnored},
+    {"AnObjectThatIsReplacedByOneOfAnotherStore",
+     OSIF_STORE_PB,
+     "INSERT OR REPLACE INTO pim_objects(oid, folder) VALUES(1, 13);"
+     "INSERT INTO pim_tasks SELECT 1, subject, categories, start_date, due_date, date_completed, "
+     "importance, complete, sensitivity, team_task, body, reminder_set, reminder_sound_file, "
+     "reminder_time, reminder_options FROM pim_tasks WHERE oid=6",
+     {"H 1"},
+     References::kIgnored},
+};
+
+INSTANTIATE_TEST_SUITE_P(WritesOfObjectsAlone, TrackedSql, testing::ValuesIn(kObjectsAlone),
+                         [](const auto& test) { return std::string(test.param.name); });
+
 TEST_P(TrackedSql, IsToldAndNothingElseIsLookedAt) {
   SqlProgram(GetParam().references).Run(GetParam().sql);
   ExpectTheMarkToChangeNothing(GetParam().store_id);
@@ -364,6 +384,14 @@ TEST_P(TrackedSql, IsToldAlsoWhenItIsDoneWhileTheLogIsOpen) {
   ChangeUnseen(GetParam().store_id);
   EXPECT_THAT(Reopened(GetParam().store_id), ElementsAreArray(GetParam().told));
   EXPECT_THAT(Reopened(GetParam().store_id), IsEmpty()) << "told once";
+}
+
+TEST_F(TrackedChanges, OfAnObjectThatComesBackToItsRowAreTold) {
+  SqlProgram(References::kIgnored).Run("DELETE FROM pim_objects WHERE oid=1");
+  EXPECT_THAT(Reopened(), ElementsAre("H 1"));
+  SqlProgram(References::kIgnored).Run("INSERT INTO pim_objects(oid, folder) VALUES(1, 10)");
+  ExpectTheMarkToChangeNothing();
+  EXPECT_THAT(Reopened(), ElementsAre("M 1"));
 }
 
 // ---- Items that cannot be read ------------------------------------------------------------------------

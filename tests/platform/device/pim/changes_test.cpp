@@ -215,6 +215,20 @@ INSTANTIATE_TEST_SUITE_P(
         Write{"AnExceptionOfAnother", "UPDATE pim_exceptions SET series=4", {"3 in 9", "4 in 9"}}),
     [](const auto& test) { return std::string(test.param.name); });
 
+// Of an object alone, whose id is below the highest that was given.
+INSTANTIATE_TEST_SUITE_P(
+    OfAnObject, PimWrite,
+    testing::Values(Write{"OfAFreeId", "INSERT INTO pim_objects VALUES(6, 10)", {"6 in 10"}},
+                    Write{"InPlaceOfAnother",
+                          "INSERT OR REPLACE INTO pim_objects VALUES(1, 13)",
+                          {"1 in 13"},
+                          kIgnored},
+                    Write{"InPlaceOfAnotherByUpdate",
+                          "UPDATE OR REPLACE pim_objects SET oid=2 WHERE oid=1",
+                          {"1 gone", "2 in 10"},
+                          kIgnored}),
+    [](const auto& test) { return std::string(test.param.name); });
+
 TEST_P(PimWrite, IsListed) {
   SqlProgram(GetParam().references).Run(GetParam().sql);
   const std::string until = MakeMark();
