@@ -143,6 +143,14 @@ class TrackedChanges : public support::ChangeLogTest {
     EXPECT_EQ(Answer(store_id, true), Answer(store_id, false));
   }
 
+  // So long that the disk can be full for it while there is room for the database.
+  void MakeLogLong() {
+    std::string lines;
+    for (int i = 0; i < 250; ++i) lines += EntryLine('H', i + 1, std::string(470, 'f')) + "\n";
+    PutBytes(ContactLog(), lines);
+    told_before_[OSIF_STORE_PB] = 250;
+  }
+
   std::map<int32_t, size_t> told_before_;
 };
 
@@ -748,14 +756,25 @@ TEST_F(TrackedChanges, AreFoundWhenAnIdIsGivenAgain) {
   EXPECT_THAT(Reopened(), ElementsAre("M 9"));
 }
 
+TEST_F(TrackedChanges, AreWrittenToASnapshotThatWasLostWhileTheLogWasOpen) {
+  const std::string snapshot = BytesOf(Snapshot());
+  for (const bool is_removed : {true, false}) {
+    EXPECT_EQ(Open(), kOk);
+    if (is_removed) {
+      fs::remove(Snapshot());
+    } else {
+      PutBytes(Snapshot(), "");
+    }
+    EXPECT_EQ(Close(), kOk);
+    EXPECT_EQ(BytesOf(Snapshot()), snapshot);
+    EXPECT_THAT(Reopened(), IsEmpty());
+  }
+}
+
 // ---- When writing fails -------------------------------------------------------------------------------
 
-// Long lines of the log let the disk be full for it while there is room for the database.
 TEST_F(TrackedChanges, ThatTheLogHadNoRoomForAreToldAtTheNextOpening) {
-  std::string lines;
-  for (int i = 0; i < 250; ++i) lines += EntryLine('H', i + 1, std::string(470, 'f')) + "\n";
-  PutBytes(ContactLog(), lines);
-  told_before_[OSIF_STORE_PB] = 250;
+  MakeLogLong();
   EXPECT_EQ(Open(), kOk);
   device::OpenDatabase()->Checkpoint();
   {
@@ -782,6 +801,28 @@ TEST_F(TrackedChanges, ThatAnOpeningHadNoRoomForAreToldAtTheNextOne) {
   EXPECT_EQ(Close(), kOk);
   ExpectTheMarkToChangeNothing();
   EXPECT_THAT(Reopened(), ElementsAre("M 2", "M 3"));
+}
+
+// What the log could not tell comes after everything else in the snapshot, whether everything was compared or not: in
+// the snapshot's order the next opening tells what is gone.
+TEST_F(TrackedChanges, ThatAnOpeningHadNoRoomForLeaveTheSnapshotInOneOrder) {
+  MakeLogLong();
+  SqlProgram().Run("DELETE FROM pim_objects WHERE oid=1");
+  device::OpenDatabase()->Checkpoint();
+  const auto snapshot_after = [&](bool with_mark) {
+    if (!with_mark) fs::remove(Mark());
+    {
+      const support::FullDisk full(fs::file_size(ContactLog()));
+      EXPECT_EQ(Open(), kOk);
+    }
+    EXPECT_THAT(Told(), IsEmpty());
+    EXPECT_EQ(Close(), kOk);
+    return LinesOf(Snapshot());
+  };
+  const std::string kept = BytesOf(Snapshot());
+  const Texts with_mark = snapshot_after(true);
+  PutBytes(Snapshot(), kept);
+  EXPECT_EQ(with_mark, snapshot_after(false));
 }
 
 TEST_F(TrackedChanges, AreToldThoughTheMarkCannotBeWritten) {
