@@ -588,6 +588,14 @@ TEST_F(PimStamp, ChangesWithWhatBelongsToTheItem) {
   }
 }
 
+TEST_F(PimStamp, OfANewItemChangesWhenItsRowIsReplaced) {
+  ComPtr<IContact> contact = NewContact();
+  EXPECT_EQ(contact->Save(), S_OK);
+  SqlProgram().Run("INSERT OR REPLACE INTO pim_contacts(oid, last_name) VALUES(" +
+                   std::to_string(Oid(*contact)) + ", 'Fay')");
+  EXPECT_GT(StoredStamp(Oid(*contact)), StampOf(*contact));
+}
+
 TEST_F(PimStamp, StaysWhenASaveFails) {
   ComPtr<IContact> contact = Load(1);
   EXPECT_EQ(contact->Save(), S_OK);
