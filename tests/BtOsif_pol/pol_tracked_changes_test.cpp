@@ -762,6 +762,32 @@ TEST_F(TrackedChanges, AreFoundByComparingEverythingWhenTheDatabaseIsACopyThatWe
   EXPECT_THAT(Told(), ElementsAre("M 2", "M 1", "M 2"));
 }
 
+// The database is put back as it was after the opening: it knows the opening's mark. The snapshot was saved later and
+// holds what the library has done and told meanwhile, of which this database knows nothing.
+TEST_F(TrackedChanges, AreFoundWhenTheDatabaseIsOneFromBetweenTheOpeningAndTheClosing) {
+  const auto let_go = [] {
+    POL_Close();
+    device::CloseDatabase();
+  };
+  EXPECT_EQ(Open(), kOk);
+  let_go();
+  fs::copy_file(device_.Path("device.db"), device_.Path("kept.db"));
+  EXPECT_EQ(POL_Open(), kOk);
+  OsifAnchor anchor{};
+  EXPECT_EQ(support::IdOf(9), AddContact("Eve", &anchor).id);
+  EXPECT_EQ(support::DeleteContact("00000002", &anchor), kOk);
+  EXPECT_EQ(ModifyContact("00000003", "Cyd", &anchor), kOk);
+  SqlProgram().Run("UPDATE pim_contacts SET body='x' WHERE oid=1");
+  EXPECT_EQ(Close(), kOk);
+  EXPECT_THAT(Told(), ElementsAre("M 9", "H 2", "M 3"));
+  let_go();
+  fs::copy_file(device_.Path("kept.db"), device_.Path("device.db"),
+                fs::copy_options::overwrite_existing);
+  EXPECT_EQ(POL_Open(), kOk);
+  ExpectTheMarkToChangeNothing();
+  EXPECT_THAT(Reopened(), ElementsAre("M 2", "M 3", "H 9"));
+}
+
 // An id that is given a second time: nothing but what somebody else wrote into the counter of the ids can do that.
 TEST_F(TrackedChanges, AreFoundWhenAnIdIsGivenAgain) {
   OtherProgram other;
