@@ -386,20 +386,28 @@ class History {
     OtherProgram other;
     switch (Below(5)) {
       case 0:
-        return UseItem<IContact>(other, "pim_contacts", olContactItem, &History::FillContact);
+        return UseItem<IContact>(other, "pim_contacts", olContactItem, olFolderContacts,
+                                 &History::FillContact);
       case 1:
-        return UseItem<ITask>(other, "pim_tasks", olTaskItem, &History::FillTask);
+        return UseItem<ITask>(other, "pim_tasks", olTaskItem, olFolderTasks, &History::FillTask);
       case 2:
         return ExceptOccurrence(other);
       default:
-        return UseItem<IAppointment>(other, "pim_appointments", olAppointmentItem,
+        return UseItem<IAppointment>(other, "pim_appointments", olAppointmentItem, olFolderCalendar,
                                      &History::FillAppointment);
     }
   }
 
+  // As what an item is loaded is for its folder to say; its row may be in another kind's table.
+  static int64_t FolderOf(int64_t oid) {
+    return SqlProgram().Number("SELECT folder FROM pim_objects WHERE oid=" + std::to_string(oid));
+  }
+
   template <typename Item>
-  void UseItem(OtherProgram& other, const char* table, int type, void (History::*fill)(Item&)) {
-    const int64_t oid = OneIn(3) ? 0 : Pick(table);
+  void UseItem(OtherProgram& other, const char* table, int type, int folder,
+               void (History::*fill)(Item&)) {
+    int64_t oid = OneIn(3) ? 0 : Pick(table);
+    if (FolderOf(oid) != folder) oid = 0;
     Tell(std::string("object ") + table + " " + std::to_string(oid));
     ComPtr<IDispatch> found;
     const HRESULT hr =
@@ -464,8 +472,7 @@ class History {
     const int day = Below(6);
     Tell("occurrence " + std::to_string(day) + " of " + std::to_string(oid));
     ComPtr<IDispatch> found;
-    if (SqlProgram().Number("SELECT count(*) FROM pim_appointments WHERE oid = " +
-                            std::to_string(oid)) == 0 ||
+    if (FolderOf(oid) != olFolderCalendar ||
         FAILED(other.application().GetItemFromOid(static_cast<LONG>(oid), found.put()))) {
       return;
     }
@@ -804,7 +811,7 @@ INSTANTIATE_TEST_SUITE_P(Seen, TrackedHistory, testing::Values(Trace::kOn, Trace
 
 TEST_P(TrackedHistory, IsTheSameAsOneInWhichEverythingIsCompared) {
   const auto first = static_cast<uint32_t>(NumberFrom("OSIF_SEED", 1));
-  const auto rounds = static_cast<uint32_t>(NumberFrom("OSIF_ROUNDS", 5));
+  const auto rounds = static_cast<uint32_t>(NumberFrom("OSIF_ROUNDS", 3));
   for (uint32_t seed = first; seed < first + rounds; ++seed) {
     SCOPED_TRACE("OSIF_SEED=" + std::to_string(seed));
     ASSERT_NO_FATAL_FAILURE(ExpectSameHistory(seed, GetParam()));
