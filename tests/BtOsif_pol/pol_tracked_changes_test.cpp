@@ -353,6 +353,18 @@ class TrackedSql : public TrackedChanges, public testing::WithParamInterface<Wri
 INSTANTIATE_TEST_SUITE_P(Writes, TrackedSql, testing::ValuesIn(kWritten),
                          [](const auto& test) { return std::string(test.param.name); });
 
+// The snapshot lists appointments before tasks.
+TEST_F(TrackedChanges, OfAnAppointmentsIdThatATaskGetsMoveItInTheSnapshot) {
+  SqlProgram().Run(
+      "DELETE FROM pim_objects WHERE oid=4; INSERT INTO pim_objects(oid, folder) VALUES(4, 13);"
+      "INSERT INTO pim_tasks SELECT 4, subject, categories, start_date, due_date, date_completed, "
+      "importance, complete, sensitivity, team_task, body, reminder_set, reminder_sound_file, "
+      "reminder_time, reminder_options FROM pim_tasks WHERE oid=6");
+  ExpectTheMarkToChangeNothing(OSIF_STORE_CAL);
+  EXPECT_THAT(Reopened(OSIF_STORE_CAL), ElementsAre("M 4"));
+  EXPECT_EQ(LinesOf(Snapshot(OSIF_STORE_CAL)).front().substr(0, 8), "00000005");
+}
+
 // Where SQLite does not look after what belongs to a row, an object can come and go under an item's row.
 const Written kObjectsAlone[] = {
     {"AnObjectThatIsReplacedByAHiddenOne",
