@@ -11,6 +11,7 @@
 #include <string>
 #include <unordered_set>
 #include <utility>
+#include <vector>
 
 #include "BtOsif_pol/change_log_recovery.h"
 #include "BtOsif_pol/pol_id.h"
@@ -124,8 +125,8 @@ std::optional<Tracked> ReadTracked(int32_t store_id, const WideText& folder,
   std::optional<StoreMark> saved;
   if (!now.empty()) saved = pol_ReadStoreMark(store_id, folder);
   if (!saved) return std::nullopt;
-  std::optional<TouchedItems> touched = tracker.Touched(saved->mark, now);
-  if (!touched) return std::nullopt;
+  std::optional<TouchedItems> touched = tracker.Touched(saved->compared, now);
+  if (!touched || !tracker.Touched(saved->closed, now)) return std::nullopt;
   return Tracked{std::move(*saved), std::move(*touched)};
 }
 
@@ -144,8 +145,10 @@ void AppendTouched(CPoomEntries& current, ChangesFound& changes, CPoomEntries& k
   uint32_t checksum = 0;
   for (bool more = current.first(&id, &checksum); more; more = current.next(&id, &checksum)) {
     uint32_t known_checksum = 0;
-    if (known.find(id, &known_checksum) && known_checksum == checksum) continue;
-    if (changes.Append(kChangeModified, id)) known.put(id, checksum, current.place());
+    const bool is_unchanged = known.find(id, &known_checksum) && known_checksum == checksum;
+    if (is_unchanged || changes.Append(kChangeModified, id)) {
+      known.put(id, checksum, current.place());
+    }
   }
 }
 
@@ -159,10 +162,14 @@ void AppendGone(const TouchedItems& touched, const CPoomEntries& current, Change
       gone.insert(item.oid);
   }
   if (gone.empty()) return;
+  std::vector<std::pair<uint32_t, uint32_t>> untold;
   uint32_t id = 0;
   for (bool more = known.first(&id, &checksum); more; more = known.next(&id, &checksum)) {
-    if (gone.contains(id) && changes.Append(kChangeDeleted, id)) known.remove(id);
+    if (!gone.contains(id)) continue;
+    if (!changes.Append(kChangeDeleted, id)) untold.emplace_back(id, checksum);
+    known.remove(id);
   }
+  for (const auto& [untold_id, untold_checksum] : untold) known.put(untold_id, untold_checksum);
 }
 
 // Nothing when the snapshot turns out not to be what the mark says.

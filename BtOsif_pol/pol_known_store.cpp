@@ -2,6 +2,9 @@
 // The mark of the opening keeps it always. That of the closing would too if nobody but this library had written in
 // between, which the stamps tell: each item that was touched has the stamp with which the library has saved it, or
 // is gone and was told as gone. Then the next opening need not look at what this one has written.
+//
+// The mark of the closing is saved in any case: a store that does not know it any more is an older one, from before
+// what the snapshot holds, and what it was asked since the opening's mark would lack what it has lost.
 #include "BtOsif_pol/pol_known_store.h"
 
 #include <algorithm>
@@ -47,24 +50,23 @@ bool KnownStore::IsAllTold(int32_t store_id, const TouchedItems& touched) const 
   });
 }
 
-std::string KnownStore::MarkToSave(int32_t store_id, const StoreTracker& tracker) const {
-  if (mark_.empty() || !is_whole_) return {};
+std::optional<StoreMark> KnownStore::MarkToSave(int32_t store_id,
+                                                const StoreTracker& tracker) const {
+  if (mark_.empty() || !is_whole_) return std::nullopt;
   const std::string now = tracker.Mark();
   const std::optional<TouchedItems> touched = tracker.Touched(mark_, now);
-  if (!touched) return {};
-  return IsAllTold(store_id, *touched) ? now : mark_;
+  if (!touched) return std::nullopt;
+  return StoreMark{IsAllTold(store_id, *touched) ? now : mark_, now, *entries_.file(),
+                   entries_.count(FolderPlace::kFirst), entries_.count(FolderPlace::kSecond)};
 }
 
 bool KnownStore::Save(int32_t store_id, WideView folder, const StoreTracker& tracker) {
   if (!entries_.file()) entries_.sort();
   if (!entries_.saveToFile(store_id, folder)) return false;
-  const std::string mark = MarkToSave(store_id, tracker);
-  if (mark.empty()) {
-    pol_RemoveStoreMark(store_id, folder);
+  if (const std::optional<StoreMark> mark = MarkToSave(store_id, tracker)) {
+    pol_WriteStoreMark(store_id, folder, *mark);
   } else {
-    pol_WriteStoreMark(store_id, folder,
-                       {mark, *entries_.file(), entries_.count(FolderPlace::kFirst),
-                        entries_.count(FolderPlace::kSecond)});
+    pol_RemoveStoreMark(store_id, folder);
   }
   return true;
 }

@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "BtOsif_pol/pol_snapshot.h"
+#include "BtOsif_pol/pol_store_mark.h"
 #include "BtOsif_pol/pol_store_tracker.h"
 #include "btosif/osif_util/charset.h"
 
@@ -38,7 +39,7 @@ class KnownStore {
 
  private:
   bool IsAllTold(int32_t store_id, const TouchedItems& touched) const;
-  std::string MarkToSave(int32_t store_id, const StoreTracker& tracker) const;
+  std::optional<StoreMark> MarkToSave(int32_t store_id, const StoreTracker& tracker) const;
 
   CPoomEntries entries_;
   std::string mark_;  // up to here the store was compared

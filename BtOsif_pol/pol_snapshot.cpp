@@ -101,12 +101,14 @@ void CPoomEntries::append(uint32_t id, uint32_t checksum, FolderPlace place) {
 }
 
 void CPoomEntries::put(uint32_t id, uint32_t checksum, FolderPlace place) {
+  const std::optional<size_t> index = indexOf(id);
+  if (!index) return append(id, checksum, place);
+  Entry& entry = entries_[*index];
+  if (place == FolderPlace::kUnknown) place = entry.place;
+  if (entry.checksum == checksum && entry.place == place) return;
   file_.reset();
-  if (const std::optional<size_t> index = indexOf(id)) {
-    entries_[*index].checksum = checksum;
-  } else {
-    append(id, checksum, place);
-  }
+  entry.checksum = checksum;
+  entry.place = place;
 }
 
 void CPoomEntries::remove(uint32_t id) {
@@ -271,8 +273,8 @@ std::string CPoomEntries::toText() const {
 bool CPoomEntries::saveToFile(int32_t store_id, WideView folder) {
   OSIF_Trace(0, "OSIF:  CPoomEntries::saveToFile(store_id=%d, pszPath='%S')", store_id,
              WideText(folder).c_str());
-  if (file_) return true;
   const WideText name = LogFileName(store_id, folder, LogFileKind::kObject);
+  if (file_ && DigestOfFile(name) == file_) return true;
   const WideText new_name = LogFileName(store_id, folder, LogFileKind::kNewObject);
   const std::string text = toText();
   const FileDigest digest = DigestOf(text);

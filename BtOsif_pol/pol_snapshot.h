@@ -46,7 +46,8 @@ class CPoomEntries {
   // The checksum of the first entry with that id.
   bool find(uint32_t id, uint32_t* checksum) const;
 
-  // Adds an entry at the end, or gives the entry of that id another checksum; and removes one.
+  // Adds an entry at the end, or gives the entry of that id another checksum, and another place where it is known; and
+  // removes one.
   void put(uint32_t id, uint32_t checksum, FolderPlace place = FolderPlace::kUnknown);
   void remove(uint32_t id);
 
@@ -75,7 +76,7 @@ class CPoomEntries {
   bool saveToFile(int32_t store_id, WideView folder);
 
   // The object log that holds just these entries, as far as one is known: it was saved, or somebody has told.
-  // It is not written again.
+  // It is not written again while it is as it was.
   const std::optional<FileDigest>& file() const { return file_; }
   void setFile(const FileDigest& file) { file_ = file; }
 

@@ -1,4 +1,4 @@
-// One line of five fields: the mark, size and CRC-32 of the snapshot, and the numbers of items. It is written after
+// One line: both marks, size and CRC-32 of the snapshot, the numbers of items, and the end. It is written after
 // the snapshot. A process that is killed in between leaves a mark that does not fit, and one that is killed while
 // writing less than a line: both are no mark, and everything is compared.
 #include "BtOsif_pol/pol_store_mark.h"
@@ -34,8 +34,10 @@ constexpr std::string_view kEnd = "end";
 
 std::optional<StoreMark> ReadLine(std::string_view line) {
   StoreMark mark;
-  mark.mark = TakeField(line);
-  const bool is_whole = !mark.mark.empty() && TakeNumber(line, &mark.snapshot.size) &&
+  mark.compared = TakeField(line);
+  mark.closed = TakeField(line);
+  const bool is_whole = !mark.compared.empty() && !mark.closed.empty() &&
+                        TakeNumber(line, &mark.snapshot.size) &&
                         TakeNumber(line, &mark.snapshot.crc) &&
                         TakeNumber(line, &mark.first_items) && TakeNumber(line, &mark.other_items);
   if (!is_whole || line != kEnd) return std::nullopt;
@@ -43,7 +45,7 @@ std::optional<StoreMark> ReadLine(std::string_view line) {
 }
 
 std::string LineOf(const StoreMark& mark) {
-  std::string line = mark.mark;
+  std::string line = mark.compared + ':' + mark.closed;
   for (const uint64_t number : {mark.snapshot.size, uint64_t{mark.snapshot.crc},
                                 uint64_t{mark.first_items}, uint64_t{mark.other_items}}) {
     line += ':' + std::to_string(number);

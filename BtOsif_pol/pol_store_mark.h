@@ -1,4 +1,4 @@
-// The mark that is kept beside a saved snapshot: up to which moment of the store the snapshot reaches, so that the
+// The marks that are kept beside a saved snapshot: up to which moment of the store the snapshot reaches, so that the
 // next opening asks the store for what was written since instead of looking at every item.
 #pragma once
 
@@ -25,7 +25,9 @@ std::optional<FileDigest> DigestOfFile(const WideText& name);
 // A mark counts only for the snapshot that it was made with. A snapshot lists the items of the store's folders one
 // folder after the other.
 struct StoreMark {
-  std::string mark;        // as the store gave it
+  std::string compared;  // as the store gave it: up to here nothing is untold
+  std::string
+      closed;  // and of when the snapshot was saved: a store that does not know it has lost what is in it
   FileDigest snapshot;     // the object log
   size_t first_items = 0;  // of the store's first folder
   size_t other_items = 0;  // of its second, which only the calendar has

@@ -1,10 +1,13 @@
 // Stamps are the row numbers of a table that has one row for each item that was changed or deleted: writing moves the
 // row to the end. AUTOINCREMENT promises that a number is not given twice, also when the last row has gone.
 //
-// Adding an item, which is what is done most, costs no row. What its kind's table takes in is stamped only when it
+// Adding an item, which is what is done most, costs no row. What the tables of items take in is stamped only when it
 // takes the place of a row, or when a mark has already told of the id: whoever holds that mark would not
 // look for it as new. Recipients, patterns and exceptions, which any program may add to an item later, are
 // always stamped.
+//
+// A row that would have taken the place of one and is then ignored stamps its item, too: whoever asks looks at it for
+// nothing.
 //
 // The triggers delete and insert instead of replacing: the conflict clause of whoever fired them would take the place
 // of theirs ("INSERT OR IGNORE" into an item's table would leave the old stamp).
@@ -39,8 +42,8 @@ CREATE TABLE pim_marks(
   stamp INTEGER NOT NULL);
 )sql";
 
-constexpr std::string_view kObjectTable = "pim_objects";
-constexpr std::string_view kKindTables[] = {"pim_contacts", "pim_appointments", "pim_tasks"};
+constexpr std::string_view kItemTables[] = {"pim_objects", "pim_contacts", "pim_appointments",
+                                            "pim_tasks"};
 
 // Whose rows are parts of an item, and the column with the item's id.
 struct PartTable {
@@ -69,7 +72,7 @@ std::string ChangeTriggers(const PartTable& rows) {
          Trigger("deleted", "AFTER DELETE", rows, "old");
 }
 
-std::string KindTriggers(std::string_view table) {
+std::string ItemTriggers(std::string_view table) {
   const PartTable rows = {table, "oid"};
   const std::string is_there =
       "WHEN EXISTS(SELECT 1 FROM " + std::string(table) + " WHERE oid = new.oid)";
@@ -181,9 +184,8 @@ void Order(std::vector<ChangedObject>& changes) {
 }  // namespace
 
 std::string ChangesSchema() {
-  const PartTable objects = {kObjectTable, "oid"};
-  std::string sql = std::string(kTables) + ChangeTriggers(objects);
-  for (const std::string_view table : kKindTables) sql += KindTriggers(table);
+  std::string sql(kTables);
+  for (const std::string_view table : kItemTables) sql += ItemTriggers(table);
   for (const PartTable& part : kPartTables) {
     sql += Trigger("added", "AFTER INSERT", part, "new") + ChangeTriggers(part);
   }

@@ -160,7 +160,8 @@ INSTANTIATE_TEST_SUITE_P(
               "UPDATE OR REPLACE pim_contacts SET oid=2 WHERE oid=1",
               {"1 in 10", "2 in 10"}},
         Write{"AReplacedObject", "INSERT OR REPLACE INTO pim_objects VALUES(1, 13)", {"1 in 13"}},
-        Write{"AnIgnoredObject", "INSERT OR IGNORE INTO pim_objects VALUES(1, 13)", {}},
+        // Listed for nothing, which costs whoever asks a look.
+        Write{"AnIgnoredObject", "INSERT OR IGNORE INTO pim_objects VALUES(1, 13)", {"1 in 10"}},
         Write{"AnUpsert",
               "INSERT INTO pim_contacts(oid) VALUES(1) ON CONFLICT(oid) DO UPDATE SET body='x'",
               {"1 in 10"}},
