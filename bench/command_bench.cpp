@@ -1,5 +1,6 @@
 // What the command costs from its start to its end: receiving a file of contacts into an empty device, receiving
-// it once more (each is known and updated), and exporting them. CPU time and peak memory are those that the
+// it once more (each is known and updated), and exporting them; and, with a device of that size, receiving one card
+// more, asking for the anchor, and for what was changed since the last change but three. CPU time and peak memory are those that the
 // system counted for the command's process.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -80,6 +81,18 @@ class Place {
   Usage Receive() const {
     return RunCommand({"--device", device(), "receive", "--strict", file()});
   }
+  // A card that the device does not have yet.
+  Usage ReceiveOne() const {
+    static int number = 0;
+    const std::string name = folder_.File("one.vcf");
+    std::ofstream(name, std::ios::binary)
+        << "BEGIN:VCARD\r\nVERSION:2.1\r\nN:New;Number" << ++number << "\r\nEND:VCARD\r\n";
+    return RunCommand({"--device", device(), "receive", name});
+  }
+  Usage Anchor() const { return RunCommand({"--device", device(), "anchor", "pb"}); }
+  Usage Changes(int64_t since) const {
+    return RunCommand({"--device", device(), "changes", "pb", "--since", std::to_string(since)});
+  }
   Usage Export() const {
     std::filesystem::remove(exported());
     return RunCommand({"--device", device(), "export", "pb", "-o", exported()});
@@ -127,6 +140,25 @@ void Export(benchmark::State& state) {
           "the contacts were not exported");
 }
 
+void ReceiveOne(benchmark::State& state) {
+  const Place& place = FilledPlace(state.range(0));
+  for (auto _ : state) Report(state, place.ReceiveOne());
+}
+
+void Anchor(benchmark::State& state) {
+  const Place& place = FilledPlace(state.range(0));
+  for (auto _ : state) Report(state, place.Anchor());
+}
+
+void Changes(benchmark::State& state) {
+  const Place& place = FilledPlace(state.range(0));
+  for (auto _ : state) Report(state, place.Changes(state.range(0) - 3));
+}
+
+void FewAndMany(benchmark::internal::Benchmark* bench) {
+  bench->Arg(100)->Arg(100'000)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+}
+
 void Sizes(benchmark::internal::Benchmark* bench) {
   bench->Arg(2000)->Arg(20'000)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
 }
@@ -134,5 +166,8 @@ void Sizes(benchmark::internal::Benchmark* bench) {
 BENCHMARK(ReceiveNew)->Apply(Sizes);
 BENCHMARK(ReceiveKnown)->Apply(Sizes);
 BENCHMARK(Export)->Apply(Sizes);
+BENCHMARK(ReceiveOne)->Apply(FewAndMany);
+BENCHMARK(Anchor)->Apply(FewAndMany);
+BENCHMARK(Changes)->Apply(FewAndMany);
 
 }  // namespace
