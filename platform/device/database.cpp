@@ -131,8 +131,8 @@ int Database::Execute(const char* sql) {
   return sqlite3_exec(handle_, sql, nullptr, nullptr, nullptr);
 }
 
-void Database::Checkpoint() {
-  sqlite3_wal_checkpoint_v2(handle_, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+int Database::Checkpoint() {
+  return sqlite3_wal_checkpoint_v2(handle_, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
 }
 
 Transaction::Transaction(Database& database)
