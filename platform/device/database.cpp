@@ -136,10 +136,12 @@ int Database::Checkpoint() {
 }
 
 Transaction::Transaction(Database& database)
-    : database_(database), open_(database.Execute("BEGIN IMMEDIATE") == SQLITE_OK) {}
+    : database_(database),
+      rollback_(database.Prepare("ROLLBACK")),
+      open_(rollback_ && database.Execute("BEGIN IMMEDIATE") == SQLITE_OK) {}
 
 Transaction::~Transaction() {
-  if (open_) database_.Execute("ROLLBACK");
+  if (open_) rollback_.Run();
 }
 
 bool Transaction::Commit() {

@@ -121,6 +121,7 @@ class Transaction {
 
  private:
   Database& database_;
+  Statement rollback_;  // prepared while there is memory for it
   bool open_;
 };
 
