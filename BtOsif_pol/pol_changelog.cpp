@@ -219,6 +219,13 @@ bool pol_IsLogOpen(int32_t store_id) { return IsStore(store_id) && LogOf(store_i
 
 OsifResult pol_RecordChange(int32_t store_id, const LibraryChange& change, OsifAnchor* anchor) {
   if (anchor == nullptr) return OSIF_OK;
+void pol_ExpectChange(int32_t store_id, const OsifAnchor* anchor) {
+  if (anchor == nullptr || !pol_IsLogOpen(store_id) || pol_IsInPim(store_id)) return;
+  ChangeLogFile& log = LogOf(store_id).file;
+  log.ReadOn();
+  log.NextCounter();
+}
+
   *anchor = {};
   if (!pol_IsLogOpen(store_id)) return OSIF_ERR_CL_NOT_OPENED;
   ChangeLog& log = LogOf(store_id);
