@@ -74,6 +74,9 @@ struct Partner {
       const auto found = changes->find(id);
       return found == changes->end() ? '-' : found->second;
     };
+    for (const auto& [id, kind] : *changes) {
+      EXPECT_EQ(kind, now.contains(id) ? 'M' : 'H') << id << ", for the partner of " << counter;
+    }
     for (const auto& [id, text] : now) {
       const auto known = seen.find(id);
       if (known != seen.end() && known->second == text) continue;

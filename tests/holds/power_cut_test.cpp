@@ -283,6 +283,8 @@ class PowerCut : public testing::TestWithParam<StoreCase> {
       partner.ExpectToMissNothing(row(), now);
     }
     (told == 0 ? new_ids_ : kept_ids_) += 1;
+    const bool is_over = LastClosed(place) == moments_.size() - 1;
+    EXPECT_TRUE(told != 0 || !is_over) << "what was closed in order is on the disk";
     OsifAnchor anchor{};
     EXPECT_EQ(Add(row(), 30, &anchor).result, kOk);
     EXPECT_GT(anchor.cc, told) << "a counter that was given already";
