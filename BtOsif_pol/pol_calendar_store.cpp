@@ -86,5 +86,6 @@ constinit const StoreOperations kCalendarStore = {
     .find = Find,
     .first_id = FirstId,
     .next_id = NextId,
+    .flush = [] { return true; },
     .name = Name,
 };

@@ -5,8 +5,10 @@
 // Opening waits until no other program uses the folder, puts in order what a killed process may have left,
 // reads the log for its newest counter, marks it as open and appends what the comparison finds. Closing goes
 // the other way: the log is purged (what is cut off is kept beside it), then the snapshot is saved, then the
-// cut lines and the mark are taken away. A process can be killed between any two of these:
-// change_log_recovery.h lists what is then found.
+// counters are settled, then the cut lines and the mark are taken away. A process can be killed between any
+// two of these: change_log_recovery.h lists what is then found. The counters are settled no earlier because
+// the log's bytes are on the disk before the store's are: by the snapshot the next opening sees what a power
+// cut has taken from the store.
 //
 // Recording reads on before it appends, so that the counter follows from what stands in the file. A counter that
 // was handed back is never used again, also when its entry could not be written: what such an entry should have
@@ -217,6 +219,13 @@ OsifResult Scan(ChangeLog& log, ChangeLogEntry* entry, IsWanted is_wanted) {
 
 bool pol_IsLogOpen(int32_t store_id) { return IsStore(store_id) && LogOf(store_id).file.is_open(); }
 
+void pol_ExpectChange(int32_t store_id, const OsifAnchor* anchor) {
+  if (anchor == nullptr || !pol_IsLogOpen(store_id) || pol_IsInPim(store_id)) return;
+  ChangeLogFile& log = LogOf(store_id).file;
+  log.ReadOn();
+  log.NextCounter();
+}
+
 OsifResult pol_RecordChange(int32_t store_id, const LibraryChange& change, OsifAnchor* anchor) {
   if (anchor == nullptr) return OSIF_OK;
   *anchor = {};
@@ -258,11 +267,16 @@ OsifResult POL_CL_Close(int32_t store_id) {
   const WideText& folder = closed.file.folder();
   // A purge would make a whole line of half a one.
   if (closed.file.HasWholeLines()) OSIF_CLPurge(store_id, folder);
-  if (!pol_IsInPim(store_id)) return OSIF_ERR_NOT_IMPLEMENTED;
+  if (!pol_IsInPim(store_id)) {
+    const bool is_safe = !closed.file.IsToBeSettled() || pol_OperationsOf(store_id).flush();
+    if (is_safe) closed.file.Settle();
+    return OSIF_ERR_NOT_IMPLEMENTED;
+  }
   const StoreTracker tracker(*pol_Application());
   if (!CanBeRead(store_id, tracker)) return OSIF_ERR_PIM;
   if (!closed.known.has_begun()) return OSIF_OK;
   if (!closed.known.Save(store_id, folder, tracker)) return OSIF_ERR_PIM;
+  closed.file.Settle();
   MarkClosed(store_id, folder);
   return OSIF_OK;
 }

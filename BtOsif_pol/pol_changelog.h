@@ -24,6 +24,11 @@ struct LibraryChange {
 // when `anchor` is null: the change is then found by comparing at the next open.
 OsifResult pol_RecordChange(int32_t store_id, const LibraryChange& change, OsifAnchor* anchor);
 
+// Before the library makes a change that is to be recorded. Where nothing is compared, a change that is made
+// and not yet in the log when the power goes would be told to nobody: from here on the log counts as one that
+// can lose its end.
+void pol_ExpectChange(int32_t store_id, const OsifAnchor* anchor);
+
 // True while the store's log is open.
 bool pol_IsLogOpen(int32_t store_id);
 

@@ -50,5 +50,6 @@ constinit const StoreOperations kContactStore = {
     .find = Find,
     .first_id = FirstId,
     .next_id = pol_GetNextIdFromFolder,
+    .flush = [] { return true; },
     .name = Name,
 };

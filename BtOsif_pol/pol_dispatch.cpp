@@ -55,6 +55,7 @@ OsifResult POL_AddObject(int32_t store_id, OsifObject* object, char* id, OsifAnc
   const StoreOperations& store = pol_OperationsOf(store_id);
   if (const OsifResult result = CheckSession(store); result != OSIF_OK) return result;
   Subject subject = {store_id, {}};
+  pol_ExpectChange(store_id, anchor);
   if (const OsifResult result = store.add(*object, subject); result != OSIF_OK) return result;
   if (id != nullptr) id[subject.id.copy(id, OSIF_ID_SIZE - 1)] = '\0';
   return RecordChange(kChangeModified, subject, anchor);
@@ -66,6 +67,7 @@ OsifResult POL_ModifyObject(int32_t store_id, const char* id, OsifObject* object
   const StoreOperations& store = pol_OperationsOf(store_id);
   Subject subject = {store_id, {}};
   if (const OsifResult result = ReadSubject(store, id, subject); result != OSIF_OK) return result;
+  pol_ExpectChange(store_id, anchor);
   if (const OsifResult result = store.modify(*object, subject); result != OSIF_OK) return result;
   return RecordChange(kChangeModified, subject, anchor);
 }

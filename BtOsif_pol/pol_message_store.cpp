@@ -2,6 +2,8 @@
 // stores. Three numbers share this row: a record names its folder itself, and only reading asks for the
 // store's.
 #include "BtOsif_pol/pol_id.h"
+#include "BtOsif_pol/pol_session.h"
+#include "BtOsif_pol/pol_store_tracker.h"
 #include "BtOsif_pol/pol_stores.h"
 #include "BtOsif_pol/pol_walk.h"
 #include "mapi/mapi_mail.h"
@@ -25,6 +27,9 @@ OsifResult Get(const Subject& subject, OsifObject& object) {
 }
 
 bool Find(OsifObject& object, char* id) { return MAPI_FindMail(object, id); }
+
+// One database holds all that the device stores.
+bool Flush() { return StoreTracker(*pol_Application()).Flush(); }
 
 // Message texts are in the system's code page.
 WideText Name(OsifObject& object) {
@@ -57,5 +62,6 @@ constinit const StoreOperations kMessageStore = {
     .find = Find,
     .first_id = FirstIdNotOffered,
     .next_id = NextIdNotOffered,
+    .flush = Flush,
     .name = Name,
 };

@@ -5,10 +5,15 @@
 //   NAME.pwi       in its place
 // A file cannot be moved onto another one, so for a moment there is NAME.pwi.new alone. Whoever looks for a
 // note puts such a file in its place first.
+//
+// A new file is on the disk before an old one goes for it. One that takes no other's place gets there at the
+// close, with all that were written since: waiting for the disk takes longer than everything else that is
+// done for a note.
 #include "BtOsif_pol/pol_note.h"
 
 #include <algorithm>
 #include <cstring>
+#include <set>
 #include <utility>
 
 #include "btosif/osif_util/value_text.h"
@@ -96,6 +101,26 @@ DWORD CALLBACK ReadBlock(DWORD_PTR cookie, LPBYTE buffer, LONG size, LONG* done)
   return 0;
 }
 
+// The files that were written since all of them were put on the disk.
+std::set<WideText> g_unflushed;
+
+bool IsThere(const WideText& path) {
+  const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  return file != INVALID_HANDLE_VALUE && CloseHandle(file);
+}
+
+// A file that has gone meanwhile was taken away, or is another note's by now.
+bool FlushFile(const WideText& path) {
+  const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_WRITE, nullptr,
+                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) {
+    return GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND;
+  }
+  const bool is_flushed = FlushFileBuffers(file) != FALSE;
+  return CloseHandle(file) && is_flushed;
+}
+
 class NewFile {
  public:
   explicit NewFile(const WideText& path)
@@ -107,6 +132,7 @@ class NewFile {
 
   bool is_open() const { return handle_ != INVALID_HANDLE_VALUE; }
   HANDLE handle() const { return handle_; }
+  bool Flush() { return FlushFileBuffers(handle_) != FALSE; }
   bool Close() {
     const HANDLE handle = std::exchange(handle_, INVALID_HANDLE_VALUE);
     return handle == INVALID_HANDLE_VALUE || CloseHandle(handle);
@@ -126,11 +152,12 @@ DWORD CALLBACK WriteBlock(DWORD_PTR cookie, LPBYTE buffer, LONG size, LONG* done
 }
 
 // Writes the whole document; false when some of it could not be written.
-bool WriteDocument(InkControl& control, const WideText& text, NewFile& file) {
+bool WriteDocument(InkControl& control, const WideText& text, bool replaces, NewFile& file) {
   TextSource source = {reinterpret_cast<const BYTE*>(text.c_str()),
                        (text.size() + 1) * sizeof(WCHAR)};
   const bool is_taken = control.Stream(EM_STREAMIN, SF_TEXT | SF_UNICODE, ReadBlock, source);
-  return is_taken && control.Stream(EM_STREAMOUT, SF_PWI, WriteBlock, file) && file.Close();
+  const bool is_written = is_taken && control.Stream(EM_STREAMOUT, SF_PWI, WriteBlock, file);
+  return is_written && (!replaces || file.Flush()) && file.Close();
 }
 
 // Brings to its end what a program that was killed had begun. Does nothing where the note has its file.
@@ -157,13 +184,13 @@ bool Replace(const WideText& unfinished, const WideText& path) {
   return false;
 }
 
-// Writes the note's file; false when it could not be created or filled.
-bool PutFile(InkControl& control, OsifNote& note, const WideText& path) {
+// Writes the note's file; false when it could not be created or filled. `replaces`: an old file goes for it.
+bool PutFile(InkControl& control, OsifNote& note, const WideText& path, bool replaces) {
   const WideText text = DecodedText(note.body, 0);
   const WideText unfinished = path + WideText(kUnfinished);
   NewFile file(unfinished);
   if (!file.is_open()) return false;
-  if (WriteDocument(control, text, file) && Replace(unfinished, path)) return true;
+  if (WriteDocument(control, text, replaces, file) && Replace(unfinished, path)) return true;
   file.Close();
   DeleteFileW(unfinished.c_str());
   return false;
@@ -177,10 +204,13 @@ void Put(OsifNote& note, const WideText& old_path) {
     return;
   }
   const WideText path = pol_NotePath(pol_NoteName(note));
-  if (path.empty() || !PutFile(control, note, path)) {
+  const bool replaces =
+      !old_path.empty() || IsThere(path) || IsThere(path + WideText(kReplacement));
+  if (path.empty() || !PutFile(control, note, path, replaces)) {
     OSIF_Trace(0, "OSIF:  pol_PutNote Error - Unable to create file '%S'", path.c_str());
     return;
   }
+  g_unflushed.insert(path);
   if (!old_path.empty() && old_path != path) Remove(old_path);
 }
 
@@ -205,11 +235,12 @@ bool pol_HasNote(OsifNote& note) {
   const WideText path = name.empty() ? WideText() : pol_NotePath(name);
   if (path.empty()) return false;
   FinishReplacing(path);
-  const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return false;
-  CloseHandle(file);
-  return true;
+  return IsThere(path);
+}
+
+bool pol_FlushNotes() {
+  std::erase_if(g_unflushed, FlushFile);
+  return g_unflushed.empty();
 }
 
 void pol_WriteNoteId(WideView name, char* id) {

@@ -23,5 +23,9 @@ void pol_ReplaceNote(const char* id, OsifNote& note);
 // put in its place is put there.
 bool pol_HasNote(OsifNote& note);
 
+// Puts on the disk the notes that were written since it was last called. False when one of them may not be
+// there.
+bool pol_FlushNotes();
+
 // Writes a name as an id, in the system's code page, into a buffer of OSIF_ID_SIZE; null is left alone.
 void pol_WriteNoteId(WideView name, char* id);

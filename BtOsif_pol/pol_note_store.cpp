@@ -58,5 +58,6 @@ constinit const StoreOperations kNoteStore = {
     .find = Find,
     .first_id = FirstId,
     .next_id = pol_Always<OSIF_ERR_NOT_IMPLEMENTED>,
+    .flush = pol_FlushNotes,
     .name = Name,
 };

@@ -1,5 +1,6 @@
 #include "BtOsif_pol/pol_session.h"
 
+#include "BtOsif_pol/pol_note.h"
 #include "BtOsif_pol/pol_walk.h"
 #include "config/bt_config_settings.h"
 #include "config/trace.h"
@@ -53,6 +54,7 @@ OsifResult POL_Open() {
 
 OsifResult POL_Close() {
   OSIF_Trace(0, "OSIF:  POL_Close()");
+  pol_FlushNotes();
   if (g_application) g_application->Logoff();
   g_application.reset();
   pol_EndWalk();

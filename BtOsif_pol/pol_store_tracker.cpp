@@ -20,6 +20,8 @@ std::string StoreTracker::Mark() const {
   return {mark.view().begin(), mark.view().end()};
 }
 
+bool StoreTracker::Flush() const { return !changes_ || SUCCEEDED(changes_->Flush()); }
+
 std::optional<TouchedItems> StoreTracker::Touched(const std::string& since,
                                                   const std::string& until) const {
   ComPtr<IChangedItems> items;

@@ -29,6 +29,10 @@ class StoreTracker {
   // The mark of this moment. Empty when the store keeps no track, or cannot say.
   std::string Mark() const;
 
+  // Puts what was written on the disk. False when that fails; a store that knows no such call looks after it
+  // itself.
+  bool Flush() const;
+
   // What was written after one mark and not after another. Nothing when the store does not know one of them.
   std::optional<TouchedItems> Touched(const std::string& since, const std::string& until) const;
 

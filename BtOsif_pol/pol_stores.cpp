@@ -16,6 +16,7 @@ constexpr StoreOperations kNoStore = {
     .find = [](OsifObject&, char*) { return false; },
     .first_id = pol_Always<OSIF_ERR_TYPE_NOT_SUPPORTED>,
     .next_id = pol_Always<OSIF_ERR_TYPE_NOT_SUPPORTED>,
+    .flush = [] { return true; },
     .name = [](OsifObject&) { return WideText(); },
 };
 

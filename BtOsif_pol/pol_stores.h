@@ -50,6 +50,10 @@ struct StoreOperations {
   OsifResult (*first_id)(char* id);
   OsifResult (*next_id)(char* id);
 
+  // Puts on the disk what was stored, where a change log that tells of it would outlast it: in stores that
+  // are not compared. False when it may be lost.
+  bool (*flush)();
+
   // What a record is called when it is shown to people.
   WideText (*name)(OsifObject& object);
 };

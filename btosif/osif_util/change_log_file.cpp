@@ -59,11 +59,14 @@ OsifResult ChangeLogFile::Open(int32_t store_id, WideView folder) {
 
 void ChangeLogFile::Close() {
   ReadOn();
-  const uint32_t highest = std::max(newest_.cc, handed_out_);
-  // In this order: a log of which the end is not on the disk must not count as whole.
-  const bool is_settled = !has_whole_lines_ || counter_.IsExactly(highest);
-  if (!is_settled && FILE_FlushToDisk(stream_) == 0) counter_.Settle(highest);
+  const bool is_settled = !has_whole_lines_ || counter_.IsExactly(HighestCounter());
+  // A log of which the end is not on the disk must not count as whole.
+  is_to_be_settled_ = !is_settled && FILE_FlushToDisk(stream_) == 0;
   FILE_Close(stream_, LogFileName(store_id_, folder_, LogFileKind::kChange).c_str());
+}
+
+void ChangeLogFile::Settle() {
+  if (is_to_be_settled_ && counter_.Settle(HighestCounter())) is_to_be_settled_ = false;
 }
 
 void ChangeLogFile::Remove() {
@@ -71,8 +74,10 @@ void ChangeLogFile::Remove() {
   FILE_Remove(LogFileName(store_id_, folder_, LogFileKind::kChange).c_str());
 }
 
+uint32_t ChangeLogFile::HighestCounter() const { return std::max(newest_.cc, handed_out_); }
+
 std::optional<uint32_t> ChangeLogFile::NextCounter() {
-  const uint32_t next = std::max(newest_.cc, handed_out_) + 1;
+  const uint32_t next = HighestCounter() + 1;
   if (!has_whole_lines_ || !counter_.Reserve(next)) return std::nullopt;
   return next;
 }

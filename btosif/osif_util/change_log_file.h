@@ -20,8 +20,15 @@ class ChangeLogFile {
   // OSIF_OK or OSIF_ERR_FILE_OPEN.
   OsifResult Open(int32_t store_id, WideView folder);
 
-  // Closes the log: its entries are then on the disk, and how far its counters go is kept.
+  // Closes the log: its entries are then on the disk. That they are counts once it is settled.
   void Close();
+
+  // True for a closed log whose counters have to be settled.
+  bool IsToBeSettled() const { return is_to_be_settled_; }
+
+  // After Close, when what the entries tell of cannot be lost any more either: how far the counters go is
+  // kept. A log that the system stops before this counts as one that has lost its end.
+  void Settle();
 
   // Closes the log and deletes it. It can be opened again and then begins with nothing.
   void Remove();
@@ -73,6 +80,7 @@ class ChangeLogFile {
  private:
   void TakeNoteOf(const ChangeLogEntry& entry);
   void CutBack();
+  uint32_t HighestCounter() const;
 
   OsifStream stream_;
   int32_t store_id_ = 0;
@@ -81,6 +89,7 @@ class ChangeLogFile {
   KeptCounter counter_;
   uint32_t handed_out_ = 0;  // the highest counter that this process has given out
   bool has_whole_lines_ = true;
+  bool is_to_be_settled_ = false;
   OsifAnchor newest_ = {};   // of the entries up to `read_up_to_`
   int64_t read_up_to_ = 0;   // where ReadOn goes on
   bool is_readable_ = true;  // false when a malformed line ends what counts

@@ -37,4 +37,7 @@ struct IStoreChanges : IUnknown {
   // What was written after one mark and not after another. S_FALSE and null when the store does not know one of
   // them (any more): anything may have changed then.
   virtual HRESULT GetChanges(BSTR since, BSTR until, IChangedItems** items) = 0;
+
+  // Puts on the disk what was written to the device's database until now, messages and settings included.
+  virtual HRESULT Flush() = 0;
 };

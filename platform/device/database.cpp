@@ -131,15 +131,28 @@ int Database::Execute(const char* sql) {
   return sqlite3_exec(handle_, sql, nullptr, nullptr, nullptr);
 }
 
-void Database::Checkpoint() {
-  sqlite3_wal_checkpoint_v2(handle_, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+int Database::Checkpoint() {
+  return sqlite3_wal_checkpoint_v2(handle_, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
 }
 
+// What a reader holds back is neither written to the main file nor, by that call, to the disk.
+bool Database::Flush() {
+  int in_log = 0;
+  int written = 0;
+  const int code =
+      sqlite3_wal_checkpoint_v2(handle_, nullptr, SQLITE_CHECKPOINT_PASSIVE, &in_log, &written);
+  return code == SQLITE_OK && in_log == written;
+}
+
+// A transaction that could not be rolled back, for want of the memory that the statement takes, would stay
+// open: no other could begin, and other programs would be locked out.
 Transaction::Transaction(Database& database)
-    : database_(database), open_(database.Prepare("BEGIN IMMEDIATE").Run()) {}
+    : database_(database),
+      rollback_(database.Prepare("ROLLBACK")),
+      open_(rollback_ && database.Prepare("BEGIN IMMEDIATE").Run()) {}
 
 Transaction::~Transaction() {
-  if (open_) database_.Execute("ROLLBACK");
+  if (open_) rollback_.Run();
 }
 
 bool Transaction::Commit() {

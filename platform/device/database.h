@@ -88,8 +88,12 @@ class Database {
   std::optional<CommitMark> Mark();
 
   // Writes everything into the main file, so that a power cut loses nothing. Waits for another program's
-  // transaction, as long as the busy timeout allows.
-  void Checkpoint();
+  // transaction, as long as the busy timeout allows. SQLITE_OK or SQLite's code.
+  int Checkpoint();
+
+  // Puts what was committed on the disk, without waiting for other programs. False when some of it may not be
+  // there.
+  bool Flush();
 
   sqlite3* handle() const { return handle_; }
 
@@ -117,6 +121,7 @@ class Transaction {
 
  private:
   Database& database_;
+  Statement rollback_;  // prepared while there is memory for it
   bool open_;
 };
 

@@ -292,7 +292,9 @@ int MakeDatabase(const std::string& folder) {
       code = database->LastError();
       return code == SQLITE_OK ? SQLITE_ERROR : code;
     }
-    database->Checkpoint();
+    // The log stays behind, and the file is half a database without it.
+    code = database->Checkpoint();
+    if (code != SQLITE_OK) return code;
   }
   const bool is_placed = rename(path.c_str(), (folder + std::string(kDatabaseName)).c_str()) == 0;
   return is_placed ? SQLITE_OK : SQLITE_IOERR;

@@ -239,7 +239,7 @@ TEST_P(ChangeLogPowerCut, LosesNoDeletionOfAnItemWhoseEntryTheCloseCutsOff) {
     return true;
   };
   CutEverywhere(before, work, check);
-  EXPECT_GT(kept_ids_, 3);
+  EXPECT_GE(kept_ids_, 3) << "from the moment on that the counters are settled";
 }
 
 // The disk that this test stands on forgets: without that it would see nothing.

@@ -125,6 +125,11 @@ class Application final : public PimObject<IPOutlookApp, IID_IPOutlookApp, IStor
     });
   }
 
+  HRESULT Flush() override {
+    if (!IsLoggedOn()) return E_UNEXPECTED;
+    return database_->Flush() ? S_OK : E_FAIL;
+  }
+
  private:
   static std::string TextOf(BSTR text) { return ToUtf8({text, SysStringLen(text)}); }
 

@@ -153,6 +153,7 @@ TEST_F(WrittenLog, DoesNotCountAsClosedInOrderWhenItCouldNotBeCutBack) {
   }
   FailSettingEnds(false);
   log_.Close();
+  log_.Settle();
   KeptCounter counter;
   counter.Open(kStore, Folder());
   EXPECT_FALSE(counter.IsExactly(1));
@@ -185,6 +186,7 @@ TEST_F(WrittenLog, HasLostItsEndWhenItIsShorterThanWhenItWasClosed) {
   Open("M:1:t:a\nM:2:t:b\n");
   EXPECT_FALSE(log_.HasLostItsEnd());
   log_.Close();
+  log_.Settle();
   for (const char* bytes : {"", "M:1:t:a\n"}) {
     Open(bytes);
     log_.ReadOn();
@@ -202,6 +204,7 @@ TEST_F(WrittenLog, HasLostItsEndWhenACounterWasSpentAndNothingWasWrittenAfterIt)
   log_.ReadOn();
   log_.Spend(2);
   log_.Close();
+  log_.Settle();
   Open("M:1:t:a\n");
   log_.ReadOn();
   EXPECT_TRUE(log_.HasLostItsEnd());
