@@ -27,8 +27,13 @@ OsifResult ReadSubject(const StoreOperations& store, const char* id, Subject& su
 }
 
 OsifResult RecordChange(char kind, const Subject& subject, OsifAnchor* anchor) {
-  const LibraryChange change = {kind, subject.id.c_str(), static_cast<uint32_t>(subject.oid),
-                                subject.checksum, subject.checksum_before, subject.folder, subject.stamp};
+  const LibraryChange change = {kind,
+                                subject.id.c_str(),
+                                static_cast<uint32_t>(subject.oid),
+                                subject.checksum,
+                                subject.checksum_before,
+                                subject.folder,
+                                subject.stamp};
   return pol_RecordChange(subject.store_id, change, anchor);
 }
 

@@ -8,9 +8,9 @@
 namespace {
 
 // In the order of LogFileKind.
-constexpr std::array<WideView, kLogFileKinds> kKindNames = {
-    u"change", u"object", u"databaseid", u"open", u"purging", u"newobject", u"counter", u"cut",
-    u"mark"};
+constexpr std::array<WideView, kLogFileKinds> kKindNames = {u"change",  u"object",  u"databaseid",
+                                                            u"open",    u"purging", u"newobject",
+                                                            u"counter", u"cut",     u"mark"};
 
 WideText Widened(const char* ascii) { return WideText(ascii, ascii + std::strlen(ascii)); }
 
