@@ -44,6 +44,12 @@ void AppendLine(std::string& text, uint32_t id, uint32_t checksum) {
   text.append(1, ':').append(number, end).append(1, '\n');
 }
 
+// Puts on the disk that a file was renamed, and all that was renamed or removed before it.
+bool FlushName(const WideText& name) {
+  OsifStream file;
+  return FILE_Open(file, name.c_str(), u"r+") == 0 && FILE_FlushToDisk(file) == 0;
+}
+
 // Puts a new snapshot in the place of the one before: written and on the disk before that goes. FinishSnapshot takes
 // the last step for a process that was killed before it.
 bool ReplaceObjectLog(const WideText& name, const WideText& new_name, const std::string& text) {
@@ -58,7 +64,9 @@ bool ReplaceObjectLog(const WideText& name, const WideText& new_name, const std:
   }
   const bool is_written = FILE_Write(log, text) == 0 && FILE_FlushToDisk(log) == 0;
   if (FILE_Close(log, new_name.c_str()) != 0 || !is_written) return false;
-  return FILE_Remove(name.c_str()) == 0 && FILE_Rename(new_name.c_str(), name.c_str()) == 0;
+  // Once the counters are settled the old one must not come back.
+  return FILE_Remove(name.c_str()) == 0 && FILE_Rename(new_name.c_str(), name.c_str()) == 0 &&
+         FlushName(name);
 }
 
 }  // namespace

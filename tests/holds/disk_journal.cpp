@@ -381,8 +381,10 @@ Files Journal::Cut(size_t place, Unflushed bytes, Unflushed names, std::mt19937&
     any_flushed = i;
   }
   const size_t names_end = EndOfNames(any_flushed, place, names, random);
-  // Some disks have written most of it, some next to nothing.
-  const std::bernoulli_distribution kept(std::uniform_real_distribution<>(0, 1)(random));
+  // Some disks have written most of it, some next to nothing, some all of one file and nothing of another.
+  std::bernoulli_distribution is_kept(std::uniform_real_distribution<>(0, 1)(random));
+  const bool goes_by_files = std::bernoulli_distribution()(random);
+  std::map<int, bool> kept_files;
 
   Files disk;
   Contents contents;
@@ -403,7 +405,9 @@ Files Journal::Cut(size_t place, Unflushed bytes, Unflushed names, std::mt19937&
         const bool is_flushed = found != flushed.end() && i < found->second;
         contents.Write(change, [&] {
           if (is_flushed || bytes == Unflushed::kKept) return true;
-          return bytes == Unflushed::kRandom && std::bernoulli_distribution(kept)(random);
+          if (bytes == Unflushed::kLost) return false;
+          if (!goes_by_files) return is_kept(random);
+          return kept_files.try_emplace(change.file, is_kept(random)).first->second;
         });
         break;
       }
