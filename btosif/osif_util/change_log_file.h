@@ -61,7 +61,7 @@ class ChangeLogFile {
   // False when it ends with half a line that could not be cut off.
   bool HasWholeLines() const { return has_whole_lines_; }
 
-  // Takes note of what the log has grown by: through this process, or through another that has it open.
+  // Takes note of what the log has grown by through others that have it open; of its own entries it has already.
   // Gives the objects of the entries read.
   NewestKinds ReadOn();
 

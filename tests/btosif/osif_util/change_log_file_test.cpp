@@ -224,10 +224,32 @@ TEST_F(WrittenLog, GivesTheNewestKindOfEachObjectOnce) {
 TEST_F(WrittenLog, TakesNoteOfWhatItAndAnotherProgramHaveAppended) {
   Open("M:1:t:a\n");
   log_.ReadOn();
-  EXPECT_EQ(log_.Append('M', "b", MakeAnchor(2, "t")), kOk);
+  EXPECT_EQ(log_.Append('M', "b", MakeAnchor(2, "t2")), kOk);
+  EXPECT_EQ(log_.newest().cc, 2u);
+  EXPECT_STREQ(log_.newest().ts, "t2");
   AppendBytes(LogPath(), "H:3:t:c\n");
-  EXPECT_THAT(log_.ReadOn(), ElementsAre(Pair("b", uint32_t{'M'}), Pair("c", uint32_t{'H'})));
+  // Its own entry need not be read.
+  EXPECT_THAT(log_.ReadOn(), ElementsAre(Pair("c", uint32_t{'H'})));
   EXPECT_EQ(log_.newest().cc, 3u);
+}
+
+TEST_F(WrittenLog, ReadsItsOwnEntryWhereAnotherProgramHasAppendedBeforeIt) {
+  Open("M:1:t:a\n");
+  log_.ReadOn();
+  AppendBytes(LogPath(), "H:7:t:c\n");
+  EXPECT_EQ(log_.Append('M', "b", MakeAnchor(2, "t")), kOk);
+  EXPECT_EQ(log_.newest().cc, 1u);
+  EXPECT_THAT(log_.ReadOn(), ElementsAre(Pair("b", uint32_t{'M'}), Pair("c", uint32_t{'H'})));
+  EXPECT_EQ(log_.newest().cc, 2u);
+}
+
+TEST_F(WrittenLog, ReadsItsOwnEntryOfAnIdThatALineDoesNotGiveBack) {
+  Open("M:1:t:a\n");
+  log_.ReadOn();
+  EXPECT_EQ(log_.Append('M', "b:c", MakeAnchor(2, "t")), kOk);
+  EXPECT_EQ(log_.newest().cc, 1u);
+  EXPECT_THAT(log_.ReadOn(), ElementsAre(Pair("b", uint32_t{'M'})));
+  EXPECT_EQ(log_.newest().cc, 2u);
 }
 
 TEST_F(WrittenLog, EndsForGoodAtALineThatIsNoEntry) {

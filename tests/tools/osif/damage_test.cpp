@@ -88,6 +88,11 @@ class CommandDamage : public CommandTest {
     }
   }
 
+  // Without the mark of its snapshot the opening of a change log reads every object.
+  void ForgetMark() const {
+    EXPECT_TRUE(std::filesystem::remove(device_ + "/Sync/pb/pol_pb_mark.log"));
+  }
+
   const std::string cards_;
 
  private:
@@ -111,6 +116,7 @@ TEST_F(CommandDamage, OfTheListOfObjectsIsTold) {
 
 TEST_F(CommandDamage, OfTheContactsIsTold) {
   Damage("pim_contacts");
+  ForgetMark();
   ExpectToldAndLeft({{"list", "pb"},
                      {"find", "--strict", cards_},
                      {"send", "pb", "00000001"},
@@ -122,12 +128,18 @@ TEST_F(CommandDamage, OfTheContactsIsTold) {
 // The store might have been read while another program deleted an item.
 TEST_F(CommandDamage, AChangeLogIsOpenedAgainBeforeItsStoreCountsAsUnreadable) {
   Damage("pim_contacts");
+  ForgetMark();
   const Lines trace = Osif({"anchor", "pb", "--trace"}).ErrLines();
   EXPECT_EQ(std::ranges::count_if(trace,
                                   [](const std::string& line) {
                                     return line.starts_with("OSIF:  POL_CL_Open(store_id=0, ");
                                   }),
             client::kOpeningAttempts);
+}
+
+TEST_F(CommandDamage, OfContactsThatNothingWasWrittenToIsNotMetByAskingForTheAnchor) {
+  Damage("pim_contacts");
+  EXPECT_EQ(Osif({"anchor", "pb"}).status, 0);
 }
 
 TEST_F(CommandDamage, OfTheContactsIsNoAnswerToFind) {

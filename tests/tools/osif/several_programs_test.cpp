@@ -58,14 +58,20 @@ class SeveralPrograms : public CommandTest {
    public:
     Program(const SeveralPrograms& test, std::string name) : test_(test), name_(std::move(name)) {}
 
-    Outcome Run(Lines arguments) {
+    // An object that another program deletes while it is listed is told, and the status is that of a failure.
+    Outcome Look(const Lines& arguments) { return Run(arguments, "The object was not found"); }
+
+    Outcome Run(Lines arguments, const std::string& tolerated = {}) {
       const std::string stem = test_.Path(name_ + std::to_string(++count_));
       arguments.insert(arguments.begin(), {support::kCommand, "--json"});
       Outcome outcome;
       outcome.status = WaitFor(test_.Start(Launched(arguments), stem));
       outcome.out = support::BytesOf(stem + ".out");
       outcome.err = support::BytesOf(stem + ".err");
-      EXPECT_EQ(outcome.status, 0) << name_ << ": " << outcome.out << outcome.err;
+      const bool is_tolerated =
+          !tolerated.empty() && outcome.err.find(tolerated) != std::string::npos;
+      EXPECT_TRUE(outcome.status == 0 || is_tolerated)
+          << name_ << ": " << outcome.out << outcome.err;
       for (const char* end : {".out", ".err"}) std::filesystem::remove(stem + end);
       return outcome;
     }
@@ -118,11 +124,11 @@ class SeveralPrograms : public CommandTest {
   void Export() const {
     Program program(*this, "export");
     while (IsTime()) {
-      program.Run({"export", "pb", "-o", Path("all.vcf")});
+      program.Look({"export", "pb", "-o", Path("all.vcf")});
       for (const auto& [name, number] : ContactsIn(support::BytesOf(Path("all.vcf")))) {
         EXPECT_TRUE(name.starts_with("Of")) << name << " " << number;
       }
-      program.Run({"list", "pb"});
+      program.Look({"list", "pb"});
       program.Run({"count", "pb"});
     }
   }
@@ -155,8 +161,8 @@ class SeveralPrograms : public CommandTest {
     // The counter of before the look at the store: what comes after it is told again.
     void BeginAnew(uint64_t counter) {
       known_.clear();
-      for (const Json& line : program_.Run({"list", store_}).JsonLines()) {
-        known_.insert(line.value("id", ""));
+      for (const Json& line : program_.Look({"list", store_}).JsonLines()) {
+        if (line.contains("id")) known_.insert(line.value("id", ""));
       }
       seen_ = counter;
     }
