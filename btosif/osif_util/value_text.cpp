@@ -100,11 +100,15 @@ WideText WithEscapes(WideView text) {
   return escaped;
 }
 
+bool HasLatin1() {
+  static const bool has_latin1 = IsValidCodePage(kLatin1CodePage);
+  return has_latin1;
+}
+
 // Plain ASCII goes as Latin-1 and names no character set: every receiver reads it.
 uint32_t ChooseCodePage(const PropertyValue& value, WideView text) {
   if (value.codePage != 0) return value.codePage;
-  static const bool has_latin1 = IsValidCodePage(kLatin1CodePage);
-  if (has_latin1 && IsAscii(text)) return kLatin1CodePage;
+  if (HasLatin1() && IsAscii(text)) return kLatin1CodePage;
   const uint32_t output = OutputCodePage();
   return output != 0 && IsValidCodePage(output) ? output : kUtf8CodePage;
 }
@@ -279,6 +283,10 @@ WideText& PropertyValue_GetText(PropertyValue* value, size_t index, WideText& ou
 void PropertyValue_SetText(WideView text, PropertyValue* value, uint32_t encode_flags,
                            size_t index) {
   if (value == nullptr) return;
+  if (text.empty() && value->codePage == 0 && HasLatin1()) {  // most fields of most objects
+    PropertyValue_SetComponent(value, std::string_view(), index);
+    return;
+  }
   text = text.substr(0, text.find(u'\0'));
   const uint32_t code_page = ChooseCodePage(*value, text);
   if (!NameCharset(*value, SentCharsetName(code_page))) return;

@@ -95,6 +95,18 @@ struct ValueAnswer {
   std::string data;
 };
 
+// How the opening of a key ended, with the parent and the subkey as they were given.
+struct OpenedSubkey {
+  HKEY parent = nullptr;
+  std::u16string subkey;
+  LSTATUS status = ERROR_SUCCESS;
+  HKEY key = nullptr;
+
+  bool Answers(HKEY asked_parent, std::u16string_view asked) const {
+    return asked_parent != nullptr && asked_parent == parent && asked == subkey;
+  }
+};
+
 // What the database last answered, by the texts of the questions.
 class Answers {
  public:
@@ -106,6 +118,7 @@ class Answers {
     if (!hold || answers.values.size() + answers.keys.size() >= kMost) {
       answers.keys.clear();
       answers.values.clear();
+      answers.last_opened = {};
       answers.database_ = database;
       answers.mark_ = mark;
     }
@@ -114,6 +127,7 @@ class Answers {
 
   std::map<std::u16string, bool, std::less<>> keys;  // whether a path exists
   std::map<std::u16string, ValueAnswer, std::less<>> values;
+  OpenedSubkey last_opened;  // whoever asks with every object asks for the same key
 
  private:
   static constexpr size_t kMost = 256;
@@ -232,16 +246,28 @@ LONG GiveValue(const ValueAnswer& answer, DWORD* type, BYTE* data, DWORD* size) 
 
 LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subkey, DWORD /*options*/, REGSAM /*access*/,
                       HKEY* result) {
+  if (result == nullptr) return ERROR_INVALID_PARAMETER;
+  *result = nullptr;
+  const std::shared_ptr<Database> database = device::OpenDatabase();
+  // The answers are of what was committed before the question, whatever is committed meanwhile.
+  OpenedSubkey* last = database == nullptr ? nullptr : &Answers::Of(database).last_opened;
+  if (last != nullptr && last->Answers(key, View(subkey))) {
+    *result = last->key;
+    return last->status;
+  }
   std::u16string path;
   LONG error = CompletePath(key, subkey, result, path);
   if (error != ERROR_SUCCESS) return error;
-  const std::shared_ptr<Database> database = device::OpenDatabase();
   if (database == nullptr) return ErrorOfDevice();
-  if (!KeyExists(database, path, &error)) {
-    return error == ERROR_SUCCESS ? ERROR_FILE_NOT_FOUND : error;
+  if (KeyExists(database, path, &error)) {
+    *result = path == kRoot ? HKEY_LOCAL_MACHINE : HandleOf(path);
+  } else if (error == ERROR_SUCCESS) {
+    error = ERROR_FILE_NOT_FOUND;
+  } else {
+    return error;
   }
-  *result = path == kRoot ? HKEY_LOCAL_MACHINE : HandleOf(path);
-  return ERROR_SUCCESS;
+  *last = {key, std::u16string(View(subkey)), error, *result};
+  return error;
 }
 
 LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR subkey, DWORD /*reserved*/, LPWSTR /*class_name*/,

@@ -62,6 +62,7 @@ class Application final : public PimObject<IPOutlookApp, IID_IPOutlookApp, IStor
   HRESULT Logon(LONG) override {
     if (database_ != nullptr) return S_FALSE;
     return Guarded([this] {
+      last_row_ = std::make_shared<LastRow>();
       database_ = OpenDatabase();
       return database_ == nullptr ? OpenResult(Error()) : S_OK;
     });
@@ -141,9 +142,10 @@ class Application final : public PimObject<IPOutlookApp, IID_IPOutlookApp, IStor
   }
 
   // A session keeps the application alive as long as anything that came from it.
-  PimSession Session() { return {database_, Self()}; }
+  PimSession Session() { return {database_, last_row_, Self()}; }
 
   std::shared_ptr<Database> database_;  // null while not logged on
+  std::shared_ptr<LastRow> last_row_;
 };
 
 }  // namespace

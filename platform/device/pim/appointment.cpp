@@ -56,7 +56,7 @@ HRESULT Appointment::Load(int32_t oid) {
 }
 
 HRESULT Appointment::LoadValues(int32_t oid) {
-  if (HRESULT hr = values_.Load(database(), oid); FAILED(hr)) return hr;
+  if (HRESULT hr = LoadRow(oid); FAILED(hr)) return hr;
   return LoadRecipients(database(), oid, session_.application, &recipients_);
 }
 

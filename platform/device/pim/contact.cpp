@@ -72,7 +72,7 @@ class Contact final : public PimItem<IContact, IID_IContact, ContactProperty> {
 Contact::Contact(const PimSession& session) : PimItem(session, Statements()) {}
 
 HRESULT Contact::Load(int32_t oid) {
-  if (HRESULT hr = values_.Load(database(), oid); FAILED(hr)) return hr;
+  if (HRESULT hr = LoadRow(oid); FAILED(hr)) return hr;
   oid_ = oid;
   saved_names_ = CurrentNames();
   return S_OK;

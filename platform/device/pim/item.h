@@ -111,6 +111,9 @@ class PimItem : public PimObject<Interface, kIid, IItemStamp> {
     return S_OK;
   }
 
+  // The item's values as the row has them.
+  HRESULT LoadRow(int32_t oid) { return session_.last_row->Load(database(), oid, values_); }
+
   HRESULT DeleteRow() const {
     if (oid_ == 0) return E_UNEXPECTED;
     return Guarded([this] { return DeleteObject(database(), oid_); });

@@ -10,12 +10,14 @@
 #include "platform/api/com_ptr.h"
 #include "platform/api/pimstore.h"
 #include "platform/device/database.h"
+#include "platform/device/pim/values.h"
 
 namespace device {
 
 // What an object needs for its work. The objects of a logon share its database, even after logoff.
 struct PimSession {
   std::shared_ptr<Database> database;
+  std::shared_ptr<LastRow> last_row;
   ComPtr<IPOutlookApp> application;
 };
 

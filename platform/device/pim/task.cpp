@@ -77,7 +77,7 @@ Task::Task(const PimSession& session) : PimItem(session, Statements()) {
 }
 
 HRESULT Task::Load(int32_t oid) {
-  if (HRESULT hr = values_.Load(database(), oid); FAILED(hr)) return hr;
+  if (HRESULT hr = LoadRow(oid); FAILED(hr)) return hr;
   if (HRESULT hr = LoadRecurrence(database(), oid, &recurrence_); FAILED(hr)) return hr;
   is_pattern_start_put_ = IsRecurring(recurrence_);
   StartPatternWithTask();

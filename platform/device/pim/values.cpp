@@ -63,6 +63,27 @@ HRESULT PimValues::Load(Database& database, int32_t oid) {
   return S_OK;
 }
 
+// The mark is taken before the row is read: what is committed between the two makes the row be read again.
+HRESULT LastRow::Load(Database& database, int32_t oid, PimValues& values) {
+  const std::optional<CommitMark> mark = database.Mark();
+  if (Holds(mark, oid, values)) {
+    values = *values_;
+    return S_OK;
+  }
+  mark_.reset();
+  const HRESULT hr = values.Load(database, oid);
+  if (FAILED(hr)) return hr;
+  values_ = values;
+  oid_ = oid;
+  mark_ = mark;
+  return S_OK;
+}
+
+bool LastRow::Holds(const std::optional<CommitMark>& mark, int32_t oid,
+                    const PimValues& like) const {
+  return mark && mark == mark_ && oid == oid_ && values_->IsLike(like);
+}
+
 HRESULT PimValues::Insert(Database& database, int32_t oid) const {
   return Write(database, statements_->insert, oid);
 }

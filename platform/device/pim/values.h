@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -37,6 +38,9 @@ class PimValues {
   HRESULT Insert(Database& database, int32_t oid) const;
   HRESULT Update(Database& database, int32_t oid) const;
 
+  // Whether both are values of the same kind of item.
+  bool IsLike(const PimValues& other) const { return statements_ == other.statements_; }
+
  private:
   using Value = std::variant<DATE, std::string, LONG>;
 
@@ -44,6 +48,21 @@ class PimValues {
 
   const PimStatements* statements_;
   std::vector<Value> values_;
+};
+
+// The row that was read last. A walk hands out each item for its id alone, and the item is then asked for by that
+// id: the database need not read it twice.
+class LastRow {
+ public:
+  // As PimValues::Load, but from memory when nothing was committed since the row was read.
+  HRESULT Load(Database& database, int32_t oid, PimValues& values);
+
+ private:
+  bool Holds(const std::optional<CommitMark>& mark, int32_t oid, const PimValues& like) const;
+
+  std::optional<CommitMark> mark_;  // of the database when the row was read
+  int32_t oid_ = 0;
+  std::optional<PimValues> values_;
 };
 
 }  // namespace device

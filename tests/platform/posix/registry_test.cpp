@@ -272,6 +272,43 @@ TEST_F(RegistryOfTwo, AKeyThatAnotherProgramRemovesIsMissingAtOnce) {
   EXPECT_EQ(Open(u"Key", &key), ERROR_FILE_NOT_FOUND);
 }
 
+TEST_F(RegistryOfTwo, AKeyThatWasMissingIsThereWhenAnotherProgramMakesIt) {
+  CreateKey(u"Key");
+  HKEY key = nullptr;
+  EXPECT_EQ(Open(u"Other", &key), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(Open(u"Other", &key), ERROR_FILE_NOT_FOUND) << "from memory";
+  EXPECT_EQ(key, nullptr);
+  WriteElsewhere(
+      "INSERT INTO registry_keys(folded_path, path) SELECT replace(folded_path, 'key', 'other'), "
+      "'x' "
+      "FROM registry_keys WHERE folded_path LIKE '%\\key'");
+  EXPECT_EQ(Open(u"Other", &key), ERROR_SUCCESS);
+}
+
+TEST_F(RegistryOfTwo, AKeyIsGoneAtOnceAlsoWhenItWasTheLastOneOpened) {
+  CreateKey(u"Key");
+  HKEY key = nullptr;
+  ASSERT_EQ(Open(u"Key", &key), ERROR_SUCCESS);
+  ASSERT_EQ(Open(u"Key", &key), ERROR_SUCCESS) << "from memory";
+  WriteElsewhere("DELETE FROM registry_keys WHERE folded_path LIKE '%\\key'");
+  EXPECT_EQ(Open(u"Key", &key), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(key, nullptr);
+}
+
+TEST_F(Registry, ASubkeyOfOneKeyIsNoneOfAnother) {
+  CreateKey(u"One\\Sub");
+  CreateKey(u"Two");
+  HKEY one = nullptr;
+  HKEY two = nullptr;
+  HKEY sub = nullptr;
+  ASSERT_EQ(Open(u"One", &one), ERROR_SUCCESS);
+  ASSERT_EQ(Open(u"Two", &two), ERROR_SUCCESS);
+  EXPECT_EQ(RegOpenKeyExW(one, u"Sub", 0, KEY_READ, &sub), ERROR_SUCCESS);
+  EXPECT_EQ(RegOpenKeyExW(two, u"Sub", 0, KEY_READ, &sub), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(RegOpenKeyExW(one, u"Sub", 0, KEY_READ, &sub), ERROR_SUCCESS);
+  EXPECT_EQ(RegOpenKeyExW(one, u"Su", 0, KEY_READ, &sub), ERROR_FILE_NOT_FOUND);
+}
+
 TEST_F(RegistryOfTwo, WhatATransactionTakesBackIsNotRemembered) {
   SetNumber(u"Key", u"Value", 1);
   HKEY key = nullptr;
