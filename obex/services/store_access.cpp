@@ -37,10 +37,13 @@ constexpr uint32_t kLargestCounter = 0x7FFFFFFF;
 }  // namespace
 
 StoreAccess::StoreAccess(int32_t store_id, client::Session& session)
+    : StoreAccess(store_id, session, FormOf(store_id).form) {}
+
+StoreAccess::StoreAccess(int32_t store_id, client::Session& session, dialects::Form form)
     : store_id_(store_id), session_(session) {
   settings_.text.input_code_page = InputCodePage();
   settings_.origin = dialects::Origin::kLibrary;
-  writer_ = dialects::MakeWriter(FormOf(store_id).kind, FormOf(store_id).form, settings_);
+  writer_ = dialects::MakeWriter(FormOf(store_id).kind, form, settings_);
 }
 
 uint32_t StoreAccess::Count() const {
@@ -111,6 +114,16 @@ std::string StoreAccess::TextOfBody(int handle) {
   std::string text = writer_->Write(*object).text;
   settings_.origin = dialects::Origin::kLibrary;
   return text;
+}
+
+std::string StoreAccess::TextWithUid(const std::string& id, const std::string& uid,
+                                     OsifResult& result) {
+  settings_.uid = uid;
+  const std::string begin = Begin();
+  const std::string text = TextWithoutId(id, result);
+  const std::string end = End();
+  settings_.uid.clear();
+  return text.empty() ? text : begin + text + end;
 }
 
 std::string StoreAccess::WholeTextOf(const std::string& id, OsifResult& result) {

@@ -19,8 +19,9 @@ namespace obex {
 
 class StoreAccess {
  public:
-  // Contacts or calendar. The session outlives it.
+  // Contacts or calendar; objects go out as IrMC has them, or in another form of theirs. The session outlives it.
   StoreAccess(int32_t store_id, client::Session& session);
+  StoreAccess(int32_t store_id, client::Session& session, dialects::Form form);
 
   // OSIF_OK when the change log is open, and so held against others.
   OsifResult Open() { return session_.OpenChangeLog(store_id_); }
@@ -45,6 +46,8 @@ class StoreAccess {
   std::string WholeTextOf(const std::string& id, OsifResult& result);
   // For those who do not synchronise.
   std::string TextWithoutId(const std::string& id, OsifResult& result);
+  // A whole file of the one object, with that UID.
+  std::string TextWithUid(const std::string& id, const std::string& uid, OsifResult& result);
 
   // The first object of an open file of any dialect, in the same form; empty where there is none.
   std::string TextOfBody(int handle);

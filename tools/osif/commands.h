@@ -24,6 +24,7 @@ void AddNotes(const CommandLine& line);
 void AddShow(const CommandLine& line);
 void AddPush(const CommandLine& line);
 void AddSync(const CommandLine& line);
+void AddMirror(const CommandLine& line);
 void AddSessions(const CommandLine& line);
 
 }  // namespace command

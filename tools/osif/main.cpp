@@ -33,7 +33,8 @@ constexpr void (*kSubcommands[])(const command::CommandLine&) = {
     command::AddFind,    command::AddCount,   command::AddDelete,     command::AddParse,
     command::AddChanges, command::AddAnchor,  command::AddDatabaseId, command::AddSettings,
     command::AddTrace,   command::AddConvert, command::AddNotes,      command::AddShow,
-    command::AddPush,    command::AddSync,    command::AddSessions,
+    command::AddPush,    command::AddSync,    command::AddMirror,
+    command::AddSessions,
 };
 
 void AddOptions(CLI::App& app, Options& options) {

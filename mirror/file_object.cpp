@@ -1,0 +1,214 @@
+// Of a series with changed occurrences the store gets the series, with an exception for each of them: the changed ones have
+// no place of their own there, and stay in the file. They are told from the series by their UIDs, since what is made of an
+// override has a UID of its own.
+#include "mirror/file_object.h"
+
+#include <nettle/sha2.h>
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "btosif/osif_util/charset.h"
+#include "dialects/charsets.h"
+#include "dialects/content_line.h"
+#include "dialects/object_splitter.h"
+#include "dialects/strict_object.h"
+#include "dialects/value_text.h"
+#include "osif.h"
+
+namespace mirror {
+namespace {
+
+constexpr std::string_view kUidName = "UID";
+
+dialects::ObjectKind KindOf(int32_t store_id) {
+  return store_id == OSIF_STORE_PB ? dialects::ObjectKind::kCard : dialects::ObjectKind::kCalendar;
+}
+
+bool IsItem(int32_t store_id, std::string_view what) {
+  if (store_id == OSIF_STORE_PB) return what == "VCARD";
+  return what == "VEVENT" || what == "VTODO" || what == "VJOURNAL";
+}
+
+// Reads a text as a file.
+class TextSource {
+ public:
+  explicit TextSource(std::string_view text) : text_(text) {}
+  size_t operator()(char* into, size_t room) {
+    const size_t count = text_.copy(into, room);
+    text_.remove_prefix(count);
+    return count;
+  }
+
+ private:
+  std::string_view text_;
+};
+
+// The UIDs of a file's items, each once; an empty one for those without.
+std::set<std::string> UidsOf(int32_t store_id, std::string_view text) {
+  std::set<std::string> uids;
+  dialects::Report ignored;
+  std::optional<std::string> uid;  // of the item that is being read
+  size_t depth = 0;                // of components inside of the item
+  for (const dialects::ContentLine& line :
+       dialects::ReadContentLines(text, 1, dialects::kModernLines, ignored)) {
+    if (line.name == "BEGIN") {
+      if (uid) {
+        ++depth;
+      } else if (IsItem(store_id, line.value)) {
+        uid.emplace();
+      }
+    } else if (line.name == "END" && uid) {
+      if (depth > 0) {
+        --depth;
+      } else {
+        uids.insert(*std::exchange(uid, std::nullopt));
+      }
+    } else if (uid && depth == 0 && line.name == kUidName && uid->empty()) {
+      uid = dialects::Unescaped(line.value, dialects::Escapes::kModern);
+    }
+  }
+  return uids;
+}
+
+FileObject Refused(std::string why) {
+  FileObject object;
+  object.refusal = std::move(why);
+  return object;
+}
+
+std::string TheObject(int32_t store_id) { return store_id == OSIF_STORE_PB ? "card" : "calendar"; }
+
+// The one object of a file; what is wrong otherwise in `why`.
+std::optional<dialects::ObjectText> OnlyObject(int32_t store_id, std::string_view text,
+                                               std::string& why) {
+  dialects::ObjectSplitter splitter{TextSource(text)};
+  std::optional<dialects::ObjectText> object = splitter.Next();
+  if (!object || object->kind != KindOf(store_id)) {
+    why = "holds no " + TheObject(store_id);
+  } else if (!object->refusal.empty()) {
+    why = object->refusal;
+  } else if (splitter.Next()) {
+    why = "holds more than one object";
+  }
+  if (!why.empty()) return std::nullopt;
+  return object;
+}
+
+// What the store gets of the objects that were made of a file.
+void Choose(std::vector<dialects::StrictObject> objects, FileObject& file) {
+  size_t overrides = 0;
+  std::vector<dialects::StrictObject> own;
+  for (dialects::StrictObject& object : objects) {
+    if (!file.uid.empty() && !object.uid.empty() && object.uid != file.uid) {
+      ++overrides;
+    } else {
+      own.push_back(std::move(object));
+    }
+  }
+  if (own.size() == 1 && !own.front().text.empty() &&
+      own.front().kind != dialects::ObjectKind::kNote) {
+    file.strict = std::move(own.front().text);
+    if (overrides > 0) {
+      file.stays = std::to_string(overrides) + " changed occurrence" + (overrides == 1 ? "" : "s") +
+                   " stays in the file";
+    }
+    return;
+  }
+  if (own.empty()) {
+    file.stays = "stays in the file: the store cannot hold it";
+  } else if (own.size() > 1) {
+    file.stays = "stays in the file: the store cannot hold its recurrence";
+  } else if (own.front().kind == dialects::ObjectKind::kNote) {
+    file.stays = "stays in the file: it is a journal entry";
+  } else {
+    file.stays = "stays in the file: " + own.front().refusal;
+  }
+}
+
+std::string HexOf(std::string_view bytes, size_t count) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  std::string text;
+  for (const char byte : bytes.substr(0, count)) {
+    text += kDigits[static_cast<uint8_t>(byte) >> 4];
+    text += kDigits[static_cast<uint8_t>(byte) & 15];
+  }
+  return text;
+}
+
+bool IsPlainName(std::string_view uid) {
+  constexpr size_t kLongestName = 200;  // with its ending and ".tmp" below what file systems allow
+  const auto is_plain = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+           std::string_view("_.-+").find(c) != std::string_view::npos;
+  };
+  return !uid.empty() && uid.size() <= kLongestName && uid.front() != '.' &&
+         std::ranges::all_of(uid, is_plain);
+}
+
+}  // namespace
+
+std::string_view EndingOf(int32_t store_id) {
+  return store_id == OSIF_STORE_PB ? ".vcf" : ".ics";
+}
+
+FileObject ReadFileObject(int32_t store_id, std::string_view text) {
+  if (!dialects::IsUtf8(text)) return Refused("is not UTF-8");
+  std::string why;
+  const std::optional<dialects::ObjectText> object = OnlyObject(store_id, text, why);
+  if (!object) return Refused(std::move(why));
+  const std::set<std::string> uids = UidsOf(store_id, object->text);
+  if (uids.size() > 1) return Refused("holds objects of several UIDs");
+  FileObject file;
+  if (!uids.empty()) file.uid = *uids.begin();
+  Choose(dialects::StrictObjects(*object, {InputCodePage()}), file);
+  return file;
+}
+
+std::string UidOfFile(int32_t store_id, std::string_view text) {
+  const std::set<std::string> uids = UidsOf(store_id, text);
+  return uids.size() == 1 ? *uids.begin() : std::string();
+}
+
+// A card's first line after BEGIN has to be its VERSION, so the UID goes to the end; an event's UID goes to its beginning,
+// since other components may follow inside of it.
+std::string WithUid(int32_t store_id, std::string_view text, std::string_view uid) {
+  const bool is_card = store_id == OSIF_STORE_PB;
+  std::string_view rest = text;
+  std::string what;
+  while (!rest.empty()) {
+    const size_t begin = text.size() - rest.size();
+    const std::string_view line = dialects::TakePhysicalLine(rest);
+    if (!dialects::IsFrameLine(line, is_card ? "END" : "BEGIN", what) || !IsItem(store_id, what)) {
+      continue;
+    }
+    const size_t after = text.size() - rest.size();
+    const std::string_view line_end = text.find('\r') == std::string_view::npos ? "\n" : "\r\n";
+    std::string result(text);
+    std::string added = "UID:" + dialects::EscapedModern(uid);
+    added += line_end;
+    return result.insert(is_card ? begin : after, added);
+  }
+  return std::string(text);
+}
+
+std::string MakeUid(std::string_view name, std::string_view text) {
+  sha256_ctx context;
+  sha256_init(&context);
+  sha256_update(&context, name.size(), reinterpret_cast<const uint8_t*>(name.data()));
+  sha256_update(&context, 1, reinterpret_cast<const uint8_t*>(""));
+  sha256_update(&context, text.size(), reinterpret_cast<const uint8_t*>(text.data()));
+  std::array<uint8_t, SHA256_DIGEST_SIZE> digest{};
+  sha256_digest(&context, digest.size(), digest.data());
+  return "osif-" + HexOf({reinterpret_cast<const char*>(digest.data()), digest.size()}, 16);
+}
+
+std::string FileNameOf(int32_t store_id, std::string_view uid, std::string_view otherwise) {
+  return std::string(IsPlainName(uid) ? uid : otherwise).append(EndingOf(store_id));
+}
+
+}  // namespace mirror
