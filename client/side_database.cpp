@@ -23,6 +23,20 @@ int VersionOf(sqlite3* database, int& version) {
 
 void SideDatabase::Close::operator()(sqlite3* database) const { sqlite3_close_v2(database); }
 
+void SideDatabase::Finish::operator()(sqlite3_stmt* statement) const {
+  sqlite3_finalize(statement);
+}
+
+sqlite3_stmt* SideDatabase::Prepare(const char* sql) {
+  std::unique_ptr<sqlite3_stmt, Finish>& kept = statements_[sql];
+  if (!kept) {
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v2(database_.get(), sql, -1, &statement, nullptr) != SQLITE_OK) Fail();
+    kept.reset(statement);
+  }
+  return kept.get();
+}
+
 SideDatabase::SideDatabase(const std::string& folder, std::string_view file, int version,
                            const char* set_up, Access access)
     : name_(folder + "/" + std::string(file)), may_write_(access == Access::kUse) {
@@ -57,16 +71,10 @@ bool SideDatabase::Fail() {
   return false;
 }
 
-bool SideDatabase::Execute(const char* sql) {
-  return sqlite3_exec(database_.get(), sql, nullptr, nullptr, nullptr) == SQLITE_OK || Fail();
-}
+SideStatement::SideStatement(SideDatabase& database, const char* sql)
+    : database_(database), statement_(database.Prepare(sql)), has_failed_(statement_ == nullptr) {}
 
-SideStatement::SideStatement(SideDatabase& database, const char* sql) : database_(database) {
-  const int result = sqlite3_prepare_v2(database.database_.get(), sql, -1, &statement_, nullptr);
-  has_failed_ = result != SQLITE_OK && !database.Fail();
-}
-
-SideStatement::~SideStatement() { sqlite3_finalize(statement_); }
+SideStatement::~SideStatement() { Again(); }
 
 SideStatement& SideStatement::Bind(std::string_view text) {
   // An empty text, not NULL.
@@ -111,14 +119,15 @@ int64_t SideStatement::Integer(int column) const {
 }
 
 SideTransaction::SideTransaction(SideDatabase& database)
-    : database_(database), is_open_(database.Execute("BEGIN IMMEDIATE")) {}
+    : database_(database), is_open_(SideStatement(database, "BEGIN IMMEDIATE").Run()) {}
 
 SideTransaction::~SideTransaction() {
+  // By a call that leaves what is told of the failure as it is.
   if (is_open_) sqlite3_exec(database_.database_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
 }
 
 bool SideTransaction::Commit() {
-  const bool is_done = database_.Execute("COMMIT");
+  const bool is_done = SideStatement(database_, "COMMIT").Run();
   if (is_done) is_open_ = false;
   return is_done;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -34,11 +35,16 @@ class SideDatabase {
   struct Close {
     void operator()(sqlite3* database) const;
   };
+  struct Finish {
+    void operator()(sqlite3_stmt* statement) const;
+  };
 
+  // The statement for an SQL text, prepared once and kept; null where it cannot be.
+  sqlite3_stmt* Prepare(const char* sql);
   bool Fail();
-  bool Execute(const char* sql);
 
   std::unique_ptr<sqlite3, Close> database_;
+  std::map<std::string_view, std::unique_ptr<sqlite3_stmt, Finish>> statements_;
   std::string name_;
   std::string why_not_;
   bool is_open_ = false;
@@ -48,6 +54,7 @@ class SideDatabase {
 // One statement, with values for its parameters in their order.
 class SideStatement {
  public:
+  // `sql` is a literal; one user of it at a time.
   SideStatement(SideDatabase& database, const char* sql);
   ~SideStatement();
   SideStatement(const SideStatement&) = delete;
@@ -70,9 +77,9 @@ class SideStatement {
 
  private:
   SideDatabase& database_;
-  sqlite3_stmt* statement_ = nullptr;
+  sqlite3_stmt* const statement_;
   int next_ = 1;  // parameter to be bound
-  bool has_failed_ = false;
+  bool has_failed_;
 };
 
 // What is written until Commit() is there whole, or else not at all.
