@@ -38,6 +38,7 @@ __osif_options() {
     trace) echo --port --count ;;
     push) echo --to --as --password-file ;;
     sync) echo --prefer --slow --force-delete --dry-run --password-file -v --verbose ;;
+    mirror) echo --prefer --force-delete --dry-run --watch -v --verbose ;;
     sessions) echo --count ;;
   esac
 }
@@ -59,7 +60,9 @@ _osif() {
     --device | --split) __osif_offer_folders; return ;;
     --to) [[ "${arguments[0]-}" == push ]] || __osif_offer_words "$(__osif_forms)"; return ;;
     --password-file) __osif_offer_files; return ;;
-    --prefer) __osif_offer_words here there; return ;;
+    --prefer)
+      if [[ "${arguments[0]-}" == mirror ]]; then __osif_offer_words store folder; else __osif_offer_words here there; fi
+      return ;;
     --as) __osif_offer_words "$(__osif_forms)"; return ;;
     -o | --output) __osif_offer_files; return ;;
     --since | --since-time | --port | --count) return ;;
@@ -71,12 +74,13 @@ _osif() {
   case "${#arguments[@]}:${arguments[0]-}" in
     0:)
       __osif_offer_words receive send export list find count delete parse changes anchor database-id \
-        settings trace convert notes show push sync sessions
+        settings trace convert notes show push sync mirror sessions
       ;;
     1:send | 1:push | 1:export | 1:show | 1:list | 1:count | 1:delete | 1:changes | 1:anchor | 1:database-id)
       __osif_offer_words pb cal note msg-in msg-sent msg-out
       ;;
-    2:sync | 3:sync) __osif_offer_words pb cal ;;
+    2:sync | 3:sync | 1:mirror) __osif_offer_words pb cal ;;
+    2:mirror) __osif_offer_folders ;;
     1:settings) __osif_offer_words "$(__osif_settings)" ;;
     *:receive | *:parse | *:convert | 1:find) __osif_offer_files ;;
   esac

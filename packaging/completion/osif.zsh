@@ -35,6 +35,7 @@ _osif() {
     'show:show one object of a store, every field by its name'
     'push:send objects of a store to another device'
     'sync:make this device and another one equal'
+    'mirror:keep a store and a folder of files equal'
     'sessions:show the last sessions of peers with osifd'
   )
 
@@ -82,6 +83,12 @@ _osif() {
             '--password-file[a file with the password]:file:_files' \
             '(-v --verbose)'{-v,--verbose}'[say of each object what was done]' \
             '1:address:' '*:store:(pb cal)' ;;
+        mirror)
+          _arguments $common '--prefer[whose change wins]:side:(store folder)' \
+            '--force-delete[delete also most of the objects]' '--dry-run[say what would be done]' \
+            '--watch[go on, and run again when something changes]' \
+            '(-v --verbose)'{-v,--verbose}'[say of each object what was done]' \
+            '1:store:(pb cal)' '2:folder:_files -/' ;;
         sessions) _arguments $common '--count[show so many]:count:' ;;
         trace)
           _arguments $common '--port[the port to listen on]:port:' '--count[end after so many lines]:count:' ;;
