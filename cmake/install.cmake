@@ -49,4 +49,5 @@ configure_file(packaging/write_units.cmake.in write_units.cmake @ONLY)
 install(SCRIPT ${CMAKE_CURRENT_BINARY_DIR}/write_units.cmake)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/units/system/osifd.service
   DESTINATION lib/systemd/system)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/units/user/osifd.service DESTINATION lib/systemd/user)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/units/user/osifd.service
+  ${CMAKE_CURRENT_BINARY_DIR}/units/user/osif-mirror@.service DESTINATION lib/systemd/user)
