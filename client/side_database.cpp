@@ -63,7 +63,8 @@ SideDatabase::SideDatabase(const std::string& folder, std::string_view file, int
     result = sqlite3_exec(database, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
   }
   is_open_ = result == SQLITE_OK;
-  if (!is_open_) why_not_ = name_ + ": " + (database == nullptr ? "no memory" : sqlite3_errmsg(database));
+  if (!is_open_)
+    why_not_ = name_ + ": " + (database == nullptr ? "no memory" : sqlite3_errmsg(database));
 }
 
 bool SideDatabase::Fail() {

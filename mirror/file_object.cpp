@@ -152,9 +152,7 @@ bool IsPlainName(std::string_view uid) {
 
 }  // namespace
 
-std::string_view EndingOf(int32_t store_id) {
-  return store_id == OSIF_STORE_PB ? ".vcf" : ".ics";
-}
+std::string_view EndingOf(int32_t store_id) { return store_id == OSIF_STORE_PB ? ".vcf" : ".ics"; }
 
 FileObject ReadFileObject(int32_t store_id, std::string_view text) {
   if (!dialects::IsUtf8(text)) return Refused("is not UTF-8");

@@ -12,7 +12,7 @@ struct FileObject {
   std::string uid;      // empty without one
   // As the strict reader takes it, for the store; empty where only the file can hold the object.
   std::string strict;
-  std::string stays;    // what of it stays in the file alone, in words; mostly empty
+  std::string stays;  // what of it stays in the file alone, in words; mostly empty
 };
 
 // Reads the one object of a file: a card for the contacts, an event or a task with its changed occurrences for the

@@ -120,8 +120,7 @@ bool Folder::List(std::vector<FoundFile>& files, std::vector<RefusedFile>& refus
 
 bool Folder::Read(const std::string& name, std::string& text, FileStamp& stamp) {
   // A pipe that has taken the file's place must not hold up the opening.
-  const Handle file(
-      openat(handle_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  const Handle file(openat(handle_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (file.get() < 0) return FailAs(name, errno);
   struct stat status = {};
   if (fstat(file.get(), &status) != 0) return FailAs(name, errno);
@@ -153,8 +152,8 @@ bool Folder::IsAs(const std::string& name, const FileStamp* expected) {
 bool Folder::WriteTemporary(const std::string& name, std::string_view text) {
   // What a run that was killed has left may be replaced.
   unlinkat(handle_, name.c_str(), 0);
-  const Handle file(openat(handle_, name.c_str(),
-                           O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+  const Handle file(
+      openat(handle_, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
   if (file.get() < 0) return FailAs(name, errno);
   if (!client::WriteAll(file.get(), text) || fsync(file.get()) != 0) {
     const int error = errno;

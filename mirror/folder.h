@@ -73,8 +73,8 @@ class Folder {
   bool Fail(const std::string& name, const std::string& why);
   bool FailAs(const std::string& name, int error);
   bool WriteTemporary(const std::string& name, std::string_view text);
-  bool PutInPlace(const std::string& temporary, const std::string& name,
-                  const FileStamp* expected, FileStamp& stamp);
+  bool PutInPlace(const std::string& temporary, const std::string& name, const FileStamp* expected,
+                  FileStamp& stamp);
   bool IsAs(const std::string& name, const FileStamp* expected);
 
   const std::string ending_;

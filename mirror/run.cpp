@@ -290,7 +290,8 @@ bool MirrorRun::Recover(const MirrorIntent& intent) {
   const auto entries = store_.ChangesAfter(intent.counter);
   if (!entries) return tools_.state.Drop() || FailState();
   const auto is_ours = [&](const ChangeLogEntry& entry, uint32_t nth) {
-    return entry.kind == 'M' && static_cast<uint32_t>(entry.changeCounter) == intent.counter + nth &&
+    return entry.kind == 'M' &&
+           static_cast<uint32_t>(entry.changeCounter) == intent.counter + nth &&
            !by_id_.contains(entry.objectId);
   };
   // A change may have gone on as a new object that was to take the old one's place.
@@ -345,9 +346,8 @@ bool MirrorRun::MayDelete() {
   const size_t in_store = count([](const Known& known) {
     return known.file == Side::kGone && known.store == Side::kSame && !known.pair.id.empty();
   });
-  const size_t in_folder = count([](const Known& known) {
-    return known.store == Side::kGone && known.file == Side::kSame;
-  });
+  const size_t in_folder = count(
+      [](const Known& known) { return known.store == Side::kGone && known.file == Side::kSame; });
   for (const auto& [deletions, where] :
        {std::pair(in_store, "objects would be deleted from the store"),
         std::pair(in_folder, "files would be removed from the folder")}) {
@@ -500,10 +500,12 @@ bool MirrorRun::TakeMerged(MirrorPair pair, const FileStamp* expected, const std
 bool MirrorRun::Store(MirrorPair pair, const std::string& text, const FileObject& file) {
   const MirrorObject object{pair.name, pair.id};
   const bool is_new = pair.id.empty();
-  if (settings_.only_looks) return Count(is_new ? MirrorDone::kAdded : MirrorDone::kUpdated, object);
+  if (settings_.only_looks)
+    return Count(is_new ? MirrorDone::kAdded : MirrorDone::kUpdated, object);
   obex::ReceivedBody body;
   if (!body.Add(file.strict)) return Refuse(object, "there is no room in memory");
-  if (!tools_.state.Begin({pair.name, pair.id, store_.Counter(), pair.uid, text})) return FailState();
+  if (!tools_.state.Begin({pair.name, pair.id, store_.Counter(), pair.uid, text}))
+    return FailState();
   Told told(tools_.listener);
   obex::StoreWriter writer(store_, tools_.uids, told);
   const obex::Change change = is_new ? writer.Add(body) : writer.Replace(pair.id, body);
@@ -569,8 +571,9 @@ bool MirrorRun::StoreChange(Known& known) {
   if (now.strict.empty() && !pair.id.empty()) {
     return Refuse({pair.name, pair.id}, now.stays + "; the store keeps what it had");
   }
-  const bool is_seen = now.strict.empty() || (!pair.id.empty() &&
-                       ViewOf(now.strict) == ViewOf(ReadFileObject(store_id_, texts.base).strict));
+  const bool is_seen = now.strict.empty() ||
+                       (!pair.id.empty() &&
+                        ViewOf(now.strict) == ViewOf(ReadFileObject(store_id_, texts.base).strict));
   if (!is_seen) return Store(pair, text, now);
   texts.base = text;
   return Keep(pair, std::move(texts));
@@ -620,8 +623,9 @@ bool MirrorRun::MergeBoth(Known& known) {
   }
   const std::string base_view = ViewOf(ReadFileObject(store_id_, texts.base).strict);
   const FileObject of_merged = ReadFileObject(store_id_, merged.text);
-  const bool touches_store = !of_merged.strict.empty() && ViewOf(of_file.strict) != base_view &&
-                             ViewOf(of_merged.strict) != ViewOf(ReadFileObject(store_id_, now).strict);
+  const bool touches_store =
+      !of_merged.strict.empty() && ViewOf(of_file.strict) != base_view &&
+      ViewOf(of_merged.strict) != ViewOf(ReadFileObject(store_id_, now).strict);
   const FileStamp expected = pair.stamp;
   texts.stored = now;
   return TakeMerged(pair, &expected, file, merged, std::move(texts), touches_store);
@@ -660,8 +664,7 @@ bool MirrorRun::DeleteObject(Known& known) {
   if (settings_.only_looks) return !is_in_store || Count(MirrorDone::kDeleted, object);
   if (is_in_store) {
     Told told(tools_.listener);
-    const obex::Change change =
-        obex::StoreWriter(store_, tools_.uids, told).Remove(known.pair.id);
+    const obex::Change change = obex::StoreWriter(store_, tools_.uids, told).Remove(known.pair.id);
     if (change.code != obex::Code::kSuccess) return Refuse(object, told.why());
     Count(MirrorDone::kDeleted, object);
   }

@@ -28,13 +28,13 @@ struct MirrorSettings {
 
 // What was done to an object.
 enum class MirrorDone {
-  kAdded,          // to the store
-  kUpdated,        // in the store
-  kDeleted,        // from the store
-  kWritten,        // a new file
-  kRewritten,      // a file
-  kRemoved,        // a file
-  kPaired,         // a file and an object were found to be one
+  kAdded,      // to the store
+  kUpdated,    // in the store
+  kDeleted,    // from the store
+  kWritten,    // a new file
+  kRewritten,  // a file
+  kRemoved,    // a file
+  kPaired,     // a file and an object were found to be one
 };
 inline constexpr size_t kMirrorDeeds = 7;
 
@@ -45,9 +45,10 @@ struct MirrorObject {
 };
 
 struct MirrorReport {
-  std::string why_whole;  // why all objects of the store were compared; empty where its log told what had changed
+  std::string
+      why_whole;  // why all objects of the store were compared; empty where its log told what had changed
   size_t done[kMirrorDeeds] = {};
-  size_t pairs = 0;       // when the run had ended
+  size_t pairs = 0;  // when the run had ended
   size_t conflicts = 0;
   size_t refused = 0;
   bool is_complete = false;  // whether the run came to its end
@@ -163,7 +164,7 @@ class MirrorRun {
   std::set<std::string> former_pending_;
   MirrorPosition position_;  // as it is noted at the end
   std::vector<Known> known_;
-  std::map<std::string, size_t> by_id_;    // places in known_
+  std::map<std::string, size_t> by_id_;  // places in known_
   std::map<std::string, size_t> by_name_;
   std::vector<std::string> new_ids_;
   std::vector<NewFile> new_files_;

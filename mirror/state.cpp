@@ -79,8 +79,7 @@ bool MirrorState::Read(std::optional<MirrorPosition>& position, std::vector<Mirr
 
 bool MirrorState::ReadTexts(const std::string& name, MirrorTexts& texts) {
   SideStatement row(
-      database_,
-      "SELECT base, stored FROM texts WHERE folder = ?1 AND store = ?2 AND name = ?3");
+      database_, "SELECT base, stored FROM texts WHERE folder = ?1 AND store = ?2 AND name = ?3");
   if (row.Bind(folder_).Bind(store_).Bind(name).Step()) texts = {row.Text(0), row.Text(1)};
   return !row.has_failed();
 }
@@ -114,7 +113,12 @@ bool MirrorState::Keep(const MirrorPair& pair, const MirrorTexts& texts) {
     row.Bind(pair.stamp.inode).Bind(pair.noted);
     return former.Bind(folder_).Bind(store_).Bind(pair.id).Run() &&
            other.Bind(folder_).Bind(store_).Bind(pair.id).Run() && row.Run() &&
-           text.Bind(folder_).Bind(store_).Bind(pair.name).Bind(texts.base).Bind(texts.stored).Run() &&
+           text.Bind(folder_)
+               .Bind(store_)
+               .Bind(pair.name)
+               .Bind(texts.base)
+               .Bind(texts.stored)
+               .Run() &&
            intent.Bind(folder_).Bind(store_).Bind(pair.name).Run();
   });
 }
@@ -129,8 +133,7 @@ bool MirrorState::KeepStamp(const std::string& former_name, const MirrorPair& pa
                        " WHERE folder = ?1 AND store = ?2 AND name = ?3");
     row.Bind(folder_).Bind(store_).Bind(former_name).Bind(pair.name).Bind(pair.stamp.modified);
     row.Bind(pair.stamp.size).Bind(pair.stamp.inode).Bind(pair.noted);
-    return row.Run() &&
-           text.Bind(folder_).Bind(store_).Bind(former_name).Bind(pair.name).Run();
+    return row.Run() && text.Bind(folder_).Bind(store_).Bind(former_name).Bind(pair.name).Run();
   });
 }
 
@@ -147,7 +150,8 @@ bool MirrorState::Forget(const std::string& name) {
 
 bool MirrorState::Begin(const MirrorIntent& intent) {
   return Transact([&] {
-    SideStatement row(database_, "INSERT OR REPLACE INTO intents VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)");
+    SideStatement row(database_,
+                      "INSERT OR REPLACE INTO intents VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)");
     row.Bind(folder_).Bind(store_).Bind(intent.name).Bind(intent.id).Bind(int64_t{intent.counter});
     return row.Bind(intent.uid).Bind(intent.text).Run();
   });

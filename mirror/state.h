@@ -22,13 +22,13 @@ struct MirrorPosition {
 
 // A file and its object. What both said when they last agreed is long, and read only where it is needed.
 struct MirrorPair {
-  std::string name;        // of the file
+  std::string name;  // of the file
   std::string uid;
-  std::string id;          // in the store; empty for what the store cannot hold
-  std::string file_key;    // ContentKey of what the file said
-  std::string store_key;   // and of what the store said; empty without an id
+  std::string id;         // in the store; empty for what the store cannot hold
+  std::string file_key;   // ContentKey of what the file said
+  std::string store_key;  // and of what the store said; empty without an id
   FileStamp stamp;
-  int64_t noted = 0;       // when the stamp was taken: seconds since 1970, UTC
+  int64_t noted = 0;  // when the stamp was taken: seconds since 1970, UTC
 };
 
 struct MirrorTexts {
@@ -39,8 +39,8 @@ struct MirrorTexts {
 // A change of the store that is being made: a file's text, on its way into the store.
 struct MirrorIntent {
   std::string name;
-  std::string id;         // of the object that is changed; empty for a new one
-  uint32_t counter = 0;   // the store's change counter before
+  std::string id;        // of the object that is changed; empty for a new one
+  uint32_t counter = 0;  // the store's change counter before
   std::string uid;
   std::string text;
 };

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "btosif/osif_util/ascii.h"
 #include "dialects/value_text.h"
@@ -138,7 +139,9 @@ const dialects::LineRules& LineRulesOf(std::string_view text) {
 std::string Edits::Applied(std::string_view text, std::string_view line_end) const {
   std::vector<const Edit*> order;
   for (const Edit& edit : edits_) order.push_back(&edit);
-  std::ranges::stable_sort(order, {}, [](const Edit* edit) { return edit->span.begin; });
+  // What is inserted before something that is replaced stands before what takes its place.
+  std::ranges::stable_sort(
+      order, {}, [](const Edit* edit) { return std::pair(edit->span.begin, edit->span.end); });
   std::string changed;
   size_t at = 0;
   for (const Edit* edit : order) {

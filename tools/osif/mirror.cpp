@@ -146,8 +146,7 @@ bool RunOnce(const MirrorArguments& arguments, const Options& options, bool is_f
   const mirror::MirrorSettings settings{PreferenceOf(arguments.prefer), arguments.force_delete,
                                         arguments.dry_run};
   reporter.SetFailuresInJson(false);
-  const mirror::MirrorReport report =
-      mirror::MirrorRun(arguments.store_id, settings, tools).Run();
+  const mirror::MirrorReport report = mirror::MirrorRun(arguments.store_id, settings, tools).Run();
   if (!report.failure.empty()) {
     reporter.Fail(NameOfStore(arguments.store_id) + ": " + report.failure, OSIF_OK);
   }
