@@ -196,7 +196,8 @@ std::vector<Change> MeantChanges(const Cards& cards) {
 std::vector<std::string> LinesIn(CardVersion version, CardProperty property) {
   dialects::Report ignored;
   property.label.clear();
-  if (property.name == "N"sv || property.name == "FN"sv) {
+  // The names are what a version has to have; an office that has a line of its own stays there.
+  if (property.name == "N"sv || property.name == "FN"sv || property.name == kOffice) {
     if (property.name == "N"sv) {
       property.components.resize(std::max(property.components.size(), dialects::kNameParts));
     }
@@ -255,7 +256,8 @@ std::vector<std::string> ChangedComponents(const CardProperty& property, const C
     if (i == parts.into) components.resize(parts.most);
     components[i] = after[i];
   }
-  while (components.size() > 1 && components.back().empty() && to.name == "ORG"sv) {
+  const size_t fewest = std::max<size_t>(property.components.size(), 1);
+  while (components.size() > fewest && components.back().empty() && to.name == "ORG"sv) {
     components.pop_back();
   }
   return components;
@@ -304,7 +306,9 @@ class CardEditor {
     edits_.Insert(EndOfContent(), added_);
     return edits_.Applied(file_.text, file_.lines.line_end);
   }
-  bool HasChanged() const { return !edits_.IsEmpty() || !added_.empty() || !entries_.empty(); }
+  bool HasChanged() const {
+    return !edits_.IsEmpty() || !added_.empty() || !entries_.empty() || !new_entries_.empty();
+  }
 
  private:
   struct Group {
@@ -375,10 +379,11 @@ class CardEditor {
     if (!touched_.insert(line).second) return;
     const dialects::ContentLine& content = file_.lines.contents[line];
     property.group = content.group;
+    const bool keeps_value_kind = property.name == "URL"sv || content.name == "RELATED" ||
+                                  property.Param("VALUE") == "DATE"sv;
     property.RemoveParams("VALUE");
     property.RemoveParams("X-APPLE-OMIT-YEAR");
     const std::vector<std::string> written = LinesIn(file_.card.version, property);
-    const bool keeps_value_kind = property.name == "URL"sv || content.name == "RELATED";
     std::string text;
     if (keeps_head && written.size() == 1) {
       text = WithHeadOf(file_.lines.Raw(line), written.front(), file_.is_old(), keeps_value_kind);
