@@ -48,9 +48,14 @@ class TextSource {
   std::string_view text_;
 };
 
-// The UIDs of a file's items, each once; an empty one for those without.
-std::set<std::string> UidsOf(int32_t store_id, std::string_view text) {
+// The items of a file: their UIDs, each once, an empty one for those without; and how many there are.
+struct Items {
   std::set<std::string> uids;
+  size_t count = 0;
+};
+
+Items ItemsOf(int32_t store_id, std::string_view text) {
+  Items items;
   dialects::Report ignored;
   std::optional<std::string> uid;  // of the item that is being read
   size_t depth = 0;                // of components inside of the item
@@ -66,13 +71,14 @@ std::set<std::string> UidsOf(int32_t store_id, std::string_view text) {
       if (depth > 0) {
         --depth;
       } else {
-        uids.insert(*std::exchange(uid, std::nullopt));
+        items.uids.insert(*std::exchange(uid, std::nullopt));
+        ++items.count;
       }
     } else if (uid && depth == 0 && line.name == kUidName && uid->empty()) {
       uid = dialects::Unescaped(line.value, dialects::Escapes::kModern);
     }
   }
-  return uids;
+  return items;
 }
 
 FileObject Refused(std::string why) {
@@ -99,8 +105,13 @@ std::optional<dialects::ObjectText> OnlyObject(int32_t store_id, std::string_vie
   return object;
 }
 
-// What the store gets of the objects that were made of a file.
-void Choose(std::vector<dialects::StrictObject> objects, FileObject& file) {
+// What the store gets of the objects that were made of a file with so many items. More objects than items are those into
+// which a series was taken apart.
+void Choose(std::vector<dialects::StrictObject> objects, size_t items, FileObject& file) {
+  if (objects.size() > std::max<size_t>(items, 1)) {
+    file.stays = "stays in the file: the store cannot hold its recurrence";
+    return;
+  }
   size_t overrides = 0;
   std::vector<dialects::StrictObject> own;
   for (dialects::StrictObject& object : objects) {
@@ -115,14 +126,12 @@ void Choose(std::vector<dialects::StrictObject> objects, FileObject& file) {
     file.strict = std::move(own.front().text);
     if (overrides > 0) {
       file.stays = std::to_string(overrides) + " changed occurrence" + (overrides == 1 ? "" : "s") +
-                   " stays in the file";
+                   (overrides == 1 ? " stays" : " stay") + " in the file";
     }
     return;
   }
   if (own.empty()) {
     file.stays = "stays in the file: the store cannot hold it";
-  } else if (own.size() > 1) {
-    file.stays = "stays in the file: the store cannot hold its recurrence";
   } else if (own.front().kind == dialects::ObjectKind::kNote) {
     file.stays = "stays in the file: it is a journal entry";
   } else {
@@ -159,17 +168,18 @@ FileObject ReadFileObject(int32_t store_id, std::string_view text) {
   std::string why;
   const std::optional<dialects::ObjectText> object = OnlyObject(store_id, text, why);
   if (!object) return Refused(std::move(why));
-  const std::set<std::string> uids = UidsOf(store_id, object->text);
-  if (uids.size() > 1) return Refused("holds objects of several UIDs");
+  const Items items = ItemsOf(store_id, object->text);
+  if (items.uids.size() > 1) return Refused("holds objects of several UIDs");
+  if (items.count > 1 && items.uids.contains("")) return Refused("holds more than one object");
   FileObject file;
-  if (!uids.empty()) file.uid = *uids.begin();
-  Choose(dialects::StrictObjects(*object, {InputCodePage()}), file);
+  if (!items.uids.empty()) file.uid = *items.uids.begin();
+  Choose(dialects::StrictObjects(*object, {InputCodePage()}), items.count, file);
   return file;
 }
 
 std::string UidOfFile(int32_t store_id, std::string_view text) {
-  const std::set<std::string> uids = UidsOf(store_id, text);
-  return uids.size() == 1 ? *uids.begin() : std::string();
+  const Items items = ItemsOf(store_id, text);
+  return items.uids.size() == 1 ? *items.uids.begin() : std::string();
 }
 
 // A card's first line after BEGIN has to be its VERSION, so the UID goes to the end; an event's UID goes to its beginning,
