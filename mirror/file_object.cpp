@@ -49,13 +49,13 @@ class TextSource {
 };
 
 // The items of a file: their UIDs, each once, an empty one for those without; and how many there are.
-struct Items {
+struct FileItems {
   std::set<std::string> uids;
   size_t count = 0;
 };
 
-Items ItemsOf(int32_t store_id, std::string_view text) {
-  Items items;
+FileItems ItemsOf(int32_t store_id, std::string_view text) {
+  FileItems items;
   dialects::Report ignored;
   std::optional<std::string> uid;  // of the item that is being read
   size_t depth = 0;                // of components inside of the item
@@ -168,7 +168,7 @@ FileObject ReadFileObject(int32_t store_id, std::string_view text) {
   std::string why;
   const std::optional<dialects::ObjectText> object = OnlyObject(store_id, text, why);
   if (!object) return Refused(std::move(why));
-  const Items items = ItemsOf(store_id, object->text);
+  const FileItems items = ItemsOf(store_id, object->text);
   if (items.uids.size() > 1) return Refused("holds objects of several UIDs");
   if (items.count > 1 && items.uids.contains("")) return Refused("holds more than one object");
   FileObject file;
@@ -178,7 +178,7 @@ FileObject ReadFileObject(int32_t store_id, std::string_view text) {
 }
 
 std::string UidOfFile(int32_t store_id, std::string_view text) {
-  const Items items = ItemsOf(store_id, text);
+  const FileItems items = ItemsOf(store_id, text);
   return items.uids.size() == 1 ? *items.uids.begin() : std::string();
 }
 
