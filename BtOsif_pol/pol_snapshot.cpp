@@ -233,13 +233,12 @@ bool CPoomEntries::appendTouched(IPOutlookApp& application, int folder_type,
 
 // An item of a folder is of the folder's kind. Folders of another kind add nothing.
 void CPoomEntries::appendItem(int folder_type, IDispatch& item) {
-  const auto add = [&]<typename Item>(uint32_t (*checksum)(Item&)) {
-    Item& typed = static_cast<Item&>(item);
+  const auto add = [&](auto& typed, auto checksum) {
     put(static_cast<uint32_t>(pol_OidOf(typed)), checksum(typed), pol_PlaceOf(folder_type));
   };
-  if (folder_type == olFolderContacts) add(ContactChecksum);
-  if (folder_type == olFolderCalendar) add(AppointmentChecksum);
-  if (folder_type == olFolderTasks) add(TaskChecksum);
+  if (folder_type == olFolderContacts) add(static_cast<IContact&>(item), ContactChecksum);
+  if (folder_type == olFolderCalendar) add(static_cast<IAppointment&>(item), AppointmentChecksum);
+  if (folder_type == olFolderTasks) add(static_cast<ITask&>(item), TaskChecksum);
 }
 
 // ---- The object log ---------------------------------------------------------------------------------

@@ -10,8 +10,9 @@ Bstr BstrOf(const std::string& ascii) { return Bstr(std::u16string(ascii.begin()
 }  // namespace
 
 StoreTracker::StoreTracker(IPOutlookApp& application) {
-  if (FAILED(application.QueryInterface(IStoreChanges::kIid, changes_.put_void())))
+  if (FAILED(application.QueryInterface(IStoreChanges::kIid, changes_.put_void()))) {
     changes_.reset();
+  }
 }
 
 std::string StoreTracker::Mark() const {

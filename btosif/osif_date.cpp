@@ -276,7 +276,7 @@ bool ReadRfc822(const char* text, DateFields* fields, ZoneName& zone) {
   fields->month = MonthNumber([&](const char* name) { return EqualsIgnoringCase(month, name); });
   if (count > 5) return true;
   fields->second = 0;
-  std::sscanf(text, "%*2d %*3s %*4d %*2d:%*2d %5s", zone);
+  if (std::sscanf(text, "%*2d %*3s %*4d %*2d:%*2d %5s", zone) != 1) zone[0] = '\0';
   return true;
 }
 

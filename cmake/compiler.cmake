@@ -58,3 +58,14 @@ if(OSIF_COVERAGE)
   target_compile_options(osif_compiler INTERFACE --coverage)
   target_link_options(osif_link INTERFACE --coverage)
 endif()
+# GCC's analyser follows the paths through the functions of a file, and what it finds fails the build. GCC 12's knows C
+# better than C++. What it is wrong about there is left to clang-tidy and to the sanitizers:
+#   use-of-uninitialized-value  an object that is returned in its caller's memory seems to have no value
+#   possible-null-...           "new" seems to give null, as malloc does; it throws instead
+#   null-dereference            an element is seen to be added to a vector for which no memory was asked
+#   malloc-leak                 an object that is handed out through a pointer, or has its place in a map, seems lost
+if(OSIF_ANALYSE)
+  set(wrong_for_cpp use-of-uninitialized-value possible-null-argument possible-null-dereference null-dereference malloc-leak)
+  list(TRANSFORM wrong_for_cpp PREPEND -Wno-analyzer-)
+  target_compile_options(osif_warnings INTERFACE -fanalyzer "$<$<COMPILE_LANGUAGE:CXX>:${wrong_for_cpp}>")
+endif()

@@ -115,7 +115,7 @@ constexpr uint8_t kBackslash = 8;
 constexpr uint8_t kSeparator = 16;
 constexpr uint8_t kColon = 32;
 
-constexpr std::array<uint8_t, 256> kClassOf = [] {
+constexpr std::array<uint8_t, 256> Classes() {
   std::array<uint8_t, 256> classes{};
   for (size_t byte = 0; byte < classes.size(); ++byte) {
     if (byte < ' ' && byte != '\t') classes[byte] = kStop;
@@ -127,7 +127,9 @@ constexpr std::array<uint8_t, 256> kClassOf = [] {
   classes[';'] = kSeparator;
   classes[':'] = kColon;
   return classes;
-}();
+}
+
+constexpr std::array<uint8_t, 256> kClassOf = Classes();
 
 uint8_t ClassOf(char c) { return kClassOf[static_cast<unsigned char>(c)]; }
 

@@ -66,10 +66,10 @@ constexpr std::array<AliasRow, 35> kAliases = {{
 // Names that end in a number.
 struct NumberedRow {
   std::string_view bare;
-  std::string known;
+  std::string_view known;
 };
 
-const std::array<NumberedRow, 3> kNumbered = {{
+constexpr std::array<NumberedRow, 3> kNumbered = {{
     {"ISO8859", "ISO-8859-"},
     {"CP", "WINDOWS-"},
     {"WIN", "WINDOWS-"},
@@ -82,7 +82,9 @@ uint32_t KnownCodePage(std::string_view charset) {
       std::ranges::find_if(kAliases, [&](const AliasRow& alias) { return alias.bare == bare; });
   if (row != kAliases.end()) return CharsetToCodePage(row->known);
   for (const auto& [start, known] : kNumbered) {
-    if (bare.starts_with(start)) return CharsetToCodePage(known + bare.substr(start.size()));
+    if (bare.starts_with(start)) {
+      return CharsetToCodePage(std::string(known).append(bare, start.size()));
+    }
   }
   return 0;
 }

@@ -102,7 +102,8 @@ void DecodeUtf8(std::string_view bytes, WCHAR* out) {
     std::copy(bytes.begin(), bytes.end(), out);
     return;
   }
-  ForEachCharacter(bytes, [&](char32_t character) { out += EncodeUtf16(character, out); });
+  WCHAR* end = out;
+  ForEachCharacter(bytes, [&](char32_t character) { end += EncodeUtf16(character, end); });
 }
 
 std::basic_string<WCHAR> FromUtf8(std::string_view bytes) {

@@ -10,6 +10,7 @@
 #include "btosif/osif_util/change_log_counter.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cinttypes>
 #include <cstdio>
 #include <limits>
@@ -49,6 +50,12 @@ uint32_t Checksum(std::string_view text) {
   return sum;
 }
 
+// Text that is no number, or one that is too large, leaves the number as it is: the line is written anew to compare.
+template <typename Number>
+void ReadNumber(std::string_view text, Number& number) {
+  std::from_chars(text.data(), text.data() + text.size(), number);
+}
+
 }  // namespace
 
 struct KeptCounter::Slot {
@@ -66,11 +73,13 @@ struct KeptCounter::Slot {
 
   // Nothing for a line that is not whole.
   static std::optional<Slot> Of(std::string_view line) {
+    if (line.size() != kLineLength) return std::nullopt;
     Slot slot;
-    const int fields = std::sscanf(
-        std::string(line).c_str(), "%10" SCNu32 ":%10" SCNu32 ":%10" SCNu32 ":%20" SCNu64,
-        &slot.number, &slot.handed_out.for_sure, &slot.handed_out.at_most, &slot.system_start);
-    if (fields != 4 || slot.number == 0 || slot.Line() != line) return std::nullopt;
+    ReadNumber(line.substr(0, 10), slot.number);
+    ReadNumber(line.substr(11, 10), slot.handed_out.for_sure);
+    ReadNumber(line.substr(22, 10), slot.handed_out.at_most);
+    ReadNumber(line.substr(33, 20), slot.system_start);
+    if (slot.number == 0 || slot.Line() != line) return std::nullopt;
     return slot;
   }
 };

@@ -75,12 +75,14 @@ constexpr HtmlEntity kEntities[] = {
 static_assert(std::size(kEntities) == 246);
 
 // The rows' numbers by name. No name occurs twice, so that any search finds what one from the top would.
-constexpr auto kByName = [] {
+constexpr std::array<uint8_t, std::size(kEntities)> RowsByName() {
   std::array<uint8_t, std::size(kEntities)> rows{};
   for (size_t i = 0; i < rows.size(); ++i) rows[i] = static_cast<uint8_t>(i);
   std::ranges::sort(rows, {}, [](uint8_t row) { return kEntities[row].name; });
   return rows;
-}();
+}
+
+constexpr auto kByName = RowsByName();
 
 constexpr bool SameName(uint8_t a, uint8_t b) { return kEntities[a].name == kEntities[b].name; }
 

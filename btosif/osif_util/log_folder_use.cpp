@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
+#include <limits>
 #include <vector>
 
 #include "btosif/osif_file.h"
@@ -31,12 +32,14 @@ std::optional<User> UserOf(WideView folder) {
   OsifStream file;
   if (!FILE_Exists(name.c_str()) || FILE_Open(file, name.c_str(), u"r") != 0) return std::nullopt;
   char line[kLineRoom];
-  User user;
   if (FILE_ReadLine(line, file) != 0) return std::nullopt;
-  if (std::sscanf(line, "%" SCNu32 ":%" SCNu32, &user.process, &user.hold) != 2) {
-    return std::nullopt;
-  }
-  return user;
+  // Ten digits may be more than either number holds.
+  constexpr uint64_t kMost = std::numeric_limits<uint32_t>::max();
+  uint64_t process = 0;
+  uint64_t hold = 0;
+  if (std::sscanf(line, "%10" SCNu64 ":%10" SCNu64, &process, &hold) != 2) return std::nullopt;
+  if (process > kMost || hold > kMost) return std::nullopt;
+  return User{static_cast<uint32_t>(process), static_cast<uint32_t>(hold)};
 }
 
 bool WriteUser(WideView folder, const User& user) {

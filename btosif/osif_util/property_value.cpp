@@ -209,7 +209,7 @@ constexpr FlagWord kFlagWords[] = {{"QUOTED-PRINTABLE", OSIF_VALUE_QUOTED_PRINTA
                                    {"CHARSET", OSIF_VALUE_CHARSET}};
 
 // The row whose word begins with a byte: every byte of every parameter is looked up here.
-constexpr auto kFlagWordOf = [] {
+constexpr std::array<const FlagWord*, 256> FlagWordsByByte() {
   std::array<const FlagWord*, 256> row_of = {};
   for (size_t byte = 0; byte < row_of.size(); ++byte) {
     const auto* row = std::ranges::find(kFlagWords, AsciiUpper(static_cast<char>(byte)),
@@ -217,7 +217,9 @@ constexpr auto kFlagWordOf = [] {
     if (row != std::end(kFlagWords)) row_of[byte] = row;
   }
   return row_of;
-}();
+}
+
+constexpr auto kFlagWordOf = FlagWordsByByte();
 
 // The flags that one parameter asks for, found in one pass.
 uint32_t FlagsOf(std::string_view param) {

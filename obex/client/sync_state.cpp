@@ -55,8 +55,7 @@ void SyncState::Close::operator()(sqlite3* database) const { sqlite3_close(datab
 // The first two values are always the partner and the store.
 class SyncState::Statement {
  public:
-  Statement(SyncState& state, const char* sql, const std::vector<std::string>& values = {})
-      : state_(state) {
+  Statement(SyncState& state, const char* sql, const std::vector<std::string>& values = {}) {
     result_ = sqlite3_prepare_v2(state.database_.get(), sql, -1, &statement_, nullptr);
     Bind(1, state.partner_);
     Bind(2, state.store_);
@@ -94,7 +93,6 @@ class SyncState::Statement {
                       SQLITE_TRANSIENT);
   }
 
-  SyncState& state_;
   sqlite3_stmt* statement_ = nullptr;
   int result_ = SQLITE_OK;
 };

@@ -88,7 +88,10 @@ OpenError ErrorOf(int sqlite_code) {
 std::string HomeFolder() {
   const char* home = std::getenv("HOME");
   if (home != nullptr && *home != '\0') return home;
-  const passwd* user = getpwuid(getuid());
+  passwd entry = {};
+  passwd* user = nullptr;
+  std::array<char, 16384> texts = {};
+  getpwuid_r(getuid(), &entry, texts.data(), texts.size(), &user);
   return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
 }
 

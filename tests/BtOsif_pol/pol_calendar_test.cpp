@@ -443,15 +443,20 @@ TEST_F(PolGetTask, ReadsEveryProperty) {
   EXPECT_EQ(item.Only("aAlarm"), "20060502T083000Z");
 }
 
+std::string Today() {
+  const time_t now = std::time(nullptr);
+  tm local = {};
+  localtime_r(&now, &local);
+  char text[9] = {};
+  std::strftime(text, sizeof text, "%Y%m%d", &local);
+  return text;
+}
+
 TEST_F(PolGetTask, OfACompletedTaskTellsTheDay) {
   auto task = NewTask();
-  char before[9];
-  char after[9];
-  const time_t first = std::time(nullptr);
-  std::strftime(before, sizeof before, "%Y%m%d", std::localtime(&first));
+  const std::string before = Today();
   task->put_Complete(-1);
-  const time_t second = std::time(nullptr);
-  std::strftime(after, sizeof after, "%Y%m%d", std::localtime(&second));
+  const std::string after = Today();
   ReadItem item = Got(*task);
   EXPECT_EQ(item.Only("status"), "COMPLETED");
   EXPECT_THAT(item.Only("completed"), testing::AnyOf(before, after));

@@ -54,7 +54,8 @@ TEST_F(CalendarLog, RecordsAnAddAndAModifyAsModifiedAndADeleteAsDeleted) {
   for (const bool is_event : {true, false}) {
     EventRecord event({"SUMMARY:Budget", "DTSTART:20060501T090000", "DTEND:20060501T100000"});
     TodoRecord todo({"SUMMARY:Buy milk"});
-    CalendarRecord& record = is_event ? static_cast<CalendarRecord&>(event) : todo;
+    CalendarRecord& record =
+        is_event ? static_cast<CalendarRecord&>(event) : static_cast<CalendarRecord&>(todo);
     const uint32_t before = Anchor(OSIF_STORE_CAL).cc;
     OsifAnchor anchor{};
     const std::string id = Add(record, &anchor);

@@ -368,20 +368,20 @@ using Change = void (*)(BtConfigSettings&);
 
 TEST_F(Settings, DifferInEveryFieldThatCounts) {
   const BtConfigSettings settings;
-  for (const Change change : std::initializer_list<Change>{
-           [](BtConfigSettings& other) { other.unnamedDeviceName[0] = 'x'; },
-           [](BtConfigSettings& other) { ++other.maxSimultConnections; },
-           [](BtConfigSettings& other) { ++other.securityType; },
-           [](BtConfigSettings& other) { ++other.countryCode; },
-           [](BtConfigSettings& other) { ++other.minorClass; },
-           [](BtConfigSettings& other) { ++other.noSleepingWhileConnected; },
-           [](BtConfigSettings& other) { ++other.forceDevClassMajor; },
-           [](BtConfigSettings& other) { ++other.forceDevClassMinor; },
-           [](BtConfigSettings& other) { ++other.usePocketPcName; },
-           [](BtConfigSettings& other) { other.deviceName[0] = 'x'; },
-           [](BtConfigSettings& other) { other.defaultInputCharset[0] = 'x'; },
-           [](BtConfigSettings& other) { other.defaultOutputCharset[0] = 'x'; },
-           [](BtConfigSettings& other) { ++other.doNotSendMsftProperties; }}) {
+  const Change changes[] = {[](BtConfigSettings& other) { other.unnamedDeviceName[0] = 'x'; },
+                            [](BtConfigSettings& other) { ++other.maxSimultConnections; },
+                            [](BtConfigSettings& other) { ++other.securityType; },
+                            [](BtConfigSettings& other) { ++other.countryCode; },
+                            [](BtConfigSettings& other) { ++other.minorClass; },
+                            [](BtConfigSettings& other) { ++other.noSleepingWhileConnected; },
+                            [](BtConfigSettings& other) { ++other.forceDevClassMajor; },
+                            [](BtConfigSettings& other) { ++other.forceDevClassMinor; },
+                            [](BtConfigSettings& other) { ++other.usePocketPcName; },
+                            [](BtConfigSettings& other) { other.deviceName[0] = 'x'; },
+                            [](BtConfigSettings& other) { other.defaultInputCharset[0] = 'x'; },
+                            [](BtConfigSettings& other) { other.defaultOutputCharset[0] = 'x'; },
+                            [](BtConfigSettings& other) { ++other.doNotSendMsftProperties; }};
+  for (const Change change : changes) {
     BtConfigSettings other;
     EXPECT_TRUE(settings == other);
     EXPECT_FALSE(settings != other);

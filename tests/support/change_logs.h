@@ -37,7 +37,7 @@ inline std::string EntryLines(int first, int last) {
 inline ChangeLogEntry MakeEntry(char kind, int32_t counter, std::string_view id,
                                 std::string_view timestamp = "20050314T101500Z") {
   ChangeLogEntry entry{};
-  entry.kind = static_cast<uint32_t>(kind);
+  entry.kind = static_cast<unsigned char>(kind);
   entry.changeCounter = counter;
   timestamp.copy(entry.timestamp, sizeof entry.timestamp - 1);
   id.copy(entry.objectId, sizeof entry.objectId - 1);

@@ -70,6 +70,7 @@ class Viewer : public FileVisitor, public dialects::ObjectVisitor {
          report.empty() ? CodeText(object.result) : report, &object.report);
   }
 
+  using FileVisitor::OnRefused;
   void OnRefused(const dialects::RefusedObject& refused) override { refusals_.Tell(refused); }
 
  private:

@@ -189,6 +189,7 @@ class Finder : public FileVisitor, public dialects::ObjectVisitor {
   void OnObject(const dialects::ReadObject& object) override {
     Look(object.number, object.line, object.store_id, *object.object);
   }
+  using FileVisitor::OnRefused;
   void OnRefused(const dialects::RefusedObject& refused) override { refusals_.Tell(refused); }
 
  private:

@@ -19,7 +19,7 @@ namespace device {
 using MapiData = std::variant<int64_t, std::u16string, std::string>;
 
 struct MapiValue {
-  ULONG type;
+  ULONG type = PT_UNSPECIFIED;
   MapiData data;
 };
 

@@ -46,7 +46,7 @@ year_month_day Calendar(int64_t day) { return year_month_day{SysDays(day)}; }
 // Months since the year 0.
 int64_t MonthOf(int64_t day) {
   const year_month_day date = Calendar(day);
-  return int{date.year()} * kMonthsPerYear + unsigned{date.month()} - 1;
+  return int{date.year()} * kMonthsPerYear + static_cast<unsigned>(date.month()) - 1;
 }
 
 int64_t FirstDayOfMonth(int64_t month) {

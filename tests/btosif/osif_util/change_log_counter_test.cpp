@@ -125,7 +125,10 @@ TEST_F(ChangeLogCounter, ThatWasBeingMadeForTheFirstTimeIsNone) {
 }
 
 TEST_F(ChangeLogCounter, ThatIsDamagedIsAheadOfEveryLogUntilItIsSettled) {
-  for (const std::string& bytes : {std::string(kLineLength, '\0'),
+  const std::string too_large =
+      "9999999999:9999999999:9999999999:99999999999999999999:000000000000\n";
+  ASSERT_EQ(too_large.size(), kLineLength);
+  for (const std::string& bytes : {std::string(kLineLength, '\0'), too_large + too_large,
                                    std::string(2 * kLineLength, 'x'), std::string(100'000, '\n')}) {
     PutBytes(CounterPath(), bytes);
     EXPECT_TRUE(Opened().IsAhead(1'000'000));

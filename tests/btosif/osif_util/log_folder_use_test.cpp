@@ -104,6 +104,18 @@ TEST_F(LogFolder, IsAnotherOneWhereverItsFilesAreOthers) {
   EXPECT_EQ(LogFolderUse().Begin(Wide(device_.Path("Sync2")), 0), Result::kHeld);
 }
 
+TEST_F(LogFolder, IsOfNobodyThatIsKnownWhenItsUserIsNoNumberOfAProcess) {
+  const std::string user = Path("pol_user.log");
+  support::PutBytes(user, "4294967295:4294967295\n");
+  EXPECT_EQ(LogFolderUser(Folder()), 4294967295u);
+  for (const char* line : {"", "7", "x:1", "4294967296:1", "1:4294967296", "42949672950:1",
+                           "99999999999999999999999:1"}) {
+    support::PutBytes(user, std::string(line) + "\n");
+    EXPECT_EQ(LogFolderUser(Folder()), std::nullopt) << line;
+    EXPECT_EQ(LogFolderUse().Begin(Folder(), 0), Result::kHeld) << line;
+  }
+}
+
 TEST_F(LogFolder, ThatIsNotThereCannotBeHeld) {
   EXPECT_EQ(LogFolderUse().Begin(Wide(device_.Path("no such folder")), 10'000),
             Result::kNotPossible);

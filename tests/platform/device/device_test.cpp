@@ -1,6 +1,7 @@
 #include "platform/device/device.h"
 
 #include <fcntl.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -181,6 +182,20 @@ TEST_F(Device, WithoutADataDirectoryTheFolderIsInTheHomeDirectory) {
   const TempEnvironment data("XDG_DATA_HOME", nullptr);
   const TempEnvironment home("HOME", "/home/ann");
   EXPECT_EQ(device::Folder(), "/home/ann/.local/share/osif");
+}
+
+TEST_F(Device, WithoutAHomeInTheEnvironmentItIsTheOneThatTheSystemKnows) {
+  passwd entry = {};
+  passwd* user = nullptr;
+  std::vector<char> texts(16384);
+  getpwuid_r(getuid(), &entry, texts.data(), texts.size(), &user);
+  if (user == nullptr) GTEST_SKIP() << "the system does not know the user";
+  const TempEnvironment none("OSIF_DEVICE", nullptr);
+  const TempEnvironment data("XDG_DATA_HOME", nullptr);
+  for (const char* home : {"", static_cast<const char*>(nullptr)}) {
+    const TempEnvironment variable("HOME", home);
+    EXPECT_EQ(device::Folder(), std::string(user->pw_dir) + "/.local/share/osif");
+  }
 }
 
 TEST_F(Device, ARelativeDataDirectoryDoesNotCount) {

@@ -263,8 +263,9 @@ std::optional<Summary> SummaryOf(const std::string& line) {
   if (!is_one || refused == std::string::npos) return std::nullopt;
   const std::string rest = line.substr(refused + 8);
   if (std::sscanf(rest.c_str(), ", %zu not reached; %zu with", &summary.unreached,
-                  &summary.warnings) == 0) {
-    std::sscanf(rest.c_str(), "; %zu with", &summary.warnings);
+                  &summary.warnings) == 0 &&
+      std::sscanf(rest.c_str(), "; %zu with", &summary.warnings) != 1) {
+    summary.warnings = 0;
   }
   return summary;
 }

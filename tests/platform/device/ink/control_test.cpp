@@ -138,7 +138,8 @@ TEST_F(RichInk, IsFoundInAnyCase) {
 }
 
 TEST_F(RichInk, IsTheOnlyClass) {
-  for (LPCWSTR name : {u"RichInk2", u"RichIn", u"Edit", u"", LPCWSTR{nullptr}}) {
+  constexpr LPCWSTR kNone = nullptr;
+  for (LPCWSTR name : {u"RichInk2", u"RichIn", u"Edit", u"", kNone}) {
     EXPECT_EQ(Create(name), nullptr);
     EXPECT_EQ(GetLastError(), 1407u);
   }

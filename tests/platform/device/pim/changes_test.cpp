@@ -666,7 +666,8 @@ TEST_F(PimStoreChanges, OfAnUnknownMarkMayBeAnything) {
   ASSERT_EQ(changes->GetMark(mark.put()), S_OK);
   const Bstr unknown(u"1-0");
   const Bstr wide(u"\x661-\x416");
-  for (BSTR other : {unknown.get(), wide.get(), BSTR{nullptr}}) {
+  const Bstr none;
+  for (BSTR other : {unknown.get(), wide.get(), none.get()}) {
     for (const bool is_since : {true, false}) {
       auto* items = reinterpret_cast<IChangedItems*>(1);
       EXPECT_EQ(

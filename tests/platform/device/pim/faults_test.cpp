@@ -374,7 +374,8 @@ TEST_F(PimSeriesFaults, AKilledProgramLosesNothingThatWasSaved) {
     OtherProcess other([](int place) {
       IAppointment* series = SaveSeriesAlone();
       LONG number = -1;
-      if (series != nullptr) series->get_Oid(&number);
+      if (series == nullptr) return;
+      series->get_Oid(&number);
       Tell(place, number);
       Tell(place, DeleteOccurrence(*series, Day(2026, 5, 3)));
       kill(getpid(), SIGKILL);
