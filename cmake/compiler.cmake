@@ -4,6 +4,7 @@
 #   osif_link       what programs need that contain instrumented code
 #   osif_compiler   both, and the instrumentation itself: the product's code
 #   osif_layers     for the library's layers: what links them may optimise them as one program
+#   osif_counted    for programs that go on in processes of their own: what those reach is counted as well
 #   osif_optimise   for what is shipped or measured: optimised as one program, in release builds
 add_library(osif_warnings INTERFACE)
 target_compile_options(osif_warnings INTERFACE
@@ -54,9 +55,13 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(osif_layers INTERFACE $<${shipped}:-flto=auto> $<${shipped}:-ffat-lto-objects>)
   target_link_options(osif_optimise INTERFACE $<${shipped}:-flto=auto> $<${shipped}:-O3>)
 endif()
+add_library(osif_counted INTERFACE)
 if(OSIF_COVERAGE)
-  target_compile_options(osif_compiler INTERFACE --coverage)
+  # Threads and processes count at the same time.
+  target_compile_options(osif_compiler INTERFACE --coverage -fprofile-update=atomic)
   target_link_options(osif_link INTERFACE --coverage)
+  target_sources(osif_counted INTERFACE ${CMAKE_CURRENT_LIST_DIR}/coverage_exit.c)
+  target_link_options(osif_counted INTERFACE LINKER:--wrap=_exit)
 endif()
 # GCC's analyser follows the paths through the functions of a file, and what it finds fails the build. GCC 12's knows C
 # better than C++. What it is wrong about there is left to clang-tidy and to the sanitizers:

@@ -113,6 +113,7 @@ INSTANTIATE_TEST_SUITE_P(
                     SYSTEMTIME{2001, 1, 0, 1, 24, 0, 1, 0}, SYSTEMTIME{2001, 1, 0, 1, 24, 1, 0, 0},
                     SYSTEMTIME{2001, 1, 0, 1, 0, 60, 0, 0}, SYSTEMTIME{2001, 1, 0, 1, 0, 0, 60, 0},
                     SYSTEMTIME{99, 12, 0, 31, 0, 0, 0, 0}, SYSTEMTIME{10000, 1, 0, 1, 0, 0, 0, 0},
+                    SYSTEMTIME{9999, 12, 0, 31, 24, 0, 0, 0},
                     SYSTEMTIME{65535, 65535, 0, 65535, 65535, 65535, 65535, 0}));
 
 TEST(Date, DatesOutsideTheYears100To9999HaveNoCalendarTime) {
@@ -336,6 +337,16 @@ INSTANTIATE_TEST_SUITE_P(Texts, ImpossibleIsoText,
                                          "20000101T-10000"));
 
 class UnreadableDate : public support::TextTest {};
+
+TEST_F(UnreadableDate, AMomentWhoseLocalYearIsBeyond9999IsTold) {
+  const TimeZone zone("Europe/Berlin");
+  TraceReceiver trace;
+  DATE date = 0;
+  EXPECT_EQ(Iso8601ToDate("99991231T233000Z", &date), 0);
+  EXPECT_EQ(date, kNoDate);
+  EXPECT_THAT(trace.Lines(), ElementsAre("OSIF:  Error in date '99991231T233000Z'"
+                                         " - cannot convert from 8601"));
+}
 
 TEST_F(UnreadableDate, AnEmptyTextIsNoDateWithoutAWordInTheTrace) {
   TraceReceiver trace;

@@ -537,5 +537,15 @@ TEST_F(ModernFacts, JournalEntryIsANote) {
   EXPECT_EQ(body, "one\r\ntwo; three");
 }
 
+// A task is found again by its summary: 60 bytes of the first line at most, whole words where there are any.
+TEST_F(ModernFacts, SummaryOfATaskIsTheStartOfALongDescription) {
+  const std::string words =
+      "DESCRIPTION:Bring the two grey cables and all the paper from the cellar to the shop";
+  EXPECT_THAT(LinesOf(Task({words}).text, {"SUMMARY"}),
+              ElementsAre("SUMMARY:Bring the two grey cables and all the paper from the cellar"));
+  EXPECT_THAT(LinesOf(Task({"DESCRIPTION:" + std::string(70, 'x')}).text, {"SUMMARY"}),
+              ElementsAre("SUMMARY:" + std::string(60, 'x')));
+}
+
 }  // namespace
 }  // namespace calendar_facts_modern_test

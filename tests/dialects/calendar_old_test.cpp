@@ -494,5 +494,17 @@ TEST_F(OldCalendar, JournalEntryIsANote) {
             "BEGIN:VNOTE\r\nVERSION:1.1\r\nSUMMARY:Today\r\nBODY:It rained.\r\nEND:VNOTE\r\n");
 }
 
+TEST_F(OldCalendar, WhatStandsTooDeepIsLeftOutAndTheRestIsRead) {
+  std::string lines;
+  for (int i = 0; i < 50; ++i) lines += "BEGIN:X-PART\r\n";
+  for (int i = 0; i < 50; ++i) lines += "X-LINE:1\r\nEND:X-PART\r\n";
+  const StrictObject item =
+      Only(CalendarObject("BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VEVENT\r\n" + lines +
+                          "SUMMARY:after\r\nDTSTART:20260612T090000\r\n"
+                          "END:VEVENT\r\nEND:VCALENDAR\r\n"));
+  EXPECT_THAT(LinesOf(item.text, {"SUMMARY", "X-LINE"}), ElementsAre("SUMMARY:after"));
+  EXPECT_THAT(item.report.guessed, IsEmpty());
+}
+
 }  // namespace
 }  // namespace calendar_old_test

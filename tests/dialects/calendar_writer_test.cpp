@@ -336,5 +336,38 @@ TEST_F(CalendarWriters, ItemsComeBackFromTheLaterVersionAsTheyWere) {
   }
 }
 
+// ---- Calendars of version 1.0 as iCalendar 2.0 ----
+
+// Version 2.0 has no rule of exceptions that everyone reads.
+TEST_F(CalendarWriters, WriteARuleOfExceptionsAsSingleOnes) {
+  const WrittenObject written =
+      Write(Form::kICal20, Old("VEVENT", {"SUMMARY:x", "DTSTART:20260612T070000Z", "RRULE:D1 #10",
+                                          "EXDATE:20260614T070000Z", "EXRULE:D2 #3"}));
+  EXPECT_THAT(LinesOf(written.text, {"EXDATE"}),
+              ElementsAre("EXDATE;TZID=Europe/Berlin:20260614T090000",
+                          "EXDATE;TZID=Europe/Berlin:20260612T090000",
+                          "EXDATE;TZID=Europe/Berlin:20260616T090000"));
+  EXPECT_EQ(written.report.changed, (Happenings{{"EXRULE as single exceptions", 1}}));
+  EXPECT_THAT(written.report.dropped, IsEmpty());
+}
+
+// The days without end that it takes out cannot be listed.
+TEST_F(CalendarWriters, DropARuleOfExceptionsWithoutEnd) {
+  const WrittenObject written = Write(
+      Form::kICal20,
+      Old("VEVENT", {"SUMMARY:x", "DTSTART:20260612T070000Z", "RRULE:D1 #0", "EXRULE:D2 #0"}));
+  EXPECT_THAT(LinesOf(written.text, {"EXDATE"}), IsEmpty());
+  EXPECT_EQ(written.report.dropped, (Happenings{{"EXRULE", 1}}));
+}
+
+TEST_F(CalendarWriters, KeepARuleThatNobodyUnderstandsAsItIs) {
+  const WrittenObject written =
+      Write(Form::kICal20,
+            Old("VEVENT", {"SUMMARY:x", "DTSTART:20260612T070000Z", "RRULE:every, other day"}));
+  EXPECT_THAT(LinesOf(written.text, {"RRULE", "X-OSIF-RRULE"}),
+              ElementsAre("X-OSIF-RRULE:every\\, other day"));
+  EXPECT_EQ(written.report.dropped, (Happenings{{"RRULE", 1}}));
+}
+
 }  // namespace
 }  // namespace calendar_writer_test

@@ -292,6 +292,18 @@ TEST(ObjectSplitter, RefusesAnObjectThatIsTooLargeAndGoesOnAtTheNext) {
   EXPECT_EQ(splitter.junk().count, 0u);
 }
 
+// The next message may have begun in what was taken for the text of one without an end.
+TEST(ObjectSplitter, GivesAMessageWithoutAnEndThoughTheNextOneIsTooLarge) {
+  const std::string message = "BEGIN:VMSG\nBEGIN:VENV\nBEGIN:VBODY\ntext\n";
+  ObjectSplitter splitter(InPieces(message + "BEGIN:VMSG\n" + std::string(200, 'x') + "\n", 1000),
+                          100);
+  const ObjectText first = *splitter.Next();
+  EXPECT_EQ(first.refusal, "");
+  EXPECT_EQ(first.text, message + "END:VBODY\r\nEND:VENV\r\nEND:VMSG\r\n");
+  EXPECT_EQ(splitter.Next()->refusal, "it is too large");
+  EXPECT_FALSE(splitter.Next().has_value());
+}
+
 TEST(ObjectSplitter, GivesAnObjectThatIsJustNotTooLarge) {
   const std::string note = "BEGIN:VNOTE\nEND:VNOTE\n";
   ObjectSplitter splitter(InPieces(note + note, 1000), note.size());

@@ -6,6 +6,9 @@
 
 #include <csignal>
 
+#include "tests/support/environment.h"
+#include "tests/support/temp_folder.h"
+
 namespace support {
 
 // No file grows beyond a size while it lives, neither here nor in a program that is started meanwhile.
@@ -25,6 +28,9 @@ class FullDisk {
   FullDisk& operator=(const FullDisk&) = delete;
 
  private:
+  // A file of counters (./run coverage) that is written in part would lose what other programs counted.
+  TempFolder uncounted_;
+  TempEnvironment counters_{"GCOV_PREFIX", uncounted_.path().c_str()};
   rlimit former_{};
   void (*former_action_)(int);
 };

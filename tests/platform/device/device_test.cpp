@@ -305,6 +305,26 @@ TEST_F(Device, ANewerVersionThatIsStillInTheLogIsSeen) {
   EXPECT_TRUE(ReadFileBytes(DatabasePath()) == before);
 }
 
+// Existing databases are looked at by a URI first, in which these characters have a meaning.
+TEST_F(Device, ItsFolderMayHaveAnyName) {
+  for (const char* name : {"100%", "%41", "what?mode=memory", "a#b"}) {
+    const TempEnvironment environment("OSIF_DEVICE", device_.Path(name).c_str());
+    ASSERT_TRUE(AddKey("key")) << name;
+    device::CloseDatabase();
+    EXPECT_EQ(KeyCount(), 1) << name;
+    device::CloseDatabase();
+    WriteFileBytes(device_.Path(std::string(name) + "/device.db"), std::string(5000, 'x'));
+    EXPECT_EQ(device::OpenDatabase(), nullptr) << name;
+    EXPECT_EQ(device::Error(), OpenError::kDamaged) << name;
+  }
+}
+
+TEST_F(Device, AFileInPlaceOfADocumentsFolderIsAnErrorOfTheFolder) {
+  WriteFileBytes(device_.Path("Documents"), "x");
+  EXPECT_EQ(device::OpenDatabase(), nullptr);
+  EXPECT_EQ(device::Error(), OpenError::kFolder);
+}
+
 TEST_F(Device, ARepairedDeviceIsOpenedByTheNextCall) {
   const std::string whole = MakeDevice(DatabasePath());
   WriteFileBytes(DatabasePath(), "broken");

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <ostream>
 #include <string>
 
@@ -398,6 +399,16 @@ TEST_F(DefaultCodePage, FollowsTheLocale) {
   }
 }
 
+// A locale of the system under a name without a codeset.
+TEST_F(DefaultCodePage, IsThatOfTheInstalledLocaleWhereItsNameTellsNone) {
+  const std::string installed = "/usr/lib/locale/C.utf8";
+  if (!std::filesystem::exists(installed)) GTEST_SKIP() << "no " << installed;
+  std::filesystem::create_directory_symlink(installed, device_.Path("xx_XX"));
+  const TempEnvironment path("LOCPATH", device_.folder().c_str());
+  const TempEnvironment lang("LANG", "xx_XX");
+  EXPECT_EQ(GetACP(), 65001u);
+}
+
 TEST_F(DefaultCodePage, IsThatOfTheCodesetWhateverItsSpelling) {
   // The pages of ISO 8859 are numbered from 28590 on.
   for (const UINT part : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 15u}) {
@@ -457,6 +468,9 @@ TEST_F(DefaultCodePage, OtherQuestionsAboutTheLocaleAreRefused) {
   char16_t text[8] = {};
   EXPECT_EQ(GetLocaleInfoW(LOCALE_SYSTEM_DEFAULT, 1, text, 8), 0);
   EXPECT_EQ(GetLastError(), 1004u);
+  SetLastError(0);
+  EXPECT_EQ(GetLocaleInfoW(0x0407, LOCALE_IDEFAULTANSICODEPAGE, text, 8), 0);
+  EXPECT_EQ(GetLastError(), 87u);
 }
 
 }  // namespace

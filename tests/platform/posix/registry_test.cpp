@@ -369,5 +369,39 @@ TEST_F(Registry, ADamagedDeviceGivesFileCorruptForEveryCall) {
   EXPECT_EQ(RegDeleteValueW(open, u"Value"), ERROR_FILE_CORRUPT);
 }
 
+TEST_F(Registry, ADeviceOfANewerSystemGivesRevisionMismatch) {
+  ASSERT_EQ(device::OpenDatabase()->Execute("PRAGMA user_version=99"), SQLITE_OK);
+  device::CloseDatabase();
+  HKEY key = nullptr;
+  EXPECT_EQ(Open(u"Key", &key), ERROR_REVISION_MISMATCH);
+}
+
+TEST_F(Registry, WhereAFolderStandsForTheDatabaseAccessIsDenied) {
+  std::filesystem::create_directory(device_.Path("device.db"));
+  HKEY key = nullptr;
+  EXPECT_EQ(Open(u"Key", &key), ERROR_ACCESS_DENIED);
+}
+
+// Nothing of what could not be written whole is there afterwards.
+TEST_F(Registry, ADeviceThatCannotGrowTellsOfAFullDisk) {
+  const HKEY key = CreateKey(u"Key");
+  SetNumber(u"Key", u"Value", 6);
+  const auto database = device::OpenDatabase();
+  ASSERT_EQ(database->Execute("PRAGMA max_page_count=1"), SQLITE_OK);  // the present size
+  const std::string bytes(200000, 'x');
+  EXPECT_EQ(
+      RegSetValueExW(key, u"Value", 0, REG_BINARY, reinterpret_cast<const BYTE*>(bytes.data()),
+                     static_cast<DWORD>(bytes.size())),
+      ERROR_DISK_FULL);
+  EXPECT_EQ(Get(u"Key", u"Value").bytes[0], 6);
+  HKEY made = nullptr;
+  std::u16string path;
+  for (int i = 0; i < 400; ++i) path += u"\\" + std::u16string(200, u'k');
+  EXPECT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, path.c_str() + 1, 0, nullptr, 0, 0, nullptr, &made,
+                            nullptr),
+            ERROR_DISK_FULL);
+  EXPECT_EQ(Open(std::u16string(200, u'k').c_str(), &made), ERROR_FILE_NOT_FOUND);
+}
+
 }  // namespace
 }  // namespace registry_test

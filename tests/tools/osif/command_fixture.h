@@ -190,7 +190,8 @@ class CommandTest : public testing::Test {
   std::vector<std::string> Environment() const {
     std::vector<std::string> variables = {"OSIF_DEVICE=" + device_, "LC_ALL=C.UTF-8", "TZ=" + zone_,
                                           "HOME=" + folder_, "PATH=/usr/bin:/bin"};
-    for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
+    for (const char* name :
+         {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "GCOV_ERROR_FILE", "GCOV_PREFIX"}) {
       if (const char* value = std::getenv(name)) {
         variables.push_back(std::string(name) + "=" + value);
       }

@@ -1,7 +1,11 @@
 // The session, the table of stores, the store and its folders.
 #include "platform/device/mail/session.h"
 
+#include <filesystem>
+#include <fstream>
+
 #include "tests/platform/device/mail/fixture.h"
+#include "tests/support/temp_device.h"
 
 namespace session_test {
 namespace {
@@ -95,6 +99,36 @@ TEST_F(MapiSession, RefusesADeviceThatCannotBeUsed) {
   EXPECT_EQ(MAPILogonEx(0, nullptr, nullptr, 0, session.put()), MAPI_E_LOGON_FAILED);
   EXPECT_FALSE(session);
   MAPIUninitialize();
+}
+
+// What a program is told of a device whose database cannot be used.
+class MapiLogonToABadDevice : public TempDeviceTest {
+ protected:
+  static HRESULT LogOn() {
+    EXPECT_EQ(MAPIInitialize(nullptr), S_OK);
+    ComPtr<IMAPISession> session;
+    const HRESULT result = MAPILogonEx(0, nullptr, nullptr, 0, session.put());
+    EXPECT_FALSE(session);
+    MAPIUninitialize();
+    return result;
+  }
+  std::string DatabasePath() const { return device_.Path("device.db"); }
+};
+
+TEST_F(MapiLogonToABadDevice, TellsOfDamage) {
+  std::ofstream(DatabasePath()) << "This is no database.";
+  EXPECT_EQ(LogOn(), MAPI_E_CORRUPT_STORE);
+}
+
+TEST_F(MapiLogonToABadDevice, TellsThatItMayNotBeOpened) {
+  std::filesystem::create_directory(DatabasePath());
+  EXPECT_EQ(LogOn(), MAPI_E_NO_ACCESS);
+}
+
+TEST_F(MapiLogonToABadDevice, TellsThatItIsOfANewerSystem) {
+  ASSERT_EQ(device::OpenDatabase()->Execute("PRAGMA user_version=99"), SQLITE_OK);
+  device::CloseDatabase();
+  EXPECT_EQ(LogOn(), MAPI_E_VERSION);
 }
 
 using MapiStore = MapiTest;

@@ -1,5 +1,6 @@
 #include "platform/device/pim/application.h"
 
+#include <filesystem>
 #include <fstream>
 
 #include "tests/platform/device/pim/calendar_fixture.h"
@@ -72,8 +73,19 @@ TEST_F(PimApplication, RefusesTheLogonWhenTheDevicesFolderCannotBeMade) {
   std::ofstream(file) << "no folder";
   setenv("OSIF_DEVICE", (file + "/device").c_str(), 1);
   ComPtr<IPOutlookApp> application = NewApplication();
-  EXPECT_TRUE(FAILED(application->Logon(0)));
+  EXPECT_EQ(application->Logon(0), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND));
   EXPECT_EQ(application->Logoff(), S_FALSE) << "a refused logon is none";
+}
+
+TEST_F(PimApplication, RefusesTheLogonWhereAFolderStandsForTheDatabase) {
+  std::filesystem::create_directory(device_.Path("device.db"));
+  EXPECT_EQ(NewApplication()->Logon(0), E_ACCESSDENIED);
+}
+
+TEST_F(PimApplication, RefusesTheLogonToADatabaseOfANewerSystem) {
+  ASSERT_EQ(device::OpenDatabase()->Execute("PRAGMA user_version=99"), SQLITE_OK);
+  device::CloseDatabase();
+  EXPECT_EQ(NewApplication()->Logon(0), HRESULT_FROM_WIN32(ERROR_REVISION_MISMATCH));
 }
 
 TEST_F(PimApplication, RefusesTheLogonToADamagedDatabaseAndLeavesItAsItIs) {

@@ -447,5 +447,15 @@ TEST_F(PimAppointment, CopiesItsValuesRecipientsAndRecurrenceIntoAnUnsavedOne) {
   EXPECT_EQ(appointment->Copy(nullptr), E_INVALIDARG);
 }
 
+// Flags are nothing that handhelds look for.
+TEST_F(PimAppointment, IsNotFoundByAFlag) {
+  ASSERT_EQ(NewAppointment(Day(2002, 7, 1), Day(2002, 7, 2))->Save(), S_OK);
+  for (const char16_t* restriction : {u"[AllDayEvent]=\"1\"", u"[ReminderSet]=1"}) {
+    IDispatch* item = reinterpret_cast<IDispatch*>(1);
+    EXPECT_EQ(Items(olFolderCalendar)->Find(Bstr(restriction).get(), &item), E_INVALIDARG);
+    EXPECT_EQ(item, nullptr);
+  }
+}
+
 }  // namespace
 }  // namespace appointment_test
