@@ -118,9 +118,10 @@ class CalendarEditor {
     if (name == "STATUS" && file_.IsTask()) FollowStatus(to != nullptr && to->value == "COMPLETED");
     if (name == kAlarmName) return DoAlarm(item, to);
     if (IsCalendarList(name)) return DoEntry(item, to);
-    if (to == nullptr) {
-      if (item != nullptr) RemoveLine(item->line);
-    } else if (item == nullptr) {
+    const bool has_line = item != nullptr && item->line != kNowhere;
+    if (to == nullptr || to->line == kNowhere) {
+      if (has_line) RemoveLine(item->line);
+    } else if (!has_line) {
       AddLine(*to);
     } else {
       Rewrite(*item, *to);
@@ -248,6 +249,14 @@ class CalendarEditor {
     return std::string(dialects::Trim(ListOf(value, after_.is_modern)[to.entry]));
   }
 
+  std::vector<std::string> CategoriesOfStore() const {
+    std::vector<std::string> entries;
+    for (const Item& item : after_.items) {
+      if (item.name == "CATEGORIES") entries.push_back(EntryOf(item));
+    }
+    return entries;
+  }
+
   void FinishEntries() {
     for (const auto& [line, entries] : entries_) {
       const std::string value = ValueOfLine(file_, line);
@@ -257,6 +266,9 @@ class CalendarEditor {
         if (!entries.removed.contains(i)) left.emplace_back(pieces[i]);
       }
       left.insert(left.end(), entries.added.begin(), entries.added.end());
+      if (file_.lines.contents[line].name == "CATEGORIES"sv) {
+        left = InOrderOf(std::move(left), CategoriesOfStore());
+      }
       if (left.empty()) {
         RemoveLine(line);
       } else {

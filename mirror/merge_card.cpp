@@ -239,6 +239,15 @@ void ChangeKinds(CardProperty& property, const Item& from, const Item& to) {
   }
 }
 
+// Kinds that the store tells apart.
+constexpr std::array<std::string_view, 8> kStoredKinds = {
+    "HOME", "WORK", "FAX", "CELL", "CAR", "PAGER", "X-ASSISTANT", "X-RADIO"};
+
+void ReplaceKinds(CardProperty& property, const Item& to) {
+  for (const std::string_view kind : kStoredKinds) property.RemoveType(kind);
+  for (std::string& word : WordsOf(to.kinds)) property.types.push_back(std::move(word));
+}
+
 // Of a property with components only those change that the store has changed; the others may be lists, or have more of
 // them than the store.
 std::vector<std::string> ChangedComponents(const CardProperty& property, const CardProperty* from,
@@ -256,7 +265,8 @@ std::vector<std::string> ChangedComponents(const CardProperty& property, const C
     if (i == parts.into) components.resize(parts.most);
     components[i] = after[i];
   }
-  const size_t fewest = std::max<size_t>(property.components.size(), 1);
+  const bool ends_empty = property.components.back().empty();
+  const size_t fewest = ends_empty ? property.components.size() : 1;
   while (components.size() > fewest && components.back().empty() && to.name == "ORG"sv) {
     components.pop_back();
   }
@@ -293,7 +303,7 @@ class CardEditor {
     if (to == nullptr) {
       if (is_of_file) RemoveLine(item->line);
     } else if (is_of_file) {
-      Rewrite(*item, from, *to);
+      Rewrite(*item, from, *to, step.replaces_kinds);
     } else {
       AddNew(*to);
     }
@@ -350,18 +360,20 @@ class CardEditor {
     for (const std::string& line : LinesIn(file_.card.version, property)) added_ += line;
   }
 
-  void Rewrite(const Item& item, const Item* from, const Item& to) {
+  void Rewrite(const Item& item, const Item* from, const Item& to, bool replaces_kinds) {
     const CardProperty& after = cards_.after.card.properties[to.property];
     const CardProperty* before =
         from == nullptr ? nullptr : &cards_.before.card.properties[from->property];
     CardProperty property = PropertyOf(item);
     property.components = ChangedComponents(property, before, after);
     if (property.name == "N"sv) property.RemoveParams("SORT-AS");
-    const bool has_new_kinds = from != nullptr && from->kinds != to.kinds;
-    if (has_new_kinds) {
+    const bool has_new_kinds = replaces_kinds || (from != nullptr && from->kinds != to.kinds);
+    if (replaces_kinds) {
+      ReplaceKinds(property, to);
+    } else if (has_new_kinds) {
       ChangeKinds(property, *from, to);
-      RemoveLabel(item.line);
     }
+    if (has_new_kinds) RemoveLabel(item.line);
     WriteProperty(item.line, property, !has_new_kinds);
   }
 
@@ -430,6 +442,14 @@ class CardEditor {
     return kNowhere;
   }
 
+  std::vector<std::string> EntriesOfStore(const std::string& name) const {
+    std::vector<std::string> entries;
+    for (const Item& item : cards_.after.items) {
+      if (item.name == name) entries.push_back(item.value);
+    }
+    return entries;
+  }
+
   void FinishEntries() {
     for (const auto& [index, entries] : entries_) {
       CardProperty property = file_.card.properties[index];
@@ -442,7 +462,7 @@ class CardEditor {
       if (left.empty()) {
         RemoveLine(line);
       } else {
-        property.components = std::move(left);
+        property.components = InOrderOf(std::move(left), EntriesOfStore(property.name));
         WriteProperty(line, std::move(property), true);
       }
     }

@@ -163,9 +163,8 @@ TEST_F(MergeCalendar, ATaskThatIsOpenAgainIsOpenForAllPrograms) {
       Calendar("", {"BEGIN:VTODO", "UID:t", "SUMMARY:Call", "STATUS:COMPLETED",
                     "COMPLETED:20260101T100000Z", "PERCENT-COMPLETE:100", "END:VTODO"});
   EXPECT_EQ(MergedCalendar(done, {{"STATUS:COMPLETED", "STATUS:NEEDS-ACTION"}}),
-            Edited(done, {{"STATUS:COMPLETED\r\nCOMPLETED:20260101T100000Z\r\nPERCENT-COMPLETE:100"
-                           "\r\n",
-                           ""}}));
+            Edited(done, {{"STATUS:COMPLETED\r\nCOMPLETED:20260101T100000Z\r\nPERCENT-COMPLETE:100",
+                           "STATUS:NEEDS-ACTION"}}));
 }
 
 // ---- What is the same ---------------------------------------------------------------------------------------

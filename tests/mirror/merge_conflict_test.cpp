@@ -154,7 +154,7 @@ TEST(MergeConflict, OfCardsIsOneOfAPropertyThatBothHaveChangedDifferently) {
        {{"TYPE=HOME:555001", "TYPE=PAGER:555001"}},
        {"TEL"},
        {{"TYPE=HOME:555001", "TYPE=PAGER:555001"}},
-       {{"TYPE=HOME:555001", "TYPE=pager,car:555001"}}},
+       {{"TYPE=HOME:555001", "TYPE=car:555001"}}},
       {"notes",
        {{"hello", "bye"}},
        {{"hello", "hi"}},
