@@ -137,12 +137,21 @@ bool MirrorRun::Look() {
     report_.why_whole = "first run";
   } else if (former_position_->database_id != database_id) {
     report_.why_whole = "another store";
+    if (!ForgetAll()) return false;
   } else {
     position_ = *former_position_;
   }
   position_.database_id = database_id;
   if (intent && report_.why_whole.empty() && !Recover(*intent)) return false;
   return LookAtStore() && LookAtFolder();
+}
+
+// Ids of another store mean other objects: files and objects have to be found to be one anew.
+bool MirrorRun::ForgetAll() {
+  known_.clear();
+  IndexPairs();
+  former_pending_.clear();
+  return tools_.state.Restart() || FailState();
 }
 
 void MirrorRun::IndexPairs() {
@@ -465,17 +474,31 @@ bool MirrorRun::Pair(const NewFile& file, const std::string& id) {
   const std::string_view nothing = NothingOf(store_id_);
   const Merged merged =
       MergeStoreChange({store_id_, nothing, stored, nothing, whole, settings_.prefer});
-  if (!merged.conflicts.empty() && settings_.prefer == Prefer::kNone) {
-    ++report_.conflicts;
-    pending_.insert(id);
-    tools_.observer.OnConflict(object, merged.conflicts, {});
-    return true;
-  }
+  if (!merged.conflicts.empty() && !Decide(object, merged.conflicts, text, stored)) return true;
   Count(MirrorDone::kPaired, object);
   if (settings_.only_looks) return true;
   tools_.uids.Keep(store_id_, id, uid);
+  const FileObject of_merged = ReadFileObject(store_id_, merged.text);
+  const std::string stored_view = ViewOf(ReadFileObject(store_id_, stored).strict);
+  const bool touches_store = !of_merged.strict.empty() && ViewOf(of_merged.strict) != stored_view;
   MirrorPair pair{file.name, uid, id, {}, {}, stamp, Now()};
-  return TakeMerged(pair, &stamp, text, merged, {text, stored}, merged.text != whole);
+  return TakeMerged(pair, &stamp, text, merged, {text, stored}, touches_store);
+}
+
+// A conflict: false where the two are left as they are.
+bool MirrorRun::Decide(const MirrorObject& object, const std::vector<std::string>& properties,
+                       const std::string& file, const std::string& stored) {
+  ++report_.conflicts;
+  std::string kept_as;
+  const bool is_decided = settings_.prefer != Prefer::kNone;
+  const std::string& loser = settings_.prefer == Prefer::kStore ? file : stored;
+  if (is_decided && !settings_.only_looks && !tools_.folder.Keep(object.name, loser, kept_as)) {
+    Refuse(object, tools_.folder.why_not());
+    return false;
+  }
+  tools_.observer.OnConflict(object, properties, kept_as);
+  if (!is_decided) pending_.insert(object.id);
+  return is_decided;
 }
 
 // The file takes a merged text; the store takes it where it says what the store does not know yet.
@@ -607,20 +630,7 @@ bool MirrorRun::MergeBoth(Known& known) {
   if (now.empty()) return Refuse(object, why);
   const Merged merged =
       MergeStoreChange({store_id_, texts.stored, now, texts.base, file, settings_.prefer});
-  std::string kept_as;
-  if (!merged.conflicts.empty()) {
-    ++report_.conflicts;
-    const bool is_decided = settings_.prefer != Prefer::kNone;
-    if (is_decided && !settings_.only_looks &&
-        !tools_.folder.Keep(pair.name, settings_.prefer == Prefer::kStore ? file : now, kept_as)) {
-      return Refuse(object, tools_.folder.why_not());
-    }
-    tools_.observer.OnConflict(object, merged.conflicts, kept_as);
-    if (!is_decided) {
-      pending_.insert(pair.id);
-      return true;
-    }
-  }
+  if (!merged.conflicts.empty() && !Decide(object, merged.conflicts, file, now)) return true;
   const std::string base_view = ViewOf(ReadFileObject(store_id_, texts.base).strict);
   const FileObject of_merged = ReadFileObject(store_id_, merged.text);
   const bool touches_store =
@@ -683,6 +693,9 @@ bool MirrorRun::RemoveFile(Known& known) {
 
 bool MirrorRun::WriteNew(const std::string& id) {
   MirrorPair pair{{}, UidOf(id), id, {}, {}, {}, Now()};
+  if (uids_in_folder_.contains(pair.uid)) {
+    return Refuse({{}, id}, "another file has its UID, " + pair.uid);
+  }
   std::string why;
   const std::string text = StoreText(id, pair.uid, why);
   if (text.empty()) return Refuse({{}, id}, why);
@@ -696,6 +709,8 @@ bool MirrorRun::WriteNew(const std::string& id) {
   if (!tools_.folder.Write(pair.name, text, nullptr, pair.stamp)) {
     return Refuse({pair.name, id}, tools_.folder.why_not());
   }
+  // So that the two are known to be one whatever else is lost.
+  tools_.uids.Keep(store_id_, id, pair.uid);
   if (!Keep(pair, {text, text})) return false;
   return Count(MirrorDone::kWritten, {pair.name, id});
 }

@@ -112,6 +112,7 @@ class MirrorRun {
   bool LookAtStore();
   bool LookAtObject(const std::string& id);
   void LookAtWholeStore();
+  bool ForgetAll();
   void IndexPairs();
   bool LookAtFolder();
   void LookAtKnown(Known& known, const FoundFile& file);
@@ -127,6 +128,9 @@ class MirrorRun {
   bool PairByUid();
   bool PairByView();
   bool Pair(const NewFile& file, const std::string& id);
+
+  bool Decide(const MirrorObject& object, const std::vector<std::string>& properties,
+              const std::string& file, const std::string& stored);
 
   bool WriteNew(const std::string& id);
   bool StoreNew(const NewFile& file);

@@ -148,6 +148,21 @@ bool MirrorState::Forget(const std::string& name) {
   });
 }
 
+bool MirrorState::Restart() {
+  return Transact([&] {
+    bool is_done = true;
+    for (const char* sql : {"DELETE FROM pairs WHERE folder = ?1 AND store = ?2",
+                            "DELETE FROM texts WHERE folder = ?1 AND store = ?2",
+                            "DELETE FROM pending WHERE folder = ?1 AND store = ?2",
+                            "DELETE FROM intents WHERE folder = ?1 AND store = ?2",
+                            "DELETE FROM positions WHERE folder = ?1 AND store = ?2"}) {
+      SideStatement rows(database_, sql);
+      is_done = is_done && rows.Bind(folder_).Bind(store_).Run();
+    }
+    return is_done;
+  });
+}
+
 bool MirrorState::Begin(const MirrorIntent& intent) {
   return Transact([&] {
     SideStatement row(database_,

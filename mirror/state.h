@@ -70,6 +70,9 @@ class MirrorState {
   bool KeepStamp(const std::string& former_name, const MirrorPair& pair);
   bool Forget(const std::string& name);
 
+  // Forgets everything of the folder and the store.
+  bool Restart();
+
   // Before the store is changed; there is one intent at a time.
   bool Begin(const MirrorIntent& intent);
   bool Drop();
