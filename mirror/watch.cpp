@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <string_view>
 
@@ -52,8 +53,15 @@ bool Watch::Take() {
 }
 
 bool Watch::Wait(int milliseconds) {
-  pollfd ready = {handle_, POLLIN, 0};
-  return poll(&ready, 1, milliseconds) > 0 && Take();
+  using Clock = std::chrono::steady_clock;
+  const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
+  for (;;) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+    pollfd ready = {handle_, POLLIN, 0};
+    // What the watch is told of other files does not end the waiting.
+    if (left <= 0 || poll(&ready, 1, static_cast<int>(left)) <= 0) return false;
+    if (Take()) return true;
+  }
 }
 
 void Watch::Forget() { Take(); }
