@@ -21,6 +21,7 @@ using dialects::WrittenObject;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 
 using Lines = std::vector<std::string>;
 
