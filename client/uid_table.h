@@ -3,10 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 
-struct sqlite3;
+#include "client/side_database.h"
 
 namespace client {
 
@@ -16,7 +15,7 @@ class UidTable {
   // and nothing is found.
   explicit UidTable(const std::string& folder);
 
-  const std::string& why_not() const { return why_not_; }
+  const std::string& why_not() const { return database_.why_not(); }
 
   // The UID that an object of a store came with; empty when none is known. All texts are UTF-8.
   std::string Find(int32_t store_id, const std::string& id);
@@ -24,15 +23,7 @@ class UidTable {
   bool Keep(int32_t store_id, const std::string& id, const std::string& uid);
 
  private:
-  struct Close {
-    void operator()(sqlite3* database) const;
-  };
-
-  bool Run(const char* sql, int32_t store_id, const std::string& id, const std::string& uid,
-           std::string* found);
-
-  std::unique_ptr<sqlite3, Close> database_;
-  std::string why_not_;
+  SideDatabase database_;
 };
 
 }  // namespace client

@@ -8,9 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "client/side_database.h"
 #include "obex/client/sync_plan.h"
-
-struct sqlite3;
 
 namespace obex {
 
@@ -35,7 +34,7 @@ class SyncState {
   // fails why_not() says why, and the rest must not be used.
   SyncState(const std::string& folder, bool only_looks);
 
-  const std::string& why_not() const { return why_not_; }
+  const std::string& why_not() const { return database_.why_not(); }
 
   // Whose rows the functions mean from now on.
   void Select(const std::string& partner, int32_t store_id);
@@ -61,19 +60,11 @@ class SyncState {
   bool SetPending(const std::vector<SyncPending>& pending);
 
  private:
-  struct Close {
-    void operator()(sqlite3* database) const;
-  };
   class Statement;
-  friend class Statement;
 
-  bool Run(const char* sql, const std::vector<std::string>& values = {});
   bool Transact(const std::vector<std::pair<const char*, std::vector<std::string>>>& steps);
-  bool Fail();
 
-  std::unique_ptr<sqlite3, Close> database_;
-  const bool only_looks_;
-  std::string why_not_;
+  client::SideDatabase database_;
   std::string partner_;
   std::string store_;
 };
