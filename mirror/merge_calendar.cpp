@@ -231,16 +231,9 @@ class CalendarEditor {
 
   // The store writes a line for each date in the later version, and all in one in the older.
   void AddDate(const Item& to) {
-    const std::vector<std::string_view> pieces = PiecesOfHead(HeadOf(to.line));
-    if (!after_.lines.contents[to.line].Param("TZID").empty()) TakenLine(to.line);
-    std::string head(pieces.front());
-    for (size_t i = 1; i < pieces.size(); ++i) head.append(";").append(pieces[i]);
+    TakenLine(to.line);
+    const std::string head = SplitLine(Unfolded(after_.lines.Raw(to.line))).head;
     added_lines_ += dialects::FoldedLine(head + ":" + EntryOf(to));
-  }
-
-  std::string_view HeadOf(size_t line) const {
-    const std::string_view raw = after_.lines.Raw(line);
-    return raw.substr(0, SplitLine(raw).head.size());
   }
 
   // As it is written, with its escapes.

@@ -301,7 +301,7 @@ class CardEditor {
     if (name == "ORG") RemoveDepartments(from, to);
     const bool is_of_file = item != nullptr && item->line != kNowhere;
     if (to == nullptr) {
-      if (is_of_file) RemoveLine(item->line);
+      if (is_of_file) RemoveItem(*item);
     } else if (is_of_file) {
       Rewrite(*item, from, *to, step.replaces_kinds);
     } else {
@@ -351,6 +351,14 @@ class CardEditor {
     for (const size_t twin : groups_[group].twins) RemoveSpan(twin);
   }
 
+  // The older versions demand a name, if only one of nothing.
+  void RemoveItem(const Item& item) {
+    if (item.name != "N" || file_.card.version == CardVersion::k40) return RemoveLine(item.line);
+    CardProperty name = PropertyOf(item);
+    name.components.assign(dialects::kNameParts, "");
+    WriteProperty(item.line, std::move(name), true);
+  }
+
   void AddNew(const Item& to) {
     CardProperty property = cards_.after.card.properties[to.property];
     property.preference = 0;
@@ -374,7 +382,9 @@ class CardEditor {
       ChangeKinds(property, *from, to);
     }
     if (has_new_kinds) RemoveLabel(item.line);
-    WriteProperty(item.line, property, !has_new_kinds);
+    const bool is_label = property.name == "LABEL"sv;
+    if (is_label) property.name = after.name;
+    WriteProperty(item.line, property, !has_new_kinds && !is_label);
   }
 
   // A label such as "Mobile" says the kind that was.

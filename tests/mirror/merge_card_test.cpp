@@ -419,6 +419,22 @@ TEST(MergeCard, ACardWithoutNTakesTheNewNameInFN) {
       Edited(card, {{"FN:Ann Lee", "FN:Ann Smith"}, {"END:VCARD", "N:Smith;Ann;;;\r\nEND:VCARD"}}));
 }
 
+TEST(MergeCard, ANameThatTheStoreHasNoMoreIsOneOfNothing) {
+  const std::string file = Lines(
+      {"BEGIN:VCARD", "VERSION:3.0", "N:Lee;Ann;;;", "FN:Ann Lee", "ORG:Example", "END:VCARD"});
+  EXPECT_EQ(MergedCard(file, {{"N:Lee;Ann;;;", "N:;;;;"}, {"FN:Ann Lee", "FN:Example"}}),
+            Edited(file, {{"N:Lee;Ann;;;", "N:;;;;"}, {"FN:Ann Lee", "FN:Example"}}));
+}
+
+TEST(MergeCard, ALabelThatIsTheStoresAddressBecomesOne) {
+  const std::string file = Lines({"BEGIN:VCARD", "VERSION:3.0", "N:Lee;;;;", "FN:Lee",
+                                  "LABEL;TYPE=HOME:1 Main Street", "END:VCARD"});
+  EXPECT_EQ(MergedCard(file, {{"1 Main Street", "2 Main Street"}}),
+            Edited(file, {{"LABEL;TYPE=HOME:1 Main Street", "ADR;TYPE=home:;;2 Main Street;;;;"}}));
+  EXPECT_EQ(MergedCard(file, {{"ADR;TYPE=home:;;1 Main Street;;;;\r\n", ""}}),
+            Edited(file, {{"LABEL;TYPE=HOME:1 Main Street\r\n", ""}}));
+}
+
 // ---- The note -----------------------------------------------------------------------------------------------
 
 TEST(MergeCard, LinesOfTheNoteThatStandForNumbersStayOutOfTheFile) {

@@ -344,6 +344,10 @@ std::string KeyOfEvent(std::string text) {
     if (words < end) text.erase(words, text.find('\n', words) + 1 - words);
     at = text.find("BEGIN:VALARM", end);
   }
+  // What is said without being written.
+  constexpr std::string_view kDefault = "CLASS:PUBLIC\r\n";
+  const size_t at = text.find(kDefault);
+  if (at != std::string::npos) text.erase(at, kDefault.size());
   return ContentKey(text);
 }
 
