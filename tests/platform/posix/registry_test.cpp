@@ -279,7 +279,8 @@ TEST_F(RegistryOfTwo, AKeyThatWasMissingIsThereWhenAnotherProgramMakesIt) {
   EXPECT_EQ(Open(u"Other", &key), ERROR_FILE_NOT_FOUND) << "from memory";
   EXPECT_EQ(key, nullptr);
   WriteElsewhere(
-      "INSERT INTO registry_keys(folded_path, path) SELECT replace(folded_path, 'key', 'other'), "
+      "INSERT INTO registry_keys(folded_path, path) SELECT replace(folded_path, '\\key', "
+      "'\\other'), "
       "'x' "
       "FROM registry_keys WHERE folded_path LIKE '%\\key'");
   EXPECT_EQ(Open(u"Other", &key), ERROR_SUCCESS);
