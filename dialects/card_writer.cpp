@@ -14,6 +14,7 @@
 #include "dialects/card_derive.h"
 #include "dialects/card_form.h"
 #include "dialects/card_names.h"
+#include "dialects/card_line.h"
 #include "dialects/card_people.h"
 #include "dialects/forms.h"
 #include "dialects/value_text.h"
@@ -461,6 +462,12 @@ class CardWriter : public ObjectWriter {
 };
 
 }  // namespace
+
+std::string CardLine(const CardProperty& property, CardVersion version, Report& report) {
+  std::string text;
+  AppendLine(text, version, property, report);
+  return text;
+}
 
 std::unique_ptr<ObjectWriter> MakeCardWriter(Form form, const WriterSettings& settings) {
   switch (form) {
