@@ -76,7 +76,8 @@ class MirrorTeller final : public mirror::MirrorObserver {
     if (arguments_.prefer.empty()) {
       reporter_.Fail(both + "; --prefer decides", OSIF_OK);
     } else {
-      reporter_.Note(both + ", the " + arguments_.prefer + " has " + WouldBe() + "won" +
+      reporter_.Note(both + ", the " + arguments_.prefer +
+                     (arguments_.dry_run ? " would win" : " has won") +
                      (kept_as.empty() ? "" : "; the other is kept as " + kept_as));
     }
   }
