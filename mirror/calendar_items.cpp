@@ -38,13 +38,13 @@ constexpr std::array<std::string_view, 11> kSeveral = {
 struct DefaultRow {
   std::string_view name;
   std::string_view value;
+  bool is_of_tasks;  // alone
 };
-// What is said without being written.
-constexpr std::array<DefaultRow, 5> kDefaults = {{{"CLASS", "PUBLIC"},
-                                                  {"TRANSP", "OPAQUE"},
-                                                  {"PRIORITY", "0"},
-                                                  {"STATUS", "NEEDS-ACTION"},
-                                                  {"STATUS", "NEEDS ACTION"}}};
+// What is said where nothing is written.
+constexpr std::array<DefaultRow, 4> kDefaults = {{{"CLASS", "PUBLIC", false},
+                                                  {"TRANSP", "OPAQUE", false},
+                                                  {"PRIORITY", "0", false},
+                                                  {"STATUS", "NEEDS-ACTION", true}}};
 
 bool IsOneOf(std::string_view name, auto const& names) {
   return std::ranges::find(names, name) != std::end(names);
@@ -218,9 +218,18 @@ std::string AddressOf(std::string_view value) {
   return ToUpper(dialects::Trim(value));
 }
 
-bool IsDefault(const std::string& name, const std::string& value) {
-  return std::ranges::any_of(
-      kDefaults, [&](const DefaultRow& row) { return row.name == name && row.value == value; });
+// Of what is not written: the place of a value without a line.
+void AddDefaults(CalendarText& calendar) {
+  for (const DefaultRow& row : kDefaults) {
+    const bool is_there =
+        std::ranges::find(calendar.items, row.name, &Item::name) != calendar.items.end();
+    if (is_there || (row.is_of_tasks && !calendar.IsTask())) continue;
+    Item item;
+    item.name = row.name;
+    item.value = row.value;
+    item.is_single = true;
+    calendar.items.push_back(std::move(item));
+  }
 }
 
 void AddEntries(CalendarText& calendar, Item item) {
@@ -256,8 +265,9 @@ void AddItem(CalendarText& calendar, size_t index) {
   } else {
     item.value = Trimmed(calendar.decoder->Text(line));
     if (IsOneOf(item.name, kWords)) item.value = ToUpper(item.value);
+    // The older version has no hyphen in it.
+    if (item.value == "NEEDS ACTION"sv) item.value = "NEEDS-ACTION";
   }
-  if (IsDefault(item.name, item.value)) item.value.clear();
   calendar.items.push_back(std::move(item));
 }
 
@@ -390,6 +400,7 @@ bool ReadCalendarItems(std::string_view text, CalendarText& calendar) {
       calendar.lines.contents, escapes, dialects::TextSettings{}, true, calendar.report);
   TakeTimes(calendar);
   for (const size_t line : calendar.item.own) AddItem(calendar, line);
+  AddDefaults(calendar);
   AddAlarms(calendar);
   TakeOverrides(calendar, reader.parts);
   return true;

@@ -47,7 +47,8 @@ bool IsOneOf(std::string_view name, auto const& names) {
 }
 
 std::string KindsOf(const CardProperty& property) {
-  if (!IsOneOf(property.name, kWithKinds)) return {};
+  const bool has_kinds = IsOneOf(property.name, kWithKinds) || property.name == "LABEL"sv;
+  if (!has_kinds) return {};
   std::set<std::string> kinds;
   for (const std::string& type : property.types) {
     if (!IsOneOf(type, kNoKinds)) kinds.insert(type);
@@ -102,7 +103,7 @@ std::string LooseOf(const CardProperty& property) {
   if (property.name != "TEL"sv) return {};
   std::string digits;
   for (const char c : property.Text()) {
-    const bool is_digit = (c >= '0' && c <= '9') || c == '*' || c == '#' || c == '+';
+    const bool is_digit = (c >= '0' && c <= '9') || c == '*' || c == '#';
     if (is_digit) digits += c;
     if (c == 'x' || c == 'p' || c == 'w') digits += 'x';
   }
@@ -120,6 +121,19 @@ bool ShowInStore(Card card, ShownKinds& shown) {
     if (property.line != 0) shown[{property.line, property.name}] = KindsOf(property);
   }
   return refusal.empty();
+}
+
+// A label is the store's address where there is no other of its kind: its street.
+bool IsAddress(const Card& card, const CardProperty& label) {
+  const auto place_of = [](const CardProperty& property) {
+    return property.HasType("HOME") ? 'h' : property.HasType("WORK") ? 'w' : ' ';
+  };
+  const bool is_first = std::ranges::none_of(card.properties, [&](const CardProperty& other) {
+    const bool is_label = other.name == "LABEL"sv && &other < &label;
+    return (other.name == "ADR"sv || is_label) && !other.IsEmpty() &&
+           place_of(other) == place_of(label);
+  });
+  return is_first && !label.IsEmpty();
 }
 
 // What the store understands as something else where that is missing.
@@ -195,6 +209,10 @@ void MakeItems(CardText& card, CardSide side) {
     }
     item.loose = LooseOf(property);
     item.value = ValueOf(property);
+    if (property.name == "LABEL"sv && IsAddress(card.card, property)) {
+      item.name = "ADR";
+      item.value = "\x1F\x1F" + item.value;
+    }
     if (!IsListName(property.name)) {
       const bool is_place = side == CardSide::kFile && item.is_single;
       if (!item.value.empty() || is_place) card.items.push_back(item);

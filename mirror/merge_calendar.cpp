@@ -118,9 +118,10 @@ class CalendarEditor {
     if (name == "STATUS" && file_.IsTask()) FollowStatus(to != nullptr && to->value == "COMPLETED");
     if (name == kAlarmName) return DoAlarm(item, to);
     if (IsCalendarList(name)) return DoEntry(item, to);
-    if (to == nullptr) {
-      if (item != nullptr) RemoveLine(item->line);
-    } else if (item == nullptr) {
+    const bool has_line = item != nullptr && item->line != kNowhere;
+    if (to == nullptr || to->line == kNowhere) {
+      if (has_line) RemoveLine(item->line);
+    } else if (!has_line) {
       AddLine(*to);
     } else {
       Rewrite(*item, *to);
@@ -230,22 +231,23 @@ class CalendarEditor {
 
   // The store writes a line for each date in the later version, and all in one in the older.
   void AddDate(const Item& to) {
-    const std::vector<std::string_view> pieces = PiecesOfHead(HeadOf(to.line));
-    if (!after_.lines.contents[to.line].Param("TZID").empty()) TakenLine(to.line);
-    std::string head(pieces.front());
-    for (size_t i = 1; i < pieces.size(); ++i) head.append(";").append(pieces[i]);
+    TakenLine(to.line);
+    const std::string head = SplitLine(Unfolded(after_.lines.Raw(to.line))).head;
     added_lines_ += dialects::FoldedLine(head + ":" + EntryOf(to));
-  }
-
-  std::string_view HeadOf(size_t line) const {
-    const std::string_view raw = after_.lines.Raw(line);
-    return raw.substr(0, SplitLine(raw).head.size());
   }
 
   // As it is written, with its escapes.
   std::string EntryOf(const Item& to) const {
     const std::string value = ValueOfLine(after_, to.line);
     return std::string(dialects::Trim(ListOf(value, after_.is_modern)[to.entry]));
+  }
+
+  std::vector<std::string> CategoriesOfStore() const {
+    std::vector<std::string> entries;
+    for (const Item& item : after_.items) {
+      if (item.name == "CATEGORIES") entries.push_back(EntryOf(item));
+    }
+    return entries;
   }
 
   void FinishEntries() {
@@ -257,6 +259,9 @@ class CalendarEditor {
         if (!entries.removed.contains(i)) left.emplace_back(pieces[i]);
       }
       left.insert(left.end(), entries.added.begin(), entries.added.end());
+      if (file_.lines.contents[line].name == "CATEGORIES"sv) {
+        left = InOrderOf(std::move(left), CategoriesOfStore());
+      }
       if (left.empty()) {
         RemoveLine(line);
       } else {

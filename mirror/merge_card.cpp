@@ -196,7 +196,8 @@ std::vector<Change> MeantChanges(const Cards& cards) {
 std::vector<std::string> LinesIn(CardVersion version, CardProperty property) {
   dialects::Report ignored;
   property.label.clear();
-  if (property.name == "N"sv || property.name == "FN"sv) {
+  // The names are what a version has to have; an office that has a line of its own stays there.
+  if (property.name == "N"sv || property.name == "FN"sv || property.name == kOffice) {
     if (property.name == "N"sv) {
       property.components.resize(std::max(property.components.size(), dialects::kNameParts));
     }
@@ -238,6 +239,15 @@ void ChangeKinds(CardProperty& property, const Item& from, const Item& to) {
   }
 }
 
+// Kinds that the store tells apart.
+constexpr std::array<std::string_view, 8> kStoredKinds = {
+    "HOME", "WORK", "FAX", "CELL", "CAR", "PAGER", "X-ASSISTANT", "X-RADIO"};
+
+void ReplaceKinds(CardProperty& property, const Item& to) {
+  for (const std::string_view kind : kStoredKinds) property.RemoveType(kind);
+  for (std::string& word : WordsOf(to.kinds)) property.types.push_back(std::move(word));
+}
+
 // Of a property with components only those change that the store has changed; the others may be lists, or have more of
 // them than the store.
 std::vector<std::string> ChangedComponents(const CardProperty& property, const CardProperty* from,
@@ -255,7 +265,9 @@ std::vector<std::string> ChangedComponents(const CardProperty& property, const C
     if (i == parts.into) components.resize(parts.most);
     components[i] = after[i];
   }
-  while (components.size() > 1 && components.back().empty() && to.name == "ORG"sv) {
+  const bool ends_empty = property.components.back().empty();
+  const size_t fewest = ends_empty ? property.components.size() : 1;
+  while (components.size() > fewest && components.back().empty() && to.name == "ORG"sv) {
     components.pop_back();
   }
   return components;
@@ -289,9 +301,9 @@ class CardEditor {
     if (name == "ORG") RemoveDepartments(from, to);
     const bool is_of_file = item != nullptr && item->line != kNowhere;
     if (to == nullptr) {
-      if (is_of_file) RemoveLine(item->line);
+      if (is_of_file) RemoveItem(*item);
     } else if (is_of_file) {
-      Rewrite(*item, from, *to);
+      Rewrite(*item, from, *to, step.replaces_kinds);
     } else {
       AddNew(*to);
     }
@@ -304,7 +316,9 @@ class CardEditor {
     edits_.Insert(EndOfContent(), added_);
     return edits_.Applied(file_.text, file_.lines.line_end);
   }
-  bool HasChanged() const { return !edits_.IsEmpty() || !added_.empty() || !entries_.empty(); }
+  bool HasChanged() const {
+    return !edits_.IsEmpty() || !added_.empty() || !entries_.empty() || !new_entries_.empty();
+  }
 
  private:
   struct Group {
@@ -337,6 +351,14 @@ class CardEditor {
     for (const size_t twin : groups_[group].twins) RemoveSpan(twin);
   }
 
+  // The older versions demand a name, if only one of nothing.
+  void RemoveItem(const Item& item) {
+    if (item.name != "N" || file_.card.version == CardVersion::k40) return RemoveLine(item.line);
+    CardProperty name = PropertyOf(item);
+    name.components.assign(dialects::kNameParts, "");
+    WriteProperty(item.line, std::move(name), true);
+  }
+
   void AddNew(const Item& to) {
     CardProperty property = cards_.after.card.properties[to.property];
     property.preference = 0;
@@ -346,19 +368,23 @@ class CardEditor {
     for (const std::string& line : LinesIn(file_.card.version, property)) added_ += line;
   }
 
-  void Rewrite(const Item& item, const Item* from, const Item& to) {
+  void Rewrite(const Item& item, const Item* from, const Item& to, bool replaces_kinds) {
     const CardProperty& after = cards_.after.card.properties[to.property];
     const CardProperty* before =
         from == nullptr ? nullptr : &cards_.before.card.properties[from->property];
     CardProperty property = PropertyOf(item);
     property.components = ChangedComponents(property, before, after);
     if (property.name == "N"sv) property.RemoveParams("SORT-AS");
-    const bool has_new_kinds = from != nullptr && from->kinds != to.kinds;
-    if (has_new_kinds) {
+    const bool has_new_kinds = replaces_kinds || (from != nullptr && from->kinds != to.kinds);
+    if (replaces_kinds) {
+      ReplaceKinds(property, to);
+    } else if (has_new_kinds) {
       ChangeKinds(property, *from, to);
-      RemoveLabel(item.line);
     }
-    WriteProperty(item.line, property, !has_new_kinds);
+    if (has_new_kinds) RemoveLabel(item.line);
+    const bool is_label = property.name == "LABEL"sv;
+    if (is_label) property.name = after.name;
+    WriteProperty(item.line, property, !has_new_kinds && !is_label);
   }
 
   // A label such as "Mobile" says the kind that was.
@@ -375,10 +401,11 @@ class CardEditor {
     if (!touched_.insert(line).second) return;
     const dialects::ContentLine& content = file_.lines.contents[line];
     property.group = content.group;
+    const bool keeps_value_kind = property.name == "URL"sv || content.name == "RELATED" ||
+                                  property.Param("VALUE") == "DATE"sv;
     property.RemoveParams("VALUE");
     property.RemoveParams("X-APPLE-OMIT-YEAR");
     const std::vector<std::string> written = LinesIn(file_.card.version, property);
-    const bool keeps_value_kind = property.name == "URL"sv || content.name == "RELATED";
     std::string text;
     if (keeps_head && written.size() == 1) {
       text = WithHeadOf(file_.lines.Raw(line), written.front(), file_.is_old(), keeps_value_kind);
@@ -425,6 +452,14 @@ class CardEditor {
     return kNowhere;
   }
 
+  std::vector<std::string> EntriesOfStore(const std::string& name) const {
+    std::vector<std::string> entries;
+    for (const Item& item : cards_.after.items) {
+      if (item.name == name) entries.push_back(item.value);
+    }
+    return entries;
+  }
+
   void FinishEntries() {
     for (const auto& [index, entries] : entries_) {
       CardProperty property = file_.card.properties[index];
@@ -437,7 +472,7 @@ class CardEditor {
       if (left.empty()) {
         RemoveLine(line);
       } else {
-        property.components = std::move(left);
+        property.components = InOrderOf(std::move(left), EntriesOfStore(property.name));
         WriteProperty(line, std::move(property), true);
       }
     }

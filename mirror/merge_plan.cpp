@@ -218,7 +218,8 @@ class Planner {
       return;
     }
     if (IsUnchanged(input_.base[base], input_.file[file])) return Do(change, file);
-    if (!HasSame(change, file)) Dispute(change, file);
+    const bool has_other_kinds = input_.base[base].kinds != input_.file[file].kinds;
+    if (!HasSame(change, file)) Dispute(change, file, has_other_kinds);
   }
 
   // The file has made the same change.
@@ -231,15 +232,15 @@ class Planner {
     return !is_of_kinds || item.shown == to.shown || item.kinds == to.kinds;
   }
 
-  void Dispute(const Change& change, size_t file) {
+  void Dispute(const Change& change, size_t file, bool has_other_kinds = false) {
     const Item& item = change.to == kNowhere ? input_.before[change.from] : input_.after[change.to];
     if (named_.insert(item.name).second) plan_.conflicts.push_back(item.name);
-    if (input_.prefer == Prefer::kStore) Do(change, file);
+    if (input_.prefer == Prefer::kStore) Do(change, file, has_other_kinds);
   }
 
-  void Do(const Change& change, size_t file) {
+  void Do(const Change& change, size_t file, bool replaces_kinds = false) {
     if (change.to == kNowhere && file == kNowhere) return;
-    plan_.steps.push_back({change, file});
+    plan_.steps.push_back({change, file, replaces_kinds});
   }
 
   const PlanInput& input_;

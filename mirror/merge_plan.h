@@ -40,6 +40,7 @@ std::vector<Change> ChangesBetween(const Items& before, const Items& after);
 struct Step {
   Change change;
   size_t file = kNowhere;
+  bool replaces_kinds = false;  // the file's own change of the kinds does not count
 };
 
 struct Plan {

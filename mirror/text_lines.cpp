@@ -138,7 +138,9 @@ const dialects::LineRules& LineRulesOf(std::string_view text) {
 std::string Edits::Applied(std::string_view text, std::string_view line_end) const {
   std::vector<const Edit*> order;
   for (const Edit& edit : edits_) order.push_back(&edit);
-  std::ranges::stable_sort(order, {}, [](const Edit* edit) { return edit->span.begin; });
+  // What is inserted before a line that is replaced comes before what replaces it.
+  std::ranges::stable_sort(
+      order, {}, [](const Edit* edit) { return std::pair(edit->span.begin, edit->span.end); });
   std::string changed;
   size_t at = 0;
   for (const Edit* edit : order) {
@@ -150,6 +152,15 @@ std::string Edits::Applied(std::string_view text, std::string_view line_end) con
     at = edit->span.end;
   }
   return changed += text.substr(at);
+}
+
+std::vector<std::string> InOrderOf(std::vector<std::string> entries,
+                                   const std::vector<std::string>& order) {
+  std::vector<std::string> sorted_entries = entries;
+  std::vector<std::string> sorted_order = order;
+  std::ranges::sort(sorted_entries);
+  std::ranges::sort(sorted_order);
+  return sorted_entries == sorted_order ? order : entries;
 }
 
 std::string Unfolded(std::string_view raw) { return Joined(raw, false); }

@@ -61,6 +61,10 @@ class Edits {
   std::vector<Edit> edits_;
 };
 
+// The entries of a list in the order of another one that has the same; else as they are.
+std::vector<std::string> InOrderOf(std::vector<std::string> entries,
+                                   const std::vector<std::string>& order);
+
 // A line without its folds and its line end, as the later versions fold.
 std::string Unfolded(std::string_view raw);
 
