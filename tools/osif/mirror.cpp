@@ -5,6 +5,7 @@
 #include <time.h>
 
 #include <array>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <vector>
@@ -158,6 +159,8 @@ bool RunOnce(const MirrorArguments& arguments, const Options& options, bool is_f
     if (report.is_complete || !report.HasDoneNothing()) {
       reporter.Text(NameOfStore(arguments.store_id) + ": " + TextOf(report, teller));
     }
+    // Whoever reads along reads it now, not when the watch ends.
+    std::fflush(stdout);
   }
   return true;
 }
