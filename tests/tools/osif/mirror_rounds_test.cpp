@@ -56,6 +56,9 @@ const std::vector<Kind>& Kinds() {
   return kKinds;
 }
 
+bool IsTask(int number) { return number % 3 == 0; }
+bool IsSeries(int number) { return number % 4 == 1 && !IsTask(number); }
+
 // What no store holds, another one for each object.
 std::string Treasure(const Kind& kind, int number) {
   const std::string value = std::to_string(number);
@@ -63,12 +66,10 @@ std::string Treasure(const Kind& kind, int number) {
     return "PHOTO;ENCODING=b;TYPE=JPEG:/9j/4AAQSkZJRgABAQAAAQABAAD/2wBDAAMCAgICAgMCAgID\r\n AwMD" +
            value + "/9k=\r\nitem1.X-ABDATE:2001-02-03\r\nitem1.X-ABLabel:Number " + value + "\r\n";
   }
-  return "BEGIN:VALARM\r\nACTION:EMAIL\r\nTRIGGER:-PT3H\r\nSUMMARY:Mail " + value +
-         "\r\nDESCRIPTION:x\r\nATTENDEE:mailto:a@a.example\r\nEND:VALARM\r\n";
+  if (IsTask(number)) return "X-TREASURE;X-KIND=\"a;b:c\":" + value + "\r\n";
+  return "BEGIN:VALARM\r\nACTION:AUDIO\r\nTRIGGER:-PT3H\r\nX-NUMBER:" + value +
+         "\r\nATTACH;VALUE=URI:file:///sounds/long.wav\r\nEND:VALARM\r\n";
 }
-
-bool IsTask(int number) { return number % 3 == 0; }
-bool IsSeries(int number) { return number % 4 == 1 && !IsTask(number); }
 
 std::string Override(int number) {
   const std::string name = std::to_string(number);
