@@ -648,6 +648,17 @@ TEST_F(Mirror, KeepsPeopleWithoutANameApart) {
   ExpectAgreed();
 }
 
+// What the file alone says goes to the store, too.
+TEST_F(Mirror, PairsByTheUidAfterItsStateWasLostAndAFileWasChanged) {
+  AgreeOnAnn();
+  LoseState();
+  ChangeFile("ann.vcf", "NICKNAME:Annie", "NOTE:new");
+  EXPECT_EQ(Once().status, 0);
+  EXPECT_THAT(OnlyStored(), Contains("NOTE:new\r"));
+  EXPECT_EQ(FileText("ann.vcf"), With(kAnn, "NICKNAME:Annie", "NOTE:new"));
+  ExpectAgreed();
+}
+
 // ---- UIDs and names of files ------------------------------------------------------------------------------------
 
 TEST_F(Mirror, GivesAFileAUidAndChangesNothingElseInIt) {
@@ -853,6 +864,285 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedRow{"NotUtf8", FileCard({"UID:x", "FN:J\xf6rg"}), "is not UTF-8"},
         RefusedRow{"Binary", std::string("\0\1\2\xff\xfe", 5), ""}),
     [](const testing::TestParamInfo<RefusedRow>& row) { return row.param.name; });
+
+// ---- The calendar -----------------------------------------------------------------------------------------------
+
+const std::string kZone =
+    Joined({"BEGIN:VTIMEZONE", "TZID:Europe/Berlin", "BEGIN:DAYLIGHT", "DTSTART:19810329T020000",
+            "TZOFFSETFROM:+0100", "TZOFFSETTO:+0200", "RRULE:FREQ=YEARLY;BYMONTH=3;BYDAY=-1SU",
+            "END:DAYLIGHT", "BEGIN:STANDARD", "DTSTART:19961027T030000", "TZOFFSETFROM:+0200",
+            "TZOFFSETTO:+0100", "RRULE:FREQ=YEARLY;BYMONTH=10;BYDAY=-1SU", "END:STANDARD"}) +
+    "END:VTIMEZONE";
+const std::string kOverride =
+    Joined({"BEGIN:VEVENT", "UID:tour", "RECURRENCE-ID;TZID=Europe/Berlin:20260112T090000",
+            "DTSTAMP:20260101T000000Z", "DTSTART;TZID=Europe/Berlin:20260112T110000",
+            "DTEND;TZID=Europe/Berlin:20260112T120000", "SUMMARY:Late tour", "X-COLOUR:red"}) +
+    "END:VEVENT";
+const std::string kSeries = FileCalendar({kZone,
+                                          "BEGIN:VEVENT",
+                                          "UID:tour",
+                                          "DTSTAMP:20260101T000000Z",
+                                          "DTSTART;TZID=Europe/Berlin:20260105T090000",
+                                          "DTEND;TZID=Europe/Berlin:20260105T100000",
+                                          "RRULE:FREQ=WEEKLY;BYDAY=MO",
+                                          "SUMMARY:Tour",
+                                          "ATTENDEE;CN=Ann:mailto:ann@a.example",
+                                          "X-COLOUR:blue",
+                                          "BEGIN:VALARM",
+                                          "ACTION:DISPLAY",
+                                          "DESCRIPTION:Tour",
+                                          "TRIGGER:-PT15M",
+                                          "END:VALARM",
+                                          "BEGIN:VALARM",
+                                          "ACTION:AUDIO",
+                                          "TRIGGER:-P1D",
+                                          "END:VALARM",
+                                          "END:VEVENT",
+                                          kOverride});
+const std::string kTea =
+    FileEvent({"UID:tea", "DTSTAMP:20260101T000000Z", "DTSTART:20260314T101500Z",
+               "DTEND:20260314T111500Z", "SUMMARY:Tea", "GEO:48.1;11.5"});
+const std::string kTax = FileTask({"UID:tax", "DTSTAMP:20260101T000000Z", "DUE;VALUE=DATE:20260120",
+                                   "SUMMARY:Tax", "PERCENT-COMPLETE:30", "X-APPLE-SORT-ORDER:7"});
+
+class MirrorCalendar : public MirrorFixture {
+ protected:
+  MirrorCalendar() : MirrorFixture(kCalendarStore) { zone_ = "Europe/Berlin"; }
+
+  void AgreeOn(const std::string& name, const std::string& text) const {
+    Put(name, text);
+    ASSERT_EQ(Mirrored(), "1 added to the store");
+    ASSERT_EQ(FileText(name), text);
+    ExpectAgreed();
+  }
+  // The stamp of a change is the time when it was made.
+  static std::string WithoutStamps(const std::string& text) {
+    std::string rest;
+    for (const std::string& line : Outcome::Split(text)) {
+      if (!line.starts_with("DTSTAMP:") && !line.starts_with("LAST-MODIFIED:")) rest += line + "\n";
+    }
+    return rest;
+  }
+  void ExpectFile(const std::string& name, const std::string& text) const {
+    EXPECT_EQ(WithoutStamps(FileText(name)), WithoutStamps(text));
+  }
+};
+
+TEST_F(MirrorCalendar, WritesAFileOfEachEventAndTask) {
+  ASSERT_EQ(Osif({"receive",
+                  Write("in.vcs",
+                        "BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VEVENT\r\nSUMMARY:Tour\r\n"
+                        "DTSTART:20260105T080000Z\r\nDTEND:20260105T090000Z\r\nRRULE:W1 MO #0\r\n"
+                        "END:VEVENT\r\nBEGIN:VTODO\r\nSUMMARY:Tax\r\nDUE:20260120\r\nEND:VTODO\r\n"
+                        "END:VCALENDAR\r\n")})
+                .status,
+            0);
+  EXPECT_EQ(Mirrored(), "2 written");
+  const Lines names = Names();
+  ASSERT_EQ(names.size(), 2u);
+  std::string both = FileText(names[0]) + FileText(names[1]);
+  // A series goes by the clock of its place, over the changes of the clocks.
+  EXPECT_THAT(Outcome::Split(both),
+              IsSupersetOf({"SUMMARY:Tour\r", "DTSTART;TZID=Europe/Berlin:20260105T090000\r",
+                            "TZID:Europe/Berlin\r", "SUMMARY:Tax\r", "DUE;VALUE=DATE:20260120\r"}));
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, ChangesASeriesAndLeavesZoneAlarmsAndChangedOccurrences) {
+  AgreeOn("tour.ics", kSeries);
+  EXPECT_THAT(OnlyStored(), IsSupersetOf({"DTSTART:20260105T080000Z\r", "RRULE:W1 MO #0\r",
+                                          "EXDATE:20260112T080000Z\r"}));
+  Sql("UPDATE pim_appointments SET location='Room 4' WHERE subject='Tour'");
+  EXPECT_EQ(Mirrored(), "1 rewritten");
+  EXPECT_THAT(FileText("tour.ics"), AllOf(HasSubstr("LOCATION:Room 4\r\n"), HasSubstr(kOverride)));
+  EXPECT_EQ(WithoutStamps(With(FileText("tour.ics"), "LOCATION:Room 4\r\n", "")),
+            WithoutStamps(kSeries));
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, CarriesAChangeOfASeriesInItsFile) {
+  AgreeOn("tour.ics", kSeries);
+  ChangeFile("tour.ics", "SUMMARY:Tour\r\n", "SUMMARY:Long tour\r\n");
+  EXPECT_EQ(Mirrored(), "1 updated in the store");
+  EXPECT_THAT(OnlyStored(), IsSupersetOf({"SUMMARY:Long tour\r", "RRULE:W1 MO #0\r",
+                                          "EXDATE:20260112T080000Z\r"}));
+  EXPECT_EQ(FileText("tour.ics"), With(kSeries, "SUMMARY:Tour\r\n", "SUMMARY:Long tour\r\n"));
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, LeavesTheStoreAloneWhenOnlyAChangedOccurrenceChanges) {
+  AgreeOn("tour.ics", kSeries);
+  const std::string changes = Osif({"changes", "cal"}).out;
+  ChangeFile("tour.ics", "SUMMARY:Late tour", "SUMMARY:Later tour");
+  EXPECT_EQ(Mirrored(), "nothing to do");
+  EXPECT_EQ(Osif({"changes", "cal"}).out, changes);
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, TakesAnOccurrenceThatAFileChangesOutOfTheSeries) {
+  AgreeOn("tour.ics", kSeries);
+  const std::string second =
+      With(With(kOverride, "ID;TZID=Europe/Berlin:20260112T", "ID;TZID=Europe/Berlin:20260119T"),
+           "DTSTART;TZID=Europe/Berlin:20260112T", "DTSTART;TZID=Europe/Berlin:20260119T");
+  Put("tour.ics", With(kSeries, "END:VCALENDAR", second + "\r\nEND:VCALENDAR"));
+  EXPECT_EQ(Mirrored(), "1 updated in the store");
+  EXPECT_THAT(OnlyStored(), Contains(AllOf(StartsWith("EXDATE:"), HasSubstr("20260112T080000Z"),
+                                           HasSubstr("20260119T080000Z"))));
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, MovesASeriesAndSaysThatItsChangedOccurrencesStay) {
+  AgreeOn("tour.ics", kSeries);
+  // One hour later, in days.
+  Sql("UPDATE pim_appointments SET start_date=start_date+1.0/24, end_date=end_date+1.0/24"
+      " WHERE subject='Tour'");
+  const Outcome outcome = Once();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "cal: 1 rewritten\n");
+  EXPECT_NE(outcome.err, "");
+  EXPECT_THAT(
+      FileText("tour.ics"),
+      AllOf(HasSubstr("DTSTART;TZID=Europe/Berlin:20260105T100000\r\n"),
+            HasSubstr("DTEND;TZID=Europe/Berlin:20260105T110000\r\n"), HasSubstr(kOverride)));
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, MovesAnEventOnEitherSide) {
+  AgreeOn("tea.ics", kTea);
+  Sql("UPDATE pim_appointments SET start_date=start_date+1, end_date=end_date+1");
+  EXPECT_EQ(Mirrored(), "1 rewritten");
+  ExpectFile("tea.ics", With(With(kTea, "DTSTART:20260314", "DTSTART:20260315"), "DTEND:20260314",
+                             "DTEND:20260315"));
+  ExpectAgreed();
+  ChangeFile("tea.ics", "DTSTART:20260315T101500Z", "DTSTART:20260315T103000Z");
+  EXPECT_EQ(Mirrored(), "1 updated in the store");
+  EXPECT_THAT(OnlyStored(),
+              IsSupersetOf({"DTSTART:20260315T103000Z\r", "DTEND:20260315T111500Z\r"}));
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, DeletesASeriesWithItsFileAndAFileWithItsSeries) {
+  AgreeOn("tour.ics", kSeries);
+  Remove("tour.ics");
+  EXPECT_EQ(Mirrored(), "1 deleted from the store");
+  EXPECT_THAT(Stored(), testing::IsEmpty());
+  AgreeOn("tour.ics", kSeries);
+  Sql("DELETE FROM pim_objects");
+  EXPECT_EQ(Mirrored(), "1 removed");
+  EXPECT_THAT(Names(), ElementsAre());
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, LeavesASeriesThatTheStoreCannotExpressInTheFile) {
+  const std::string pill = FileEvent({"UID:pill", "DTSTAMP:20260101T000000Z",
+                                      "DTSTART:20260105T090000Z", "DTEND:20260105T091000Z",
+                                      "RRULE:FREQ=MONTHLY;BYDAY=1MO,3WE,-1FR", "SUMMARY:Pill"});
+  Put("pill.ics", pill);
+  Put("tea.ics", kTea);
+  for (int i = 0; i < 2; ++i) {
+    const Outcome outcome = Once();
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(FileText("pill.ics"), pill);
+    EXPECT_EQ(FileText("tea.ics"), kTea);
+  }
+  ExpectAgreed();
+  Remove("pill.ics");
+  EXPECT_EQ(Once().status, 0);
+  EXPECT_THAT(StoredNames(), ElementsAre("Tea"));
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, ChangesATaskOnEitherSide) {
+  AgreeOn("tax.ics", kTax);
+  ChangeFile("tax.ics", "DUE;VALUE=DATE:20260120", "DUE;VALUE=DATE:20260131");
+  EXPECT_EQ(Mirrored(), "1 updated in the store");
+  EXPECT_THAT(OnlyStored(), Contains(StartsWith("DUE:20260131")));
+  ExpectAgreed();
+  Sql("UPDATE pim_tasks SET body='by post'");
+  EXPECT_EQ(Mirrored(), "1 rewritten");
+  EXPECT_THAT(
+      FileText("tax.ics"),
+      AllOf(HasSubstr("DESCRIPTION:by post\r\n"), HasSubstr("PERCENT-COMPLETE:30\r\n"),
+            HasSubstr("X-APPLE-SORT-ORDER:7\r\n"), HasSubstr("DUE;VALUE=DATE:20260131\r\n")));
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, TellsThatATaskIsDone) {
+  AgreeOn("tax.ics", kTax);
+  Sql("UPDATE pim_tasks SET complete=1, date_completed=46030");
+  EXPECT_EQ(Mirrored(), "1 rewritten");
+  EXPECT_THAT(FileText("tax.ics"),
+              AllOf(HasSubstr("STATUS:COMPLETED\r\n"), HasSubstr("X-APPLE-SORT-ORDER:7\r\n")));
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, AfterItsStateWasLostLeavesBothSidesAsTheyAre) {
+  const Files files = {{"tax.ics", With(kTax, "END:VTODO",
+                                        Joined({"BEGIN:VALARM", "ACTION:AUDIO", "TRIGGER:-PT3H"}) +
+                                            "END:VALARM\r\nEND:VTODO")},
+                       {"tea.ics", kTea},
+                       {"tour.ics", kSeries}};
+  for (const auto& [name, text] : files) Put(name, text);
+  EXPECT_EQ(Mirrored(), "3 added to the store");
+  const Texts stored = Stored();
+  LoseState();
+  EXPECT_EQ(Once().status, 0);
+  EXPECT_EQ(FilesNow(), files);
+  EXPECT_EQ(Stored(), stored);
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, AfterItsStateWasLostCarriesWhatOnlyTheStoreSaysOfATask) {
+  AgreeOn("tax.ics", kTax);
+  LoseState();
+  Sql("UPDATE pim_tasks SET body='by post'");
+  EXPECT_EQ(Once().status, 0);
+  EXPECT_THAT(FileText("tax.ics"), HasSubstr("DESCRIPTION:by post\r\n"));
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, AfterItsStateWasLostCarriesWhatOnlyTheFileSays) {
+  AgreeOn("tea.ics", kTea);
+  LoseState();
+  ChangeFile("tea.ics", "SUMMARY:Tea\r\n", "SUMMARY:Tea\r\nLOCATION:Room 4\r\n");
+  EXPECT_EQ(Once().status, 0);
+  EXPECT_THAT(OnlyStored(), Contains("LOCATION:Room 4\r"));
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, TakesNoFileWithEventsOfSeveralUids) {
+  const std::string two = FileCalendar({"BEGIN:VEVENT", "UID:a", "DTSTART:20260314T101500Z",
+                                        "SUMMARY:A", "END:VEVENT", "BEGIN:VEVENT", "UID:b",
+                                        "DTSTART:20260314T101500Z", "SUMMARY:B", "END:VEVENT"});
+  Put("two.ics", two);
+  EXPECT_EQ(Failed().err, "osif: two.ics: holds objects of several UIDs\n");
+  EXPECT_EQ(FileText("two.ics"), two);
+  EXPECT_THAT(Stored(), testing::IsEmpty());
+}
+
+TEST_F(MirrorCalendar, LeavesAJournalEntryInItsFile) {
+  const std::string entry =
+      Component("VJOURNAL", {"UID:day", "DTSTAMP:20260101T000000Z", "SUMMARY:A day"});
+  Put("day.ics", entry);
+  const Outcome outcome = Once();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "osif: day.ics: stays in the file: it is a journal entry\n");
+  EXPECT_THAT(Stored(), testing::IsEmpty());
+  EXPECT_EQ(FileText("day.ics"), entry);
+  ExpectAgreed();
+}
+
+TEST_F(MirrorCalendar, BringsDifferentChangesOfBothSidesTogether) {
+  AgreeOn("tea.ics", kTea);
+  ChangeFile("tea.ics", "SUMMARY:Tea", "SUMMARY:Green tea");
+  Sql("UPDATE pim_appointments SET location='Room 4'");
+  EXPECT_EQ(Mirrored(), "1 updated in the store, 1 rewritten");
+  EXPECT_THAT(FileText("tea.ics"),
+              AllOf(HasSubstr("SUMMARY:Green tea\r\n"), HasSubstr("LOCATION:Room 4\r\n"),
+                    HasSubstr("GEO:48.1;11.5\r\n")));
+  EXPECT_THAT(OnlyStored(), IsSupersetOf({"SUMMARY:Green tea\r", "LOCATION:Room 4\r"}));
+  ExpectAgreed();
+}
 
 // ---- Hostile folders --------------------------------------------------------------------------------------------
 
