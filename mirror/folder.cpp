@@ -24,6 +24,7 @@ namespace {
 constexpr std::string_view kTemporary = ".tmp";
 constexpr std::string_view kKept = ".conflict";
 constexpr int kMostKept = 1000;
+constexpr size_t kLongestName = 255;  // bytes, on the file systems of today
 
 struct CloseFolder {
   void operator()(DIR* folder) const { closedir(folder); }
@@ -42,6 +43,11 @@ class Handle {
  private:
   int handle_;
 };
+
+// A file's name with something after it. Of the longest names the end gives way.
+std::string Extended(const std::string& name, const std::string& ending) {
+  return name.substr(0, kLongestName - ending.size()) + ending;
+}
 
 FileStamp StampOf(const struct stat& status) {
   return {int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec,
@@ -177,7 +183,7 @@ bool Folder::PutInPlace(const std::string& temporary, const std::string& name,
 
 bool Folder::Write(const std::string& name, std::string_view text, const FileStamp* expected,
                    FileStamp& stamp) {
-  const std::string temporary = name + std::string(kTemporary);
+  const std::string temporary = Extended(name, std::string(kTemporary));
   if (!WriteTemporary(temporary, text)) return false;
   if (PutInPlace(temporary, name, expected, stamp)) return true;
   unlinkat(handle_, temporary.c_str(), 0);
@@ -193,7 +199,8 @@ bool Folder::Remove(const std::string& name, const FileStamp& expected) {
 
 bool Folder::Keep(const std::string& name, std::string_view text, std::string& kept_as) {
   for (int number = 1; number <= kMostKept; ++number) {
-    kept_as = name + std::string(kKept) + (number == 1 ? "" : "-" + std::to_string(number));
+    kept_as = Extended(
+        name, std::string(kKept) + (number == 1 ? "" : "-" + std::to_string(number)));
     if (!IsFree(kept_as)) continue;
     FileStamp ignored;
     return Write(kept_as, text, nullptr, ignored);

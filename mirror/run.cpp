@@ -293,25 +293,32 @@ void MirrorRun::LookAtNew(const FoundFile& file, std::map<std::string, size_t>& 
   missing.erase(place);
 }
 
-// A run that ended while the store was written: what it wrote is told by the numbers that its changes have in the log.
+// A run that ended while the store was written. What it has added is told by its UID; and where that was not noted any more
+// while the old object was still there, by that it says nothing which the old one does not. The number in the log does not
+// tell it: a log that was not closed is compared with the store when it is opened, and what it finds gets another number.
 bool MirrorRun::Recover(const MirrorIntent& intent) {
   if (settings_.only_looks) return true;
   const auto entries = store_.ChangesAfter(intent.counter);
   if (!entries) return tools_.state.Drop() || FailState();
-  const auto is_ours = [&](const ChangeLogEntry& entry, uint32_t nth) {
-    return entry.kind == 'M' &&
-           static_cast<uint32_t>(entry.changeCounter) == intent.counter + nth &&
-           !by_id_.contains(entry.objectId);
+  OsifResult result = OSIF_ERR_NOT_FOUND;
+  const std::string old =
+      intent.id.empty() ? std::string() : store_.TextWithoutId(intent.id, result);
+  const bool is_old_there = result == OSIF_OK;
+  const auto is_ours = [&](const ChangeLogEntry& entry) {
+    if (entry.kind != 'M' || by_id_.contains(entry.objectId)) return false;
+    const std::string uid = tools_.uids.Find(store_id_, entry.objectId);
+    if (!uid.empty()) return uid == intent.uid;
+    OsifResult ignored = OSIF_OK;
+    if (is_old_there) {
+      return obex::HoldsAllOf(old, store_.TextWithoutId(entry.objectId, ignored));
+    }
+    return intent.id.empty() &&
+           static_cast<uint32_t>(entry.changeCounter) == intent.counter + 1;
   };
   // A change may have gone on as a new object that was to take the old one's place.
-  const uint32_t nth = intent.id.empty() ? 1 : 2;
-  const auto added = std::ranges::find_if(
-      *entries, [&](const ChangeLogEntry& entry) { return is_ours(entry, nth); });
+  const auto added = std::ranges::find_if(*entries, is_ours);
   Told told(tools_.listener);
   obex::StoreWriter writer(store_, tools_.uids, told);
-  OsifResult result = OSIF_OK;
-  const bool is_old_there =
-      !intent.id.empty() && (store_.TextWithoutId(intent.id, result), result == OSIF_OK);
   const FileObject object = ReadFileObject(store_id_, intent.text);
   const auto place = by_name_.find(intent.name);
   MirrorPair pair = place == by_name_.end() ? MirrorPair{} : known_[place->second].pair;

@@ -5,6 +5,7 @@
 #include <time.h>
 
 #include <array>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <vector>
@@ -76,7 +77,8 @@ class MirrorTeller final : public mirror::MirrorObserver {
     if (arguments_.prefer.empty()) {
       reporter_.Fail(both + "; --prefer decides", OSIF_OK);
     } else {
-      reporter_.Note(both + ", the " + arguments_.prefer + " has " + WouldBe() + "won" +
+      reporter_.Note(both + ", the " + arguments_.prefer +
+                     (arguments_.dry_run ? " would win" : " has won") +
                      (kept_as.empty() ? "" : "; the other is kept as " + kept_as));
     }
   }
@@ -156,6 +158,8 @@ bool RunOnce(const MirrorArguments& arguments, const Options& options, bool is_f
     if (report.is_complete || !report.HasDoneNothing()) {
       reporter.Text(NameOfStore(arguments.store_id) + ": " + TextOf(report, teller));
     }
+    // Whoever reads along reads it now, not when the watch ends.
+    std::fflush(stdout);
   }
   return true;
 }
