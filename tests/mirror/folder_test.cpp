@@ -181,11 +181,14 @@ TEST_F(MirrorFolder, KeepsEveryTextThatGaveWayUnderANameOfItsOwn) {
   EXPECT_THAT(Names(), IsEmpty());
 }
 
-TEST_F(MirrorFolder, OfANameTooLongIsRefusedInWords) {
-  const std::string name = std::string(250, 'a') + ".vcf";
+TEST_F(MirrorFolder, WritesAFileOfTheLongestOfNamesAndRefusesALongerOne) {
+  const std::string longest = std::string(251, 'a') + ".vcf";
   FileStamp stamp;
-  EXPECT_FALSE(folder_.Write(name, "x", nullptr, stamp));
-  EXPECT_EQ(folder_.why_not(), name + ".tmp: File name too long");
+  EXPECT_TRUE(folder_.Write(longest, "x", nullptr, stamp)) << folder_.why_not();
+  EXPECT_THAT(Names(), ElementsAre(longest));
+  EXPECT_FALSE(folder_.Write("b" + longest, "x", nullptr, stamp));
+  EXPECT_EQ(folder_.why_not(), "b" + longest + ": File name too long");
+  EXPECT_THAT(Names(), ElementsAre(longest));
 }
 
 TEST_F(MirrorFolder, LeavesAFileAsItWasWhenTheDiskIsFull) {
