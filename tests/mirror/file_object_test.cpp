@@ -42,6 +42,18 @@ TEST_F(MirroredFile, OfACardGivesItsUidAndWhatTheStoreTakes) {
   EXPECT_THAT(file.strict, HasSubstr("N:Lee;Ann"));
 }
 
+TEST_F(MirroredFile, WithoutAUidIsReadAllTheSame) {
+  const FileObject card =
+      ReadFileObject(OSIF_STORE_PB, "BEGIN:VCARD\nVERSION:3.0\nN:Lee;Ann\nEND:VCARD\n");
+  EXPECT_EQ(card.refusal, "");
+  EXPECT_EQ(card.uid, "");
+  EXPECT_THAT(card.strict, HasSubstr("N:Lee;Ann"));
+  const FileObject event = ReadFileObject(OSIF_STORE_CAL, Calendar(Event("")));
+  EXPECT_EQ(event.refusal, "");
+  EXPECT_EQ(event.uid, "");
+  EXPECT_THAT(event.strict, HasSubstr("SUMMARY:Tea"));
+}
+
 TEST_F(MirroredFile, IsRefusedWithAReason) {
   const std::string two = std::string(kCard) + std::string(kCard);
   EXPECT_EQ(ReadFileObject(OSIF_STORE_PB, "").refusal, "holds no card");
