@@ -212,7 +212,7 @@ class MirrorRounds : public MirrorFixture {
         property =
             &kind.properties[static_cast<size_t>(Below(static_cast<int>(kind.properties.size())))];
       } while (in_store && property->column == nullptr);
-      deeds.values[property].push_back(std::to_string(++last_value_));
+      deeds.values[property].push_back(NewValue());
       const std::string& value = deeds.values[property].back();
       told_ += place + " changes " + kind.letter + std::to_string(number) + ": " + property->line +
                value + "\n";
@@ -268,12 +268,22 @@ class MirrorRounds : public MirrorFixture {
     }
   }
 
+  // A value that differs from all others, and in its sum, too: what is changed past the log is known by a checksum, which is
+  // the same for "134" and "215".
+  std::string NewValue() {
+    constexpr int kLengths = 50;
+    ++last_value_;
+    return std::to_string(last_value_) +
+           std::string(static_cast<size_t>(1 + last_value_ % kLengths), 'x');
+  }
+
   int Add(size_t which) {
     rounds_[which][++last_number_];
     return last_number_;
   }
+  // As programs do that synchronise: by the UID, so that a file which is written again has the same name.
   static std::string FileName(const Kind& kind, int number) {
-    return "of folder " + std::to_string(number) + kind.store.ending;
+    return (kind.letter == 'P' ? "p" : "e") + std::to_string(number) + kind.store.ending;
   }
 
   // As a program writes that leaves no half files.
@@ -391,7 +401,7 @@ class MirrorRounds : public MirrorFixture {
     for (const std::string& line :
          On(side.device, {"export", kind.store.name, "-o", "-"}).OutLines()) {
       // Of a name that is not there one is made for the file, and goes on from there.
-      const bool is_content = !line.starts_with("X-IRMC-LUID:") && !line.starts_with("FN:");
+      const bool is_content = !line.starts_with("X-IRMC-LUID:") && !line.starts_with("FN");
       if (is_content) text += line + "\n";
       if (line == kind.store.end) texts.insert(std::exchange(text, {}));
     }

@@ -986,8 +986,8 @@ TEST_F(MirrorCalendar, TakesAnOccurrenceThatAFileChangesOutOfTheSeries) {
            "DTSTART;TZID=Europe/Berlin:20260112T", "DTSTART;TZID=Europe/Berlin:20260119T");
   Put("tour.ics", With(kSeries, "END:VCALENDAR", second + "\r\nEND:VCALENDAR"));
   EXPECT_EQ(Mirrored(), "1 updated in the store");
-  EXPECT_THAT(OnlyStored(), Contains(AllOf(StartsWith("EXDATE:"), HasSubstr("20260112T080000Z"),
-                                           HasSubstr("20260119T080000Z"))));
+  EXPECT_THAT(OnlyStored(),
+              IsSupersetOf({"EXDATE:20260112T080000Z\r", "EXDATE:20260119T080000Z\r"}));
   ExpectAgreed();
 }
 
