@@ -1463,7 +1463,8 @@ class MirrorWatch : public Mirror {
     watcher_ = Start(Launched(line), Path("watch"));
   }
   int Stop(int signal = SIGTERM) {
-    kill(watcher_, signal);
+    // Without a watcher the number would be that of other processes.
+    if (watcher_ > 0) kill(watcher_, signal);
     return WaitFor(std::exchange(watcher_, 0));
   }
   std::string Said() const { return BytesOf(Path("watch.out")); }
