@@ -319,6 +319,8 @@ class MirrorRounds : public MirrorFixture {
     const pid_t child = Start(Launched(line), Path("killed"));
     std::this_thread::sleep_for(
         std::chrono::microseconds(Below(static_cast<int>(usual_.count()) + 1)));
+    // A program that did not start has no number: -1 would be all processes.
+    ASSERT_GT(child, 0);
     kill(child, SIGKILL);
     const int status = WaitFor(child);
     (status == 128 + SIGKILL ? killed_ : killed_too_late_)++;
