@@ -107,7 +107,11 @@ class ModernCalendarWriter final : public CalendarWriter {
  public:
   using CalendarWriter::CalendarWriter;
 
+  // Nothing is told yet in a calendar that begins, whatever was in the one before.
   std::string Begin() override {
+    zones_.clear();
+    frame_lines_.clear();
+    has_components_ = false;
     return "BEGIN:VCALENDAR\r\nVERSION:2.0\r\n" + std::string(kProduct);
   }
   std::string End() override { return "END:VCALENDAR\r\n"; }

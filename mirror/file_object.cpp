@@ -89,6 +89,21 @@ FileObject Refused(std::string why) {
 
 std::string TheObject(int32_t store_id) { return store_id == OSIF_STORE_PB ? "card" : "calendar"; }
 
+// Whether the last frame that a text closes is its outermost. What was cut off, or is still being written, lacks lines that
+// would be taken for deleted.
+bool IsWhole(int32_t store_id, std::string_view text) {
+  bool is_end = false;
+  std::string what;
+  while (!text.empty()) {
+    const std::string_view line = dialects::TakePhysicalLine(text);
+    if (dialects::IsFrameLine(line, "BEGIN", what)) is_end = false;
+    if (dialects::IsFrameLine(line, "END", what)) {
+      is_end = what == (store_id == OSIF_STORE_PB ? "VCARD" : "VCALENDAR");
+    }
+  }
+  return is_end;
+}
+
 // The one object of a file; what is wrong otherwise in `why`.
 std::optional<dialects::ObjectText> OnlyObject(int32_t store_id, std::string_view text,
                                                std::string& why) {
@@ -98,6 +113,8 @@ std::optional<dialects::ObjectText> OnlyObject(int32_t store_id, std::string_vie
     why = "holds no " + TheObject(store_id);
   } else if (!object->refusal.empty()) {
     why = object->refusal;
+  } else if (!IsWhole(store_id, text)) {
+    why = "has no END";
   } else if (splitter.Next()) {
     why = "holds more than one object";
   }

@@ -142,28 +142,28 @@ class MirrorChain : public MirrorFixture {
     told_ += side.device.substr(folder_.size()) + ": " + outcome.out + outcome.err;
     return outcome.out != std::string(store_.name) + ": nothing to do\n";
   }
-  void SyncSide(const Side& side) {
+  // False when the folder is as it was.
+  bool SyncSide(const Side& side) {
+    const Files before = FilesIn(side.folder);
     const Outcome outcome = Run({kSync, "-c", side.settings, "sync", "--force-delete"});
     EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
     told_ += outcome.out + outcome.err;
+    return FilesIn(side.folder) != before;
   }
-  // Until both mirrors have nothing to do.
+  // Until nobody has anything to do.
   void Agree() {
-    constexpr int kMostTurns = 6;
+    constexpr int kMostTurns = 8;
     told_.clear();
     for (int turn = 0; !HasFailure(); ++turn) {
       ASSERT_LT(turn, kMostTurns) << "the sides do not come to rest\n" << told_;
       bool is_at_rest = true;
       for (const Side& side : sides_) {
         if (MirrorSide(side)) is_at_rest = false;
-        SyncSide(side);
+        if (SyncSide(side)) is_at_rest = false;
       }
-      if (is_at_rest && FoldersAreAlike()) return;
+      if (is_at_rest) return;
     }
   }
-
-  // The server and its client write items anew, with lines of their own.
-  bool FoldersAreAlike() const { return Named(sides_[0]).size() == Named(sides_[1]).size(); }
 
   std::multiset<std::string> Named(const Side& side) const {
     std::multiset<std::string> names;
@@ -192,13 +192,13 @@ class MirrorChain : public MirrorFixture {
     EXPECT_EQ(CountOnServer(), stored.size());
     for (const Side& side : sides_) EXPECT_FALSE(MirrorSide(side)) << told_;
   }
-  // A name to be shown is made for files that have none.
+  // A name to be shown is made for files that have none; when a task was done a store says by itself.
   static Texts WithoutNames(const Texts& texts) {
     Texts rest;
     for (const std::string& text : texts) {
       std::string kept;
       for (const std::string& line : Outcome::Split(text)) {
-        if (!line.starts_with("FN")) kept += line + "\n";
+        if (!line.starts_with("FN") && !line.starts_with("COMPLETED:")) kept += line + "\n";
       }
       rest.insert(kept);
     }
@@ -559,12 +559,12 @@ using RoundsOfDays = Rounds<MirrorChainOfDays>;
 
 TEST_F(RoundsOfPeople, OfTheChainLeaveAllSidesEqual) {
   SKIP_WITHOUT_PROGRAMS();
-  Go(NumberFrom("OSIF_ROUNDS", 2));
+  Go(NumberFrom("OSIF_ROUNDS", support::kIsSanitized ? 1 : 2));
 }
 
 TEST_F(RoundsOfDays, OfTheChainLeaveAllSidesEqual) {
   SKIP_WITHOUT_PROGRAMS();
-  Go(NumberFrom("OSIF_ROUNDS", 2));
+  Go(NumberFrom("OSIF_ROUNDS", support::kIsSanitized ? 1 : 2));
 }
 
 }  // namespace

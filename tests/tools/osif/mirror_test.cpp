@@ -853,16 +853,15 @@ TEST_P(MirrorRefusedFile, DoesNotCostTheObjectThatItHeld) {
 
 INSTANTIATE_TEST_SUITE_P(
     OfAllKinds, MirrorRefusedFile,
-    testing::Values(
-        RefusedRow{"Empty", "", "holds no card"},
-        RefusedRow{"NoObject", "Dear diary,\r\n", "holds no card"},
-        RefusedRow{"Calendar", FileEvent({"UID:x", "SUMMARY:x"}), "holds no card"},
-        RefusedRow{"CutOff", kAnn.substr(0, kAnn.find("0111")), "has no END"},
-        RefusedRow{"CutOffBeforeItsEnd", kAnn.substr(0, kAnn.size() - 11), "has no END"},
-        RefusedRow{"SeveralCards", FileCard({"UID:x1", "FN:X"}) + FileCard({"UID:x2", "FN:Y"}),
-                   "holds more than one object"},
-        RefusedRow{"NotUtf8", FileCard({"UID:x", "FN:J\xf6rg"}), "is not UTF-8"},
-        RefusedRow{"Binary", std::string("\0\1\2\xff\xfe", 5), ""}),
+    testing::Values(RefusedRow{"Empty", "", "holds no card"},
+                    RefusedRow{"NoObject", "Dear diary,\r\n", "holds no card"},
+                    RefusedRow{"Calendar", FileEvent({"UID:x", "SUMMARY:x"}), "holds no card"},
+                    RefusedRow{"CutOff", kAnn.substr(0, kAnn.find("0111")), "has no END"},
+                    RefusedRow{"SeveralCards",
+                               FileCard({"UID:x1", "FN:X"}) + FileCard({"UID:x2", "FN:Y"}),
+                               "holds more than one object"},
+                    RefusedRow{"NotUtf8", FileCard({"UID:x", "FN:J\xf6rg"}), "is not UTF-8"},
+                    RefusedRow{"Binary", std::string("\0\1\2\xff\xfe", 5), ""}),
     [](const testing::TestParamInfo<RefusedRow>& row) { return row.param.name; });
 
 // ---- The calendar -----------------------------------------------------------------------------------------------
