@@ -8,6 +8,7 @@
 #include "mirror/run.h"
 
 #include <algorithm>
+#include <array>
 #include <ctime>
 #include <iterator>
 #include <utility>
@@ -232,8 +233,8 @@ bool MirrorRun::LookAtFolder() {
     const auto place = by_name_.find(file.name);
     if (place == by_name_.end()) {
       unknown.push_back(&file);
-    } else {
-      LookAtKnown(known_[place->second], file);
+    } else if (!LookAtKnown(known_[place->second], file)) {
+      unknown.push_back(&file);
     }
   }
   for (const Known& known : known_) {
@@ -247,22 +248,33 @@ bool MirrorRun::LookAtFolder() {
   return true;
 }
 
-void MirrorRun::LookAtKnown(Known& known, const FoundFile& file) {
+// False where the name has gone over to a file of another UID.
+bool MirrorRun::LookAtKnown(Known& known, const FoundFile& file) {
   known.file = Side::kSame;
-  if (file.stamp == known.pair.stamp && IsSettled(known.pair)) return;
+  if (file.stamp == known.pair.stamp && IsSettled(known.pair)) return true;
   std::string text;
   FileStamp stamp;
   const int64_t noted = Now();
   if (!tools_.folder.Read(file.name, text, stamp)) {
-    return SetAside(file.name, tools_.folder.why_not());
+    SetAside(file.name, tools_.folder.why_not());
+    return true;
+  }
+  const bool is_same = ContentKey(text) == known.pair.file_key;
+  if (!is_same) {
+    const std::string uid = UidOfFile(store_id_, text);
+    if (!uid.empty() && uid != known.pair.uid) {
+      known.file = Side::kGone;
+      return false;
+    }
   }
   known.pair.stamp = stamp;
   known.pair.noted = noted;
-  if (ContentKey(text) != known.pair.file_key) {
+  if (!is_same) {
     known.file = Side::kChanged;
   } else if (known.store == Side::kSame) {
     tools_.state.KeepStamp(file.name, known.pair);
   }
+  return true;
 }
 
 // A file of a known UID whose own file is missing was renamed.
@@ -312,8 +324,7 @@ bool MirrorRun::Recover(const MirrorIntent& intent) {
     if (is_old_there) {
       return obex::HoldsAllOf(old, store_.TextWithoutId(entry.objectId, ignored));
     }
-    return intent.id.empty() &&
-           static_cast<uint32_t>(entry.changeCounter) == intent.counter + 1;
+    return intent.id.empty() && static_cast<uint32_t>(entry.changeCounter) == intent.counter + 1;
   };
   // A change may have gone on as a new object that was to take the old one's place.
   const auto added = std::ranges::find_if(*entries, is_ours);
@@ -478,18 +489,34 @@ bool MirrorRun::Pair(const NewFile& file, const std::string& id) {
   std::string why;
   const std::string stored = StoreText(id, uid, why);
   if (stored.empty()) return Refuse(object, why);
-  const std::string_view nothing = NothingOf(store_id_);
+  const std::string stored_view = ViewOf(ReadFileObject(store_id_, stored).strict);
   const Merged merged =
-      MergeStoreChange({store_id_, nothing, stored, nothing, whole, settings_.prefer});
+      ViewOf(of_file.strict) == stored_view ? Merged{whole, {}, {}} : MergeUnknown(stored, whole);
   if (!merged.conflicts.empty() && !Decide(object, merged.conflicts, text, stored)) return true;
   Count(MirrorDone::kPaired, object);
   if (settings_.only_looks) return true;
   tools_.uids.Keep(store_id_, id, uid);
   const FileObject of_merged = ReadFileObject(store_id_, merged.text);
-  const std::string stored_view = ViewOf(ReadFileObject(store_id_, stored).strict);
   const bool touches_store = !of_merged.strict.empty() && ViewOf(of_merged.strict) != stored_view;
   MirrorPair pair{file.name, uid, id, {}, {}, stamp, Now()};
   return TakeMerged(pair, &stamp, text, merged, {text, stored}, touches_store);
+}
+
+// As if each side had said all of it just now. Where the two differ in what the store makes of itself, the file has it as
+// its author meant it.
+Merged MirrorRun::MergeUnknown(const std::string& stored, const std::string& file) const {
+  static constexpr std::array<std::string_view, 5> kOfTheStore = {"VALARM", "STATUS", "CLASS",
+                                                                  "PRIORITY", "COMPLETED"};
+  const std::string_view nothing = NothingOf(store_id_);
+  const Merged merged =
+      MergeStoreChange({store_id_, nothing, stored, nothing, file, settings_.prefer});
+  const bool is_of_store = std::ranges::all_of(merged.conflicts, [](const std::string& property) {
+    return std::ranges::find(kOfTheStore, property) != kOfTheStore.end();
+  });
+  if (merged.conflicts.empty() || !is_of_store) return merged;
+  Merged of_file = MergeStoreChange({store_id_, nothing, stored, nothing, file, Prefer::kFolder});
+  of_file.conflicts.clear();
+  return of_file;
 }
 
 // A conflict: false where the two are left as they are.

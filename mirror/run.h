@@ -115,7 +115,7 @@ class MirrorRun {
   bool ForgetAll();
   void IndexPairs();
   bool LookAtFolder();
-  void LookAtKnown(Known& known, const FoundFile& file);
+  bool LookAtKnown(Known& known, const FoundFile& file);
   void LookAtNew(const FoundFile& file, std::map<std::string, size_t>& missing);
   void SetAside(const std::string& name, const std::string& why);
   bool Recover(const MirrorIntent& intent);
@@ -129,6 +129,7 @@ class MirrorRun {
   bool PairByView();
   bool Pair(const NewFile& file, const std::string& id);
 
+  Merged MergeUnknown(const std::string& stored, const std::string& file) const;
   bool Decide(const MirrorObject& object, const std::vector<std::string>& properties,
               const std::string& file, const std::string& stored);
 

@@ -1,7 +1,7 @@
 // A view is made of the record that the library reads: a line for each value, of its field, its kinds and its decoded
 // components, sorted. Left out is what stores add or take away of themselves, so that an object that was stored is found
 // again: kinds that are understood without being said, what a device that was told nothing fills in, names that are made
-// of other names, and what only numbers the objects of a device.
+// of other names, what is read and has no place in a store, and what only numbers the objects of a device.
 #include "obex/client/object_content.h"
 
 #include <nettle/sha2.h>
@@ -139,6 +139,7 @@ std::string ContactView(const OsifContact& contact) {
   ViewLines lines;
   lines.Add(client::kContactLists, contact);
   if (!lines.ValueOf("n").empty()) lines.RemoveField("fn");
+  for (const char* unstored : {"nickname", "role"}) lines.RemoveField(unstored);
   return lines.Hash();
 }
 
