@@ -14,6 +14,8 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <cstring>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -127,10 +129,11 @@ class CommandTest : public testing::Test {
     for (std::string& variable : environment) variables.push_back(variable.data());
     variables.push_back(nullptr);
     pid_t child = -1;
-    EXPECT_EQ(
-        posix_spawn(&child, arguments[0], &actions, nullptr, arguments.data(), variables.data()),
-        0);
+    const int error =
+        posix_spawn(&child, arguments[0], &actions, nullptr, arguments.data(), variables.data());
     posix_spawn_file_actions_destroy(&actions);
+    // Whoever kills a program that did not start would mean all processes.
+    if (error != 0) throw std::runtime_error(command_line[0] + ": " + std::strerror(error));
     return child;
   }
 
