@@ -199,8 +199,8 @@ bool Folder::Remove(const std::string& name, const FileStamp& expected) {
 
 bool Folder::Keep(const std::string& name, std::string_view text, std::string& kept_as) {
   for (int number = 1; number <= kMostKept; ++number) {
-    kept_as = Extended(
-        name, std::string(kKept) + (number == 1 ? "" : "-" + std::to_string(number)));
+    kept_as =
+        Extended(name, std::string(kKept) + (number == 1 ? "" : "-" + std::to_string(number)));
     if (!IsFree(kept_as)) continue;
     FileStamp ignored;
     return Write(kept_as, text, nullptr, ignored);

@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <thread>
