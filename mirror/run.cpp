@@ -16,6 +16,7 @@
 #include "client/interrupt.h"
 #include "client/store.h"
 #include "client/texts.h"
+#include "dialects/content_line.h"
 #include "obex/client/object_content.h"
 #include "obex/client/sync_plan.h"
 #include "obex/services/journal.h"
@@ -38,6 +39,22 @@ std::string_view NothingOf(int32_t store_id) {
   return store_id == OSIF_STORE_PB
              ? "BEGIN:VCARD\r\nVERSION:3.0\r\nEND:VCARD\r\n"
              : "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nBEGIN:VEVENT\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n";
+}
+
+// A calendar's text, as the strict reader takes it, without the lines of which the store makes its own.
+std::string WithoutOwn(std::string_view text) {
+  static constexpr std::array<std::string_view, 6> kOwn = {"AALARM", "DALARM",   "STATUS",
+                                                           "CLASS",  "PRIORITY", "COMPLETED"};
+  std::string left;
+  while (!text.empty()) {
+    const std::string_view whole = text;
+    const std::string_view line = dialects::TakePhysicalLine(text);
+    const std::string_view name = line.substr(0, line.find_first_of(":;"));
+    if (std::ranges::find(kOwn, name) == kOwn.end()) {
+      left += whole.substr(0, whole.size() - text.size());
+    }
+  }
+  return left;
 }
 
 int64_t Now() { return static_cast<int64_t>(std::time(nullptr)); }
@@ -138,7 +155,7 @@ bool MirrorRun::Look() {
     report_.why_whole = "first run";
   } else if (former_position_->database_id != database_id) {
     report_.why_whole = "another store";
-    if (!ForgetAll()) return false;
+    if (!ForgetOthers()) return false;
   } else {
     position_ = *former_position_;
   }
@@ -147,12 +164,25 @@ bool MirrorRun::Look() {
   return LookAtStore() && LookAtFolder();
 }
 
-// Ids of another store mean other objects: files and objects have to be found to be one anew.
-bool MirrorRun::ForgetAll() {
-  known_.clear();
+// Ids of another store mean other objects. Those that bear the UID of their file are known all the same: only the log
+// was lost. Files of the others are found to be somebody's anew, and none of them is deleted for what is not there.
+bool MirrorRun::ForgetOthers() {
+  std::vector<Known> kept;
+  for (Known& known : known_) {
+    OsifResult result = OSIF_OK;
+    const std::string& id = known.pair.id;
+    const bool is_known = !id.empty() && tools_.uids.Find(store_id_, id) == known.pair.uid &&
+                          !store_.TextWithoutId(id, result).empty();
+    if (is_known) {
+      kept.push_back(std::move(known));
+    } else if (!tools_.state.Forget(known.pair.name)) {
+      return FailState();
+    }
+  }
+  known_ = std::move(kept);
   IndexPairs();
   former_pending_.clear();
-  return tools_.state.Restart() || FailState();
+  return tools_.state.Drop() || FailState();
 }
 
 void MirrorRun::IndexPairs() {
@@ -245,7 +275,7 @@ bool MirrorRun::LookAtFolder() {
     if (known_[i].file == Side::kGone) missing[known_[i].pair.uid] = i;
   }
   for (const FoundFile* file : unknown) LookAtNew(*file, missing);
-  return true;
+  return renamed_.empty() || tools_.state.Rename(renamed_) || FailState();
 }
 
 // False where the name has gone over to a file of another UID.
@@ -272,7 +302,7 @@ bool MirrorRun::LookAtKnown(Known& known, const FoundFile& file) {
   if (!is_same) {
     known.file = Side::kChanged;
   } else if (known.store == Side::kSame) {
-    tools_.state.KeepStamp(file.name, known.pair);
+    tools_.state.KeepStamp(known.pair);
   }
   return true;
 }
@@ -301,7 +331,7 @@ void MirrorRun::LookAtNew(const FoundFile& file, std::map<std::string, size_t>& 
   // Until a changed one is agreed on, it is to be found changed.
   MirrorPair renamed = known.pair;
   if (known.file == Side::kChanged) renamed.stamp = {};
-  tools_.state.KeepStamp(former, renamed);
+  renamed_.emplace_back(former, std::move(renamed));
   missing.erase(place);
 }
 
@@ -312,6 +342,7 @@ bool MirrorRun::Recover(const MirrorIntent& intent) {
   if (settings_.only_looks) return true;
   const auto entries = store_.ChangesAfter(intent.counter);
   if (!entries) return tools_.state.Drop() || FailState();
+  const FileObject object = ReadFileObject(store_id_, intent.text);
   OsifResult result = OSIF_ERR_NOT_FOUND;
   const std::string old =
       intent.id.empty() ? std::string() : store_.TextWithoutId(intent.id, result);
@@ -324,13 +355,13 @@ bool MirrorRun::Recover(const MirrorIntent& intent) {
     if (is_old_there) {
       return obex::HoldsAllOf(old, store_.TextWithoutId(entry.objectId, ignored));
     }
-    return intent.id.empty() && static_cast<uint32_t>(entry.changeCounter) == intent.counter + 1;
+    return intent.id.empty() && (static_cast<uint32_t>(entry.changeCounter) == intent.counter + 1 ||
+                                 OwnViewOf(entry.objectId) == ViewWithoutOwn(object.strict));
   };
   // A change may have gone on as a new object that was to take the old one's place.
   const auto added = std::ranges::find_if(*entries, is_ours);
   Told told(tools_.listener);
   obex::StoreWriter writer(store_, tools_.uids, told);
-  const FileObject object = ReadFileObject(store_id_, intent.text);
   const auto place = by_name_.find(intent.name);
   MirrorPair pair = place == by_name_.end() ? MirrorPair{} : known_[place->second].pair;
   pair.name = intent.name;
@@ -378,7 +409,8 @@ bool MirrorRun::MayDelete() {
   for (const auto& [deletions, where] :
        {std::pair(in_store, "objects would be deleted from the store"),
         std::pair(in_folder, "files would be removed from the folder")}) {
-    if (!obex::IsTooManyDeletions(deletions, known_.size())) continue;
+    const bool are_all = deletions > 1 && deletions == known_.size();
+    if (!are_all && !obex::IsTooManyDeletions(deletions, known_.size())) continue;
     return Fail(std::to_string(deletions) + " of " + std::to_string(known_.size()) + " " + where +
                 ", nothing was done; --force-delete does it");
   }
@@ -450,9 +482,7 @@ bool MirrorRun::PairByView() {
   if (new_ids_.empty() || new_files_.empty()) return true;
   std::multimap<std::string, std::string> ids;  // by view, in their order
   for (const std::string& id : new_ids_) {
-    std::string why;
-    const std::string text = StoreText(id, {}, why);
-    const std::string view = ViewOf(ReadFileObject(store_id_, text).strict);
+    const std::string view = OwnViewOf(id);
     if (!view.empty()) ids.emplace(view, id);
   }
   std::vector<NewFile> left;
@@ -461,7 +491,7 @@ bool MirrorRun::PairByView() {
     FileStamp stamp;
     std::string view;
     if (tools_.folder.Read(file.name, text, stamp)) {
-      view = ViewOf(ReadFileObject(store_id_, text).strict);
+      view = ViewWithoutOwn(ReadFileObject(store_id_, text).strict);
     }
     const auto id = ids.lower_bound(view);
     if (view.empty() || id == ids.end() || id->first != view) {
@@ -489,15 +519,15 @@ bool MirrorRun::Pair(const NewFile& file, const std::string& id) {
   std::string why;
   const std::string stored = StoreText(id, uid, why);
   if (stored.empty()) return Refuse(object, why);
-  const std::string stored_view = ViewOf(ReadFileObject(store_id_, stored).strict);
-  const Merged merged =
-      ViewOf(of_file.strict) == stored_view ? Merged{whole, {}, {}} : MergeUnknown(stored, whole);
+  const bool says_same = !of_file.strict.empty() && ViewWithoutOwn(of_file.strict) == OwnViewOf(id);
+  const Merged merged = says_same ? Merged{whole, {}, {}} : MergeUnknown(stored, whole);
   if (!merged.conflicts.empty() && !Decide(object, merged.conflicts, text, stored)) return true;
   Count(MirrorDone::kPaired, object);
   if (settings_.only_looks) return true;
   tools_.uids.Keep(store_id_, id, uid);
   const FileObject of_merged = ReadFileObject(store_id_, merged.text);
-  const bool touches_store = !of_merged.strict.empty() && ViewOf(of_merged.strict) != stored_view;
+  const bool touches_store =
+      !says_same && !of_merged.strict.empty() && ViewOf(of_merged.strict) != StoredViewOf(id);
   MirrorPair pair{file.name, uid, id, {}, {}, stamp, Now()};
   return TakeMerged(pair, &stamp, text, merged, {text, stored}, touches_store);
 }
@@ -667,9 +697,8 @@ bool MirrorRun::MergeBoth(Known& known) {
   if (!merged.conflicts.empty() && !Decide(object, merged.conflicts, file, now)) return true;
   const std::string base_view = ViewOf(ReadFileObject(store_id_, texts.base).strict);
   const FileObject of_merged = ReadFileObject(store_id_, merged.text);
-  const bool touches_store =
-      !of_merged.strict.empty() && ViewOf(of_file.strict) != base_view &&
-      ViewOf(of_merged.strict) != ViewOf(ReadFileObject(store_id_, now).strict);
+  const bool touches_store = !of_merged.strict.empty() && ViewOf(of_file.strict) != base_view &&
+                             ViewOf(of_merged.strict) != StoredViewOf(pair.id);
   const FileStamp expected = pair.stamp;
   texts.stored = now;
   return TakeMerged(pair, &expected, file, merged, std::move(texts), touches_store);
@@ -766,6 +795,22 @@ std::string MirrorRun::UidOf(const std::string& id) {
 
 std::string MirrorRun::OwnUidOf(const std::string& id) const {
   return "osif-" + position_.database_id + "-" + id;
+}
+
+// Of what the store has now; empty where it cannot be read.
+std::string MirrorRun::StoredViewOf(const std::string& id) {
+  OsifResult result = OSIF_OK;
+  return ViewOf(store_.WholeTextOf(id, result));
+}
+
+// Of a text for the store without what a store makes of itself where nothing was said, or in its own way.
+std::string MirrorRun::ViewWithoutOwn(const std::string& text) const {
+  return ViewOf(store_id_ == OSIF_STORE_PB ? text : WithoutOwn(text));
+}
+
+std::string MirrorRun::OwnViewOf(const std::string& id) {
+  OsifResult result = OSIF_OK;
+  return ViewWithoutOwn(store_.WholeTextOf(id, result));
 }
 
 // Of a text for the store; empty without one.

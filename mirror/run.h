@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "client/listener.h"
@@ -112,7 +113,7 @@ class MirrorRun {
   bool LookAtStore();
   bool LookAtObject(const std::string& id);
   void LookAtWholeStore();
-  bool ForgetAll();
+  bool ForgetOthers();
   void IndexPairs();
   bool LookAtFolder();
   bool LookAtKnown(Known& known, const FoundFile& file);
@@ -153,6 +154,9 @@ class MirrorRun {
   std::string UidOf(const std::string& id);
   std::string OwnUidOf(const std::string& id) const;
   std::string ViewOf(const std::string& strict) const;
+  std::string ViewWithoutOwn(const std::string& text) const;
+  std::string StoredViewOf(const std::string& id);
+  std::string OwnViewOf(const std::string& id);
   bool Refuse(const MirrorObject& object, const std::string& why);
   bool Count(MirrorDone done, const MirrorObject& object);
   bool Fail(const std::string& why);
@@ -173,6 +177,7 @@ class MirrorRun {
   std::map<std::string, size_t> by_name_;
   std::vector<std::string> new_ids_;
   std::vector<NewFile> new_files_;
+  std::vector<std::pair<std::string, MirrorPair>> renamed_;  // by their former names
   std::set<std::string> uids_in_folder_;
   std::set<std::string> pending_;  // for the next run
 };

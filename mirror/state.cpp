@@ -3,6 +3,7 @@
 // interrupted repeats one object at most.
 #include "mirror/state.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace mirror {
@@ -123,18 +124,42 @@ bool MirrorState::Keep(const MirrorPair& pair, const MirrorTexts& texts) {
   });
 }
 
-bool MirrorState::KeepStamp(const std::string& former_name, const MirrorPair& pair) {
+bool MirrorState::KeepStamp(const MirrorPair& pair) {
   return Transact([&] {
     SideStatement row(database_,
-                      "UPDATE OR REPLACE pairs SET name = ?4, modified = ?5, size = ?6,"
-                      " inode = ?7, noted = ?8 WHERE folder = ?1 AND store = ?2 AND name = ?3");
-    SideStatement text(database_,
-                       "UPDATE OR REPLACE texts SET name = ?4"
-                       " WHERE folder = ?1 AND store = ?2 AND name = ?3");
-    row.Bind(folder_).Bind(store_).Bind(former_name).Bind(pair.name).Bind(pair.stamp.modified);
-    row.Bind(pair.stamp.size).Bind(pair.stamp.inode).Bind(pair.noted);
-    return row.Run() && text.Bind(folder_).Bind(store_).Bind(former_name).Bind(pair.name).Run();
+                      "UPDATE pairs SET modified = ?4, size = ?5, inode = ?6, noted = ?7"
+                      " WHERE folder = ?1 AND store = ?2 AND name = ?3");
+    row.Bind(folder_).Bind(store_).Bind(pair.name).Bind(pair.stamp.modified);
+    return row.Bind(pair.stamp.size).Bind(pair.stamp.inode).Bind(pair.noted).Run();
   });
+}
+
+// By way of names that no file has, since a name may be another pair's until that is renamed as well.
+bool MirrorState::Rename(const std::vector<std::pair<std::string, MirrorPair>>& renamed) {
+  const auto change_name = [&](const char* sql, const std::string& from, const std::string& to) {
+    SideStatement row(database_, sql);
+    return row.Bind(folder_).Bind(store_).Bind(from).Bind(to).Run();
+  };
+  const auto change = [&](const std::string& from, const std::string& to) {
+    return change_name(
+               "UPDATE OR REPLACE pairs SET name = ?4"
+               " WHERE folder = ?1 AND store = ?2 AND name = ?3",
+               from, to) &&
+           change_name(
+               "UPDATE OR REPLACE texts SET name = ?4"
+               " WHERE folder = ?1 AND store = ?2 AND name = ?3",
+               from, to);
+  };
+  const auto aside = [](const std::string& name) { return "/" + name; };
+  const bool are_renamed = Transact([&] {
+    bool is_done = true;
+    for (const auto& [former, pair] : renamed) is_done = is_done && change(former, aside(former));
+    for (const auto& [former, pair] : renamed)
+      is_done = is_done && change(aside(former), pair.name);
+    return is_done;
+  });
+  return are_renamed &&
+         std::ranges::all_of(renamed, [&](const auto& one) { return KeepStamp(one.second); });
 }
 
 bool MirrorState::Forget(const std::string& name) {
@@ -145,21 +170,6 @@ bool MirrorState::Forget(const std::string& name) {
                        "DELETE FROM texts WHERE folder = ?1 AND store = ?2 AND name = ?3");
     return row.Bind(folder_).Bind(store_).Bind(name).Run() &&
            text.Bind(folder_).Bind(store_).Bind(name).Run();
-  });
-}
-
-bool MirrorState::Restart() {
-  return Transact([&] {
-    bool is_done = true;
-    for (const char* sql : {"DELETE FROM pairs WHERE folder = ?1 AND store = ?2",
-                            "DELETE FROM texts WHERE folder = ?1 AND store = ?2",
-                            "DELETE FROM pending WHERE folder = ?1 AND store = ?2",
-                            "DELETE FROM intents WHERE folder = ?1 AND store = ?2",
-                            "DELETE FROM positions WHERE folder = ?1 AND store = ?2"}) {
-      SideStatement rows(database_, sql);
-      is_done = is_done && rows.Bind(folder_).Bind(store_).Run();
-    }
-    return is_done;
   });
 }
 

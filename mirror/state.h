@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "client/side_database.h"
@@ -66,12 +67,11 @@ class MirrorState {
 
   // The pair takes the place of those that its name or its id was in. An intent of the name has come true.
   bool Keep(const MirrorPair& pair, const MirrorTexts& texts);
-  // The same pair with the stamp, and perhaps the name, that its file has now.
-  bool KeepStamp(const std::string& former_name, const MirrorPair& pair);
+  // The same pair with the stamp that its file has now.
+  bool KeepStamp(const MirrorPair& pair);
+  // Pairs whose files have other names now, by their former names; names may have gone over to each other.
+  bool Rename(const std::vector<std::pair<std::string, MirrorPair>>& renamed);
   bool Forget(const std::string& name);
-
-  // Forgets everything of the folder and the store.
-  bool Restart();
 
   // Before the store is changed; there is one intent at a time.
   bool Begin(const MirrorIntent& intent);

@@ -143,13 +143,41 @@ TEST_F(MirrorStateTest, FollowsAFileThatWasRenamed) {
   renamed.name = "anne.vcf";
   renamed.stamp = {5, 6, 7};
   renamed.noted = 8;
-  ASSERT_TRUE(state_.KeepStamp("ann.vcf", renamed));
+  ASSERT_TRUE(state_.Rename({{"ann.vcf", renamed}}));
   const Rows rows = ReadAgain();
   EXPECT_THAT(Names(rows), ElementsAre("anne.vcf=0001"));
   EXPECT_EQ(rows.pairs[0].stamp, (mirror::FileStamp{5, 6, 7}));
   EXPECT_EQ(rows.pairs[0].noted, 8);
   EXPECT_EQ(TextsOf("anne.vcf"), "a|b");
   EXPECT_EQ(TextsOf("ann.vcf"), "|");
+}
+
+TEST_F(MirrorStateTest, FollowsFilesThatHaveChangedTheirNamesWithEachOther) {
+  MirrorPair bob = kAnn;
+  bob.name = "bob.vcf";
+  bob.id = "0002";
+  ASSERT_TRUE(state_.Keep(kAnn, {"a", "a"}));
+  ASSERT_TRUE(state_.Keep(bob, {"b", "b"}));
+  MirrorPair ann = kAnn;
+  std::swap(ann.name, bob.name);
+  ASSERT_TRUE(state_.Rename({{"ann.vcf", ann}, {"bob.vcf", bob}}));
+  EXPECT_THAT(Names(ReadAgain()), ElementsAre("ann.vcf=0002", "bob.vcf=0001"));
+  EXPECT_EQ(TextsOf("ann.vcf"), "b|b");
+  EXPECT_EQ(TextsOf("bob.vcf"), "a|a");
+}
+
+TEST_F(MirrorStateTest, KeepsTheStampOfAFileAlone) {
+  ASSERT_TRUE(state_.Keep(kAnn, {"a", "b"}));
+  MirrorPair looked_at = kAnn;
+  looked_at.stamp = {5, 6, 7};
+  looked_at.noted = 8;
+  looked_at.file_key = "of no concern";
+  ASSERT_TRUE(state_.KeepStamp(looked_at));
+  const Rows rows = ReadAgain();
+  ASSERT_EQ(rows.pairs.size(), 1u);
+  EXPECT_EQ(rows.pairs[0].stamp, (mirror::FileStamp{5, 6, 7}));
+  EXPECT_EQ(rows.pairs[0].noted, 8);
+  EXPECT_EQ(rows.pairs[0].file_key, "fk");
 }
 
 TEST_F(MirrorStateTest, ForgetsAPairWithItsTexts) {

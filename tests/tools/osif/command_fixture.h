@@ -15,7 +15,6 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
-#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <thread>
