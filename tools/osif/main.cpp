@@ -33,8 +33,7 @@ constexpr void (*kSubcommands[])(const command::CommandLine&) = {
     command::AddFind,    command::AddCount,   command::AddDelete,     command::AddParse,
     command::AddChanges, command::AddAnchor,  command::AddDatabaseId, command::AddSettings,
     command::AddTrace,   command::AddConvert, command::AddNotes,      command::AddShow,
-    command::AddPush,    command::AddSync,    command::AddMirror,
-    command::AddSessions,
+    command::AddPush,    command::AddSync,    command::AddMirror,     command::AddSessions,
 };
 
 void AddOptions(CLI::App& app, Options& options) {
