@@ -1,13 +1,12 @@
 // A component's key is the hash of its lines and of the keys of its components, sorted: servers write lines in an order of
 // their own. The walk needs no recursion, so a text may nest as deep as it likes.
-#include <nettle/sha2.h>
-
 #include <algorithm>
 #include <array>
 #include <set>
 #include <vector>
 
 #include "btosif/osif_util/ascii.h"
+#include "client/digest.h"
 #include "mirror/merge.h"
 #include "mirror/text_lines.h"
 
@@ -18,21 +17,6 @@ using namespace std::string_view_literals;
 
 constexpr std::array<std::string_view, 6> kNotSaid = {"REV",           "PRODID",  "DTSTAMP",
                                                       "LAST-MODIFIED", "CREATED", "METHOD"};
-
-std::string Sha256(std::string_view bytes) {
-  sha256_ctx context;
-  sha256_init(&context);
-  sha256_update(&context, bytes.size(), reinterpret_cast<const uint8_t*>(bytes.data()));
-  std::array<uint8_t, SHA256_DIGEST_SIZE> digest{};
-  sha256_digest(&context, digest.size(), digest.data());
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string text;
-  for (const uint8_t byte : digest) {
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 15];
-  }
-  return text;
-}
 
 // Parameters in any order; kinds in any case.
 std::string KeyOfLine(const dialects::ContentLine& line) {
@@ -76,7 +60,7 @@ class Keys {
     std::ranges::sort(part.lines);
     std::string text = part.name;
     for (const std::string& line : part.lines) text += "\n" + line;
-    return Sha256(text);
+    return client::Sha256(text);
   }
 
   void CloseLast() {

@@ -3,16 +3,14 @@
 // override has a UID of its own.
 #include "mirror/file_object.h"
 
-#include <nettle/sha2.h>
-
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <set>
 #include <utility>
 #include <vector>
 
 #include "btosif/osif_util/charset.h"
+#include "client/digest.h"
 #include "dialects/charsets.h"
 #include "dialects/content_line.h"
 #include "dialects/object_splitter.h"
@@ -156,16 +154,6 @@ void Choose(std::vector<dialects::StrictObject> objects, size_t items, FileObjec
   }
 }
 
-std::string HexOf(std::string_view bytes, size_t count) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string text;
-  for (const char byte : bytes.substr(0, count)) {
-    text += kDigits[static_cast<uint8_t>(byte) >> 4];
-    text += kDigits[static_cast<uint8_t>(byte) & 15];
-  }
-  return text;
-}
-
 bool IsPlainName(std::string_view uid) {
   constexpr size_t kLongestName = 200;  // with its ending and ".tmp" below what file systems allow
   const auto is_plain = [](char c) {
@@ -222,14 +210,10 @@ std::string WithUid(int32_t store_id, std::string_view text, std::string_view ui
 }
 
 std::string MakeUid(std::string_view name, std::string_view text) {
-  sha256_ctx context;
-  sha256_init(&context);
-  sha256_update(&context, name.size(), reinterpret_cast<const uint8_t*>(name.data()));
-  sha256_update(&context, 1, reinterpret_cast<const uint8_t*>(""));
-  sha256_update(&context, text.size(), reinterpret_cast<const uint8_t*>(text.data()));
-  std::array<uint8_t, SHA256_DIGEST_SIZE> digest{};
-  sha256_digest(&context, digest.size(), digest.data());
-  return "osif-" + HexOf({reinterpret_cast<const char*>(digest.data()), digest.size()}, 16);
+  constexpr size_t kDigits = 32;
+  std::string both(name);
+  both.append(1, '\0').append(text);
+  return "osif-" + client::Sha256(both).substr(0, kDigits);
 }
 
 std::string FileNameOf(int32_t store_id, std::string_view uid, std::string_view otherwise) {

@@ -19,7 +19,7 @@
 #include "dialects/content_line.h"
 #include "obex/client/object_content.h"
 #include "obex/client/sync_plan.h"
-#include "obex/services/journal.h"
+#include "obex/services/refusal.h"
 #include "obex/services/store_writer.h"
 
 namespace mirror {
@@ -68,29 +68,6 @@ bool IsSettled(const MirrorPair& pair) {
 bool MirrorReport::HasDoneNothing() const {
   return std::ranges::all_of(done, [](size_t count) { return count == 0; });
 }
-
-class MirrorRun::Told final : public obex::Journal {
- public:
-  explicit Told(client::Listener& listener) : listener_(listener) {}
-
-  void Tell(obex::Deed deed, int32_t, const std::string&, const std::string& text) override {
-    if (deed == obex::Deed::kRefused) why_ = text;
-  }
-  void Begin(std::string_view) override {}
-  void Fail(const std::string& what, OsifResult code) override { listener_.Fail(what, code); }
-  void Note(const std::string& text) override { listener_.Note(text); }
-  void Progress(const std::string&, size_t, size_t) override {}
-  void TraceLine(const std::string& line) override { listener_.TraceLine(line); }
-  void SetBeforeLine(std::function<void()> before) override {
-    listener_.SetBeforeLine(std::move(before));
-  }
-
-  const std::string& why() const { return why_; }
-
- private:
-  client::Listener& listener_;
-  std::string why_;
-};
 
 MirrorRun::MirrorRun(int32_t store_id, const MirrorSettings& settings, const MirrorTools& tools)
     : store_id_(store_id),
@@ -292,7 +269,8 @@ bool MirrorRun::LookAtKnown(Known& known, const FoundFile& file) {
   const bool is_same = ContentKey(text) == known.pair.file_key;
   if (!is_same) {
     const std::string uid = UidOfFile(store_id_, text);
-    if (!uid.empty() && uid != known.pair.uid) {
+    // Of what is no object its UID says nothing.
+    if (!uid.empty() && uid != known.pair.uid && ReadFileObject(store_id_, text).refusal.empty()) {
       known.file = Side::kGone;
       return false;
     }
@@ -360,7 +338,7 @@ bool MirrorRun::Recover(const MirrorIntent& intent) {
   };
   // A change may have gone on as a new object that was to take the old one's place.
   const auto added = std::ranges::find_if(*entries, is_ours);
-  Told told(tools_.listener);
+  obex::RefusalKeeper told(tools_.listener);
   obex::StoreWriter writer(store_, tools_.uids, told);
   const auto place = by_name_.find(intent.name);
   MirrorPair pair = place == by_name_.end() ? MirrorPair{} : known_[place->second].pair;
@@ -593,7 +571,7 @@ bool MirrorRun::Store(MirrorPair pair, const std::string& text, const FileObject
   if (!body.Add(file.strict)) return Refuse(object, "there is no room in memory");
   if (!tools_.state.Begin({pair.name, pair.id, store_.Counter(), pair.uid, text}))
     return FailState();
-  Told told(tools_.listener);
+  obex::RefusalKeeper told(tools_.listener);
   obex::StoreWriter writer(store_, tools_.uids, told);
   const obex::Change change = is_new ? writer.Add(body) : writer.Replace(pair.id, body);
   if (change.code != obex::Code::kSuccess) {
@@ -666,17 +644,23 @@ bool MirrorRun::StoreChange(Known& known) {
   return Keep(pair, std::move(texts));
 }
 
-bool MirrorRun::WriteChange(Known& known) {
+bool MirrorRun::WriteChange(Known& known) { return WriteMerged(known, &known.pair.stamp); }
+
+// A change wins against a deletion.
+bool MirrorRun::WriteAgain(Known& known) { return WriteMerged(known, nullptr); }
+
+// `expected`: the file that is there; null without one.
+bool MirrorRun::WriteMerged(const Known& known, const FileStamp* expected) {
   MirrorTexts texts;
   if (!tools_.state.ReadTexts(known.pair.name, texts)) return FailState();
   std::string why;
-  const std::string now = StoreText(known.pair.id, known.pair.uid, why);
+  std::string now = StoreText(known.pair.id, known.pair.uid, why);
   if (now.empty()) return Refuse({known.pair.name, known.pair.id}, why);
   const Merged merged =
       MergeStoreChange({store_id_, texts.stored, now, texts.base, texts.base, settings_.prefer});
   const std::string base = texts.base;
-  texts.stored = now;
-  return TakeMerged(known.pair, &known.pair.stamp, base, merged, std::move(texts), false);
+  texts.stored = std::move(now);
+  return TakeMerged(known.pair, expected, base, merged, std::move(texts), false);
 }
 
 bool MirrorRun::MergeBoth(Known& known) {
@@ -704,19 +688,6 @@ bool MirrorRun::MergeBoth(Known& known) {
   return TakeMerged(pair, &expected, file, merged, std::move(texts), touches_store);
 }
 
-// A change wins against a deletion.
-bool MirrorRun::WriteAgain(Known& known) {
-  MirrorTexts texts;
-  if (!tools_.state.ReadTexts(known.pair.name, texts)) return FailState();
-  std::string why;
-  const std::string now = StoreText(known.pair.id, known.pair.uid, why);
-  if (now.empty()) return Refuse({known.pair.name, known.pair.id}, why);
-  const Merged merged =
-      MergeStoreChange({store_id_, texts.stored, now, texts.base, texts.base, settings_.prefer});
-  texts.stored = now;
-  return TakeMerged(known.pair, nullptr, {}, merged, std::move(texts), false);
-}
-
 bool MirrorRun::StoreAgain(Known& known) {
   std::string text;
   MirrorPair pair = known.pair;
@@ -736,7 +707,7 @@ bool MirrorRun::DeleteObject(Known& known) {
   const bool is_in_store = known.store != Side::kGone && !known.pair.id.empty();
   if (settings_.only_looks) return !is_in_store || Count(MirrorDone::kDeleted, object);
   if (is_in_store) {
-    Told told(tools_.listener);
+    obex::RefusalKeeper told(tools_.listener);
     const obex::Change change = obex::StoreWriter(store_, tools_.uids, told).Remove(known.pair.id);
     if (change.code != obex::Code::kSuccess) return Refuse(object, told.why());
     Count(MirrorDone::kDeleted, object);

@@ -105,9 +105,6 @@ class MirrorRun {
     FileStamp stamp;
     std::string uid;
   };
-  // Keeps why a change of the store was refused.
-  class Told;
-
   bool Open();
   bool Look();
   bool LookAtStore();
@@ -138,6 +135,7 @@ class MirrorRun {
   bool StoreNew(const NewFile& file);
   bool StoreChange(Known& known);
   bool WriteChange(Known& known);
+  bool WriteMerged(const Known& known, const FileStamp* expected);
   bool MergeBoth(Known& known);
   bool WriteAgain(Known& known);
   bool StoreAgain(Known& known);

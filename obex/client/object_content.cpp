@@ -4,7 +4,6 @@
 // of other names, what is read and has no place in a store, and what only numbers the objects of a device.
 #include "obex/client/object_content.h"
 
-#include <nettle/sha2.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,6 +16,7 @@
 #include "btosif/osif_util/charset.h"
 #include "btosif/osif_util/property_value.h"
 #include "btosif/osif_util/value_text.h"
+#include "client/digest.h"
 #include "client/record_lists.h"
 #include "client/temp_file.h"
 #include "client/texts.h"
@@ -28,21 +28,6 @@ namespace obex {
 namespace {
 
 constexpr std::string_view kLuidName = "X-IRMC-LUID";
-
-std::string Sha256(std::string_view bytes) {
-  sha256_ctx context;
-  sha256_init(&context);
-  sha256_update(&context, bytes.size(), reinterpret_cast<const uint8_t*>(bytes.data()));
-  std::array<uint8_t, SHA256_DIGEST_SIZE> digest{};
-  sha256_digest(&context, digest.size(), digest.data());
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string text;
-  for (const uint8_t byte : digest) {
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 15];
-  }
-  return text;
-}
 
 bool IsLuidLine(std::string_view line) {
   return line.size() > kLuidName.size() && line[kLuidName.size()] == ':' &&
@@ -128,7 +113,7 @@ class ViewLines {
     std::ranges::sort(lines_);
     std::string text;
     for (const std::string& line : lines_) text += line + "\n";
-    return Sha256(text);
+    return client::Sha256(text);
   }
 
  private:
@@ -188,7 +173,7 @@ std::string HashOf(int32_t store_id, std::string_view text) {
       is_inside = false;
     }
   }
-  return Sha256(content);
+  return client::Sha256(content);
 }
 
 View ViewOf(int32_t store_id, std::string_view text) {

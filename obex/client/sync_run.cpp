@@ -13,6 +13,7 @@
 #include "client/texts.h"
 #include "obex/client/object_content.h"
 #include "obex/services/received_body.h"
+#include "obex/services/refusal.h"
 #include "obex/services/sync_texts.h"
 
 namespace obex {
@@ -24,31 +25,6 @@ constexpr uint32_t kStepsOfReplacement = 3;
 }  // namespace
 
 bool IsThisDevice(const DeviceFacts& partner) { return partner.serial_number == SerialNumber(); }
-
-class SyncRun::Told final : public Journal {
- public:
-  explicit Told(client::Listener& listener) : listener_(listener) {}
-
-  void Tell(Deed deed, int32_t, const std::string&, const std::string& text) override {
-    if (deed == Deed::kRefused) why_ = text;
-  }
-  void Begin(std::string_view) override {}
-  void Fail(const std::string& what, OsifResult code) override { listener_.Fail(what, code); }
-  void Note(const std::string& text) override { listener_.Note(text); }
-  void Progress(const std::string& work, size_t done, size_t total) override {
-    listener_.Progress(work, done, total);
-  }
-  void TraceLine(const std::string& line) override { listener_.TraceLine(line); }
-  void SetBeforeLine(std::function<void()> before) override {
-    listener_.SetBeforeLine(std::move(before));
-  }
-
-  const std::string& why() const { return why_; }
-
- private:
-  client::Listener& listener_;
-  std::string why_;
-};
 
 SyncRun::SyncRun(int32_t store_id, const SyncSettings& settings, const SyncTools& tools)
     : store_id_(store_id),
@@ -104,7 +80,7 @@ bool SyncRun::CarryOut(const std::vector<SyncAction>& plan) {
 bool SyncRun::FinishRecovery() {
   if (settings_.only_looks || !recovered_) return true;
   if (left_ && left_->deed == SyncDeed::kDeleteHere) {
-    Told told(tools_.listener);
+    RefusalKeeper told(tools_.listener);
     StoreWriter(here_, tools_.uids, told).Remove(left_->id);
   } else if (left_) {
     const RemoteWritten written = there_.Delete(left_->luid, seen_there_);
@@ -174,7 +150,7 @@ bool SyncRun::Store(SyncObject object, const std::string& text) {
     return FailState();
   }
   ReceivedBody body;
-  Told told(tools_.listener);
+  RefusalKeeper told(tools_.listener);
   StoreWriter writer(here_, tools_.uids, told);
   Change change{Code::kDatabaseFull};
   if (body.Add(text)) {
@@ -268,7 +244,7 @@ bool SyncRun::TakeCounter(const RemoteWritten& written, uint32_t most) {
 bool SyncRun::DeleteHere(const SyncAction& action) {
   const SyncObject object = ObjectOf(action);
   if (!settings_.only_looks) {
-    Told told(tools_.listener);
+    RefusalKeeper told(tools_.listener);
     const Change change = StoreWriter(here_, tools_.uids, told).Remove(action.id);
     if (change.code != Code::kSuccess && change.code != Code::kNotFound) {
       Refuse(SyncSide::kHere, object, told.why());

@@ -100,9 +100,6 @@ class SyncRun {
   SyncReport Run();
 
  private:
-  // Keeps why a change here was refused.
-  class Told;
-
   bool OpenHere();
   bool OpenThere();
   bool Look();
