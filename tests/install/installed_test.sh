@@ -37,12 +37,14 @@ check_files() {
   expect_same "installed files" "$(lines bin/osif bin/osifd include/osif.h \
     "$LIBDIR"/cmake/osif/{osif-config,osif-config-version,osif-targets}.cmake \
     "$LIBDIR"/{libosif.so,libosif.so.0,"libosif.so.$VERSION",pkgconfig/osif.pc} \
-    lib/systemd/{system,user}/osifd.service share/bash-completion/completions/osif \
+    lib/systemd/{system,user}/osifd.service lib/systemd/user/osif-mirror@.service share/bash-completion/completions/osif \
     share/man/man1/{osif,osifd}.1 share/man/man3/libosif.3 share/zsh/site-functions/_osif | sort)" "$found"
   local unit
   for unit in "$PREFIX"/lib/systemd/*/osifd.service; do
     grep -q "^ExecStart=$PREFIX/bin/osifd " "$unit" || fail "$unit starts something else"
   done
+  unit="$PREFIX/lib/systemd/user/osif-mirror@.service"
+  grep -q "^ExecStart=$PREFIX/bin/osif mirror --watch " "$unit" || fail "$unit starts something else"
 }
 
 # ---- Programs built against it -----------------------------------------------------------------------
