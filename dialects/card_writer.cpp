@@ -24,15 +24,6 @@ namespace {
 
 using namespace std::string_view_literals;
 
-std::string Joined(const std::vector<std::string>& texts, std::string_view separator) {
-  std::string joined;
-  for (const std::string& text : texts) {
-    if (&text != texts.data()) joined += separator;
-    joined += text;
-  }
-  return joined;
-}
-
 // ---- Dates --------------------------------------------------------------------------------------------------
 
 constexpr bool IsDate(std::string_view name) { return name == "BDAY"sv || name == "ANNIVERSARY"sv; }

@@ -378,4 +378,13 @@ std::string ParameterValue(std::string_view value, bool has_caret_escapes) {
   return needs_quotes ? '"' + plain + '"' : plain;
 }
 
+std::string Joined(std::span<const std::string> texts, std::string_view separator) {
+  std::string joined;
+  for (const std::string& text : texts) {
+    if (&text != texts.data()) joined += separator;
+    joined += text;
+  }
+  return joined;
+}
+
 }  // namespace dialects

@@ -79,6 +79,9 @@ std::string FoldedLine(std::string_view line);
 // The same for the line that begins at `begin` in a text and ends with it.
 void FoldLastLine(std::string& text, size_t begin);
 
+// Texts one after the other, with a separator between them.
+std::string Joined(std::span<const std::string> texts, std::string_view separator);
+
 // A parameter's value, in quotes where it has to be, with the escapes of RFC 6868 where `has_caret_escapes`; where not,
 // what no parameter can hold is left out.
 std::string ParameterValue(std::string_view value, bool has_caret_escapes);

@@ -88,18 +88,18 @@ Folder::~Folder() {
   if (handle_ >= 0) close(handle_);
 }
 
-bool Folder::Fail(const std::string& name, const std::string& why) {
-  why_not_ = name + ": " + why;
+bool Folder::Fail(const std::string& why) {
+  why_not_ = why;
   return false;
 }
 
-bool Folder::FailAs(const std::string& name, int error) { return Fail(name, std::strerror(error)); }
+bool Folder::FailAs(int error) { return Fail(std::strerror(error)); }
 
 bool Folder::List(std::vector<FoundFile>& files, std::vector<RefusedFile>& refused) {
   // The handle goes with what reads the folder, and its place in it.
   const int own = openat(handle_, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   const std::unique_ptr<DIR, CloseFolder> folder(own < 0 ? nullptr : fdopendir(own));
-  if (!folder) return FailAs(path_, errno);
+  if (!folder) return Fail(path_ + ": " + std::strerror(errno));
   for (;;) {
     errno = 0;
     const dirent* entry = readdir(folder.get());
@@ -118,7 +118,7 @@ bool Folder::List(std::vector<FoundFile>& files, std::vector<RefusedFile>& refus
       files.push_back({name, StampOf(status)});
     }
   }
-  if (errno != 0) return FailAs(path_, errno);
+  if (errno != 0) return Fail(path_ + ": " + std::strerror(errno));
   std::ranges::sort(files, {}, &FoundFile::name);
   std::ranges::sort(refused, {}, &RefusedFile::name);
   return true;
@@ -127,15 +127,15 @@ bool Folder::List(std::vector<FoundFile>& files, std::vector<RefusedFile>& refus
 bool Folder::Read(const std::string& name, std::string& text, FileStamp& stamp) {
   // A pipe that has taken the file's place must not hold up the opening.
   const Handle file(openat(handle_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  if (file.get() < 0) return FailAs(name, errno);
+  if (file.get() < 0) return FailAs(errno);
   struct stat status = {};
-  if (fstat(file.get(), &status) != 0) return FailAs(name, errno);
-  if (const std::string why = WhyNoFile(status); !why.empty()) return Fail(name, why);
+  if (fstat(file.get(), &status) != 0) return FailAs(errno);
+  if (const std::string why = WhyNoFile(status); !why.empty()) return Fail(why);
   text.resize(static_cast<size_t>(status.st_size));
   struct stat after = {};
   if (!ReadAll(file.get(), text) || fstat(file.get(), &after) != 0 ||
       StampOf(after) != StampOf(status)) {
-    return Fail(name, "was changed while it was read");
+    return Fail("was changed while it was read");
   }
   stamp = StampOf(status);
   return true;
@@ -149,10 +149,10 @@ bool Folder::IsFree(const std::string& name) const {
 bool Folder::IsAs(const std::string& name, const FileStamp* expected) {
   struct stat status = {};
   const bool is_there = fstatat(handle_, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
-  if (!is_there && errno != ENOENT) return FailAs(name, errno);
+  if (!is_there && errno != ENOENT) return FailAs(errno);
   const bool is_expected = is_there == (expected != nullptr) &&
                            (!is_there || (S_ISREG(status.st_mode) && StampOf(status) == *expected));
-  return is_expected || Fail(name, "was changed by another program meanwhile");
+  return is_expected || Fail("was changed by another program meanwhile");
 }
 
 bool Folder::WriteTemporary(const std::string& name, std::string_view text) {
@@ -160,11 +160,11 @@ bool Folder::WriteTemporary(const std::string& name, std::string_view text) {
   unlinkat(handle_, name.c_str(), 0);
   const Handle file(
       openat(handle_, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
-  if (file.get() < 0) return FailAs(name, errno);
+  if (file.get() < 0) return FailAs(errno);
   if (!client::WriteAll(file.get(), text) || fsync(file.get()) != 0) {
     const int error = errno;
     unlinkat(handle_, name.c_str(), 0);
-    return FailAs(name, error);
+    return FailAs(error);
   }
   return true;
 }
@@ -173,10 +173,10 @@ bool Folder::PutInPlace(const std::string& temporary, const std::string& name,
                         const FileStamp* expected, FileStamp& stamp) {
   struct stat status = {};
   if (fstatat(handle_, temporary.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    return FailAs(name, errno);
+    return FailAs(errno);
   }
   if (!IsAs(name, expected)) return false;
-  if (renameat(handle_, temporary.c_str(), handle_, name.c_str()) != 0) return FailAs(name, errno);
+  if (renameat(handle_, temporary.c_str(), handle_, name.c_str()) != 0) return FailAs(errno);
   stamp = StampOf(status);
   return true;
 }
@@ -194,7 +194,7 @@ void Folder::Flush() { fsync(handle_); }
 
 bool Folder::Remove(const std::string& name, const FileStamp& expected) {
   if (!IsAs(name, &expected)) return false;
-  return unlinkat(handle_, name.c_str(), 0) == 0 || FailAs(name, errno);
+  return unlinkat(handle_, name.c_str(), 0) == 0 || FailAs(errno);
 }
 
 bool Folder::Keep(const std::string& name, std::string_view text, std::string& kept_as) {
@@ -205,7 +205,7 @@ bool Folder::Keep(const std::string& name, std::string_view text, std::string& k
     FileStamp ignored;
     return Write(kept_as, text, nullptr, ignored);
   }
-  return Fail(name, "there are too many of its conflicts");
+  return Fail("there are too many of its conflicts");
 }
 
 }  // namespace mirror

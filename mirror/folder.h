@@ -37,6 +37,7 @@ class Folder {
   Folder(const Folder&) = delete;
   Folder& operator=(const Folder&) = delete;
 
+  // Of the last thing that failed; of a file the reason alone, without its name.
   const std::string& why_not() const { return why_not_; }
   // Without "." and ".." and links: the same for every way to the folder.
   const std::string& path() const { return path_; }
@@ -70,8 +71,8 @@ class Folder {
   static constexpr int64_t kMostBytes = int64_t{16} << 20;
 
  private:
-  bool Fail(const std::string& name, const std::string& why);
-  bool FailAs(const std::string& name, int error);
+  bool Fail(const std::string& why);
+  bool FailAs(int error);
   bool WriteTemporary(const std::string& name, std::string_view text);
   bool PutInPlace(const std::string& temporary, const std::string& name, const FileStamp* expected,
                   FileStamp& stamp);

@@ -11,6 +11,7 @@
 
 #include "btosif/osif_util/ascii.h"
 #include "dialects/forms.h"
+#include "dialects/value_text.h"
 #include "mirror/calendar_items.h"
 
 namespace mirror {
@@ -270,28 +271,21 @@ class CalendarEditor {
       }
     }
     if (new_categories_.empty()) return;
-    added_lines_ += file_.is_modern
-                        ? dialects::FoldedLine("CATEGORIES:" + Joined(new_categories_, ","))
-                        : dialects::OldLine("CATEGORIES", new_categories_);
+    added_lines_ +=
+        file_.is_modern
+            ? dialects::FoldedLine("CATEGORIES:" + dialects::Joined(new_categories_, ","))
+            : dialects::OldLine("CATEGORIES", new_categories_);
   }
 
   std::string ListLine(size_t line, const std::vector<std::string>& entries) const {
     const ContentLine& content = file_.lines.contents[line];
-    if (file_.is_modern) return dialects::FoldedLine(content.name + ":" + Joined(entries, ","));
+    if (file_.is_modern)
+      return dialects::FoldedLine(content.name + ":" + dialects::Joined(entries, ","));
     std::vector<std::string> plain;
     for (const std::string& entry : entries) {
       plain.push_back(dialects::Unescaped(entry, dialects::Escapes::kOld));
     }
     return dialects::OldLine(content.name, plain);
-  }
-
-  static std::string Joined(const std::vector<std::string>& texts, std::string_view separator) {
-    std::string joined;
-    for (const std::string& text : texts) {
-      if (&text != texts.data()) joined += separator;
-      joined += text;
-    }
-    return joined;
   }
 
   // ---- Alarms ----

@@ -56,15 +56,6 @@ std::vector<std::string> LinesOf(std::string_view text) {
   return lines;
 }
 
-std::string Joined(const std::vector<std::string>& texts, std::string_view separator) {
-  std::string joined;
-  for (const std::string& text : texts) {
-    if (&text != texts.data()) joined += separator;
-    joined += text;
-  }
-  return joined;
-}
-
 // A note without the lines that stand for other properties of the file; each is taken out once, from the end.
 std::string WithoutLines(std::string_view note, const std::vector<std::string>& lines) {
   std::multiset<std::string> to_go(lines.begin(), lines.end());
@@ -79,7 +70,7 @@ std::string WithoutLines(std::string_view note, const std::vector<std::string>& 
     }
   }
   std::ranges::reverse(kept);
-  std::string text = Joined(kept, "\n");
+  std::string text = dialects::Joined(kept, "\n");
   while (!text.empty() && text.back() == '\n') text.pop_back();
   return text;
 }
@@ -111,12 +102,12 @@ void SetNotes(dialects::Card& card, const std::vector<std::string>& notes) {
 // The store has one note: the file's notes, and lines for numbers and addresses that found no place.
 void TakeNotesApart(Cards& cards) {
   const std::vector<std::string> notes = NotesOf(cards.base.card);
-  const std::string joined = Joined(notes, kBetweenNotes);
-  const std::string before = Joined(NotesOf(cards.before.card), kBetweenNotes);
+  const std::string joined = dialects::Joined(notes, kBetweenNotes);
+  const std::string before = dialects::Joined(NotesOf(cards.before.card), kBetweenNotes);
   if (!before.starts_with(joined)) return;
   const std::vector<std::string> lines = LinesOf(std::string_view(before).substr(joined.size()));
   if (lines.empty() && notes.size() < 2) return;
-  const std::string after = Joined(NotesOf(cards.after.card), kBetweenNotes);
+  const std::string after = dialects::Joined(NotesOf(cards.after.card), kBetweenNotes);
   SetNotes(cards.before.card, notes);
   SetNotes(cards.after.card, ApartAs(WithoutLines(after, lines), notes));
 }

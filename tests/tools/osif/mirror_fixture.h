@@ -2,12 +2,12 @@
 // stores by the other commands.
 #pragma once
 
-#include <sqlite3.h>
 #include <sys/stat.h>
 
 #include <map>
 #include <set>
 
+#include "tests/support/sql_on_device.h"
 #include "tests/tools/osif/command_fixture.h"
 
 namespace command_test {
@@ -188,17 +188,8 @@ class MirrorFixture : public CommandTest {
     ASSERT_EQ(Osif({"receive", "--add", Write("added", objects)}).status, 0);
   }
 
-  // Changes a device's database as another program of the device does.
   void SqlOn(const std::string& device, const std::string& statements) const {
-    sqlite3* database = nullptr;
-    ASSERT_EQ(sqlite3_open((device + "/device.db").c_str(), &database), SQLITE_OK);
-    sqlite3_busy_timeout(database, 10'000);
-    EXPECT_EQ(sqlite3_exec(database, ("PRAGMA foreign_keys=ON;" + statements).c_str(), nullptr,
-                           nullptr, nullptr),
-              SQLITE_OK)
-        << sqlite3_errmsg(database);
-    EXPECT_GT(sqlite3_total_changes(database), 0) << statements;
-    sqlite3_close(database);
+    EXPECT_GT(support::RunSqlOn(device, statements), 0) << statements;
   }
   void Sql(const std::string& statements) const { SqlOn(device_, statements); }
 

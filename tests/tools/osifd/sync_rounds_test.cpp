@@ -14,6 +14,7 @@
 #include <map>
 #include <random>
 
+#include "tests/support/sql_on_device.h"
 #include "tests/tools/osifd/sync_fixture.h"
 
 namespace osifd_test::sync_rounds_test {
@@ -188,14 +189,7 @@ class SyncRounds : public SyncCommand {
 
   // Past the log.
   void SqlOn(const std::string& device, const std::string& statements) const {
-    sqlite3* database = nullptr;
-    ASSERT_EQ(sqlite3_open((device + "/device.db").c_str(), &database), SQLITE_OK);
-    sqlite3_busy_timeout(database, 10'000);
-    EXPECT_EQ(sqlite3_exec(database, ("PRAGMA foreign_keys=ON;" + statements).c_str(), nullptr,
-                           nullptr, nullptr),
-              SQLITE_OK)
-        << sqlite3_errmsg(database);
-    sqlite3_close(database);
+    support::RunSqlOn(device, statements);
   }
 
   static std::string Oid(const std::string& id) {
