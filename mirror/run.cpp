@@ -13,7 +13,9 @@
 #include <iterator>
 #include <utility>
 
+#include "client/damage.h"
 #include "client/interrupt.h"
+#include "client/records.h"
 #include "client/store.h"
 #include "client/texts.h"
 #include "dialects/content_line.h"
@@ -137,8 +139,14 @@ bool MirrorRun::Look() {
     position_ = *former_position_;
   }
   position_.database_id = database_id;
-  if (intent && report_.why_whole.empty() && !Recover(*intent)) return false;
-  return LookAtStore() && LookAtFolder();
+  const bool is_other = former_position_ && former_position_->database_id != database_id;
+  if (intent && !is_other && !Recover(*intent)) return false;
+  return LookAtStore() && LookAtFolder() && IsWhole();
+}
+
+// To the library what lies in a damaged part of the database is not there: nothing of a file may be concluded from that.
+bool MirrorRun::IsWhole() {
+  return !client::TellDamage(tools_.listener) || Fail("nothing more was changed");
 }
 
 // Ids of another store mean other objects. Those that bear the UID of their file are known all the same: only the log
@@ -176,30 +184,30 @@ bool MirrorRun::LookAtStore() {
   if (report_.why_whole.empty()) entries = store_.ChangesAfter(position_.counter);
   if (!entries && report_.why_whole.empty()) report_.why_whole = "its log does not reach back";
   position_.counter = store_.Counter();
-  if (!entries) {
-    LookAtWholeStore();
-    return true;
-  }
+  if (!entries) return LookAtWholeStore();
   std::set<std::string> ids(former_pending_.begin(), former_pending_.end());
   for (const ChangeLogEntry& entry : *entries) ids.insert(entry.objectId);
   for (const std::string& id : ids) LookAtObject(id);
   return true;
 }
 
-void MirrorRun::LookAtWholeStore() {
-  const std::vector<std::string> ids = store_.Ids();
-  const std::set<std::string_view> there(ids.begin(), ids.end());
-  for (Known& known : known_) {
-    if (!known.pair.id.empty() && !there.contains(known.pair.id)) known.store = Side::kGone;
+// Also at objects that are not among the store's ids: only where one is asked for it is certain that it is gone.
+bool MirrorRun::LookAtWholeStore() {
+  std::set<std::string> ids;
+  const OsifResult listed = client::ForEachId(store_id_, [&](const char* id) { ids.insert(id); });
+  if (listed != OSIF_OK) return Fail(client::CodeText(listed));
+  for (const Known& known : known_) {
+    if (!known.pair.id.empty()) ids.insert(known.pair.id);
   }
   size_t done = 0;
   for (const std::string& id : ids) {
     tools_.listener.Progress("looking at " + client::NameOfStore(store_id_), done++, ids.size());
     LookAtObject(id);
   }
+  return true;
 }
 
-bool MirrorRun::LookAtObject(const std::string& id) {
+void MirrorRun::LookAtObject(const std::string& id) {
   const auto place = by_id_.find(id);
   Known* known = place == by_id_.end() ? nullptr : &known_[place->second];
   OsifResult result = OSIF_OK;
@@ -216,7 +224,6 @@ bool MirrorRun::LookAtObject(const std::string& id) {
   } else if (ContentKey(text) != known->pair.store_key) {
     known->store = Side::kChanged;
   }
-  return true;
 }
 
 void MirrorRun::SetAside(const std::string& name, const std::string& why) {
@@ -315,7 +322,8 @@ void MirrorRun::LookAtNew(const FoundFile& file, std::map<std::string, size_t>& 
 
 // A run that ended while the store was written. What it has added is told by its UID; and where that was not noted any more
 // while the old object was still there, by that it says nothing which the old one does not. The number in the log does not
-// tell it: a log that was not closed is compared with the store when it is opened, and what it finds gets another number.
+// tell it: a log that was not closed is compared with the store when it is opened, and what it finds gets another number. An
+// old object that does not say what was sent was not reached, or changed by others since: it is looked at as all others are.
 bool MirrorRun::Recover(const MirrorIntent& intent) {
   if (settings_.only_looks) return true;
   const auto entries = store_.ChangesAfter(intent.counter);
@@ -347,7 +355,8 @@ bool MirrorRun::Recover(const MirrorIntent& intent) {
   pair.stamp = {};
   if (added != entries->end() && !is_old_there) {
     pair.id = added->objectId;
-  } else if (is_old_there && !entries->empty()) {
+  } else if (is_old_there && (added != entries->end() || obex::HoldsAllOf(old, object.strict) ||
+                              OwnViewOf(intent.id) == ViewWithoutOwn(object.strict))) {
     if (added != entries->end()) writer.Remove(added->objectId);
     obex::ReceivedBody body;
     if (!body.Add(object.strict)) return Fail("there is no room in memory");
@@ -717,6 +726,7 @@ bool MirrorRun::DeleteObject(Known& known) {
 
 bool MirrorRun::RemoveFile(Known& known) {
   const MirrorObject object{known.pair.name, known.pair.id};
+  if (!IsWhole()) return false;
   if (settings_.only_looks) return Count(MirrorDone::kRemoved, object);
   if (!tools_.folder.Remove(known.pair.name, known.pair.stamp)) {
     return Refuse(object, tools_.folder.why_not());

@@ -107,9 +107,10 @@ class MirrorRun {
   };
   bool Open();
   bool Look();
+  bool IsWhole();
   bool LookAtStore();
-  bool LookAtObject(const std::string& id);
-  void LookAtWholeStore();
+  void LookAtObject(const std::string& id);
+  bool LookAtWholeStore();
   bool ForgetOthers();
   void IndexPairs();
   bool LookAtFolder();

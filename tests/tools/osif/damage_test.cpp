@@ -103,6 +103,24 @@ class CommandDamage : public CommandTest {
   inline static std::optional<support::TempFolder> original_;
 };
 
+TEST_F(CommandDamage, CostsNoFileOfAMirroredFolder) {
+  const std::string folder = Path("people");
+  std::filesystem::create_directory(folder);
+  const auto count = [&] { return std::distance(std::filesystem::directory_iterator(folder), {}); };
+  ASSERT_EQ(Osif({"mirror", "pb", folder}).status, 0);
+  ASSERT_EQ(count(), 50);
+  // A position that the log does not know makes the mirror look at every object.
+  sqlite3_exec(Connect(device_ + "/mirror.db").get(), "UPDATE positions SET counter = 999999",
+               nullptr, nullptr, nullptr);
+  for (const char* table : {"pim_contacts", "pim_objects"}) {
+    Damage(table);
+    const Outcome outcome = Osif({"mirror", "pb", folder, "--force-delete"});
+    EXPECT_EQ(outcome.status, 1) << table;
+    EXPECT_THAT(outcome.err, HasSubstr("is damaged: a part of it could not be read")) << table;
+    EXPECT_EQ(count(), 50) << table;
+  }
+}
+
 TEST_F(CommandDamage, OfTheListOfObjectsIsTold) {
   Damage("pim_objects");
   ExpectToldAndLeft({{"list", "pb"},
