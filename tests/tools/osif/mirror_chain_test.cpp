@@ -134,10 +134,13 @@ class MirrorChain : public MirrorFixture {
 
   // ---- Agreeing ----
 
+  Lines MirrorOf(const Side& side) const {
+    return {"--device", side.device, "mirror", store_.name,     side.folder,
+            "-v",       "--prefer",  "folder", "--force-delete"};
+  }
   // False when there was nothing to do.
   bool MirrorSide(const Side& side) {
-    const Outcome outcome = On(side.device, {"mirror", store_.name, side.folder, "-v", "--prefer",
-                                             "folder", "--force-delete"});
+    const Outcome outcome = Osif(MirrorOf(side));
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     told_ += side.device.substr(folder_.size()) + ": " + outcome.out + outcome.err;
     return outcome.out != std::string(store_.name) + ": nothing to do\n";
@@ -215,6 +218,11 @@ class MirrorChain : public MirrorFixture {
     ADD_FAILURE() << "no file with " << part;
     return Path("none");
   }
+  static std::string Unfolded(std::string text) {
+    for (size_t fold = 0; (fold = text.find("\r\n ", fold)) != std::string::npos;)
+      text.erase(fold, 3);
+    return text;
+  }
   static void Place(const std::string& path, const std::string& text) {
     support::PutBytes(path + ".tmp", text);
     std::filesystem::rename(path + ".tmp", path);
@@ -266,10 +274,7 @@ TEST_F(MirrorChainOfPeople, CarriesEveryKindOfChangeToTheOtherEnd) {
     const std::string ann = BytesOf(FileOf(a, "UID:ann"));
     EXPECT_THAT(ann,
                 AllOf(HasSubstr("NICKNAME:Annie"), HasSubstr("0222"), HasSubstr("X-COLOUR:red")));
-    std::string unfolded = ann;
-    for (size_t fold = 0; (fold = unfolded.find("\r\n ")) != std::string::npos;)
-      unfolded.erase(fold, 3);
-    EXPECT_THAT(unfolded, HasSubstr(kPhoto));
+    EXPECT_THAT(Unfolded(ann), HasSubstr(kPhoto));
   }
   {
     SCOPED_TRACE("a file changes");
@@ -461,12 +466,41 @@ class Rounds : public Chain {
     const std::string name = "Q" + std::to_string(number) + "q";
     const std::string uid = "UID:q" + std::to_string(number);
     if (!this->IsCalendar()) {
-      return FileCard({uid, "FN:" + name, "N:" + name + ";;;;", "NICKNAME:of " + name});
+      return FileCard({uid, "FN:" + name, "N:" + name + ";;;;", "NICKNAME:of " + name,
+                       "PHOTO;ENCODING=b;TYPE=JPEG:" + Photo(number), "item1.TEL:555",
+                       "item1.X-ABLabel:" + Label(number)});
     }
     std::string text = kTour;
     for (size_t at = 0; (at = text.find("UID:tour", at)) != std::string::npos;)
       text.replace(at, 8, uid);
+    text = With(text, "X-COLOUR:blue",
+                "EXDATE;TZID=Europe/Berlin:20260119T090000\r\nX-COLOUR:" + Label(number));
     return With(text, "SUMMARY:Tour", "SUMMARY:" + name);
+  }
+  static std::string Photo(int number) {
+    char digits[9];
+    std::snprintf(digits, sizeof digits, "%08d", number);
+    return "/9j/4AAQSkZJRgABAQAAAQABAAD/2wBDAAMCAgICAgMCAgID" + std::string(digits) + "/9k=";
+  }
+  static std::string Label(int number) { return "Label " + std::to_string(number) + "."; }
+
+  // What no store holds is in both folders.
+  void ExpectTreasures() const {
+    for (const Side& side : this->sides_) {
+      for (const auto& [name, text] : this->FilesIn(side.folder)) {
+        const size_t uid = text.find("UID:q");
+        if (!name.ends_with(this->store_.ending) || uid == std::string::npos) continue;
+        const int number = std::stoi(text.substr(uid + 5));
+        const std::string unfolded = this->Unfolded(text);
+        EXPECT_THAT(unfolded, HasSubstr(Label(number)));
+        if (this->IsCalendar()) {
+          EXPECT_THAT(unfolded, AllOf(HasSubstr("SUMMARY:Late tour"), HasSubstr("T110000"),
+                                      HasSubstr("EXDATE;TZID=Europe/Berlin:20260119T090000")));
+        } else {
+          EXPECT_THAT(unfolded, HasSubstr(Photo(number)));
+        }
+      }
+    }
   }
 
   void ChangeStore(const Side& side, int number) {
@@ -536,7 +570,13 @@ class Rounds : public Chain {
         this->Place(side.folder + "/q" + std::to_string(last_number_) + this->store_.ending,
                     NewFile(last_number_));
       }
+      for (int kills = Below(4); kills > 0; --kills) {
+        const std::chrono::microseconds after(Below(kLongestRun));
+        const Side& side = this->sides_[static_cast<size_t>(Below(2))];
+        (this->IsKilled(this->MirrorOf(side), after) ? killed_ : killed_too_late_)++;
+      }
       this->ExpectAgreed();
+      ExpectTreasures();
       const std::set<int> after = Present();
       for (const int number : before) {
         EXPECT_TRUE(touched.contains(number) || after.contains(number)) << number;
@@ -545,13 +585,21 @@ class Rounds : public Chain {
         EXPECT_TRUE(after.contains(number)) << number;
       }
       if (testing::Test::HasFailure()) std::cout << this->told_;
+      ++done_;
     }
+    std::cout << "seed " << seed_ << ": " << done_ << " rounds, " << last_number_
+              << " objects, killed " << killed_ << " times, " << killed_too_late_
+              << " times too late\n";
   }
 
+  static constexpr int kLongestRun = 40'000;  // in microseconds
   const int seed_ = NumberFrom("OSIF_SEED", 1);
   std::mt19937 random_{static_cast<unsigned>(seed_)};
   int last_number_ = 0;
   int last_value_ = 5000;
+  int done_ = 0;
+  int killed_ = 0;
+  int killed_too_late_ = 0;
 };
 
 using RoundsOfPeople = Rounds<MirrorChainOfPeople>;

@@ -4,8 +4,11 @@
 
 #include <sys/stat.h>
 
+#include <chrono>
+#include <csignal>
 #include <map>
 #include <set>
+#include <thread>
 
 #include "tests/support/sql_on_device.h"
 #include "tests/tools/osif/command_fixture.h"
@@ -82,6 +85,18 @@ class MirrorFixture : public CommandTest {
     Outcome outcome = Once(options);
     EXPECT_EQ(outcome.status, 1) << outcome.out;
     return outcome;
+  }
+
+  // Whether a run of the command was killed before it had ended.
+  bool IsKilled(Lines line, std::chrono::microseconds after) {
+    line.insert(line.begin(), support::kCommand);
+    const pid_t child = Start(Launched(line), Path("killed"));
+    std::this_thread::sleep_for(after);
+    // A program that did not start has no number: -1 would be all processes.
+    EXPECT_GT(child, 0);
+    if (child <= 0) return false;
+    kill(child, SIGKILL);
+    return WaitFor(child) == 128 + SIGKILL;
   }
 
   void ExpectAgreed() const {

@@ -314,16 +314,8 @@ class MirrorRounds : public MirrorFixture {
   }
 
   void MirrorAndKill(const Side& side, size_t which, const Lines& options) {
-    Lines line = MirrorOf(side, which, options);
-    line.insert(line.begin(), support::kCommand);
-    const pid_t child = Start(Launched(line), Path("killed"));
-    std::this_thread::sleep_for(
-        std::chrono::microseconds(Below(static_cast<int>(usual_.count()) + 1)));
-    // A program that did not start has no number: -1 would be all processes.
-    ASSERT_GT(child, 0);
-    kill(child, SIGKILL);
-    const int status = WaitFor(child);
-    (status == 128 + SIGKILL ? killed_ : killed_too_late_)++;
+    const std::chrono::microseconds after(Below(static_cast<int>(usual_.count()) + 1));
+    (IsKilled(MirrorOf(side, which, options), after) ? killed_ : killed_too_late_)++;
     told_ += NameOf(side) + " " + Kinds()[which].store.name + " killed:\n" +
              BytesOf(Path("killed.out")) + BytesOf(Path("killed.err"));
   }
