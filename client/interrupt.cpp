@@ -1,13 +1,27 @@
 #include "client/interrupt.h"
 
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
 
 namespace client {
 namespace {
 
 volatile std::sig_atomic_t g_signal = 0;
 
-void NoteSignal(int signal) { g_signal = signal; }
+// A signal that comes between a look at g_signal and the beginning of a wait ends the wait through this.
+int g_descriptor = -1;
+
+void NoteSignal(int signal) {
+  const int kept = errno;
+  g_signal = signal;
+  const uint64_t one = 1;
+  [[maybe_unused]] const ssize_t written = write(g_descriptor, &one, sizeof one);
+  errno = kept;
+}
 
 // What was begun is finished (SA_RESTART): a line that is being written is not lost.
 struct sigaction Noting(int signal) {
@@ -21,6 +35,7 @@ struct sigaction Noting(int signal) {
 }  // namespace
 
 InterruptWatch::InterruptWatch() {
+  if (g_descriptor < 0) g_descriptor = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
   for (size_t i = 0; i < kSignals.size(); ++i) {
     sigaction(kSignals[i], nullptr, &former_[i]);
     if (former_[i].sa_handler == SIG_IGN) continue;
@@ -39,6 +54,13 @@ InterruptWatch::~InterruptWatch() {
 }
 
 bool WasInterrupted() { return g_signal != 0; }
+
+int InterruptDescriptor() { return g_descriptor; }
+
+void PauseUnlessInterrupted(int milliseconds) {
+  pollfd noted = {g_descriptor, POLLIN, 0};
+  poll(&noted, 1, milliseconds);
+}
 
 void EndAsInterrupted() {
   if (g_signal == 0) return;

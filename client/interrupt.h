@@ -26,6 +26,13 @@ class InterruptWatch {
 // Whether a signal was noted.
 bool WasInterrupted();
 
+// Readable once a signal was noted, for those who wait for other things as well; -1 before the first InterruptWatch.
+// Not to be read or closed.
+int InterruptDescriptor();
+
+// Waits so many milliseconds, or until a signal is noted.
+void PauseUnlessInterrupted(int milliseconds);
+
 // Ends the process as the noted signal would have, so that whoever started it sees why; returns when there
 // was none.
 void EndAsInterrupted();

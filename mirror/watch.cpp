@@ -12,6 +12,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "client/interrupt.h"
+
 namespace mirror {
 namespace {
 
@@ -57,9 +59,11 @@ bool Watch::Wait(int milliseconds) {
   const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
   for (;;) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
-    pollfd ready = {handle_, POLLIN, 0};
+    std::array<pollfd, 2> ready = {
+        {{handle_, POLLIN, 0}, {client::InterruptDescriptor(), POLLIN, 0}}};
     // What the watch is told of other files does not end the waiting.
-    if (left <= 0 || poll(&ready, 1, static_cast<int>(left)) <= 0) return false;
+    if (left <= 0 || poll(ready.data(), ready.size(), static_cast<int>(left)) <= 0) return false;
+    if (client::WasInterrupted()) return false;
     if (Take()) return true;
   }
 }

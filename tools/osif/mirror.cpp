@@ -2,12 +2,12 @@
 //
 // What a run did is a line, or with --watch a line for each run that did something; what it could not do is a failure each.
 // While it watches, the library is opened for each run and closed after it, so that other programs have their turn.
-#include <time.h>
-
 #include <array>
 #include <cstdio>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "client/interrupt.h"
@@ -61,10 +61,24 @@ std::string Listed(const std::vector<std::string>& words) {
   return text;
 }
 
+// What cannot be done is met by every run of a watch: it is told when it comes up, not again while it lasts.
+class Complaints {
+ public:
+  void BeginRun() { before_ = std::exchange(now_, {}); }
+  bool IsNew(const std::string& text) {
+    now_.insert(text);
+    return !before_.contains(text);
+  }
+
+ private:
+  std::set<std::string> before_;
+  std::set<std::string> now_;
+};
+
 class MirrorTeller final : public mirror::MirrorObserver {
  public:
-  MirrorTeller(const MirrorArguments& arguments, Reporter& reporter)
-      : arguments_(arguments), reporter_(reporter) {}
+  MirrorTeller(const MirrorArguments& arguments, Complaints& complaints, Reporter& reporter)
+      : arguments_(arguments), complaints_(complaints), reporter_(reporter) {}
 
   void OnDone(mirror::MirrorDone done, const mirror::MirrorObject& object) override {
     if (!arguments_.verbose) return;
@@ -75,7 +89,7 @@ class MirrorTeller final : public mirror::MirrorObserver {
                   const std::string& kept_as) override {
     const std::string both = NameOf(object) + ": " + Listed(properties) + " changed on both sides";
     if (arguments_.prefer.empty()) {
-      reporter_.Fail(both + "; --prefer decides", OSIF_OK);
+      Fail(both + "; --prefer decides");
     } else {
       reporter_.Note(both + ", the " + arguments_.prefer +
                      (arguments_.dry_run ? " would win" : " has won") +
@@ -84,11 +98,16 @@ class MirrorTeller final : public mirror::MirrorObserver {
   }
 
   void OnRefused(const mirror::MirrorObject& object, const std::string& why) override {
-    reporter_.Fail(NameOf(object) + ": " + why, OSIF_OK);
+    Fail(NameOf(object) + ": " + why);
   }
 
   void OnStays(const mirror::MirrorObject& object, const std::string& what) override {
-    reporter_.Note(NameOf(object) + ": " + what);
+    const std::string text = NameOf(object) + ": " + what;
+    if (complaints_.IsNew(text)) reporter_.Note(text);
+  }
+
+  void Fail(const std::string& text) {
+    if (complaints_.IsNew(text)) reporter_.Fail(text, OSIF_OK);
   }
 
   std::string WouldBe() const { return arguments_.dry_run ? "would be " : ""; }
@@ -102,6 +121,7 @@ class MirrorTeller final : public mirror::MirrorObserver {
   }
 
   const MirrorArguments& arguments_;
+  Complaints& complaints_;
   Reporter& reporter_;
 };
 
@@ -128,32 +148,33 @@ Json JsonOf(const MirrorArguments& arguments, const mirror::MirrorReport& report
 
 // False when there is no use in trying again.
 bool RunOnce(const MirrorArguments& arguments, const Options& options, bool is_first,
-             Reporter& reporter) {
+             Complaints& complaints, Reporter& reporter) {
+  complaints.BeginRun();
+  MirrorTeller teller(arguments, complaints, reporter);
   mirror::Folder folder(arguments.folder, mirror::EndingOf(arguments.store_id));
   if (!folder.why_not().empty()) {
-    reporter.Fail(folder.why_not(), OSIF_OK);
+    teller.Fail(folder.why_not());
     return false;
   }
   Session session(options.trace, reporter);
   if (!session.is_open()) return false;
   mirror::MirrorState state(device::Folder(), arguments.dry_run);
   if (!state.is_open()) {
-    reporter.Fail(state.why_not(), OSIF_OK);
+    teller.Fail(state.why_not());
     return false;
   }
   state.Select(folder.path(), arguments.store_id);
   UidTable uids(device::Folder());
-  MirrorTeller teller(arguments, reporter);
   const mirror::MirrorTools tools{folder, session, uids, state, reporter, teller};
   const mirror::MirrorSettings settings{PreferenceOf(arguments.prefer), arguments.force_delete,
                                         arguments.dry_run};
   reporter.SetFailuresInJson(false);
   const mirror::MirrorReport report = mirror::MirrorRun(arguments.store_id, settings, tools).Run();
-  if (!report.failure.empty()) {
-    reporter.Fail(NameOfStore(arguments.store_id) + ": " + report.failure, OSIF_OK);
-  }
+  const std::string failure = NameOfStore(arguments.store_id) + ": " + report.failure;
+  const bool has_failed_anew = !report.failure.empty() && complaints.IsNew(failure);
+  if (has_failed_anew) reporter.Fail(failure, OSIF_OK);
   reporter.SetFailuresInJson(true);
-  if (is_first || !report.HasDoneNothing() || !report.failure.empty()) {
+  if (is_first || !report.HasDoneNothing() || has_failed_anew) {
     reporter.JsonLine(JsonOf(arguments, report));
     if (report.is_complete || !report.HasDoneNothing()) {
       reporter.Text(NameOfStore(arguments.store_id) + ": " + TextOf(report, teller));
@@ -164,21 +185,17 @@ bool RunOnce(const MirrorArguments& arguments, const Options& options, bool is_f
   return true;
 }
 
-void Pause(int milliseconds) {
-  const timespec time = {milliseconds / 1000, (milliseconds % 1000) * 1'000'000L};
-  nanosleep(&time, nullptr);
-}
-
 void Mirror(const MirrorArguments& arguments, const Options& options, Reporter& reporter) {
   const InterruptWatch interrupt;
-  if (!RunOnce(arguments, options, true, reporter) || !arguments.watch) return;
+  Complaints complaints;
+  if (!RunOnce(arguments, options, true, complaints, reporter) || !arguments.watch) return;
   mirror::Watch watch(arguments.folder, device::Folder());
   if (!watch.why_not().empty()) return reporter.Fail(watch.why_not(), OSIF_OK);
   // What changed before the watch began is seen by one more run.
   while (!WasInterrupted()) {
     watch.Forget();
-    RunOnce(arguments, options, false, reporter);
-    Pause(kBetweenRuns);
+    RunOnce(arguments, options, false, complaints, reporter);
+    PauseUnlessInterrupted(kBetweenRuns);
     watch.Wait(kLongestSilence);
   }
 }

@@ -66,7 +66,12 @@ void Reporter::JsonLine(const Json& object) {
 
 void Reporter::Fail(const std::string& what, OsifResult code) {
   FailText(what, code);
-  if (failures_in_json_) JsonLine({{"error", what}, {"code", code}, {"text", CodeText(code)}});
+  if (!failures_in_json_) return;
+  // A code of success would say the opposite.
+  const bool is_of_library = code != OSIF_OK;
+  JsonLine({{"error", what},
+            {"code", is_of_library ? Json(code) : Json()},
+            {"text", is_of_library ? CodeText(code) : "Failed"}});
 }
 
 void Reporter::FailText(const std::string& what, OsifResult code) {

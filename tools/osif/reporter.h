@@ -33,7 +33,8 @@ class Reporter : public Listener {
   void JsonLine(const Json& object);
 
   // Something failed: `what` names the file, the id or the place. In JSON mode the failure is also an
-  // object {"error","code","text"} on standard output.
+  // object {"error","code","text"} on standard output; where it is not the library that failed, with OSIF_OK, the
+  // code is null.
   void Fail(const std::string& what, OsifResult code) override;
   // Whether failures are also told in JSON; they are at first.
   void SetFailuresInJson(bool on) { failures_in_json_ = on; }

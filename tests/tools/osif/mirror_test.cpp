@@ -1517,6 +1517,18 @@ TEST_F(MirrorWatch, SaysWhatItDidAtOnce) {
   EXPECT_EQ(Stop(SIGINT), 128 + SIGINT);
 }
 
+// Also where it is asked just before it begins to wait, which it does for a minute.
+TEST_F(MirrorWatch, EndsWhenItIsAsked) {
+  const auto begin = std::chrono::steady_clock::now();
+  for (int i = 0; i < 4; ++i) {
+    StartWatching();
+    Await([&] { return !Said().empty(); }, "the first run");
+    std::this_thread::sleep_for(std::chrono::milliseconds(200 * i));
+    EXPECT_EQ(Stop(), 128 + SIGTERM);
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(45));
+}
+
 TEST_F(MirrorWatch, WritesNothingWhileNothingChanges) {
   Put("ann.vcf", kAnn);
   AddStored(Card({"N:Ray;Bob"}));
@@ -1530,6 +1542,39 @@ TEST_F(MirrorWatch, WritesNothingWhileNothingChanges) {
   EXPECT_EQ(StampsNow(), files);
   EXPECT_EQ(StampsIn(device_ + "/Sync/pb"), log);
   EXPECT_EQ(Stop(), 128 + SIGTERM);
+}
+
+TEST_F(MirrorWatch, SaysOnceWhatItCannotDoWhileThatLasts) {
+  const auto two = [](const std::string& name) {
+    return kAnn + With(kBob, "UID:bob", "UID:" + name);
+  };
+  Put("two.vcf", two("x"));
+  StartWatching();
+  Await([&] { return !Errors().empty(); }, "the refusal");
+  const std::string refusal = Errors();
+  EXPECT_THAT(refusal, StartsWith("osif: two.vcf: "));
+  for (const char* name : {"carl", "dora"}) {
+    Put(name + std::string(".vcf"),
+        FileCard({"UID:" + std::string(name), "N:" + std::string(name) + ";"}));
+    Await([&] { return IsStored(name); }, name);
+  }
+  EXPECT_EQ(Errors(), refusal);
+  Put("two.vcf", kBob);
+  Await([&] { return IsStored("Bob Ray"); }, "the file to be whole");
+  Put("two.vcf", two("y"));
+  Await([&] { return Errors() != refusal; }, "the refusal to come again");
+  // By now the file has an object.
+  EXPECT_EQ(Errors(),
+            refusal + "osif: two.vcf (pb " + IdOf("Bob Ray") + "): holds more than one object\n");
+  EXPECT_EQ(Stop(), 128 + SIGTERM);
+}
+
+TEST_F(Mirror, TellsInJsonOfAFolderThatIsNotThereWithoutACodeOfTheLibrary) {
+  std::filesystem::remove(files_);
+  EXPECT_THAT(Osif({"--json", "mirror", "pb", files_}).JsonLines(),
+              ElementsAre(Json{{"error", files_ + ": No such file or directory"},
+                               {"code", nullptr},
+                               {"text", "Failed"}}));
 }
 
 TEST_F(MirrorWatch, LetsOtherProgramsAtTheStoreInBetween) {
