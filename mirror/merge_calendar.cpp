@@ -69,8 +69,10 @@ void SettleEnd(std::vector<Change>& changes, const Calendars& calendars) {
   const std::optional<int64_t> length = LengthOf(calendars.after);
   if (!length || length == calendars.base.duration) return;
   if (length == LengthOf(calendars.before)) return;
-  changes.push_back(
-      {FindItem(calendars.before.items, name), FindItem(calendars.after.items, name)});
+  const Change change = {FindItem(calendars.before.items, name),
+                         FindItem(calendars.after.items, name)};
+  // A store writes an end; a text that has none says nothing of it.
+  if (change.from != kNowhere || change.to != kNowhere) changes.push_back(change);
 }
 
 // A series counts on the clock of its zone, so one that begins with this change takes its times as the store writes

@@ -44,6 +44,18 @@ TEST(MergeCorners, TwoAlarmsThatBothSidesHaveAddedAreAConflict) {
   EXPECT_THAT(merged.conflicts, ElementsAre("VALARM"));
 }
 
+TEST(MergeCorners, OfTextsThatSayNoEndNoneIsTaken) {
+  const auto lasting = [](const std::string& duration) {
+    return Lines({"BEGIN:VCALENDAR", "VERSION:2.0", "BEGIN:VEVENT", "UID:e",
+                  "DTSTART:20270105T100000Z", "DURATION:" + duration, "SUMMARY:Tea", "END:VEVENT",
+                  "END:VCALENDAR"});
+  };
+  const mirror::Merged merged = MergeStoreChange(
+      {OSIF_STORE_CAL, lasting("PT1H"), lasting("PT2H"), lasting("PT1H"), lasting("PT1H")});
+  EXPECT_EQ(merged.text, lasting("PT1H"));
+  EXPECT_THAT(merged.conflicts, IsEmpty());
+}
+
 // The times of when it was written follow the start.
 TEST(MergeCorners, AnAlarmAtATimeIsTheOneThatManyMinutesBeforeTheStart) {
   const std::string stamps = "CREATED:20260101T000000Z\r\nLAST-MODIFIED:20260102T000000Z\r\n";
