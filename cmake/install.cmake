@@ -13,8 +13,8 @@ install(FILES include/osif.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 # For find_package(osif), which gives the target osif::osif.
 install(EXPORT osif-targets NAMESPACE osif:: DESTINATION ${cmake_folder})
 configure_file(packaging/osif-config.cmake.in osif-config.cmake COPYONLY)
-# The major number says what programs can rely on.
-write_basic_package_version_file(osif-config-version.cmake COMPATIBILITY SameMajorVersion)
+# What programs can rely on has only grown since the first version.
+write_basic_package_version_file(osif-config-version.cmake COMPATIBILITY AnyNewerVersion)
 install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/osif-config.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/osif-config-version.cmake
@@ -51,3 +51,12 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/units/system/osifd.service
   DESTINATION lib/systemd/system)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/units/user/osifd.service
   ${CMAKE_CURRENT_BINARY_DIR}/units/user/osif-mirror@.service DESTINATION lib/systemd/user)
+
+# ---- Taking it off again -------------------------------------------------------------------------------
+
+# The prefix may have been given when it was installed.
+install(CODE "file(WRITE \"${CMAKE_BINARY_DIR}/install_prefix.txt\" \"\${CMAKE_INSTALL_PREFIX}\\n\")")
+add_custom_target(uninstall
+  COMMAND ${CMAKE_COMMAND} -D MANIFEST=${CMAKE_BINARY_DIR}/install_manifest.txt
+    -D PREFIX_FILE=${CMAKE_BINARY_DIR}/install_prefix.txt -P ${CMAKE_SOURCE_DIR}/cmake/uninstall.cmake
+  COMMENT "Taking off what was installed" VERBATIM)

@@ -71,7 +71,7 @@ std::string_view WithoutBreak(std::string_view line) {
 }
 
 std::string_view WithoutMark(std::string_view line) {
-  if (line.starts_with(kMark)) line.remove_prefix(kMark.size());
+  while (line.starts_with(kMark)) line.remove_prefix(kMark.size());
   return line;
 }
 

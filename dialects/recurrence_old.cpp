@@ -64,6 +64,12 @@ void AddStoredDayOfMonth(int month, int day, RecurRule& rule) {
   rule.month_days.push_back(is_within ? day : day > 0 ? -1 : 1);
 }
 
+// A day that no month has: the store takes another one for it, a sender may have meant anything.
+bool NamesNoDay(const OldLevel& level, OldSense sense) {
+  return level.letters == "MD" && sense == OldSense::kSender &&
+         std::ranges::any_of(level.numbers, [](int day) { return std::abs(day) > 31; });
+}
+
 void AddDays(const OldLevel& level, const CivilTime& start, OldSense sense, RecurRule& rule) {
   if (level.numbers.empty()) {
     rule.month_days.push_back(start.day);
@@ -130,11 +136,12 @@ constexpr UnitRow kUnitLetters[] = {
     {"YM", RuleUnit::kYearly},
 };
 
-// False for a rule within a rule that there is no word for.
+// False for a rule within a rule that there is no word for, and for days that there are not.
 bool Convert(const std::vector<OldLevel>& levels, const CivilTime& start, OldSense sense,
              RecurRule& rule) {
   const OldLevel& outer = levels.front();
   const OldLevel* inner = levels.size() > 1 ? &levels[1] : nullptr;
+  if (NamesNoDay(levels.back(), sense)) return false;
   rule.unit = std::ranges::find(kUnitLetters, outer.letters, &UnitRow::letters)->unit;
   rule.interval = outer.interval;
   rule.week_start = 1;  // what the old grammar counts weeks from

@@ -105,6 +105,14 @@ TEST(ObjectSplitter, TakesAByteOrderMarkOff) {
   EXPECT_FALSE(Split("BEGIN:VNOTE\nEND:VNOTE\n")[0].has_byte_order_mark);
 }
 
+TEST(ObjectSplitter, TakesAllByteOrderMarksOffThatStandInARow) {
+  const std::vector<ObjectText> objects = Split(
+      "\xEF\xBB\xBF\xEF\xBB\xBF"
+      "BEGIN:VNOTE\nEND:VNOTE\n");
+  ASSERT_EQ(objects.size(), 1u);
+  EXPECT_EQ(objects[0].text, "BEGIN:VNOTE\nEND:VNOTE\n");
+}
+
 TEST(ObjectSplitter, TakesTheByteOrderMarkOfAFileThatWasPutAfterAnotherOff) {
   const std::vector<ObjectText> objects = Split(
       "BEGIN:VNOTE\nEND:VNOTE\n\xEF\xBB\xBF"

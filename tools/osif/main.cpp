@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "client/build_info.h"
 #include "client/damage.h"
 #include "client/interrupt.h"
 #include "client/private_files.h"
@@ -40,7 +41,7 @@ void AddOptions(CLI::App& app, Options& options) {
   app.add_option("--device", options.device,
                  "The device's folder (else OSIF_DEVICE, else \"osif\" in the user's data folder)")
       ->type_name("DIR");
-  app.set_version_flag("--version", "osif " OSIF_VERSION);
+  app.set_version_flag("--version", client::VersionText("osif"));
   app.add_flag("--json", options.json, "Print one JSON object a line");
   app.add_flag("--trace", options.trace, "Show the library's diagnostic lines as they come");
 }

@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <fstream>
 
+#include "client/build_info.h"
+
 namespace daemon_process {
 namespace {
 
@@ -87,7 +89,7 @@ std::optional<std::string> ReadPassword(const std::string& file) {
 std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
   CLI::App app(kDescription, "osifd");
   app.footer(kFooter);
-  app.set_version_flag("--version", "osifd " OSIF_VERSION);
+  app.set_version_flag("--version", client::VersionText("osifd"));
   // A misspelt limit would be none.
   app.allow_config_extras(CLI::config_extras_mode::error);
   app.set_config("--config", "", "Read options from a file")->type_name("FILE");
