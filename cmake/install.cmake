@@ -38,6 +38,7 @@ install(FILES packaging/completion/osif.bash
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME osif)
 install(FILES packaging/completion/osif.zsh
   DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions RENAME _osif)
+install(FILES packaging/completion/osif.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 
 # ---- The service -------------------------------------------------------------------------------------
 

@@ -39,7 +39,8 @@ check_files() {
     "$LIBDIR"/cmake/osif/{osif-config,osif-config-version,osif-targets}.cmake \
     "$LIBDIR"/{libosif.so,libosif.so.0,"libosif.so.$INTERFACE",pkgconfig/osif.pc} \
     lib/systemd/{system,user}/osifd.service lib/systemd/user/osif-mirror@.service share/bash-completion/completions/osif \
-    share/man/man1/{osif,osifd}.1 share/man/man3/libosif.3 share/zsh/site-functions/_osif | sort)" "$found"
+    share/man/man1/{osif,osifd}.1 share/man/man3/libosif.3 share/zsh/site-functions/_osif \
+    share/fish/vendor_completions.d/osif.fish | sort)" "$found"
   local unit
   for unit in "$PREFIX"/lib/systemd/*/osifd.service; do
     grep -q "^ExecStart=$PREFIX/bin/osifd " "$unit" || fail "$unit starts something else"
@@ -226,6 +227,32 @@ check_zsh() {
   for name in $(options; for one in $(subcommands); do options "$one"; done); do
     grep -qEe "[,'){]${name}[[,}]" "$file" || fail "the completion for zsh lacks $name"
   done
+}
+
+# What fish offers where it is installed; else whether all is there.
+offered_by_fish() {
+  fish --no-config -c 'set PATH (path dirname $argv[1]) $PATH; source $argv[2]; complete -C $argv[3]' \
+    "$osif" "$PREFIX/share/fish/vendor_completions.d/osif.fish" "$1" | sort
+}
+
+check_fish() {
+  local file="$PREFIX/share/fish/vendor_completions.d/osif.fish" name option
+  for name in $(subcommands); do
+    grep -qE "[ ']$name[ ']" "$file" || fail "the completion for fish lacks $name"
+    for option in $(options "$name" | sed -n 's/^--//p'); do
+      grep -qE -- "-l $option( |$)" "$file" || fail "the completion for fish lacks --$option of $name"
+    done
+  done
+  command -v fish >/dev/null || return 0
+  "$osif" receive "$SOURCE/samples/plain.vcf" >/dev/null
+  expect_same "subcommands in fish" "$(subcommands | sort)" "$(offered_by_fish 'osif ')"
+  expect_same "stores in fish" $'cal\nmsg-in\nmsg-out\nmsg-sent\nnote\npb' "$(offered_by_fish 'osif list ')"
+  expect_same "ids in fish" $'00000001\tMara Lindqvist' "$(offered_by_fish 'osif show pb ')"
+}
+
+check_uninstall() {
+  "$CMAKE" --build "$BUILD" --target uninstall >"$scratch/log" || fail "$(cat "$scratch/log")"
+  [[ ! -e "$PREFIX" ]] || fail "$(find "$PREFIX") is left"
 }
 
 "check_$1"
