@@ -50,10 +50,10 @@ ReportedContact ContactOf(std::string text, const dialects::TextSettings& settin
 }
 
 // Where a message says no zone its time is the device's.
-int64_t SecondsOf(const dialects::MessageTime& time) {
-  constexpr int64_t kMinute = 60;
-  const int64_t seconds = dialects::CivilSeconds(time);
-  return time.offset ? seconds - *time.offset * kMinute : dialects::DeviceToUtc(seconds);
+CivilTime LocalTimeOf(const dialects::MessageTime& time) {
+  if (!time.offset) return time;
+  const int64_t offset = *time.offset * dialects::kSecondsPerMinute;
+  return dialects::CivilAt(dialects::UtcToDevice(dialects::CivilSeconds(time) - offset));
 }
 
 ReportedMessage MessageOf(std::string text, const dialects::TextSettings& settings) {
@@ -63,13 +63,10 @@ ReportedMessage MessageOf(std::string text, const dialects::TextSettings& settin
                             settings, dialects::Origin::kLibrary, ignored);
   ReportedMessage reported;
   reported.page = dialects::MessageForPeople(message);
-  for (const auto& [caption, value] : reported.page.entries) {
-    if (caption == "Date") reported.date = value;
-  }
   reported.subject = message.subject;
   reported.from = message.from;
   reported.is_unread = message.status == "UNREAD";
-  if (message.date) reported.time = SecondsOf(*message.date);
+  if (message.date) reported.time = LocalTimeOf(*message.date);
   return reported;
 }
 

@@ -42,10 +42,9 @@ struct ReportedNote {
 struct ReportedMessage {
   std::string subject;
   std::string from;
-  std::string date;
+  std::optional<dialects::CivilTime> time;  // by the clock of the device
   bool is_unread = false;
   dialects::PageItem page;
-  int64_t time = 0;  // for their order
 };
 
 struct ReportedChange {

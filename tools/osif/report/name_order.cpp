@@ -51,8 +51,9 @@ void SortByName(std::vector<ReportedContact>& contacts) {
 std::string LetterOf(const std::string& name) {
   UErrorCode error = U_ZERO_ERROR;
   const icu::Normalizer2* decomposer = icu::Normalizer2::getNFDInstance(error);
-  icu::UnicodeString text = icu::UnicodeString::fromUTF8(name).tempSubString(0, 8);
-  text.trim();
+  constexpr int32_t kLooked = 8;
+  icu::UnicodeString text = icu::UnicodeString::fromUTF8(name).trim();
+  text.truncate(kLooked);
   if (U_SUCCESS(error)) text = decomposer->normalize(text, error);
   const UChar32 first = text.isEmpty() ? U'#' : u_toupper(text.char32At(0));
   if (!u_isalpha(first)) return "#";

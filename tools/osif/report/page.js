@@ -9,8 +9,8 @@
   // More are not laid out at once.
   const mostShown = 200;
 
-  // Letters without accents and case; "Muller" finds "Müller".
-  const folded = text => text.normalize('NFD').replace(/\p{M}/gu, '').toLowerCase();
+  // Letters without accents and case: "mussig" finds "Müßig", whose "ß" is "SS" in upper case.
+  const folded = text => text.normalize('NFD').replace(/\p{M}/gu, '').toUpperCase().toLowerCase();
 
   // Numbers are found however they are written: "5550170" in "+1 555 0170".
   const wordsOf = item => {
