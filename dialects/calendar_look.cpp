@@ -26,7 +26,8 @@ std::optional<CalendarLook> LookAtItem(std::string_view calendar, const TextSett
   SettleDates(item, clock, ignored);
   look.occurrences = OccurrencesWithin(item, clock, begin, end);
   look.is_task = item.kind == ItemKind::kTask;
-  look.is_complete = item.is_complete;
+  look.is_complete =
+      item.is_complete || item.status == "COMPLETED" || (item.completed && item.status.empty());
   look.is_all_day = item.is_all_day;
   look.summary = item.summary;
   look.location = item.location;

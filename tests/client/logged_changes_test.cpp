@@ -34,7 +34,7 @@ class LoggedChanges : public testing::Test {
 
  private:
   support::TempFolder place_;
-  support::TempEnvironment device_{"OSIF_DEVICE", place_.path().c_str()};
+  TempEnvironment device_{"OSIF_DEVICE", place_.path().c_str()};
 };
 
 TEST_F(LoggedChanges, AreNoneWithoutALog) { EXPECT_THAT(Ids(), IsEmpty()); }
