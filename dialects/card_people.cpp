@@ -71,11 +71,6 @@ constexpr std::array<TypeRow, 10> kTypeWords = {{
     {"MSG", "messages"},
 }};
 
-struct Entry {
-  std::string caption;
-  std::string text;
-};
-
 std::string Caption(std::string_view caption, const CardProperty& property) {
   std::string kinds(LabelWord(property.label).empty() ? "" : property.label);
   if (kinds.starts_with("_$!<")) kinds = kinds.substr(4, kinds.find(">!$_") - 4);
@@ -106,8 +101,8 @@ std::string TextForPeople(const CardProperty& property) {
   return text;
 }
 
-std::vector<Entry> EntriesOf(const Card& card) {
-  std::vector<Entry> entries;
+std::vector<PageEntry> EntriesOf(const Card& card) {
+  std::vector<PageEntry> entries;
   for (const auto& [name, caption] : kCaptions) {
     for (const CardProperty& property : card.properties) {
       if (property.name != name || property.IsEmpty()) continue;
@@ -127,7 +122,7 @@ void ReportTheRest(const Card& card, Report& report) {
 }
 
 // The further lines of a text stand under its first one.
-std::string AsText(const std::vector<Entry>& entries) {
+std::string AsText(const std::vector<PageEntry>& entries) {
   std::string text;
   for (const auto& [caption, value] : entries) {
     text += caption + ": ";
@@ -164,12 +159,25 @@ std::string Html(std::string_view text) {
   return html;
 }
 
-std::string AsHtml(const std::vector<Entry>& entries) {
+std::string AsHtml(const std::vector<PageEntry>& entries) {
   std::string html = "<dl>\n";
   for (const auto& [caption, value] : entries) {
     html += "<dt>" + Html(caption) + "</dt><dd>" + Html(value) + "</dd>\n";
   }
   return html + "</dl>\n";
+}
+
+// The entries of a card, of which what people cannot read is reported.
+std::vector<PageEntry> EntriesOf(const ObjectText& object, const TextSettings& settings,
+                                 Report& report) {
+  Card card = ReadCard(object, settings, report);
+  RemoveLibraryExtras(card);
+  if (card.TextOf("FN").empty()) {
+    std::string name = DeriveFormattedName(card);
+    if (!name.empty()) card.Add("FN", {std::move(name)});
+  }
+  ReportTheRest(card, report);
+  return EntriesOf(card);
 }
 
 class CardWriterForPeople : public ObjectWriter {
@@ -185,14 +193,7 @@ class CardWriterForPeople : public ObjectWriter {
 
   WrittenObject Write(const ObjectText& object) override {
     WrittenObject written;
-    Card card = ReadCard(object, settings_.text, written.report);
-    RemoveLibraryExtras(card);
-    if (card.TextOf("FN").empty()) {
-      std::string name = DeriveFormattedName(card);
-      if (!name.empty()) card.Add("FN", {std::move(name)});
-    }
-    const std::vector<Entry> entries = EntriesOf(card);
-    ReportTheRest(card, written.report);
+    const std::vector<PageEntry> entries = EntriesOf(object, settings_.text, written.report);
     written.text = is_html_ ? AsHtml(entries) : AsText(entries);
     return written;
   }
@@ -205,6 +206,11 @@ class CardWriterForPeople : public ObjectWriter {
 };
 
 }  // namespace
+
+PageItem CardForPeople(const ObjectText& object, const TextSettings& settings) {
+  Report ignored;
+  return {EntriesOf(object, settings, ignored), {}};
+}
 
 std::unique_ptr<ObjectWriter> MakeCardWriterForPeople(Form form, const WriterSettings& settings) {
   return std::make_unique<CardWriterForPeople>(form == Form::kHtml, settings);

@@ -9,6 +9,7 @@
 #include "dialects/forms.h"
 #include "dialects/message_time.h"
 #include "dialects/object_text.h"
+#include "dialects/people_page.h"
 #include "dialects/report.h"
 
 namespace dialects {
@@ -52,6 +53,9 @@ std::string StrictMessageText(Message message, Report& report);
 
 // The text of a message for people: that of a page of HTML without its tags.
 std::string TextForPeople(const Message& message);
+
+// What a message says: from whom, to whom, when and of what, and its text.
+PageItem MessageForPeople(const Message& message);
 
 // True for a message that StrictMessages would not change, but for its line ends.
 bool IsPlainMessage(std::string_view text);

@@ -189,7 +189,9 @@ std::string RecipientList(const std::vector<std::string>& addresses) {
   return list;
 }
 
-PageItem PageOf(const Message& message) {
+}  // namespace
+
+PageItem MessageForPeople(const Message& message) {
   return {{{"From", message.from},
            {"To", RecipientList(message.to)},
            {"Cc", RecipientList(message.cc)},
@@ -198,6 +200,8 @@ PageItem PageOf(const Message& message) {
            {"Subject", message.subject}},
           TextForPeople(message)};
 }
+
+namespace {
 
 class MessageWriter : public ObjectWriter {
  public:
@@ -226,9 +230,9 @@ class MessageWriter : public ObjectWriter {
       case Form::kMbox:
         return MailboxEntry(message, settings_.uid);
       case Form::kText:
-        return PlainItem(PageOf(message));
+        return PlainItem(MessageForPeople(message));
       case Form::kHtml:
-        return HtmlItem(PageOf(message));
+        return HtmlItem(MessageForPeople(message));
       default:
         return StrictMessageText(message, report);
     }

@@ -70,4 +70,19 @@ std::vector<std::string> NextOccurrences(std::string_view calendar, const TextSe
   return texts;
 }
 
+std::vector<Occurrence> OccurrencesWithin(const CalendarItem& item, const Clock& clock,
+                                          const CivilTime& begin, const CivilTime& end) {
+  if (item.kind != ItemKind::kEvent || !item.start) return {};
+  const int64_t length = std::max<int64_t>(LengthOf(item, clock), 0);
+  std::vector<Occurrence> occurrences;
+  // The rule counts by a clock that may show another day than the device's.
+  for (const CivilTime& start : Starts(item, clock, PlusDays(end, 1))) {
+    const CivilTime after = CivilAt(CivilSeconds(start) + length);
+    const bool has_begun = start < end;
+    const bool goes_on = after > begin || start >= begin;
+    if (has_begun && goes_on) occurrences.push_back({start, after});
+  }
+  return occurrences;
+}
+
 }  // namespace dialects

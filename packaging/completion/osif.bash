@@ -6,7 +6,7 @@ __osif_arguments() {
   arguments=()
   for ((i = 1; i < COMP_CWORD; ++i)); do
     case "${COMP_WORDS[i]}" in
-      --device | -o | --output | --since | --since-time | --port | --count | --as | --to | --split | --prefer | --password-file) ((++i)) ;;
+      --device | -o | --output | --since | --since-time | --port | --count | --as | --to | --split | --prefer | --password-file | --month) ((++i)) ;;
       -*) ;;
       *) arguments+=("${COMP_WORDS[i]}") ;;
     esac
@@ -40,6 +40,7 @@ __osif_options() {
     sync) echo --prefer --slow --force-delete --dry-run --password-file -v --verbose ;;
     mirror) echo --prefer --force-delete --dry-run --watch -v --verbose ;;
     sessions) echo --count ;;
+    report) echo -o --output --month ;;
   esac
 }
 
@@ -65,7 +66,7 @@ _osif() {
       return ;;
     --as) __osif_offer_words "$(__osif_forms)"; return ;;
     -o | --output) __osif_offer_files; return ;;
-    --since | --since-time | --port | --count) return ;;
+    --since | --since-time | --port | --count | --month) return ;;
   esac
   if [[ "$word" == -* ]]; then
     __osif_offer_words --device --json --trace --version -h --help "$(__osif_options "${arguments[0]-}")"
@@ -74,7 +75,7 @@ _osif() {
   case "${#arguments[@]}:${arguments[0]-}" in
     0:)
       __osif_offer_words receive send export list find count delete parse changes anchor database-id \
-        settings trace convert notes show push sync mirror sessions
+        settings trace convert notes show push sync mirror sessions report
       ;;
     1:send | 1:push | 1:export | 1:show | 1:list | 1:count | 1:delete | 1:changes | 1:anchor | 1:database-id)
       __osif_offer_words pb cal note msg-in msg-sent msg-out

@@ -10,7 +10,7 @@ function __osif_arguments
     for word in (commandline -opc)[2..-1]
         if test $skips -eq 1
             set skips 0
-        else if contains -- $word --device -o --output --since --since-time --port --count --as --to --split --prefer --password-file
+        else if contains -- $word --device -o --output --since --since-time --port --count --as --to --split --prefer --password-file --month
             set skips 1
         else if not string match -q -- '-*' $word
             set -a words $word
@@ -46,7 +46,7 @@ function __osif_ids
 end
 
 complete -c osif -f
-complete -c osif -n __osif_has_no_subcommand -a 'receive send export list find count delete parse changes anchor database-id settings trace convert notes show push sync mirror sessions'
+complete -c osif -n __osif_has_no_subcommand -a 'receive send export list find count delete parse changes anchor database-id settings trace convert notes show push sync mirror sessions report'
 complete -c osif -l device -r -a '(__fish_complete_directories)' -d 'The device, a folder'
 complete -c osif -l json -d 'One JSON object a line'
 complete -c osif -l trace -d 'Show what the library says'
@@ -66,7 +66,7 @@ complete -c osif -n '__osif_uses parse' -l strict -l each
 complete -c osif -n '__osif_uses find' -l strict
 complete -c osif -n '__osif_uses send export' -l as -x -a "$__osif_forms"
 complete -c osif -n '__osif_uses send export' -l raw
-complete -c osif -n '__osif_uses send export convert' -s o -l output -r -F
+complete -c osif -n '__osif_uses send export convert report' -s o -l output -r -F
 complete -c osif -n '__osif_uses export' -l split -x -a '(__fish_complete_directories)'
 complete -c osif -n '__osif_uses convert' -l to -x -a "$__osif_forms"
 complete -c osif -n '__osif_uses convert' -s r -l recursive -s v -l verbose
@@ -81,3 +81,4 @@ complete -c osif -n '__osif_uses sync mirror' -l force-delete -l dry-run -s v -l
 complete -c osif -n '__osif_uses sync' -l slow
 complete -c osif -n '__osif_uses mirror' -l watch
 complete -c osif -n '__osif_uses sessions' -l count -x
+complete -c osif -n '__osif_uses report' -l month -x

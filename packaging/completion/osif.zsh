@@ -37,6 +37,7 @@ _osif() {
     'sync:make this device and another one equal'
     'mirror:keep a store and a folder of files equal'
     'sessions:show the last sessions of peers with osifd'
+    'report:write a page that shows the device in a browser'
   )
 
   _arguments -C $common '1:subcommand:->subcommand' '*::argument:->argument'
@@ -90,6 +91,9 @@ _osif() {
             '(-v --verbose)'{-v,--verbose}'[say of each object what was done]' \
             '1:store:(pb cal)' '2:folder:_files -/' ;;
         sessions) _arguments $common '--count[show so many]:count:' ;;
+        report)
+          _arguments $common '(-o --output)'{-o,--output}'[the page]:file:_files' \
+            '--month[the month that is shown first, YYYY-MM]:month:' ;;
         trace)
           _arguments $common '--port[the port to listen on]:port:' '--count[end after so many lines]:count:' ;;
       esac

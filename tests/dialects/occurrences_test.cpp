@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "dialects/calendar_look.h"
 #include "tests/support/environment.h"
 
 namespace occurrences_test {
@@ -68,6 +69,57 @@ TEST_F(Occurrences, OfWhatIsNoEventAreNone) {
                                         "DUE:20261224T000000\r\nEND:VTODO\r\nEND:VCALENDAR\r\n",
                                         {}, kNow, 10),
               IsEmpty());
+}
+
+// ---- Within a span --------------------------------------------------------------------------------------
+
+class OccurrencesWithin : public Occurrences {
+ protected:
+  // Those from the 1st of November 2026 up to the 1st of December.
+  static std::vector<dialects::Occurrence> InNovember(const std::string& lines) {
+    const auto look = dialects::LookAtItem("BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VEVENT\r\n" +
+                                               lines + "END:VEVENT\r\nEND:VCALENDAR\r\n",
+                                           {}, {.year = 2026, .month = 11, .day = 1},
+                                           {.year = 2026, .month = 12, .day = 1});
+    return look ? look->occurrences : std::vector<dialects::Occurrence>();
+  }
+  static dialects::CivilTime At(int month, int day, int hour) {
+    return {2026, month, day, hour, 0, 0};
+  }
+};
+
+TEST_F(OccurrencesWithin, AreThoseThatTheSpanTouches) {
+  EXPECT_THAT(InNovember("DTSTART:20261031T210000Z\r\nDTEND:20261101T010000Z\r\n"),
+              ElementsAre(dialects::Occurrence{At(10, 31, 22), At(11, 1, 2)}));
+  EXPECT_THAT(InNovember("DTSTART:20261031T210000Z\r\nDTEND:20261031T230000Z\r\n"), IsEmpty());
+  EXPECT_THAT(InNovember("DTSTART:20261130T220000Z\r\nDTEND:20261201T010000Z\r\n"), SizeIs(1));
+  EXPECT_THAT(InNovember("DTSTART:20261130T230000Z\r\nDTEND:20261201T010000Z\r\n"), IsEmpty());
+}
+
+TEST_F(OccurrencesWithin, OfASeriesFromLongBeforeKeepTheClockAndLeaveOutExceptions) {
+  EXPECT_THAT(InNovember("DTSTART:20260406T160000Z\r\nDTEND:20260406T170000Z\r\nRRULE:W2 MO #0\r\n"
+                         "EXDATE:20261116T170000Z\r\n"),
+              ElementsAre(dialects::Occurrence{At(11, 2, 18), At(11, 2, 19)},
+                          dialects::Occurrence{At(11, 30, 18), At(11, 30, 19)}));
+}
+
+TEST_F(OccurrencesWithin, OfWholeDaysEndWithTheMidnightAfterThem) {
+  EXPECT_THAT(InNovember("DTSTART:20261110T000000\r\nDTEND:20261111T235959\r\n"
+                         "X-BLUETOOTH-ALLDAYEVENT:TRUE\r\n"),
+              ElementsAre(dialects::Occurrence{At(11, 10, 0), At(11, 12, 0)}));
+}
+
+TEST_F(OccurrencesWithin, OfATaskAreNone) {
+  const auto task = dialects::LookAtItem(
+      "BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VTODO\r\nSUMMARY:Roof\r\nDUE:20261124T000000\r\n"
+      "STATUS:COMPLETED\r\nEND:VTODO\r\nEND:VCALENDAR\r\n",
+      {}, {.year = 2026, .month = 11, .day = 1}, {.year = 2026, .month = 12, .day = 1});
+  ASSERT_TRUE(task);
+  EXPECT_TRUE(task->is_task);
+  EXPECT_TRUE(task->is_complete);
+  EXPECT_EQ(task->summary, "Roof");
+  EXPECT_EQ(task->due, (dialects::CivilTime{2026, 11, 24, 0, 0, 0}));
+  EXPECT_THAT(task->occurrences, IsEmpty());
 }
 
 }  // namespace

@@ -26,5 +26,6 @@ void AddPush(const CommandLine& line);
 void AddSync(const CommandLine& line);
 void AddMirror(const CommandLine& line);
 void AddSessions(const CommandLine& line);
+void AddReport(const CommandLine& line);
 
 }  // namespace command

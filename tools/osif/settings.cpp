@@ -17,6 +17,7 @@
 #include "client/registry_value.h"
 #include "client/texts.h"
 #include "tools/osif/commands.h"
+#include "tools/osif/setting_values.h"
 
 namespace command {
 namespace {
@@ -97,10 +98,14 @@ Json ValueJson(const Setting& setting, const std::optional<std::string>& value) 
   return FromDigits(*value).value_or(0);
 }
 
+std::optional<std::string> DefaultOf(const Setting& setting) {
+  return setting.default_value == nullptr ? std::nullopt
+                                          : std::optional<std::string>(setting.default_value);
+}
+
 void Show(const Setting& setting, Reporter& reporter) {
   const std::optional<std::string> stored = Read(setting);
-  std::optional<std::string> standard;
-  if (setting.default_value != nullptr) standard = setting.default_value;
+  const std::optional<std::string> standard = DefaultOf(setting);
   const std::optional<std::string>& value = stored ? stored : standard;
   std::string text = ToOutput(setting.name) + " = ";
   if (IsText(setting) && value) {
@@ -220,6 +225,16 @@ void Settings(const SettingsArguments& arguments, const Options&, Reporter& repo
 }
 
 }  // namespace
+
+std::vector<SettingValue> AllSettings() {
+  std::vector<SettingValue> values;
+  for (const Setting& setting : kSettings) {
+    const std::optional<std::string> stored = Read(setting);
+    values.push_back(
+        {ToOutput(setting.name), stored ? stored : DefaultOf(setting), stored.has_value()});
+  }
+  return values;
+}
 
 void AddSettings(const CommandLine& line) {
   AddSubcommand(line, "settings", "Show or change the settings in the device's registry",

@@ -10,9 +10,10 @@ class CommandUsage : public CommandTest {};
 TEST_F(CommandUsage, HelpNamesEverySubcommand) {
   const Outcome help = Osif({"--help"});
   EXPECT_EQ(help.status, 0);
-  for (const char* name : {"receive", "send", "export", "list", "find", "count", "delete", "parse",
-                           "changes", "anchor", "database-id", "settings", "trace", "convert",
-                           "notes", "show", "push", "sync", "sessions"}) {
+  for (const char* name :
+       {"receive", "send",    "export", "list",        "find",     "count", "delete",
+        "parse",   "changes", "anchor", "database-id", "settings", "trace", "convert",
+        "notes",   "show",    "push",   "sync",        "sessions", "report"}) {
     EXPECT_THAT(help.out, HasSubstr(std::string("\n  ") + name + " ")) << name;
   }
 }
@@ -48,7 +49,7 @@ INSTANTIATE_TEST_SUITE_P(Subcommands, CommandHelp,
                          testing::Values("receive", "send", "export", "list", "find", "count",
                                          "delete", "parse", "changes", "anchor", "database-id",
                                          "settings", "trace", "convert", "notes", "show", "push",
-                                         "sync", "sessions"),
+                                         "sync", "sessions", "report"),
                          [](const auto& row) {
                            std::string name = row.param;
                            std::erase(name, '-');
