@@ -26,5 +26,7 @@ void AddPush(const CommandLine& line);
 void AddSync(const CommandLine& line);
 void AddMirror(const CommandLine& line);
 void AddSessions(const CommandLine& line);
+void AddBackup(const CommandLine& line);
+void AddRestore(const CommandLine& line);
 
 }  // namespace command
