@@ -216,7 +216,7 @@ Problems Look(const std::string& path, const DatabaseKind& kind, Depth depth) {
   } else {
     CompareSideSchema(kind, version, schema, problems);
   }
-  LookAtPages(database.get(), depth, problems);
+  if (depth != Depth::kSchema) LookAtPages(database.get(), depth, problems);
   if (depth == Depth::kWhole) LookAtReferences(database.get(), problems);
   return problems;
 }

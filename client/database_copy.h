@@ -14,8 +14,9 @@ namespace client {
 // Empty, or why not. Asked to stop (client/interrupt.h), it does not.
 std::string CopyDatabase(const std::string& from, const std::string& to);
 
-// How much of a database is looked at: its pages, or also whether its indexes and references hold.
-enum class Depth { kQuick, kWhole };
+// How much of a database is looked at: whose it is and what it declares; its pages as well; or also whether its indexes and
+// references hold.
+enum class Depth { kSchema, kQuick, kWhole };
 
 // What is wrong with a database in a device's folder, a sentence without its name each; nothing when all is well. Nothing
 // is changed. A kind that is not there is nothing to look at.

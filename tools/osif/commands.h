@@ -28,5 +28,6 @@ void AddMirror(const CommandLine& line);
 void AddSessions(const CommandLine& line);
 void AddBackup(const CommandLine& line);
 void AddRestore(const CommandLine& line);
+void AddCheck(const CommandLine& line);
 
 }  // namespace command
