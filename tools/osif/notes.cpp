@@ -1,21 +1,14 @@
 // osif notes: the ink documents of the device's folder. The library stores notes and cannot be asked for them; the
 // documents are its users' files, so they are read here, as text.
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "btosif/osif_util/ascii.h"
 #include "client/session.h"
-#include "client/texts.h"
-#include "platform/device/device.h"
-#include "platform/device/ink/reader.h"
 #include "tools/osif/commands.h"
+#include "tools/osif/note_documents.h"
 
 namespace command {
 namespace {
@@ -25,41 +18,6 @@ namespace fs = std::filesystem;
 struct NotesArguments {
   std::vector<std::string> names;  // empty: all are listed
 };
-
-fs::path Documents() { return fs::path(device::Folder()) / "Documents"; }
-
-bool IsNote(const fs::path& path) { return EqualsIgnoringCase(path.extension().string(), ".pwi"); }
-
-// The documents in the order of their names.
-std::vector<fs::path> AllNotes(Reporter& reporter) {
-  std::vector<fs::path> notes;
-  std::error_code error;
-  for (fs::directory_iterator entry(Documents(), error);
-       !error && entry != fs::directory_iterator(); entry.increment(error)) {
-    if (IsNote(entry->path())) notes.push_back(entry->path());
-  }
-  if (error && error != std::errc::no_such_file_or_directory) {
-    reporter.Fail(Documents().string() + ": " + error.message(), OSIF_ERR_FILE_OPEN);
-  }
-  std::ranges::sort(notes);
-  return notes;
-}
-
-// Nothing, and a message, for what cannot be read.
-std::optional<std::string> TextOf(const fs::path& path, Reporter& reporter) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) {
-    reporter.Fail(path.string() + ": " + std::strerror(errno), OSIF_ERR_FILE_OPEN);
-    return std::nullopt;
-  }
-  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-  const std::optional<std::u16string> text = device::ReadInkDocument(bytes);
-  if (!text) {
-    reporter.Fail(path.string() + " is no ink document", OSIF_ERR_INVALID_STREAM);
-    return std::nullopt;
-  }
-  return ToOutput(*text);
-}
 
 std::vector<std::string> LinesOf(const std::string& text) {
   std::vector<std::string> lines;
@@ -74,7 +32,7 @@ std::vector<std::string> LinesOf(const std::string& text) {
 }
 
 void ListNote(const fs::path& path, Reporter& reporter) {
-  const std::optional<std::string> text = TextOf(path, reporter);
+  const std::optional<std::string> text = TextOfNote(path, reporter);
   if (!text) return;
   const std::string name = path.stem().string();
   reporter.Result({{"name", name}, {"file", path.string()}, {"text", *text}}, name);
@@ -83,8 +41,8 @@ void ListNote(const fs::path& path, Reporter& reporter) {
 void ShowNote(const std::string& name, Reporter& reporter) {
   // A name is that of a document, not a way to other files.
   if (name.find('/') != std::string::npos) return reporter.Fail(name, OSIF_ERR_NOT_FOUND);
-  const fs::path path = Documents() / (name + ".pwi");
-  const std::optional<std::string> text = TextOf(path, reporter);
+  const fs::path path = DocumentsFolder() / (name + ".pwi");
+  const std::optional<std::string> text = TextOfNote(path, reporter);
   if (!text) return;
   reporter.JsonLine({{"name", name}, {"file", path.string()}, {"text", *text}});
   for (const std::string& line : LinesOf(*text)) reporter.Text(line);
@@ -98,7 +56,7 @@ void Notes(const NotesArguments& arguments, const Options&, Reporter& reporter) 
   if (!CheckDevice(reporter)) return;
   PrepareTexts();
   if (arguments.names.empty()) {
-    for (const fs::path& path : AllNotes(reporter)) ListNote(path, reporter);
+    for (const fs::path& path : NoteDocuments(reporter)) ListNote(path, reporter);
   }
   for (const std::string& name : arguments.names) ShowNote(name, reporter);
 }
