@@ -55,6 +55,15 @@ class OpenFile {
   const int handle_;
 };
 
+bool HasLogs(const std::string& folder) {
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+       entry.increment(error)) {
+    if (entry->path().string().ends_with("_change.log")) return true;
+  }
+  return false;
+}
+
 // The folders of the change logs of a device, held against other programs.
 class LogHolds {
  public:
@@ -62,8 +71,7 @@ class LogHolds {
     std::vector<std::string> folders = {device_folder + "/Sync"};
     for (const StoreRow& row : kStoreRows) folders.push_back(folders[0] + "/" + row.name);
     for (size_t i = 0; i < folders.size(); ++i) {
-      std::error_code error;
-      if (!fs::is_directory(folders[i], error)) continue;
+      if (!HasLogs(folders[i])) continue;
       if (access(folders[i].c_str(), W_OK) != 0) {
         are_all_held_ = false;
         continue;
