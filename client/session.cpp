@@ -144,6 +144,7 @@ std::string Session::ChangeLogText(int32_t store_id) const {
 }
 
 bool Session::MayChange(int32_t store_id) {
+  if (!records_) return true;
   const bool is_first = !change_logs_.contains(store_id);
   const OsifResult result = OpenChangeLog(store_id);
   if (is_first && result != OSIF_OK) listener_.Fail(ChangeLogText(store_id), result);
@@ -151,6 +152,7 @@ bool Session::MayChange(int32_t store_id) {
 }
 
 OsifAnchor* Session::NewAnchor(int32_t store_id) {
+  if (!records_) return nullptr;
   if (!MayChange(store_id) || OpenChangeLog(store_id) != OSIF_OK) return nullptr;
   anchor_ = {};
   return &anchor_;

@@ -41,6 +41,9 @@ class Session {
   // What is to be said of a change log that could not be opened, such as which program uses it.
   std::string ChangeLogText(int32_t store_id) const;
 
+  // From now on changes are made without the change logs, as on a copy of a device that nobody synchronises with.
+  void RecordNothing() { records_ = false; }
+
   // False, with a message the first time, when another program uses the store's change log: a change that is made
   // meanwhile would come between that program's.
   bool MayChange(int32_t store_id);
@@ -59,6 +62,7 @@ class Session {
   Listener& listener_;
   std::unique_ptr<TraceTap> tap_;
   bool is_open_ = false;
+  bool records_ = true;
   std::map<int32_t, OsifResult> change_logs_;  // what opening them gave
   std::map<int32_t, uint32_t> users_;          // the processes that use those that are in use
   OsifAnchor anchor_{};

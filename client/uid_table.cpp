@@ -1,10 +1,11 @@
 // Ids are never used again, so what is left of a deleted object misleads nobody.
 #include "client/uid_table.h"
 
+#include "client/device_files.h"
+
 namespace client {
 namespace {
 
-constexpr int kVersion = 1;
 constexpr const char* kSetUp =
     "PRAGMA journal_mode=WAL;"
     "CREATE TABLE IF NOT EXISTS uids(store INTEGER, id TEXT, uid TEXT NOT NULL, PRIMARY KEY(store, "
@@ -14,7 +15,7 @@ constexpr const char* kSetUp =
 }  // namespace
 
 UidTable::UidTable(const std::string& folder)
-    : database_(folder, "uids.db", kVersion, kSetUp, SideDatabase::Access::kUse) {}
+    : database_(folder, "uids.db", kUidsVersion, kSetUp, SideDatabase::Access::kUse) {}
 
 std::string UidTable::Find(int32_t store_id, const std::string& id) {
   if (!database_.is_open()) return {};

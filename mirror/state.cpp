@@ -4,12 +4,16 @@
 #include "mirror/state.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <utility>
+
+#include "client/device_files.h"
 
 namespace mirror {
 namespace {
 
-constexpr int kVersion = 1;
+constexpr const char* kFile = "mirror.db";
 
 constexpr const char* kSetUp =
     "PRAGMA journal_mode=WAL; BEGIN IMMEDIATE;"
@@ -35,7 +39,7 @@ using client::SideStatement;
 }  // namespace
 
 MirrorState::MirrorState(const std::string& device_folder, bool only_looks)
-    : database_(device_folder, "mirror.db", kVersion, kSetUp,
+    : database_(device_folder, kFile, client::kMirrorVersion, kSetUp,
                 only_looks ? SideDatabase::Access::kLook : SideDatabase::Access::kUse) {}
 
 void MirrorState::Select(const std::string& folder, int32_t store_id) {
@@ -202,6 +206,21 @@ bool MirrorState::SetPosition(const MirrorPosition& position,
     }
     return is_done;
   });
+}
+
+// ---- Another database id ------------------------------------------------------------------------------------
+
+std::string TakeOverDatabaseId(const std::string& device_folder, int32_t store_id,
+                               const std::string& former_id, const std::string& id) {
+  std::error_code error;
+  if (!std::filesystem::exists(device_folder + "/" + kFile, error)) return {};
+  SideDatabase database(device_folder, kFile, client::kMirrorVersion, kSetUp,
+                        SideDatabase::Access::kUse);
+  if (!database.is_open()) return database.why_not();
+  SideStatement row(database,
+                    "UPDATE positions SET database_id = ?3 WHERE store = ?1 AND database_id = ?2");
+  const bool is_done = row.Bind(int64_t{store_id}).Bind(former_id).Bind(id).Run();
+  return is_done ? std::string() : database.why_not();
 }
 
 }  // namespace mirror

@@ -46,6 +46,11 @@ struct MirrorIntent {
   std::string text;
 };
 
+// A store's change log goes on under another database id; what was agreed with its counters holds as before. Empty, or
+// why not. Without a mirror.db in the folder there is nothing to do.
+std::string TakeOverDatabaseId(const std::string& device_folder, int32_t store_id,
+                               const std::string& former_id, const std::string& id);
+
 // The rows of one folder and one store. Each change is on the disk, whole, when its function returns; each gives false,
 // with the reason in why_not(), where it failed.
 class MirrorState {

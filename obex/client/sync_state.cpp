@@ -4,12 +4,16 @@
 #include "obex/client/sync_state.h"
 
 #include <array>
+#include <filesystem>
+#include <system_error>
 #include <utility>
+
+#include "client/device_files.h"
 
 namespace obex {
 namespace {
 
-constexpr int kFileVersion = 1;
+constexpr const char* kFile = "sync.db";
 
 constexpr const char* kSetUp =
     "PRAGMA journal_mode=WAL; BEGIN IMMEDIATE;"
@@ -62,7 +66,7 @@ class SyncState::Statement : public client::SideStatement {
 
 SyncState::SyncState(const std::string& folder, bool only_looks)
     : database_(
-          folder, "sync.db", kFileVersion, kSetUp,
+          folder, kFile, client::kSyncVersion, kSetUp,
           only_looks ? client::SideDatabase::Access::kLook : client::SideDatabase::Access::kUse) {}
 
 void SyncState::Select(const std::string& partner, int32_t store_id) {
@@ -177,6 +181,21 @@ bool SyncState::SetPending(const std::vector<SyncPending>& pending) {
         {"INSERT OR IGNORE INTO pending VALUES(?1, ?2, ?3, ?4)", {NameOfSide(one.side), one.key}});
   }
   return Transact(steps);
+}
+
+// ---- Another database id ------------------------------------------------------------------------------------
+
+std::string TakeOverDatabaseId(const std::string& device_folder, int32_t store_id,
+                               const std::string& former_id, const std::string& id) {
+  std::error_code error;
+  if (!std::filesystem::exists(device_folder + "/" + kFile, error)) return {};
+  client::SideDatabase database(device_folder, kFile, client::kSyncVersion, kSetUp,
+                                client::SideDatabase::Access::kUse);
+  if (!database.is_open()) return database.why_not();
+  client::SideStatement row(
+      database, "UPDATE partners SET database_here = ?3 WHERE store = ?1 AND database_here = ?2");
+  const bool is_done = row.Bind(std::to_string(store_id)).Bind(former_id).Bind(id).Run();
+  return is_done ? std::string() : database.why_not();
 }
 
 }  // namespace obex

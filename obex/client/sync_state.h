@@ -27,6 +27,11 @@ struct SyncPending {
   std::string key;
 };
 
+// A store's change log here goes on under another database id; what was agreed with its counters holds as before. Empty, or
+// why not. Without a sync.db in the folder there is nothing to do.
+std::string TakeOverDatabaseId(const std::string& device_folder, int32_t store_id,
+                               const std::string& former_id, const std::string& id);
+
 // The rows of one partner and one store. Each change is on the disk, whole, when its function returns.
 class SyncState {
  public:

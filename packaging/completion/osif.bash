@@ -28,9 +28,10 @@ __osif_offer_folders() {
 # The options that the subcommand has beside those that all have.
 __osif_options() {
   case "$1" in
-    receive) echo --strict --each --add --review -v --verbose ;;
+    receive) echo --strict --each --add --review --dry-run -v --verbose ;;
     parse) echo --strict --each ;;
-    find) echo --strict ;;
+    find) echo --strict --text ;;
+    restore) echo --force ;;
     send) echo -o --output --as --raw ;;
     export) echo -o --output --as --split --raw ;;
     convert) echo --to -o --output -r --recursive -v --verbose ;;
@@ -75,7 +76,7 @@ _osif() {
   case "${#arguments[@]}:${arguments[0]-}" in
     0:)
       __osif_offer_words receive send export list find count delete parse changes anchor database-id \
-        settings trace convert notes show push sync mirror sessions report
+        settings trace convert notes show push sync mirror sessions report backup restore check
       ;;
     1:send | 1:push | 1:export | 1:show | 1:list | 1:count | 1:delete | 1:changes | 1:anchor | 1:database-id)
       __osif_offer_words pb cal note msg-in msg-sent msg-out
@@ -83,7 +84,7 @@ _osif() {
     2:sync | 3:sync | 1:mirror) __osif_offer_words pb cal ;;
     2:mirror) __osif_offer_folders ;;
     1:settings) __osif_offer_words "$(__osif_settings)" ;;
-    *:receive | *:parse | *:convert | 1:find) __osif_offer_files ;;
+    *:receive | *:parse | *:convert | 1:find | 1:backup | 1:restore) __osif_offer_files ;;
   esac
 }
 

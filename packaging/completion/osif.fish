@@ -46,7 +46,7 @@ function __osif_ids
 end
 
 complete -c osif -f
-complete -c osif -n __osif_has_no_subcommand -a 'receive send export list find count delete parse changes anchor database-id settings trace convert notes show push sync mirror sessions report'
+complete -c osif -n __osif_has_no_subcommand -a 'receive send export list find count delete parse changes anchor database-id settings trace convert notes show push sync mirror sessions report backup restore check'
 complete -c osif -l device -r -a '(__fish_complete_directories)' -d 'The device, a folder'
 complete -c osif -l json -d 'One JSON object a line'
 complete -c osif -l trace -d 'Show what the library says'
@@ -58,12 +58,12 @@ complete -c osif -n '__osif_is 0 mirror' -a 'pb cal'
 complete -c osif -n '__osif_is 1 sync; or __osif_is 2 sync' -a 'pb cal'
 complete -c osif -n '__osif_is 1 send show; or __osif_uses delete push; and not __osif_is 0 delete push' -a '(__osif_ids)'
 complete -c osif -n '__osif_is 1 mirror' -a '(__fish_complete_directories)'
-complete -c osif -n '__osif_uses receive parse convert find' -F
+complete -c osif -n '__osif_uses receive parse convert find backup restore' -F
 complete -c osif -n '__osif_is 0 settings' -a "(osif settings 2>/dev/null | string replace -r ' = .*' '')"
 
-complete -c osif -n '__osif_uses receive' -l strict -l each -l add -l review -s v -l verbose
+complete -c osif -n '__osif_uses receive' -l strict -l each -l add -l review -l dry-run -s v -l verbose
 complete -c osif -n '__osif_uses parse' -l strict -l each
-complete -c osif -n '__osif_uses find' -l strict
+complete -c osif -n '__osif_uses find' -l strict -l text
 complete -c osif -n '__osif_uses send export' -l as -x -a "$__osif_forms"
 complete -c osif -n '__osif_uses send export' -l raw
 complete -c osif -n '__osif_uses send export convert report' -s o -l output -r -F
@@ -82,3 +82,4 @@ complete -c osif -n '__osif_uses sync' -l slow
 complete -c osif -n '__osif_uses mirror' -l watch
 complete -c osif -n '__osif_uses sessions' -l count -x
 complete -c osif -n '__osif_uses report' -l month -x
+complete -c osif -n '__osif_uses restore' -l force

@@ -21,7 +21,7 @@ _osif() {
     'send:write one object of a store as text'
     'export:write every object of a store to a file'
     'list:show the ids and names of the objects of a store'
-    'find:for each object of a file, show its id in the store'
+    'find:look for the objects of a file, or for a text, in the stores'
     'count:show how many objects a store holds'
     'delete:delete objects of a store'
     'parse:read files without storing anything'
@@ -38,6 +38,9 @@ _osif() {
     'mirror:keep a store and a folder of files equal'
     'sessions:show the last sessions of peers with osifd'
     'report:write a page that shows the device in a browser'
+    'backup:save the whole device as one file'
+    'restore:put a saved device in the place of the device'
+    'check:say what is wrong with the device'
   )
 
   _arguments -C $common '1:subcommand:->subcommand' '*::argument:->argument'
@@ -47,7 +50,7 @@ _osif() {
       case $words[1] in
         receive)
           _arguments $common $strict $each '--add[add every object, update none]' \
-            '--review[ask before an update]' '(-v --verbose)'{-v,--verbose}'[say of each object what was done]' \
+            '--review[ask before an update]' '--dry-run[say what would be stored]' '(-v --verbose)'{-v,--verbose}'[say of each object what was done]' \
             '*:file:_files' ;;
         parse) _arguments $common $strict $each '*:file:_files' ;;
         convert)
@@ -64,7 +67,10 @@ _osif() {
             '(-o --output)--split[a folder, a file for each object]:folder:_files -/' '--as[the form]:form:'$forms \
             $raw $store ;;
         list | count | anchor | database-id) _arguments $common $store ;;
-        find) _arguments $common $strict '1:file:_files' ;;
+        find) _arguments $common $strict '--text[it is a text, also where a file has that name]' '1:file:_files' ;;
+        backup) _arguments $common '1:file:_files' ;;
+        restore) _arguments $common '--force[replace a device that holds something]' '1:file:_files' ;;
+        check) _arguments $common ;;
         delete) _arguments $common $store '*:id:' ;;
         changes)
           _arguments $common $store \

@@ -27,5 +27,8 @@ void AddSync(const CommandLine& line);
 void AddMirror(const CommandLine& line);
 void AddSessions(const CommandLine& line);
 void AddReport(const CommandLine& line);
+void AddBackup(const CommandLine& line);
+void AddRestore(const CommandLine& line);
+void AddCheck(const CommandLine& line);
 
 }  // namespace command

@@ -35,7 +35,7 @@ constexpr void (*kSubcommands[])(const command::CommandLine&) = {
     command::AddChanges, command::AddAnchor,  command::AddDatabaseId, command::AddSettings,
     command::AddTrace,   command::AddConvert, command::AddNotes,      command::AddShow,
     command::AddPush,    command::AddSync,    command::AddMirror,     command::AddSessions,
-    command::AddReport,
+    command::AddReport,  command::AddBackup,  command::AddRestore,    command::AddCheck,
 };
 
 void AddOptions(CLI::App& app, Options& options) {

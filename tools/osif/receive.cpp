@@ -5,10 +5,12 @@
 // gathered and told once a file; with -v, and in JSON, each object says it of itself.
 //
 // A store's change log is opened when its first object comes, since opening costs a comparison of the whole store; where
-// that fails, the objects are stored all the same, without anchors. Asked to stop, the command stores no further object
+// that fails, the objects are stored all the same, without anchors. A dry run does all that on a copy of the device, so that
+// what it says is what storing would do, also of what only the store refuses. Asked to stop, the command stores no further object
 // and closes its change logs as at any other end.
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -18,6 +20,7 @@
 #include "client/store.h"
 #include "client/storer.h"
 #include "client/texts.h"
+#include "client/trial_device.h"
 #include "client/uid_table.h"
 #include "dialects/object_reader.h"
 #include "platform/device/device.h"
@@ -35,6 +38,7 @@ struct ReceiveArguments {
   bool adds = false;
   bool reviews = false;
   bool is_verbose = false;
+  bool is_dry_run = false;
 };
 
 struct Tally {
@@ -73,7 +77,9 @@ class FileReceiver : public dialects::ObjectVisitor {
     const StoreOutcome stored = storer_.Store(object.store_id, *object.object);
     Count(stored.action);
     if (stored.action == StoreAction::kRefused && stored.result != OSIF_OK) {
-      run_.reporter.Fail(place + " was not stored", stored.result);
+      run_.reporter.Fail(
+          place + (run_.arguments.is_dry_run ? " would not be stored" : " was not stored"),
+          stored.result);
     }
     const bool is_stored =
         stored.action == StoreAction::kAdded || stored.action == StoreAction::kUpdated;
@@ -111,10 +117,11 @@ class FileReceiver : public dialects::ObjectVisitor {
     }
     refusals_.Summarise();
     if (!run_.tells_each) findings_.Tell(file_name_, run_.reporter);
-    std::string text = file_name_ + ": " + std::to_string(counts_.added) + " added, " +
-                       std::to_string(counts_.updated) + " updated, ";
-    if (counts_.skipped > 0) text += std::to_string(counts_.skipped) + " skipped, ";
-    text += std::to_string(counts_.refused) + " refused";
+    const std::string would_be = WouldBe();
+    std::string text = file_name_ + ": " + std::to_string(counts_.added) + would_be + " added, " +
+                       std::to_string(counts_.updated) + would_be + " updated, ";
+    if (counts_.skipped > 0) text += std::to_string(counts_.skipped) + would_be + " skipped, ";
+    text += std::to_string(counts_.refused) + would_be + " refused";
     if (counts_.interrupted > 0) {
       text += ", " + std::to_string(counts_.interrupted) + " not reached";
     }
@@ -132,6 +139,8 @@ class FileReceiver : public dialects::ObjectVisitor {
     }
     return policy;
   }
+
+  std::string WouldBe() const { return run_.arguments.is_dry_run ? " would be" : ""; }
 
   void Count(StoreAction action) {
     switch (action) {
@@ -160,8 +169,9 @@ class FileReceiver : public dialects::ObjectVisitor {
 
   void TellOutcome(const dialects::ReadObject& object, const StoreOutcome& stored,
                    const std::string& name, const std::string& place) {
-    const bool has_id =
-        stored.action == StoreAction::kAdded || stored.action == StoreAction::kUpdated;
+    // The id that a new object would get is not known before it is there.
+    const bool has_id = stored.action == StoreAction::kUpdated ||
+                        (stored.action == StoreAction::kAdded && !run_.arguments.is_dry_run);
     if (run_.reporter.json()) {
       Json line = {{"file", file_name_},
                    {"number", object.number},
@@ -175,7 +185,7 @@ class FileReceiver : public dialects::ObjectVisitor {
       PutReport(object.report, line);
       run_.reporter.JsonLine(line);
     } else if (run_.tells_each && stored.action != StoreAction::kRefused) {
-      std::string text = place + ": " + ActionName(stored.action);
+      std::string text = place + ":" + WouldBe() + " " + ActionName(stored.action);
       if (has_id) text += " " + IdInStore(object.store_id, stored.id.data());
       if (!stored.kept_apart_from.empty()) {
         text += " beside " + IdInStore(object.store_id, stored.kept_apart_from.c_str());
@@ -202,22 +212,16 @@ void DeclareReceive(Declarations& declarations, ReceiveArguments& arguments) {
                        "Show what an update would overwrite, and ask before it");
   declarations.AddFlag("-v,--verbose", arguments.is_verbose,
                        "Say of each object what became of it");
+  declarations.AddFlag("--dry-run", arguments.is_dry_run,
+                       "Say what would be stored, and store nothing");
 }
 
-void Receive(const ReceiveArguments& arguments, const Options& options, Reporter& reporter) {
-  if (arguments.files.strict) {
-    if (arguments.adds || arguments.reviews) {
-      return reporter.WrongUsage("--strict does not go with --add and --review");
-    }
-    return ReceiveStrictly(arguments.files, options, reporter);
-  }
-  if (arguments.reviews && !CanReview(arguments.files.files)) {
-    return reporter.WrongUsage("--review asks on a terminal, and standard input is none");
-  }
+void ReceiveFiles(const ReceiveArguments& arguments, const Options& options, Reporter& reporter) {
   // It outlives the session, which closes the change logs.
   const InterruptWatch watch;
   Session session(options.trace, reporter);
   if (!session.is_open()) return;
+  if (arguments.is_dry_run) session.RecordNothing();
   UidTable uids(device::Folder());
   // Between the lines of the trace, each object says where it is.
   Run run{arguments, arguments.is_verbose || options.trace, session, uids, reporter};
@@ -230,6 +234,34 @@ void Receive(const ReceiveArguments& arguments, const Options& options, Reporter
     FileReceiver receiver(file.name(), run);
     if (ReadDialects(file, receiver, reporter)) receiver.Summarise();
   }
+}
+
+// On the device, or on a copy of it.
+void TryOrDo(const ReceiveArguments& arguments, Reporter& reporter,
+             const std::function<void()>& receive) {
+  std::optional<InterruptWatch> watch;
+  std::optional<TrialDevice> trial;
+  if (arguments.is_dry_run) {
+    watch.emplace();
+    trial.emplace();
+    if (!trial->why_not().empty()) return reporter.Fail(trial->why_not(), OSIF_OK);
+  }
+  receive();
+}
+
+void Receive(const ReceiveArguments& arguments, const Options& options, Reporter& reporter) {
+  if (arguments.files.strict) {
+    if (arguments.adds || arguments.reviews) {
+      return reporter.WrongUsage("--strict does not go with --add and --review");
+    }
+    return TryOrDo(arguments, reporter, [&] {
+      ReceiveStrictly(arguments.files, arguments.is_dry_run, options, reporter);
+    });
+  }
+  if (arguments.reviews && !CanReview(arguments.files.files)) {
+    return reporter.WrongUsage("--review asks on a terminal, and standard input is none");
+  }
+  TryOrDo(arguments, reporter, [&] { ReceiveFiles(arguments, options, reporter); });
 }
 
 }  // namespace

@@ -64,10 +64,14 @@ struct ReceiveOutcome {
 // Stores the records of one file.
 class Receiver : public FileVisitor {
  public:
-  // `tells_all`: also people see a line for each object.
-  Receiver(const std::string& file_name, bool tells_all, Session& session, Reporter& reporter)
+  struct Manner {
+    bool tells_all = false;  // also people see a line for each object
+    bool is_dry_run = false;
+  };
+
+  Receiver(const std::string& file_name, Manner manner, Session& session, Reporter& reporter)
       : file_name_(file_name),
-        tells_all_(tells_all),
+        manner_(manner),
         storer_(session, reporter, {.is_strict = true}),
         reporter_(reporter) {}
 
@@ -83,7 +87,9 @@ class Receiver : public FileVisitor {
     const StoreOutcome stored = storer_.Store(record.store_id, *record.object);
     if (stored.action == StoreAction::kRefused) {
       ++counts_.refused;
-      if (stored.result != OSIF_OK) reporter_.Fail(place + " was not stored", stored.result);
+      if (stored.result != OSIF_OK)
+        reporter_.Fail(place + (manner_.is_dry_run ? " would not be stored" : " was not stored"),
+                       stored.result);
       TellOutcome(record, {.action = "refused", .name = name});
       return;
     }
@@ -94,9 +100,12 @@ class Receiver : public FileVisitor {
     const char* action = ActionName(stored.action);
     const std::vector<std::string> lost = LostContents(record);
     TellLostContents(lost, place);
-    TellOutcome(record, {action, name, stored.id.data(), stored.anchor, lost});
-    if (tells_all_) {
-      reporter_.Text(place + ": " + action + " " + IdInStore(record.store_id, stored.id.data()));
+    // The id that a new object would get is not known before it is there.
+    const bool has_id = !manner_.is_dry_run || stored.action == StoreAction::kUpdated;
+    TellOutcome(record, {action, name, has_id ? stored.id.data() : nullptr, stored.anchor, lost});
+    if (manner_.tells_all) {
+      reporter_.Text(place + ":" + WouldBe() + " " + action +
+                     (has_id ? " " + IdInStore(record.store_id, stored.id.data()) : ""));
     }
   }
 
@@ -125,16 +134,20 @@ class Receiver : public FileVisitor {
       reporter_.Note(file_name_ + ": a warning may hold for " + std::to_string(counts_.uncertain) +
                      " more behind it in its calendar as well");
     }
-    std::string text = file_name_ + ": " + std::to_string(counts_.added) + " added, " +
-                       std::to_string(counts_.updated) + " updated, " +
-                       std::to_string(counts_.refused) + " refused";
+    const std::string would_be = WouldBe();
+    std::string text = file_name_ + ": " + std::to_string(counts_.added) + would_be + " added, " +
+                       std::to_string(counts_.updated) + would_be + " updated, " +
+                       std::to_string(counts_.refused) + would_be + " refused";
     if (counts_.unreached > 0) text += ", " + std::to_string(counts_.unreached) + " not reached";
     if (counts_.warnings > 0) text += "; " + std::to_string(counts_.warnings) + " with a warning";
-    if (counts_.refused + counts_.warnings > 0 && !tells_all_) text += " (--trace shows why)";
+    if (counts_.refused + counts_.warnings > 0 && !manner_.tells_all)
+      text += " (--trace shows why)";
     reporter_.Text(text + last_anchor_);
   }
 
  private:
+  std::string WouldBe() const { return manner_.is_dry_run ? " would be" : ""; }
+
   void TellLostContents(const std::vector<std::string>& names, const std::string& place) {
     for (const std::string& name : names) {
       reporter_.Note(place + ": the content of \"" + OneLine(name) + "\" was not kept");
@@ -168,7 +181,7 @@ class Receiver : public FileVisitor {
   }
 
   const std::string& file_name_;
-  bool tells_all_;
+  const Manner manner_;
   Storer storer_;
   Reporter& reporter_;
   Counts counts_;
@@ -178,7 +191,8 @@ class Receiver : public FileVisitor {
 
 }  // namespace
 
-void ReceiveStrictly(const FileArguments& arguments, const Options& options, Reporter& reporter) {
+void ReceiveStrictly(const FileArguments& arguments, bool is_dry_run, const Options& options,
+                     Reporter& reporter) {
   const std::vector<ObjectFile> files(arguments.files.begin(), arguments.files.end());
   std::vector<std::vector<RecordResult>> results(files.size());
   if (!arguments.each) std::ranges::transform(files, results.begin(), OwnResults);
@@ -186,13 +200,14 @@ void ReceiveStrictly(const FileArguments& arguments, const Options& options, Rep
   const InterruptWatch watch;
   Session session(options.trace, reporter);
   if (!session.is_open()) return;
+  if (is_dry_run) session.RecordNothing();
   for (size_t i = 0; i < files.size(); ++i) {
     if (WasInterrupted()) {
       reporter.Fail(files[i].name() + ": interrupted before its first object", OSIF_OK);
       continue;
     }
     // Between the lines of the trace, each object says where it is.
-    Receiver receiver(arguments.files[i], options.trace, session, reporter);
+    Receiver receiver(arguments.files[i], {options.trace, is_dry_run}, session, reporter);
     ReadObjectFile(files[i], arguments.each, results[i], receiver, reporter);
     receiver.Summarise();
   }

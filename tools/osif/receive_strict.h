@@ -6,6 +6,8 @@
 
 namespace command {
 
-void ReceiveStrictly(const FileArguments& arguments, const Options& options, Reporter& reporter);
+// A dry run takes place on a copy of the device, which the caller has made.
+void ReceiveStrictly(const FileArguments& arguments, bool is_dry_run, const Options& options,
+                     Reporter& reporter);
 
 }  // namespace command

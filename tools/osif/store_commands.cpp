@@ -6,6 +6,8 @@
 // before the answer is given, and nothing is deleted any more once it was met. All ids are looked for before the
 // first object is deleted.
 #include <algorithm>
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +19,7 @@
 #include "client/store.h"
 #include "client/texts.h"
 #include "tools/osif/commands.h"
+#include "tools/osif/find_text.h"
 #include "tools/osif/object_id.h"
 #include "tools/osif/read_dialects.h"
 
@@ -217,26 +220,49 @@ class Finder : public FileVisitor, public dialects::ObjectVisitor {
 };
 
 struct FindArguments {
-  std::string file;
+  std::string what;
   bool strict = false;
+  bool is_text = false;
 };
 
 void DeclareFind(Declarations& declarations, FindArguments& arguments) {
-  declarations.Add("FILE", arguments.file, "A file of objects; - for standard input").Required();
-  declarations.AddFlag("--strict", arguments.strict, "Hand the bytes to the library as they are");
+  declarations
+      .Add("FILE|TEXT", arguments.what,
+           "A file of objects, or - for standard input; anything else is a text to look for")
+      .Required();
+  const Argument strict = declarations.AddFlag("--strict", arguments.strict,
+                                               "Hand the bytes to the library as they are");
+  declarations.AddFlag("--text", arguments.is_text, "It is a text, also where a file has that name")
+      .Excludes(strict);
 }
 
-void Find(const FindArguments& arguments, const Options& options, Reporter& reporter) {
+// What may not be read is a file as well, and is told to be none that can be read.
+bool IsNameOfFile(const std::string& what) {
+  std::error_code error;
+  const std::optional<std::string> name = FileName(what);
+  return what == "-" || (name && std::filesystem::exists(*name, error));
+}
+
+void FindFile(const FindArguments& arguments, const Options& options, Reporter& reporter) {
   Session session(options.trace, reporter);
   if (!session.is_open()) return;
   if (arguments.strict) {
-    Finder finder(arguments.file, reporter);
-    const ObjectFile file(arguments.file);
+    Finder finder(arguments.what, reporter);
+    const ObjectFile file(arguments.what);
     ReadObjectFile(file, false, {}, finder, reporter);
   } else {
-    const InputFile file(arguments.file);
+    const InputFile file(arguments.what);
     Finder finder(file.name(), reporter);
     ReadDialects(file, finder, reporter);
+  }
+}
+
+void Find(const FindArguments& arguments, const Options& options, Reporter& reporter) {
+  const bool is_file = arguments.strict || (!arguments.is_text && IsNameOfFile(arguments.what));
+  if (is_file) {
+    FindFile(arguments, options, reporter);
+  } else {
+    FindText(arguments.what, options, reporter);
   }
 }
 
@@ -256,8 +282,8 @@ void AddDelete(const CommandLine& line) {
 }
 
 void AddFind(const CommandLine& line) {
-  AddSubcommand(line, "find", "For each object of a file, show its id in the store", DeclareFind,
-                Find);
+  AddSubcommand(line, "find", "Look for the objects of a file, or for a text, in the stores",
+                DeclareFind, Find);
 }
 
 }  // namespace command

@@ -225,10 +225,11 @@ TEST_F(CommandForms, ShowNamesEveryFieldForPeople) {
 TEST_F(CommandForms, TheVersionIsTold) {
   const Outcome outcome = Osif({"--version"});
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_THAT(outcome.out,
-              testing::MatchesRegex("osif [0-9]+\\.[0-9]+\\.[0-9]+\n"
-                                    "built with [A-Za-z]+ [0-9.]+, SQLite [0-9.]+, ICU [0-9.]+, "
-                                    "libical [0-9.]+, Nettle [0-9.]+, zlib [0-9.]+\n"));
+  EXPECT_THAT(
+      outcome.out,
+      testing::MatchesRegex("osif [0-9]+\\.[0-9]+\\.[0-9]+\n"
+                            "built with [A-Za-z]+ [0-9.]+, SQLite [0-9.]+, ICU [0-9.]+, "
+                            "libical [0-9.]+, libarchive [0-9.]+, Nettle [0-9.]+, zlib [0-9.]+\n"));
 }
 
 }  // namespace

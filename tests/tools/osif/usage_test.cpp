@@ -11,9 +11,9 @@ TEST_F(CommandUsage, HelpNamesEverySubcommand) {
   const Outcome help = Osif({"--help"});
   EXPECT_EQ(help.status, 0);
   for (const char* name :
-       {"receive", "send",    "export", "list",        "find",     "count", "delete",
-        "parse",   "changes", "anchor", "database-id", "settings", "trace", "convert",
-        "notes",   "show",    "push",   "sync",        "sessions", "report"}) {
+       {"receive", "send",   "export",      "list",     "find",   "count",   "delete",  "parse",
+        "changes", "anchor", "database-id", "settings", "trace",  "convert", "notes",   "show",
+        "push",    "sync",   "mirror",      "sessions", "report", "backup",  "restore", "check"}) {
     EXPECT_THAT(help.out, HasSubstr(std::string("\n  ") + name + " ")) << name;
   }
 }
@@ -49,7 +49,8 @@ INSTANTIATE_TEST_SUITE_P(Subcommands, CommandHelp,
                          testing::Values("receive", "send", "export", "list", "find", "count",
                                          "delete", "parse", "changes", "anchor", "database-id",
                                          "settings", "trace", "convert", "notes", "show", "push",
-                                         "sync", "sessions", "report"),
+                                         "sync", "mirror", "sessions", "report", "backup",
+                                         "restore", "check"),
                          [](const auto& row) {
                            std::string name = row.param;
                            std::erase(name, '-');

@@ -96,6 +96,48 @@ TEST_F(SyncWithDevice, CarriesChangesBothWaysAndSaysHowMany) {
   EXPECT_EQ(Sync({"pb"}).out, "pb: nothing to do\n");
 }
 
+// What was agreed is of the same moment as the device that was put back: what the partner has changed since then comes once
+// more, also what it had got from here.
+TEST_F(SyncWithDevice, BringsThisDeviceForwardAfterItWasPutBack) {
+  Add(here_, Ann() + kBob);
+  Add(there_, kCarl);
+  Agree();
+  ASSERT_EQ(Here({"backup", Path("saved")}).status, 0);
+  Add(here_, Family(1, 2));
+  Change(there_, Ann({"TEL;CELL:1"}));
+  Delete(there_, "Bob Ray");
+  ASSERT_EQ(Sync({"pb"}).status, 0);
+  const Outcome restored = Here({"restore", Path("saved"), "--force"});
+  ASSERT_EQ(restored.status, 0) << restored.err;
+  EXPECT_EQ(Names(here_), (std::multiset<std::string>{"Ann Lee", "Bob Ray", "Carl Fox"}));
+  EXPECT_EQ(Sync({"pb"}).out, "pb: 3 received, 0 sent, 1 deleted here, 0 deleted there\n");
+  ExpectBoth({"Ann Lee", "Carl Fox", "Family1", "Family2"});
+  EXPECT_THAT(Text(here_, "Ann Lee"), HasSubstr("\r\nTEL;TYPE=cell:1\r\n"));
+  EXPECT_EQ(Sync({"pb"}).out, "pb: nothing to do\n");
+}
+
+// Its next changes have the numbers of those that this side has seen.
+TEST_F(SyncWithDevice, ComparesEverythingAfterThePartnerWasPutBack) {
+  Add(here_, Ann() + kBob);
+  Add(there_, kCarl);
+  Agree();
+  const auto there = [&](Lines arguments) {
+    arguments.insert(arguments.begin(), {"--device", there_});
+    return Osif(arguments);
+  };
+  ASSERT_EQ(there({"backup", Path("saved")}).status, 0);
+  Add(there_, Family(1, 2));
+  ASSERT_EQ(Sync({"pb"}).status, 0);
+  const Outcome restored = there({"restore", Path("saved"), "--force"});
+  ASSERT_EQ(restored.status, 0) << restored.err;
+  Add(there_, Family(3, 4));
+  const Outcome outcome = Sync({"pb"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("the partner has another database"));
+  ExpectBoth({"Ann Lee", "Bob Ray", "Carl Fox", "Family1", "Family2", "Family3", "Family4"});
+  EXPECT_EQ(Sync({"pb"}).out, "pb: nothing to do\n");
+}
+
 TEST_F(SyncWithDevice, SaysWithVerboseWhatBecameOfEachObject) {
   Add(here_, Ann() + kBob);
   Add(there_, kBob + kCarl);
