@@ -66,8 +66,14 @@ void AddStoredDayOfMonth(int month, int day, RecurRule& rule) {
 
 // A day that no month has: the store takes another one for it, a sender may have meant anything.
 bool NamesNoDay(const OldLevel& level, OldSense sense) {
-  return level.letters == "MD" && sense == OldSense::kSender &&
-         std::ranges::any_of(level.numbers, [](int day) { return std::abs(day) > 31; });
+  const auto is_beyond = [](int largest) {
+    return [largest](int number) { return std::abs(number) > largest; };
+  };
+  if (sense != OldSense::kSender) return false;
+  if (level.letters == "MD") return std::ranges::any_of(level.numbers, is_beyond(31));
+  return level.letters == "MP" && std::ranges::any_of(level.groups, [&](const OldPositions& group) {
+           return std::ranges::any_of(group.positions, is_beyond(5));
+         });
 }
 
 void AddDays(const OldLevel& level, const CivilTime& start, OldSense sense, RecurRule& rule) {

@@ -212,6 +212,8 @@ const OldRow kSenderRules[] = {
     {"YM1 6 #0 MD1 32", {}},
     {"YM1 6 #0 MD1 31", {"FREQ=YEARLY;BYMONTH=6;BYMONTHDAY=31"}},
     {"MD1 5 32- #0", {}},
+    {"MP1 5- FR #0", {"FREQ=MONTHLY;BYDAY=-5FR"}},
+    {"MP1 1+ MO 6- FR #0", {}},
     {"MD1 31- #0", {"FREQ=MONTHLY;BYMONTHDAY=-31"}},
     {"YM2 6 #0", {"FREQ=YEARLY;INTERVAL=2;BYMONTH=6;BYMONTHDAY=12"}},
     {"YD1 #0", {"FREQ=YEARLY;BYMONTH=6;BYMONTHDAY=12"}},
