@@ -25,6 +25,7 @@
 #include "btosif/osif_util/log_folder_use.h"
 #include "btosif/osif_util/stores.h"
 #include "client/database_copy.h"
+#include "client/descriptor.h"
 #include "client/digest.h"
 #include "client/interrupt.h"
 #include "client/temp_file.h"
@@ -38,22 +39,6 @@ namespace fs = std::filesystem;
 constexpr uint32_t kPatience = 2'000;  // milliseconds, for each folder of logs
 constexpr int kAttempts = 8;
 constexpr std::chrono::milliseconds kBetweenAttempts{100};
-
-// An open file, closed at the end.
-class OpenFile {
- public:
-  OpenFile(const std::string& path, int flags) : handle_(open(path.c_str(), flags, 0600)) {}
-  ~OpenFile() {
-    if (handle_ >= 0) close(handle_);
-  }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-
-  int handle() const { return handle_; }
-
- private:
-  const int handle_;
-};
 
 bool HasLogs(const std::string& folder) {
   std::error_code error;
@@ -98,35 +83,35 @@ std::string CopyFile(const std::string& from, const std::string& to, std::string
   std::error_code error;
   fs::create_directories(fs::path(to).parent_path(), error);
   if (error) return to + ": " + error.message();
-  const OpenFile source(from, O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
-  if (source.handle() < 0) return from + ": " + std::strerror(errno);
-  const OpenFile target(to, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC);
-  if (target.handle() < 0) return to + ": " + std::strerror(errno);
+  const Descriptor source(open(from.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+  if (source.get() < 0) return from + ": " + std::strerror(errno);
+  const Descriptor target(open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+  if (target.get() < 0) return to + ": " + std::strerror(errno);
   struct stat state {};
-  if (fstat(source.handle(), &state) != 0) return from + ": " + std::strerror(errno);
+  if (fstat(source.get(), &state) != 0) return from + ": " + std::strerror(errno);
   std::vector<char> buffer(size_t{1} << 16);
   Sha256Sum sums;
   for (;;) {
-    const ssize_t got = read(source.handle(), buffer.data(), buffer.size());
+    const ssize_t got = read(source.get(), buffer.data(), buffer.size());
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) return from + ": " + std::strerror(errno);
     if (got == 0) break;
     const std::string_view bytes(buffer.data(), static_cast<size_t>(got));
     sums.Add(bytes);
-    if (!WriteAll(target.handle(), bytes)) return to + ": " + std::strerror(errno);
+    if (!WriteAll(target.get(), bytes)) return to + ": " + std::strerror(errno);
   }
   const std::array<timespec, 2> times = {state.st_atim, state.st_mtim};
-  futimens(target.handle(), times.data());
+  futimens(target.get(), times.data());
   sum = sums.Take();
   return {};
 }
 
 std::string SumOf(const std::string& path) {
-  const OpenFile file(path, O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
   std::vector<char> buffer(size_t{1} << 16);
   Sha256Sum sums;
   for (;;) {
-    const ssize_t got = read(file.handle(), buffer.data(), buffer.size());
+    const ssize_t got = read(file.get(), buffer.data(), buffer.size());
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) return {};
     if (got == 0) return sums.Take();

@@ -32,6 +32,7 @@
 #include "btosif/osif_util/stores.h"
 #include "client/archive.h"
 #include "client/database_copy.h"
+#include "client/descriptor.h"
 #include "client/device_files.h"
 #include "client/digest.h"
 #include "client/interrupt.h"
@@ -48,21 +49,6 @@ namespace fs = std::filesystem;
 constexpr int64_t kLargestManifest = int64_t{64} << 20;  // bytes
 constexpr int kPatience = 2'000;                         // milliseconds, for another program
 constexpr std::chrono::milliseconds kPause{20};
-
-class Descriptor {
- public:
-  explicit Descriptor(int handle) : handle_(handle) {}
-  ~Descriptor() {
-    if (handle_ >= 0) close(handle_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int get() const { return handle_; }
-
- private:
-  const int handle_;
-};
 
 std::string Named(const std::string& name) { return "\"" + TextOrBytes(name) + "\""; }
 

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <memory>
 
+#include "client/descriptor.h"
 #include "client/temp_file.h"
 #include "dialects/charsets.h"
 
@@ -28,20 +29,6 @@ constexpr size_t kLongestName = 255;  // bytes, on the file systems of today
 
 struct CloseFolder {
   void operator()(DIR* folder) const { closedir(folder); }
-};
-
-class Handle {
- public:
-  explicit Handle(int handle) : handle_(handle) {}
-  ~Handle() {
-    if (handle_ >= 0) close(handle_);
-  }
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
-  int get() const { return handle_; }
-
- private:
-  int handle_;
 };
 
 // A file's name with something after it. Of the longest names the end gives way.
@@ -126,7 +113,8 @@ bool Folder::List(std::vector<FoundFile>& files, std::vector<RefusedFile>& refus
 
 bool Folder::Read(const std::string& name, std::string& text, FileStamp& stamp) {
   // A pipe that has taken the file's place must not hold up the opening.
-  const Handle file(openat(handle_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  const client::Descriptor file(
+      openat(handle_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (file.get() < 0) return FailAs(errno);
   struct stat status = {};
   if (fstat(file.get(), &status) != 0) return FailAs(errno);
@@ -158,7 +146,7 @@ bool Folder::IsAs(const std::string& name, const FileStamp* expected) {
 bool Folder::WriteTemporary(const std::string& name, std::string_view text) {
   // What a run that was killed has left may be replaced.
   unlinkat(handle_, name.c_str(), 0);
-  const Handle file(
+  const client::Descriptor file(
       openat(handle_, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
   if (file.get() < 0) return FailAs(errno);
   if (!client::WriteAll(file.get(), text) || fsync(file.get()) != 0) {
