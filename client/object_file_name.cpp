@@ -2,11 +2,13 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
 
+#include "client/device_files.h"
 #include "platform/device/device.h"
 
 namespace client {
@@ -26,7 +28,8 @@ bool IsTheDevicesOwn(const std::string& file_name) {
   const fs::path file = Resolved(file_name);
   const fs::path folder = Resolved(device::Folder());
   const std::string name = file.filename().string();
-  const bool has_its_name = name.starts_with("device.db") || name.starts_with("uids.db");
+  const bool has_its_name = std::ranges::any_of(
+      kDatabases, [&](const DatabaseKind& kind) { return name.starts_with(kind.file); });
   if (has_its_name && file.parent_path() == folder) return true;
   if (file.string().starts_with(Resolved(folder / "Sync").string() + "/")) return true;
   std::error_code error;  // one of the two does not exist: they are not the same

@@ -243,6 +243,13 @@ TEST_F(CommandOwnFiles, TheDatabaseIsNeitherReadNorWritten) {
   ExpectLeftAlone(device_ + "/device.db");
 }
 
+TEST_F(CommandOwnFiles, WhatWasAgreedWithOthersIsNeitherReadNorWritten) {
+  for (const char* name : {"/mirror.db", "/sync.db", "/uids.db"}) {
+    support::PutBytes(device_ + name, "kept");
+    ExpectLeftAlone(device_ + name);
+  }
+}
+
 TEST_F(CommandOwnFiles, TheDatabaseIsRecognisedUnderOtherNames) {
   std::filesystem::create_symlink(device_ + "/device.db", Path("link.vcf"));
   ExpectLeftAlone(Path("link.vcf"));
