@@ -5,9 +5,9 @@
 set(source "#include \"${HEADER}\"\n\nnamespace ${NAMESPACE} {\n")
 string(REPLACE "," ";" texts "${TEXTS}")
 foreach(text IN LISTS texts)
-  string(REPLACE "=" ";" parts "${text}")
-  list(GET parts 0 name)
-  list(GET parts 1 file)
+  string(REPLACE "=" ";" pair "${text}")
+  list(GET pair 0 name)
+  list(GET pair 1 file)
   file(READ "${file}" bytes HEX)
   string(REGEX REPLACE "([0-9a-f][0-9a-f])" "'\\\\x\\1'," bytes "${bytes}")
   string(APPEND source "namespace { constexpr char ${name}Bytes[] = {${bytes}}; }\n"
