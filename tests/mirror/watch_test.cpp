@@ -1,9 +1,12 @@
 #include "mirror/watch.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 
+#include "client/interrupt.h"
 #include "tests/support/bytes.h"
 #include "tests/support/temp_folder.h"
 
@@ -57,6 +60,24 @@ TEST_F(MirrorWatch, TellsOfTheDatabaseAndItsLogAndOfNothingElseInTheDevice) {
 TEST_F(MirrorWatch, OfAFolderThatIsNotThereSaysWhy) {
   EXPECT_EQ(Watch("/nowhere", device_.path()).why_not(),
             "changes cannot be watched: No such file or directory");
+}
+
+constexpr int kWaited = 7;
+
+// In a process of its own, since a signal that was noted stays so. One that goes on waiting is ended by the alarm.
+[[noreturn]] void WaitAfterASignal(const std::string& folder) {
+  std::signal(SIGALRM, SIG_DFL);
+  alarm(20);
+  const client::InterruptWatch interrupt;
+  Watch watch(folder, folder);
+  raise(SIGTERM);
+  const bool has_changed = watch.Wait(kLong);
+  _exit(has_changed ? 1 : kWaited);
+}
+
+TEST(MirrorWatchDeathTest, ASignalThatCameBeforeAWaitEndsItAtOnce) {
+  const support::TempFolder folder;
+  EXPECT_EXIT(WaitAfterASignal(folder.path()), testing::ExitedWithCode(kWaited), "");
 }
 
 }  // namespace
